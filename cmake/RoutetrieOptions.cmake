@@ -1,0 +1,37 @@
+# RoutetrieOptions: what a build can be asked for, and the flags that all of the project's own code is built with.
+
+option(ROUTETRIE_BUILD_TOOL "Build the command rtrie" ON)
+option(ROUTETRIE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
+option(ROUTETRIE_BUILD_BENCH "Build the benchmarks" OFF)
+option(ROUTETRIE_FAULT_INJECTION "Let tests make the n-th allocation fail" OFF)
+option(ROUTETRIE_WERROR "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
+set(ROUTETRIE_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize= (address,undefined or thread)")
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
+endif()
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+   set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
+
+# Linked by every target of the project, exported to none.
+add_library(routetrie_flags INTERFACE)
+target_compile_options(routetrie_flags INTERFACE
+   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion
+   -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wundef
+   $<$<BOOL:${ROUTETRIE_WERROR}>:-Werror>
+   # A node's constructor may rely on memory that its caller zeroed.
+   $<$<CXX_COMPILER_ID:GNU>:-flifetime-dse=1>)
+if(ROUTETRIE_FAULT_INJECTION)
+   target_compile_definitions(routetrie_flags INTERFACE ROUTETRIE_FAULT_INJECTION=1)
+endif()
+if(ROUTETRIE_SANITIZE)
+   target_compile_options(routetrie_flags INTERFACE
+      -fsanitize=${ROUTETRIE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+   target_link_options(routetrie_flags INTERFACE -fsanitize=${ROUTETRIE_SANITIZE})
+endif()

@@ -1,0 +1,76 @@
+// BasicAddr: what IpAddr and Ip6Addr share, an address as `width` / 8 bytes in network order.
+// Tested by tests/platform/Corenet/IpAddrTest.cpp.
+#pragma once
+
+#include <array>
+#include <compare>
+#include <string_view>
+
+#include "platform/Corenet/AddressBits.h"
+#include "platform/Corenet/AddressFamily.h"
+#include "platform/Corenet/Text.h"
+#include "platform/Corvid/String.h"
+#include "platform/Export.h"
+#include "platform/Types.h"
+
+namespace Corenet {
+
+namespace Impl {
+
+ROUTETRIE_EXPORT Corvid::String addressText(AddressBits<32> bits);   // "10.0.0.1"
+ROUTETRIE_EXPORT Corvid::String addressText(AddressBits<128> bits);  // RFC 5952: "2001:db8::1"
+
+// Reads what addressText prints, and every other spelling of the address; false if the text is no address.
+ROUTETRIE_EXPORT bool addressFromText(std::string_view text, AddressBits<32>& bits);
+ROUTETRIE_EXPORT bool addressFromText(std::string_view text, AddressBits<128>& bits);
+
+// Mixes `word` into `hash`; every address and prefix type hashes through this.
+constexpr U64 hashMix(U64 hash, U64 word) noexcept {
+   hash = (hash ^ word) * 0x9e3779b97f4a7c15;
+   return hash ^ (hash >> 32);
+}
+
+constexpr U32 hashBits(U32 seed, AddressBits<32> bits, U32 more) noexcept {
+   return static_cast<U32>(hashMix(seed, U64{bits.word()} << 32 | more) >> 16);
+}
+constexpr U32 hashBits(U32 seed, AddressBits<128> bits, U32 more) noexcept {
+   const U64 high = hashMix(hashMix(seed, more), static_cast<U64>(bits.word() >> 64));
+   return static_cast<U32>(hashMix(high, static_cast<U64>(bits.word())) >> 16);
+}
+
+}  // namespace Impl
+
+template <class Self, unsigned widthBits, AddressFamily familyValue>
+class BasicAddr {
+ public:
+   static constexpr U32 width = widthBits;
+   static constexpr AddressFamily family = familyValue;
+   using Bits = AddressBits<width>;
+   using Bytes = std::array<U8, width / 8>;
+
+   constexpr BasicAddr() noexcept = default;  // all zero
+   constexpr explicit BasicAddr(const Bytes& networkOrder) noexcept : bytes_(networkOrder) {}
+   explicit BasicAddr(Bits bits) noexcept { bits.store(bytes_.data()); }
+
+   // Raises Corvid::RangeException that quotes the text if it is no address of this family.
+   static Self fromString(std::string_view text) {
+      Bits bits;
+      if (!Impl::addressFromText(text, bits)) {
+         Impl::throwBadText(family == AddressFamily::ipv4 ? "not an IPv4 address" : "not an IPv6 address", text);
+      }
+      return Self(bits);
+   }
+   Corvid::String stringValue() const { return Impl::addressText(bits()); }
+
+   constexpr const Bytes& bytes() const noexcept { return bytes_; }
+   Bits bits() const noexcept { return Bits::load(bytes_.data()); }
+   U32 hash(U32 seed) const noexcept { return Impl::hashBits(seed, bits(), 0); }
+
+   friend constexpr bool operator==(const BasicAddr&, const BasicAddr&) noexcept = default;
+   friend constexpr auto operator<=>(const BasicAddr&, const BasicAddr&) noexcept = default;
+
+ private:
+   Bytes bytes_{};
+};
+
+}  // namespace Corenet

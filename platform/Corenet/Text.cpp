@@ -1,0 +1,39 @@
+#include "platform/Corenet/Text.h"
+
+#include <charconv>
+#include <string>
+
+#include "platform/Corvid/RangeException.h"
+
+namespace Corenet::Impl {
+
+void throwBadText(std::string_view fault, std::string_view text) {
+   std::string message(fault);
+   message += ": \"";
+   message += text;
+   message += '"';
+   Corvid::RangeException::throwException(message.c_str());
+}
+
+AddressAndLength splitPrefixText(std::string_view text, U32 width) {
+   constexpr U32 nullLength = 255;
+   const auto slash = text.find('/');
+   if (slash == std::string_view::npos) {
+      throwBadText("prefix has no length", text);
+   }
+   const std::string_view digits = text.substr(slash + 1);
+   U32 length = 0;
+   const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), length);
+   const bool isNumber = !digits.empty() && end == digits.data() + digits.size() && digits[0] != '-';
+   if (!isNumber || error == std::errc::invalid_argument) {
+      throwBadText("prefix length is not a number", text);
+   }
+   if (error == std::errc::result_out_of_range || (length > width && length != nullLength)) {
+      throwBadText("prefix length " + std::string(digits) + " exceeds " + std::to_string(width), text);
+   }
+   return {text.substr(0, slash), length};
+}
+
+bool looksLikeIpv6(std::string_view text) { return text.find(':') != std::string_view::npos; }
+
+}  // namespace Corenet::Impl

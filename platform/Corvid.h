@@ -1,0 +1,11 @@
+// Corvid: objects, counted pointers, assertions and text.
+#pragma once
+
+#include "platform/Corvid/Assert.h"
+#include "platform/Corvid/Create.h"
+#include "platform/Corvid/MemTrack.h"
+#include "platform/Corvid/Node.h"
+#include "platform/Corvid/Ptr.h"
+#include "platform/Corvid/RangeException.h"
+#include "platform/Corvid/String.h"
+#include "platform/Corvid/ThreadControl.h"

@@ -1,0 +1,224 @@
+// PatriciaTrie: routes of one address family in a tree of compressed edges, each node of which may hold many nested
+// routes (trie/PatriciaTrieNodeImpl.h draws one).
+//
+// I6 routes() equals the number of black bits in the tree, plus 1 for the default route. In a trie with node data a
+//    delete lowers it also when the payload keeps the route alive, so there it may fall below, and wrap.
+// I7 nodes() equals the number of nodes below root(), and root() is null exactly when it is 0.
+// I8 all nodes are of the class that paf() and nodeDataEnabled() select.
+//
+// A trie has no lock: one thread at a time works on it. A live iterator forbids every change, which "0 == iterators()"
+// enforces; a walk or a search is not counted, so its callback must not change the trie, and nothing checks this.
+//
+// Each operation comes twice: on IpGenPrefix, for IPv4 and legacy IPv6 tries, and with a name in ...Compact on
+// CompactIpPrefix, for IPv4 and compact IPv6 tries. An IPv4 trie takes both. A prefix of length 0 is the default route,
+// which is kept in the trie object and in no node. A prefix of the other family aborts with "key1.af() == key2.af()"
+// as soon as it meets a node.
+//
+// Tested by tests/trie/PatriciaTrieTest.cpp, by tests/trie/PatriciaTrieSearchTest.cpp and by tests/property/.
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <string>
+
+#include "platform/Corenet/AddressFamily.h"
+#include "platform/Corenet/CompactIpPrefix.h"
+#include "platform/Corenet/IpGenPrefix.h"
+#include "platform/Corvid/Create.h"
+#include "platform/Corvid/Node.h"
+#include "platform/Corvid/Ptr.h"
+#include "platform/Export.h"
+#include "platform/Types.h"
+#include "trie/PatriciaTrieData.h"
+#include "trie/PatriciaTrieNodeImpl.h"
+#include "trie/PatriciaTrieWalkCb.h"
+
+namespace Routing {
+
+using PatriciaTrieImpl::nodeTypeIpv4;
+using PatriciaTrieImpl::nodeTypeIpv6Compact;
+using PatriciaTrieImpl::nodeTypeIpv6Legacy;
+using PatriciaTrieImpl::PatriciaTrieNode;
+using PatriciaTrieImpl::PatriciaTrieNodeType;
+using PatriciaTrieImpl::RoutePrefix;
+
+// What a search may be given to call: nothing, or the callback of its prefix type, which may be null.
+template <class Callback, class PrefixType>
+concept WalkCallback = std::same_as<Callback, std::nullptr_t> ||
+                       (std::same_as<PrefixType, Corenet::IpGenPrefix> && std::same_as<Callback, PatriciaTrieWalkCb*>) ||
+                       (std::same_as<PrefixType, Corenet::CompactIpPrefix> &&
+                        std::same_as<Callback, PatriciaTrieCompactWalkCb*>);
+
+class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
+ public:
+   // A family of none counts as IPv4, which ignores the flag. Asserts "false" for any other but the two.
+   PatriciaTrie(Corenet::AddressFamily af, bool useCompactIpPrefix);
+   ~PatriciaTrie() override;
+   static Corvid::Ptr<PatriciaTrie> PatriciaTrieIs(Corenet::AddressFamily af, bool useCompactIpPrefix);
+
+   //--- attributes ---
+
+   Corenet::AddressFamily af() const noexcept { return af_; }
+   PatriciaTrieNodeType paf() const noexcept { return paf_; }
+   bool useCompactIpPrefix() const noexcept { return useCompactIpPrefix_; }
+   // The default route's payload; null in a trie without node data.
+   const Corvid::Ptr<PrefixData>& defaultRouteNodeData() const noexcept { return defaultRouteNodeData_; }
+   void defaultRouteNodeDataIs(const Corvid::Ptr<PrefixData>& data) { defaultRouteNodeData_ = data; }
+   PatriciaTrieNode* root() const noexcept { return root_; }
+   bool defaultRoutePresent() const noexcept { return defaultRoutePresent_; }
+   int nodes() const noexcept { return nodes_; }
+   U32 routes() const noexcept { return routes_; }
+   U16 iterators() const noexcept { return iterators_; }
+   bool nodeDataEnabled() const noexcept { return nodeDataEnabled_; }
+   bool initialized() const noexcept { return initialized_; }
+
+   // Without checks; for the object model and for the classes built on this one.
+   void rootIs(PatriciaTrieNode* root) noexcept { root_ = root; }
+   void nodesIs(int value) noexcept { nodes_ = value; }
+   void nodesInc(int by) noexcept { nodes_ += by; }
+   void routesIs(U32 value) noexcept { routes_ = value; }
+   void routesInc(unsigned int by) noexcept { routes_ += by; }
+   void iteratorsIs(U16 value) noexcept { iterators_ = value; }
+   void iteratorsInc(unsigned short by) noexcept { iterators_ = static_cast<U16>(iterators_ + by); }
+   void iteratorsDec(unsigned short by) noexcept { iterators_ = static_cast<U16>(iterators_ - by); }
+   void nodeDataEnabledIs(bool value) noexcept { nodeDataEnabled_ = value; }
+   void initializedIs(bool value) noexcept { initialized_ = value; }
+
+   bool isDefaultRoutePresent() const noexcept { return defaultRoutePresent_; }
+   bool empty() const noexcept { return routes_ == 0 && !defaultRoutePresent_; }
+
+   //--- adding routes ---
+
+   // Adds the route; one that is present stays as it is, and in a trie with node data is offered `data`. `data` must be
+   // non-null exactly when the trie has node data. Asserts "paf() != nodeTypeIpv6Compact()", or for the second form
+   // "paf() != nodeTypeIpv6Legacy()"; "0 == iterators()"; "nodeDataEnabled() == bool( data )". Raises std::bad_alloc,
+   // and then has changed nothing, and what the payload's hooks raise.
+   void updateRoute(const Corenet::IpGenPrefix& prefix, const Corvid::Ptr<PrefixData>& data);
+   void updateRouteCompact(const Corenet::CompactIpPrefix& prefix, const Corvid::Ptr<PrefixData>& data);
+   template <RoutePrefix PrefixType>
+   void updateRouteImpl(const PrefixType& prefix, const Corvid::Ptr<PrefixData>& data);
+
+   //--- deleting routes ---
+
+   // Deletes the route; false if it is absent, and then nothing changed. A zero-length prefix gives true, present or
+   // not. `data` goes to removeData of the route's payload, and `dataContainer` receives that payload; it must be
+   // non-null exactly when the trie has node data. Asserts as updateRoute does, with
+   // "nodeDataEnabled() == bool( dataContainer )".
+   bool deleteRoute(const Corenet::IpGenPrefix& prefix, const Corvid::Ptr<PrefixData>& data,
+                    const Corvid::Ptr<PrefixDataContainer>& dataContainer);
+   bool deleteRouteCompact(const Corenet::CompactIpPrefix& prefix, const Corvid::Ptr<PrefixData>& data,
+                           const Corvid::Ptr<PrefixDataContainer>& dataContainer);
+   template <RoutePrefix PrefixType>
+   bool deleteRouteImpl(const PrefixType& prefix, const Corvid::Ptr<PrefixData>& data,
+                        const Corvid::Ptr<PrefixDataContainer>& dataContainer);
+
+   // Makes a trie without nodes ready: nulls the root without freeing anything and settles family and node type again.
+   void handleInitialized();
+   // Empties the trie, which stays usable. No payload's onDeletion is called. Asserts "0 == iterators()".
+   void handleDeletion();
+
+   //--- looking routes up ---
+
+   // The longest route that covers the prefix, the prefix itself included. Without one the empty value (or the null
+   // compact value); if only the default route covers it, the default prefix. A zero-length prefix is answered by the
+   // default route alone.
+   //
+   // `dataContainer`, unless null, receives the payload of the route found, and stays as it was if that is the default
+   // route or none. `cb`, unless null, is called for each covering route but the default one, shortest first; its
+   // results are ignored. Both need a trie with node data: "nodeDataEnabled()". Asserts "paf() != nodeTypeIpv6Compact()"
+   // or "paf() != nodeTypeIpv6Legacy()" as above.
+   Corenet::IpGenPrefix longestMatchCommon(const Corenet::IpGenPrefix& prefix,
+                                           const Corvid::Ptr<PrefixDataContainer>& dataContainer,
+                                           PatriciaTrieWalkCb* cb) const;
+   Corenet::CompactIpPrefix longestMatchCommonCompact(const Corenet::CompactIpPrefix& prefix,
+                                                      const Corvid::Ptr<PrefixDataContainer>& dataContainer,
+                                                      PatriciaTrieCompactWalkCb* cb) const;
+
+   // The longest route that covers the prefix and is shorter than it. For a prefix that is itself a route, `cb` and
+   // `dataContainer` describe that route and not the parent. A zero-length prefix has no parent: the result has the
+   // zero address and length 255, in the prefix's family.
+   Corenet::IpGenPrefix findParentCommon(const Corenet::IpGenPrefix& prefix,
+                                         const Corvid::Ptr<PrefixDataContainer>& dataContainer,
+                                         PatriciaTrieWalkCb* cb) const;
+   Corenet::CompactIpPrefix findParentCommonCompact(const Corenet::CompactIpPrefix& prefix,
+                                                    const Corvid::Ptr<PrefixDataContainer>& dataContainer,
+                                                    PatriciaTrieCompactWalkCb* cb) const;
+
+   // findParentCommon if `returnParent`, else longestMatchCommon.
+   Corenet::IpGenPrefix longestMatchOrParent(const Corenet::IpGenPrefix& prefix, bool returnParent,
+                                             const Corvid::Ptr<PrefixDataContainer>& dataContainer,
+                                             PatriciaTrieWalkCb* cb) const;
+   Corenet::CompactIpPrefix longestMatchOrParentCompact(const Corenet::CompactIpPrefix& prefix, bool returnParent,
+                                                        const Corvid::Ptr<PrefixDataContainer>& dataContainer,
+                                                        PatriciaTrieCompactWalkCb* cb) const;
+
+   // The one search behind the six above. Without a callback type the callback's code does not exist.
+   template <RoutePrefix PrefixType, class CallbackType>
+      requires WalkCallback<CallbackType, PrefixType>
+   PrefixType longestMatchOrParentImpl(const PrefixType& prefix, bool returnParent,
+                                       const Corvid::Ptr<PrefixDataContainer>& dataContainer, CallbackType cb) const;
+   template <RoutePrefix PrefixType, class CallbackType>
+      requires WalkCallback<CallbackType, PrefixType>
+   PrefixType longestMatchCommonImpl(const PrefixType& prefix, const Corvid::Ptr<PrefixDataContainer>& dataContainer,
+                                     CallbackType cb) const {
+      return longestMatchOrParentImpl<PrefixType, CallbackType>(prefix, false, dataContainer, cb);
+   }
+
+   // Whether a route longer than the prefix lies beneath it. A node with children beneath counts as one without a look
+   // at its routes, and a zero-length prefix is always answered with false.
+   bool longerRoutePresentCommon(const Corenet::IpGenPrefix& prefix) const;
+   bool longerRoutePresentCommonCompact(const Corenet::CompactIpPrefix& prefix) const;
+
+   //--- soundness ---
+
+   // Recounts everything from the nodes: empty if I1 to I8 hold, else the first broken rule and where.
+   std::string audit() const;
+
+   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<PatriciaTrie>(bytes); }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<PatriciaTrie>(memory, bytes);
+   }
+
+ private:
+   Corenet::AddressFamily af_;
+   PatriciaTrieNodeType paf_;
+   bool useCompactIpPrefix_;
+   Corvid::Ptr<PrefixData> defaultRouteNodeData_;
+   PatriciaTrieNode* root_ = nullptr;
+   bool defaultRoutePresent_ = false;
+   int nodes_ = 0;
+   U32 routes_ = 0;
+   U16 iterators_ = 0;
+   bool nodeDataEnabled_ = false;
+   bool initialized_ = false;
+};
+
+// A new, empty trie.
+ROUTETRIE_EXPORT Corvid::Ptr<PatriciaTrie> patriciaTrieFactory(Corenet::AddressFamily af, bool useCompactIpPrefix);
+
+// Destroys one node, with its payload references, and no hook called; a null node is let be.
+ROUTETRIE_EXPORT void deleteSingleNode(PatriciaTrieNode* node, PatriciaTrieNodeType type, bool nodeData);
+// Destroys a node and everything beneath it, children first.
+ROUTETRIE_EXPORT void deleteNode(PatriciaTrieNode* node, PatriciaTrieNodeType type, bool nodeData);
+
+extern template ROUTETRIE_EXPORT void PatriciaTrie::updateRouteImpl(const Corenet::IpGenPrefix&,
+                                                                    const Corvid::Ptr<PrefixData>&);
+extern template ROUTETRIE_EXPORT void PatriciaTrie::updateRouteImpl(const Corenet::CompactIpPrefix&,
+                                                                    const Corvid::Ptr<PrefixData>&);
+extern template ROUTETRIE_EXPORT bool PatriciaTrie::deleteRouteImpl(const Corenet::IpGenPrefix&,
+                                                                    const Corvid::Ptr<PrefixData>&,
+                                                                    const Corvid::Ptr<PrefixDataContainer>&);
+extern template ROUTETRIE_EXPORT bool PatriciaTrie::deleteRouteImpl(const Corenet::CompactIpPrefix&,
+                                                                    const Corvid::Ptr<PrefixData>&,
+                                                                    const Corvid::Ptr<PrefixDataContainer>&);
+extern template ROUTETRIE_EXPORT Corenet::IpGenPrefix PatriciaTrie::longestMatchOrParentImpl(
+   const Corenet::IpGenPrefix&, bool, const Corvid::Ptr<PrefixDataContainer>&, PatriciaTrieWalkCb*) const;
+extern template ROUTETRIE_EXPORT Corenet::IpGenPrefix PatriciaTrie::longestMatchOrParentImpl(
+   const Corenet::IpGenPrefix&, bool, const Corvid::Ptr<PrefixDataContainer>&, std::nullptr_t) const;
+extern template ROUTETRIE_EXPORT Corenet::CompactIpPrefix PatriciaTrie::longestMatchOrParentImpl(
+   const Corenet::CompactIpPrefix&, bool, const Corvid::Ptr<PrefixDataContainer>&, PatriciaTrieCompactWalkCb*) const;
+extern template ROUTETRIE_EXPORT Corenet::CompactIpPrefix PatriciaTrie::longestMatchOrParentImpl(
+   const Corenet::CompactIpPrefix&, bool, const Corvid::Ptr<PrefixDataContainer>&, std::nullptr_t) const;
+
+}  // namespace Routing

@@ -1,0 +1,32 @@
+// PatriciaTrieWalkCb, PatriciaTrieCompactWalkCb: what a search or a walk calls for each route, in the two prefix types.
+// Tested by tests/trie/PatriciaTrieSearchTest.cpp.
+#pragma once
+
+#include "platform/Corenet/CompactIpPrefix.h"
+#include "platform/Corenet/IpGenPrefix.h"
+#include "platform/Corvid/Node.h"
+#include "platform/Export.h"
+#include "trie/PatriciaTrieData.h"
+
+namespace Routing {
+
+class ROUTETRIE_EXPORT PatriciaTrieWalkCb : public Corvid::Node {
+ public:
+   PatriciaTrieWalkCb() = default;
+   ~PatriciaTrieWalkCb() override;
+
+   // `p` dies with the call. `data` is null in a trie without node data, and otherwise borrowed from the node for the
+   // length of the call. What the result means is the caller's to say. The callback must not change the trie.
+   virtual bool handlePrefixData(const Corenet::IpGenPrefix& p, const PrefixData* data) = 0;
+};
+
+class ROUTETRIE_EXPORT PatriciaTrieCompactWalkCb : public Corvid::Node {
+ public:
+   PatriciaTrieCompactWalkCb() = default;
+   ~PatriciaTrieCompactWalkCb() override;
+
+   // As PatriciaTrieWalkCb::handlePrefixData.
+   virtual bool handlePrefixData(const Corenet::CompactIpPrefix& p, const PrefixData* data) = 0;
+};
+
+}  // namespace Routing
