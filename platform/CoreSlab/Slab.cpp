@@ -1,0 +1,197 @@
+#include "platform/CoreSlab/Slab.h"
+
+#include <malloc.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <new>
+
+#include "platform/CoreSlab/PageHeap.h"
+#include "platform/CoreSlab/ThreadCache.h"
+#include "platform/Corvid/ThreadControl.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define ROUTETRIE_SLAB_IS_C_HEAP 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ROUTETRIE_SLAB_IS_C_HEAP 1
+#endif
+#endif
+#ifndef ROUTETRIE_SLAB_IS_C_HEAP
+#define ROUTETRIE_SLAB_IS_C_HEAP 0
+#endif
+
+namespace CoreSlab {
+
+namespace {
+
+// Where blocks come from: two functions and their statistics.
+#if ROUTETRIE_SLAB_IS_C_HEAP
+
+constinit std::atomic<std::size_t> liveBlocks{0};
+constinit std::atomic<std::size_t> liveBytes{0};
+
+void* allocate(std::size_t size) noexcept {
+   void* memory = std::malloc(size);
+   if (memory != nullptr) {
+      liveBlocks.fetch_add(1, std::memory_order_relaxed);
+      liveBytes.fetch_add(malloc_usable_size(memory), std::memory_order_relaxed);
+   }
+   return memory;
+}
+void release(void* memory) noexcept {
+   liveBlocks.fetch_sub(1, std::memory_order_relaxed);
+   liveBytes.fetch_sub(malloc_usable_size(memory), std::memory_order_relaxed);
+   std::free(memory);
+}
+Stats currentStats() {
+   return {liveBlocks.load(std::memory_order_relaxed), liveBytes.load(std::memory_order_relaxed), 0, 0};
+}
+
+#else
+
+constinit PageHeap heap;
+
+void* allocate(std::size_t size) noexcept {
+   if (size <= classedLimitBytes && Corvid::ThreadControl::multiThreaded()) {
+      if (ThreadCache* cache = ThreadCache::own()) {
+         return cache->allocate(heap, sizeClassOf(size));
+      }
+   }
+   return heap.allocate(size);
+}
+void release(void* memory) noexcept {
+   if (Corvid::ThreadControl::multiThreaded()) {
+      const std::size_t sizeClass = PageHeap::sizeClassOfBlock(memory);
+      ThreadCache* cache = sizeClass < classCount ? ThreadCache::own() : nullptr;
+      if (cache != nullptr) {
+         return cache->free(heap, sizeClass, memory);
+      }
+   }
+   heap.free(memory);
+}
+Stats currentStats() {
+   const auto heapStats = heap.stats();
+   const auto kept = ThreadCache::kept();
+   return {heapStats.liveBlocks - kept.blocks, heapStats.liveBytes - kept.bytes, heapStats.mappedBytes,
+           heapStats.pages};
+}
+
+#endif
+
+// Blocks that came from the C heap because the slab had no memory. They are few, if there are any, and found by
+// searching for their address.
+class Fallbacks {
+ public:
+   void* allocate(std::size_t size) noexcept {
+      auto* entry = static_cast<Entry*>(std::malloc(sizeof(Entry) + size));
+      if (entry == nullptr) {
+         return nullptr;
+      }
+      const std::lock_guard guard(lock_);
+      entry->next = first_;
+      first_ = entry;
+      count_.fetch_add(1, std::memory_order_relaxed);
+      return entry + 1;
+   }
+   // False if the block is not from here.
+   bool free(void* memory) noexcept {
+      if (count_.load(std::memory_order_relaxed) == 0) {
+         return false;
+      }
+      Entry* found = nullptr;
+      {
+         const std::lock_guard guard(lock_);
+         Entry** link = &first_;
+         while (*link != nullptr && *link + 1 != memory) {
+            link = &(*link)->next;
+         }
+         found = *link;
+         if (found == nullptr) {
+            return false;
+         }
+         *link = found->next;
+         count_.fetch_sub(1, std::memory_order_relaxed);
+      }
+      std::free(found);
+      return true;
+   }
+
+ private:
+   struct alignas(16) Entry {
+      Entry* next;
+   };
+
+   SpinLock lock_;
+   Entry* first_ = nullptr;
+   std::atomic<std::size_t> count_{0};
+};
+
+constinit Fallbacks fallbacks;
+
+#ifdef ROUTETRIE_FAULT_INJECTION
+
+// Allocations up to and including the one that fails; 0: none fails.
+constinit std::atomic<U64> untilFailure{0};
+
+bool failsNow() noexcept {
+   U64 left = untilFailure.load(std::memory_order_relaxed);
+   while (left != 0) {
+      if (untilFailure.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
+         return left == 1;
+      }
+   }
+   return false;
+}
+
+#else
+
+constexpr bool failsNow() noexcept { return false; }
+
+#endif
+
+}  // namespace
+
+#ifdef ROUTETRIE_FAULT_INJECTION
+void failAt(U64 n) { untilFailure.store(n, std::memory_order_relaxed); }
+#endif
+
+void* slabAlloc(std::size_t size) {
+   void* memory = failsNow() ? nullptr : allocate(size);
+   if (memory == nullptr) {
+      throw std::bad_alloc();
+   }
+   return memory;
+}
+
+void slabFree(void* memory, const std::type_info&) noexcept {
+   if (memory != nullptr) {
+      release(memory);
+   }
+}
+
+void* slabAllocOrStdMalloc(std::size_t size, int pattern) noexcept {
+   if (failsNow()) {
+      return nullptr;
+   }
+   void* memory = allocate(size);
+   if (memory == nullptr) {
+      memory = fallbacks.allocate(size);
+   }
+   if (memory != nullptr && pattern >= 0) {
+      std::memset(memory, pattern, size);
+   }
+   return memory;
+}
+
+void slabFreeOrStdFree(void* memory) noexcept {
+   if (memory != nullptr && !fallbacks.free(memory)) {
+      release(memory);
+   }
+}
+
+Stats stats() { return currentStats(); }
+
+}  // namespace CoreSlab

@@ -1,0 +1,4 @@
+// Tesk: allocation tracking.
+#pragma once
+
+#include "platform/Tesk/AllocTrack.h"
