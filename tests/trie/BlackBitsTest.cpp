@@ -55,7 +55,7 @@ TYPED_TEST(BlackBitsTest, agreesWithASet) {
    SCOPED_TRACE("seed " + std::to_string(seed));
    std::mt19937 random(seed);
    for (int round = 0; round < 60; ++round) {
-      const U32 sparsity = 1 + random() % 40;
+      const auto sparsity = 1 + random() % 40;
       Lengths lengths;
       Lengths others;
       for (U32 length = 1; length <= maxLength; ++length) {

@@ -10,6 +10,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "platform/Corvid/RangeException.h"
 #include "platform/Tesk/AllocTrack.h"
 #include "tests/trie/PatriciaKinds.h"
 
@@ -288,7 +289,7 @@ TEST(PatriciaTrieV6Node, wordBorders) {
 TEST(PatriciaTrieV6Node, maxBlackBitAtABorderLeavesTheWordBehindIt) {
    const auto fresh = [] {
       auto node = std::make_unique<PatriciaTrieV6Node>(128, Ip6Prefix(Corenet::ip6AddrZero, 128), false);
-      for (const U32 length : {32, 33, 64, 65, 97}) {
+      for (const U32 length : {32u, 33u, 64u, 65u, 97u}) {
          node->blackIs(length, true);
       }
       return node;

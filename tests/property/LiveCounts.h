@@ -1,0 +1,49 @@
+// LiveCounts: what the process holds at one moment, to be compared with a later one: live objects and bytes of each
+// class, slab memory that is handed out, and shared records of long prefixes.
+// Tested by tests/property/BatteryTest.cpp.
+#pragma once
+
+#include <fmt/format.h>
+
+#include <map>
+#include <string>
+
+#include "platform/CoreSlab/Slab.h"
+#include "platform/Corenet/PrefixDedup.h"
+#include "platform/Tesk/AllocTrack.h"
+#include "platform/Types.h"
+
+namespace Property {
+
+class LiveCounts {
+  public:
+   LiveCounts() {
+      for (const auto* tracker : Tesk::AllocTrackTypeInfo::all()) {
+         const std::string type(tracker->typeName());
+         counts_["objects of " + type] = tracker->liveObjects();
+         counts_["bytes of " + type] = tracker->liveBytes();
+      }
+      const auto slab = CoreSlab::stats();
+      counts_["slab blocks"] = slab.liveBlocks;
+      counts_["slab bytes"] = slab.liveBytes;
+      counts_["shared records of long prefixes"] = Corenet::PrefixDedup::liveRecords();
+   }
+
+   // What differs now, or nothing. A count that was not known then was 0.
+   std::string changes() const {
+      std::string text;
+      for (const auto& [name, now] : LiveCounts().counts_) {
+         const auto then = counts_.find(name);
+         const U64 before = then == counts_.end() ? 0 : then->second;
+         if (now != before) {
+            text += fmt::format("{}: {} before, {} now; ", name, before, now);
+         }
+      }
+      return text;
+   }
+
+  private:
+   std::map<std::string, U64> counts_;
+};
+
+}  // namespace Property

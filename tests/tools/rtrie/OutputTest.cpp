@@ -1,0 +1,58 @@
+// Output: buffering, and faults of the descriptor.
+#include "tools/rtrie/Output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "Support.h"
+#include "tools/rtrie/Errors.h"
+
+namespace Rtrie {
+namespace {
+
+class OutputTest : public testing::Test {
+  protected:
+   OutputTest() : path_(folder_.file("out", "")), descriptor_(open(path_.c_str(), O_WRONLY)) {}
+   ~OutputTest() override { close(descriptor_); }
+
+   Support::Folder folder_;
+   std::string path_;
+   int descriptor_;
+};
+
+TEST_F(OutputTest, writesWhenFlushed) {
+   Output output(descriptor_);
+   output.text("a");
+   output.format("{}-{}\n", 1, 2);
+   output.lineDone();
+   EXPECT_EQ("", Support::contentOf(path_));
+   output.flush();
+   EXPECT_EQ("a1-2\n", Support::contentOf(path_));
+   output.flush();
+   EXPECT_EQ("a1-2\n", Support::contentOf(path_));
+}
+
+TEST_F(OutputTest, writesOnceThereIsEnough) {
+   Output output(descriptor_);
+   const std::string line(1 << 16, 'x');
+   output.text(line);
+   output.lineDone();
+   EXPECT_EQ(line, Support::contentOf(path_));
+}
+
+TEST(Output, aFullDeviceIsAFault) {
+   const int full = open("/dev/full", O_WRONLY);
+   ASSERT_GE(full, 0);
+   Output output(full);
+   output.text("a");
+   try {
+      output.flush();
+      FAIL();
+   } catch (const DataError& fault) {
+      EXPECT_STREQ("cannot write the output: No space left on device", fault.what());
+   }
+   close(full);
+}
+
+}  // namespace
+}  // namespace Rtrie

@@ -1,0 +1,93 @@
+// StatsCommand: the program, run over small tables.
+#include "tools/rtrie/commands/StatsCommand.h"
+
+#include "Support.h"
+
+namespace Rtrie {
+namespace {
+
+using Support::Ran;
+using Support::rtrie;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+TEST(Stats, bothFamilies) {
+   const Support::Folder folder;
+   const auto table = folder.file("table",
+                                  "10.0.0.0/8\n10.0.0.0/8\n"  // counted once
+                                  "10.1.0.0/16\n"             // on the node of the first
+                                  "192.0.2.0/24\n192.0.3.0/24\n"
+                                  "2001:db8::/32\n");
+   for (const auto& [engine, ipv6NodeBytes] : {std::pair("patricia", 56), std::pair("patricia-compact", 40)}) {
+      SCOPED_TRACE(engine);
+      const Ran ran = rtrie({"stats", "--table", table, "--engine", engine});
+      EXPECT_EQ("", ran.err);
+      EXPECT_EQ(0, ran.status);
+      EXPECT_THAT(ran.out, ContainsRegex("^engine +" + std::string(engine) + "\n"));
+      EXPECT_THAT(ran.out, ContainsRegex("\nroutes +5\n"));
+      EXPECT_THAT(ran.out, ContainsRegex("\nload time +[0-9.]+ s \\([0-9,]+ routes a second\\)\n"));
+
+      const auto ipv6At = ran.out.find("\nIPv6\n");
+      ASSERT_NE(std::string::npos, ipv6At);
+      const std::string ipv4 = ran.out.substr(0, ipv6At);
+      const std::string ipv6 = ran.out.substr(ipv6At);
+      EXPECT_THAT(ipv4, HasSubstr("\nIPv4\n"));
+      EXPECT_THAT(ipv4, ContainsRegex("\n  routes +4\n"));
+      EXPECT_THAT(ipv4, ContainsRegex("\n  nodes +5\n"));
+      EXPECT_THAT(ipv4, ContainsRegex("\n  live bytes +[0-9]+\n"));
+      EXPECT_THAT(ipv4, ContainsRegex("\n  bytes a route +[0-9]+\\.[0-9][0-9]\n"));
+      EXPECT_THAT(ipv4, ContainsRegex("\n    /8 +1  #+\n    /16 +1  #+\n    /24 +2  #{50}\n"));
+      EXPECT_THAT(ipv6, ContainsRegex("\n  routes +1\n"));
+      EXPECT_THAT(ipv6, ContainsRegex("\n  nodes +1\n"));
+      EXPECT_THAT(ipv6, ContainsRegex("\n    /32 +1  #{50}\n"));
+
+      const auto at = ipv6.find("live bytes");
+      ASSERT_NE(std::string::npos, at);
+      EXPECT_GE(std::stoi(ipv6.substr(at + 10)), ipv6NodeBytes);
+   }
+}
+
+TEST(Stats, aFamilyWithoutRoutes) {
+   const Support::Folder folder;
+   const Ran ran = rtrie({"stats", "--table", folder.file("table", "10.0.0.0/8\n")});
+   EXPECT_THAT(ran.out, ContainsRegex("\nIPv6\n  routes +0\n$"));
+   EXPECT_EQ(0, ran.status);
+}
+
+TEST(Stats, badLinesAndTables) {
+   const Support::Folder folder;
+   const auto bad = folder.file("bad", "10.0.0.0/8\n10.0.0.0/33\n");
+   Ran ran = rtrie({"stats", "--table", bad});
+   EXPECT_THAT(ran.out, ContainsRegex("\nroutes +1\n"));
+   EXPECT_EQ("rtrie: " + bad + ":2: prefix length 33 exceeds 32: \"10.0.0.0/33\"\nrtrie: " + bad +
+                ": 1 bad line left out of 2\n",
+             ran.err);
+   EXPECT_EQ(1, ran.status);
+
+   ran = rtrie({"stats", "--strict", "--table", bad});
+   EXPECT_EQ("", ran.out);
+   EXPECT_EQ(1, ran.status);
+
+   ran = rtrie({"stats", "--table", folder.file("empty", "")});
+   EXPECT_THAT(ran.err, testing::EndsWith("empty: the table has no routes\n"));
+   EXPECT_EQ(1, ran.status);
+
+   ran = rtrie({"stats", "--table", bad, "--engine", "radix"});
+   EXPECT_EQ("rtrie: unknown engine \"radix\": known are patricia, patricia-compact\n", ran.err);
+   EXPECT_EQ(2, ran.status);
+
+   ran = rtrie({"stats", "--table", bad, "10.0.0.1"});
+   EXPECT_THAT(ran.err, HasSubstr("10.0.0.1"));
+   EXPECT_EQ(2, ran.status);
+}
+
+TEST(Stats, tableFromStandardInput) {
+   const Ran ran = rtrie({"stats", "--table", "-"}, "10.0.0.0/8\n");
+   EXPECT_THAT(ran.out, ContainsRegex("\nroutes +1\n"));
+   EXPECT_THAT(ran.err, Not(HasSubstr("rtrie")));
+   EXPECT_EQ(0, ran.status);
+}
+
+}  // namespace
+}  // namespace Rtrie

@@ -1,0 +1,68 @@
+// Support: what the tests of rtrie share: a folder for tables, running the program, and routes as text.
+#pragma once
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/Corenet.h"
+#include "tools/rtrie/RouteSet.h"
+#include "tools/rtrie/TableFormat.h"
+
+namespace Rtrie::Support {
+
+// A folder of its own for a test's files, removed with it.
+class Folder {
+  public:
+   Folder();
+   Folder(const Folder&) = delete;
+   Folder& operator=(const Folder&) = delete;
+   ~Folder();
+
+   std::string path(std::string_view name) const { return (folder_ / name).string(); }
+   // Each writes a file and returns its path.
+   std::string file(std::string_view name, std::string_view content) const;
+   std::string gzFile(std::string_view name, std::string_view content) const;
+
+  private:
+   std::filesystem::path folder_;
+};
+
+// The bytes of a .gz with that content.
+std::string gz(std::string_view content);
+std::string contentOf(const std::string& path);
+
+struct Ran {
+   int status = -1;  // exit status; 128 and the number if a signal ended it
+   std::string out;
+   std::string err;
+};
+
+// Runs the built program to its end.
+Ran rtrie(const std::vector<std::string>& arguments, std::string_view input = "");
+
+// "10.0.0.0/8 payload" a route, in the set's order, IPv4 first. Seals the set.
+std::vector<std::string> textOf(RouteSet& routes);
+
+// What a parser makes of some lines: the routes, and the text of each bad line.
+struct Parsed {
+   std::vector<std::string> routes;
+   std::vector<std::string> faults;
+};
+Parsed parsed(LineParser& parser, const std::vector<std::string>& lines);
+
+template <class Parser>
+Parsed parsedBy(const std::vector<std::string>& lines) {
+   Parser parser;
+   return parsed(parser, lines);
+}
+
+inline Corenet::IpGenPrefix prefix(std::string_view text) {
+   return Corenet::IpGenPrefix::fromString(text);
+}
+
+}  // namespace Rtrie::Support
