@@ -24,10 +24,17 @@ class BasicAddrWithMask {
    BasicAddrWithMask() noexcept = default;
    BasicAddrWithMask(const Address& address, U32 maskLength) noexcept : address_(address), maskLength_(maskLength) {}
 
-   // Reads "10.1.2.3/8", host bits and all. Raises Corvid::RangeException that quotes bad text.
+   // Reads "10.1.2.3/8", host bits and all; the mask is at most the width of the address, or 255. Raises
+   // Corvid::RangeException that quotes bad text.
    static Self fromString(std::string_view text) {
       const auto parts = Impl::splitPrefixText(text, PrefixType::width);
-      return Self(Address::fromString(parts.address), parts.length);
+      typename Address::Bits bits;
+      if (!Impl::addressFromText(parts.address, bits)) {
+         Impl::throwBadText(PrefixType::family == AddressFamily::ipv4 ? "not an IPv4 address with a mask"
+                                                                      : "not an IPv6 address with a mask",
+                            text);
+      }
+      return Self(Address(bits), parts.length);
    }
    Corvid::String stringValue() const { return Impl::prefixText(address_.stringValue(), maskLength_); }
 

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstddef>
-#include <cstring>
 #include <iterator>
 
 #include "platform/Corvid/RangeException.h"
@@ -45,8 +44,7 @@ bool parse(int family, std::string_view text, AddressBits<width>& bits) {
    if (text.size() >= sizeof terminated || text.find('\0') != std::string_view::npos) {
       return false;
    }
-   std::memcpy(terminated, text.data(), text.size());
-   terminated[text.size()] = '\0';
+   terminated[text.copy(terminated, text.size())] = '\0';
    U8 bytes[width / 8];
    if (inet_pton(family, terminated, bytes) != 1) {
       return false;

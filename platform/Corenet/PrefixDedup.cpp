@@ -23,9 +23,13 @@ Tesk::AllocTrackTypeInfo* recordTracker = nullptr;
 U32 hashOf(AddressBits<128> bits, U8 length) { return Impl::hashBits(0, bits, length); }
 
 Record* newRecord(AddressBits<128> bits, U8 length, Record* next) {
-   void* memory = CoreSlab::slabAlloc(sizeof(Record));
    Tesk::AllocTrackTypeInfo::_trackAllocationNoOverhead(&recordTracker, typeid(Record), sizeof(Record));
-   return ::new (memory) Record{bits, next, 1, length};
+   try {
+      return ::new (CoreSlab::slabAlloc(sizeof(Record))) Record{bits, next, 1, length};
+   } catch (...) {
+      Tesk::AllocTrackTypeInfo::trackDeallocation(recordTracker);
+      throw;
+   }
 }
 
 void freeRecord(Record* record) noexcept {

@@ -1,5 +1,7 @@
 #include "platform/Corenet/Text.h"
 
+#include <fmt/format.h>
+
 #include <charconv>
 #include <string>
 
@@ -10,7 +12,13 @@ namespace Corenet::Impl {
 void throwBadText(std::string_view fault, std::string_view text) {
    std::string message(fault);
    message += ": \"";
-   message += text;
+   for (const char c : text) {
+      if (const auto byte = static_cast<unsigned char>(c); byte < 0x20 || byte == 0x7f) {
+         message += fmt::format("\\x{:02x}", byte);
+      } else {
+         message += c;
+      }
+   }
    message += '"';
    Corvid::RangeException::throwException(message.c_str());
 }
@@ -24,8 +32,7 @@ AddressAndLength splitPrefixText(std::string_view text, U32 width) {
    const std::string_view digits = text.substr(slash + 1);
    U32 length = 0;
    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), length);
-   const bool isNumber = !digits.empty() && end == digits.data() + digits.size() && digits[0] != '-';
-   if (!isNumber || error == std::errc::invalid_argument) {
+   if (error == std::errc::invalid_argument || end != digits.data() + digits.size()) {
       throwBadText("prefix length is not a number", text);
    }
    if (error == std::errc::result_out_of_range || (length > width && length != nullLength)) {

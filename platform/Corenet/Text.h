@@ -34,7 +34,8 @@ std::ostream& operator<<(std::ostream& out, const T& value) {
 
 namespace Impl {
 
-// Raises Corvid::RangeException with `fault`, a colon and the text in quotes.
+// Raises Corvid::RangeException with `fault`, a colon and the text in quotes, where a control character is spelled
+// \xNN: the message stays one line, and a NUL in the text does not end it.
 [[noreturn]] ROUTETRIE_EXPORT void throwBadText(std::string_view fault, std::string_view text);
 
 struct AddressAndLength {

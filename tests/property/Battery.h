@@ -56,6 +56,14 @@ concept Engine = std::default_initializable<E> && requires(E e, const E& c, cons
    { c.audit() } -> std::same_as<std::string>;
 };
 
+// Names the engines of a typed test.
+struct EngineName {
+   template <class E>
+   static std::string GetName(int) {
+      return std::string(E::name);
+   }
+};
+
 //--- one question ---
 
 inline std::string textOf(bool value) {

@@ -157,7 +157,7 @@ TEST(Workload, keepsTablesNearTheirSizeAndRoutesClose) {
          std::size_t hits = 0;
          std::size_t asked = 0;
          for (const Op& op : Workload(family, mix, 5).ops(4000)) {
-            op.kind == Op::add ? table.add(op.prefix) : op.kind == Op::remove&& table.remove(op.prefix);
+            change(table, op);
             if (op.kind == Op::ask) {
                ++asked;
                hits += table.longestMatch(op.prefix).has_value();

@@ -29,6 +29,13 @@ class LiveCounts {
       counts_["shared records of long prefixes"] = Corenet::PrefixDedup::liveRecords();
    }
 
+   // The counts of a process in which nothing lives.
+   static LiveCounts ofNothing() {
+      LiveCounts none;
+      none.counts_.clear();
+      return none;
+   }
+
    // What differs now, or nothing. A count that was not known then was 0.
    std::string changes() const {
       std::string text;

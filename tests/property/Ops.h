@@ -43,6 +43,16 @@ inline Ops opsOf(const std::string& text) {
    return ops;
 }
 
+// The change that the op makes to an engine or a table; a question makes none.
+template <class Table>
+void change(Table& table, const Op& op) {
+   if (op.kind == Op::add) {
+      table.add(op.prefix);
+   } else if (op.kind == Op::remove) {
+      table.remove(op.prefix);
+   }
+}
+
 struct Fault {
    std::size_t at;    // index of the op that showed it; the number of ops for one that the end showed
    std::string text;  // empty: none

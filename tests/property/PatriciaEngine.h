@@ -170,6 +170,10 @@ using Ipv4CompactEngine = PatriciaEngine<AddressFamily::ipv4, CompactIpPrefix>;
 using Ipv6LegacyEngine = PatriciaEngine<AddressFamily::ipv6, IpGenPrefix>;
 using Ipv6CompactEngine = PatriciaEngine<AddressFamily::ipv6, CompactIpPrefix>;
 
+// For typed tests: one of testing::Types or of another list.
+template <template <class...> class List>
+using PatriciaEngines = List<Ipv4Engine, Ipv4CompactEngine, Ipv6LegacyEngine, Ipv6CompactEngine>;
+
 static_assert(Engine<Ipv4Engine> && Engine<Ipv4CompactEngine> && Engine<Ipv6LegacyEngine> &&
               Engine<Ipv6CompactEngine>);
 

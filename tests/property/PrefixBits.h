@@ -36,8 +36,12 @@ inline bool bitOf(const IpGenPrefix& p, U32 n) {
 inline U32 commonLength(const IpGenPrefix& a, const IpGenPrefix& b) {
    const auto bytesA = bytesOf(a);
    const auto bytesB = bytesOf(b);
+   const U32 limit = std::min(a.len(), b.len());
    U32 n = 0;
-   while (n < a.len() && n < b.len() && bitOf(bytesA, n) == bitOf(bytesB, n)) {
+   while (n + 8 <= limit && bytesA[n / 8] == bytesB[n / 8]) {
+      n += 8;
+   }
+   while (n < limit && bitOf(bytesA, n) == bitOf(bytesB, n)) {
       ++n;
    }
    return n;

@@ -22,14 +22,7 @@ class RandomTest : public testing::Test {
    }
 };
 
-struct EngineName {
-   template <class E>
-   static std::string GetName(int) {
-      return std::string(E::name);
-   }
-};
-
-using Engines = testing::Types<Ipv4Engine, Ipv4CompactEngine, Ipv6LegacyEngine, Ipv6CompactEngine>;
+using Engines = PatriciaEngines<testing::Types>;
 TYPED_TEST_SUITE(RandomTest, Engines, EngineName);
 
 TYPED_TEST(RandomTest, nested) {

@@ -283,6 +283,12 @@ TEST_F(Lookup, badUsageIsOneLine) {
    EXPECT_EQ("rtrie: standard input can be a table only once\n", usage({"--table", "-", "--table", "-", "10.0.0.1"}));
 }
 
+TEST_F(Lookup, aCommandsNameIsAQueryLikeAnyOther) {
+   const Ran ran = lookup({"stats"});
+   EXPECT_EQ("rtrie: not an IPv4 address: \"stats\"\n", ran.err);
+   EXPECT_EQ(1, ran.status);
+}
+
 TEST_F(Lookup, theTableIsRequired) {
    const Ran ran = rtrie({"lookup", "10.0.0.1"});
    EXPECT_EQ("rtrie: --table is required\n", ran.err);

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
+#include <chrono>
 
 namespace Rtrie {
 namespace {
@@ -20,19 +20,26 @@ TEST(Progress, lineOfAPipe) {
 }
 
 TEST(Progress, showsOnlyAfterAWhileAndOnlyIfAsked) {
+   using std::chrono::milliseconds;
+   Progress::Clock::time_point time{};
+   const auto now = [&] { return time; };
    testing::internal::CaptureStderr();
    {
-      Progress shown(true);
-      Progress hidden(false);
+      Progress shown(true, now);
+      Progress hidden(false, now);
+      time += milliseconds(249);
       shown.update("t", 0, 0, 1);  // too early
-      std::this_thread::sleep_for(std::chrono::milliseconds(300));
+      time += milliseconds(1);
       hidden.update("t", 0, 0, 2);
       shown.update("t", 0, 0, 3);
+      time += milliseconds(99);
       shown.update("t", 0, 0, 4);  // too soon after the last
       shown.hide();
-      shown.hide();
+      shown.hide();  // there is nothing to hide any more
+      time += milliseconds(1);
+      shown.update("t", 0, 0, 5);
    }
-   EXPECT_EQ("\rt  3 lines\x1b[K\r\x1b[K", testing::internal::GetCapturedStderr());
+   EXPECT_EQ("\rt  3 lines\x1b[K\r\x1b[K\rt  5 lines\x1b[K\r\x1b[K", testing::internal::GetCapturedStderr());
 }
 
 }  // namespace

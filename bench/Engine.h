@@ -1,0 +1,76 @@
+// Engine: the contract of an adapter, by which one route table takes part in the benchmarks. An adapter is a class
+// template over the family; to add an engine, write one under engines/ and give it a row in Engines.cpp.
+//
+// Keys and queries are in the engine's own form and are prepared before the clock starts; answers are read in the
+// engine's own form too. What an adapter does not declare of parent, longer and matchBulk is not measured.
+#pragma once
+
+#include <concepts>
+#include <cstddef>
+#include <optional>
+#include <span>
+
+#include "bench/Family.h"
+#include "bench/Workload.h"
+#include "platform/Types.h"
+
+namespace Bench {
+
+template <class E, class F>
+concept Engine = std::constructible_from < E,
+        const Workload<F>
+& > &&requires(E engine, const E& asked, const Route<F>& route, typename F::Bits address, U32 id,
+               const typename E::Key& key, const typename E::Query& query, const typename E::Answer& answer,
+               const Workload<F>& work) {
+   // The constructor makes an empty table that can hold the workload's routes.
+   { E::key(route) } -> std::same_as<typename E::Key>;
+   { E::query(address) } -> std::same_as<typename E::Query>;
+
+   // False: the table refused.
+   { engine.insert(key, id) } -> std::same_as<bool>;
+   { engine.erase(key) } -> std::same_as<bool>;
+   // Insertion into the whole table may be too slow to be repeated; it is then loaded once and not
+   // measured. The greatest number of routes up to which it is.
+   { E::mostRoutesForUpdates } -> std::convertible_to<std::size_t>;
+
+   { asked.match(query) } -> std::same_as<typename E::Answer>;
+   // Something that can only be known by having read the answer.
+   { E::token(answer) } -> std::convertible_to<U64>;
+   { E::route(answer, work) } -> std::same_as<std::optional<Route<F>>>;
+
+   // Bytes of the table as it stands, right after it was loaded.
+   { asked.bytes() } -> std::convertible_to<U64>;
+};
+
+// Each deletion takes room away for good, so that withdrawing and announcing routes comes to an end.
+template <class E>
+inline constexpr bool losesRoom = false;
+template <class E>
+requires requires {
+   E::losesRoom;
+}
+inline constexpr bool losesRoom<E> = E::losesRoom;
+
+template <class E>
+concept AnswersExact = requires(const E& asked, const typename E::Key& key) {
+   { asked.exact(key) } -> std::same_as<bool>;
+};
+// Asked only of keys that are routes.
+template <class E>
+concept AnswersParent = requires(const E& asked, const typename E::Key& key) {
+   { asked.parent(key) } -> std::same_as<typename E::Answer>;
+};
+template <class E>
+concept AnswersLonger = requires(const E& asked, const typename E::Key& key) {
+   { asked.longer(key) } -> std::same_as<bool>;
+};
+template <class E, class F>
+concept AnswersBulk = requires(const E& asked, std::span<const typename E::Query> queries,
+                               std::span<typename E::BulkAnswer> answers, const typename E::BulkAnswer& answer,
+                               const Workload<F>& work) {
+   // As many answers as queries, in their order.
+   { asked.matchBulk(queries, answers) } -> std::same_as<void>;
+   { E::bulkRoute(answer, work) } -> std::same_as<std::optional<Route<F>>>;
+};
+
+}  // namespace Bench

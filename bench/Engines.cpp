@@ -1,0 +1,12 @@
+#include "bench/Engines.h"
+
+namespace Bench {
+
+std::span<const EngineRow> engines() {
+   static const std::array rows = {
+      patriciaRow(), patriciaCompactRow(), stdMapRow(), hashByLengthRow(), rteRibRow(), rteFibRow(), rteLpmRow(),
+   };
+   return rows;
+}
+
+}  // namespace Bench

@@ -1,0 +1,307 @@
+// MeasuredEngine: the loops that are timed, each written once for every engine.
+//
+// Updates are timed over the whole table with a clock of their own, which leaves building and destroying out. Lookups
+// are timed in blocks. Each run of a lookup goes on in the list of queries where the run before it stopped.
+#pragma once
+
+#include <fmt/format.h>
+#include <time.h>
+
+#include <array>
+#include <stdexcept>
+#include <vector>
+
+#include "bench/Engine.h"
+#include "bench/Measured.h"
+
+namespace Bench {
+
+template <class F, Engine<F> E>
+class MeasuredEngine final : public Measured {
+  public:
+   using Key = typename E::Key;
+   using Query = typename E::Query;
+   using Answer = typename E::Answer;
+
+   explicit MeasuredEngine(const Workload<F>& work) : work_(work), engine_(work) {
+      for (std::size_t i = 0; i < work.routes.size(); ++i) {
+         if (!engine_.insert(E::key(work.routes[i]), static_cast<U32>(i + 1))) {
+            throw std::runtime_error(fmt::format("route {} was refused", textOf(work.routes[i])));
+         }
+      }
+      // Before keys and queries are made: they may share memory with the table.
+      bytes_ = engine_.bytes();
+      for (const auto& route : work.routes) {
+         keys_.push_back(E::key(route));
+      }
+      for (const auto address : work.inside) {
+         inside_.push_back(E::query(address));
+      }
+      for (const auto address : work.uniform) {
+         uniform_.push_back(E::query(address));
+      }
+   }
+
+   bool offers(Op op) const override {
+      switch (op) {
+         case Op::insert:
+         case Op::erase: return work_.routes.size() <= E::mostRoutesForUpdates;
+         case Op::churn: return work_.routes.size() <= E::mostRoutesForUpdates && !losesRoom<E>;
+         case Op::exact: return AnswersExact<E>;
+         case Op::parent: return AnswersParent<E>;
+         case Op::longer: return AnswersLonger<E>;
+         case Op::matchBulk: return AnswersBulk<E, F>;
+         default: return true;
+      }
+   }
+
+   void run(Op op, benchmark::State& state) override {
+      switch (op) {
+         case Op::insert: return insert(state);
+         case Op::erase: return erase(state);
+         case Op::match: return match(state, inside_);
+         case Op::matchUniform: return match(state, uniform_);
+         case Op::matchChain: return matchChain(state);
+         case Op::matchBulk: return matchBulk(state);
+         case Op::exact: return exact(state);
+         case Op::parent: return parent(state);
+         case Op::longer: return longer(state);
+         case Op::churn: return churn(state);
+         case Op::memory: return memory(state);
+      }
+   }
+
+   std::string check() const override {
+      for (const auto& [query, match, parent, isRoute, longer] : work_.addressChecks) {
+         if (const auto got = E::route(engine_.match(E::query(query.bits)), work_); got != match) {
+            return differs("longest match", query, textOf(got), textOf(match));
+         }
+      }
+      if constexpr (AnswersBulk<E, F>) {
+         if (auto fault = checkBulk(); !fault.empty()) {
+            return fault;
+         }
+      }
+      for (const auto& [query, match, parent, isRoute, longer] : work_.prefixChecks) {
+         const Key key = E::key(query);
+         if constexpr (AnswersExact<E>) {
+            if (engine_.exact(key) != isRoute) {
+               return differs("exact match", query, isRoute ? "no" : "yes", isRoute ? "yes" : "no");
+            }
+         }
+         if constexpr (AnswersParent<E>) {
+            if (isRoute) {
+               if (const auto got = E::route(engine_.parent(key), work_); got != parent) {
+                  return differs("parent", query, textOf(got), textOf(parent));
+               }
+            }
+         }
+         if constexpr (AnswersLonger<E>) {
+            if (engine_.longer(key) != longer) {
+               return differs("longer route", query, longer ? "no" : "yes", longer ? "yes" : "no");
+            }
+         }
+      }
+      return {};
+   }
+
+  private:
+   static constexpr std::size_t burstSize = 32;
+   static_assert(blockSize % burstSize == 0);
+
+   //--- updates ---
+
+   void insert(benchmark::State& state) {
+      for (auto _ : state) {
+         E engine(work_);
+         if (!timed(state, [&] { return insertAll(engine); })) {
+            return state.SkipWithError("an insertion was refused");
+         }
+      }
+      opsAre(state, keys_.size());
+   }
+
+   void erase(benchmark::State& state) {
+      for (auto _ : state) {
+         E engine(work_);
+         bool ok = insertAll(engine);
+         ok &= timed(state, [&] {
+            bool all = true;
+            for (const U32 at : work_.deleteOrder) {
+               all &= engine.erase(keys_[at]);
+            }
+            return all;
+         });
+         if (!ok) {
+            return state.SkipWithError("an update was refused");
+         }
+         if (E::route(engine.match(inside_.front()), work_)) {
+            return state.SkipWithError("routes are left after all were deleted");
+         }
+      }
+      opsAre(state, keys_.size());
+   }
+
+   void churn(benchmark::State& state) {
+      constexpr std::size_t block = 64;
+      bool ok = true;
+      for (auto _ : state) {
+         for (std::size_t i = 0; i < block; ++i) {
+            const U32 at = work_.deleteOrder[churnAt_];
+            churnAt_ = churnAt_ + 1 == work_.deleteOrder.size() ? 0 : churnAt_ + 1;
+            ok &= engine_.erase(keys_[at]);
+            ok &= engine_.insert(keys_[at], at + 1);
+         }
+      }
+      if (!ok) {
+         return state.SkipWithError("an update was refused");
+      }
+      opsAre(state, block);
+   }
+
+   bool insertAll(E& engine) const {
+      bool all = true;
+      for (std::size_t i = 0; i < keys_.size(); ++i) {
+         all &= engine.insert(keys_[i], static_cast<U32>(i + 1));
+      }
+      return all;
+   }
+
+   template <class Work>
+   static bool timed(benchmark::State& state, Work&& work) {
+      const double start = threadSeconds();
+      const bool ok = work();
+      state.SetIterationTime(threadSeconds() - start);
+      return ok;
+   }
+
+   // Seconds that this thread has run: other programs on the machine do not count.
+   static double threadSeconds() {
+      timespec now{};
+      clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+      return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+   }
+
+   //--- lookups ---
+
+   void match(benchmark::State& state, const std::vector<Query>& queries) {
+      inBlocks(state, queries, [&](const Query& query) { return E::token(engine_.match(query)); });
+   }
+
+   void matchChain(benchmark::State& state) {
+      // A zero that neither the compiler nor the processor can foresee.
+      U64 zero = 0;
+      benchmark::DoNotOptimize(zero);
+      for (auto _ : state) {
+         for (std::size_t i = 0; i < blockSize; ++i) {
+            const U64 token = E::token(engine_.match(inside_[at_]));
+            at_ += 1 + (token & zero);
+            at_ = at_ >= inside_.size() ? 0 : at_;
+         }
+      }
+      benchmark::DoNotOptimize(at_);
+      at_ = at_ / blockSize * blockSize;
+      opsAre(state, blockSize);
+   }
+
+   void matchBulk(benchmark::State& state) {
+      if constexpr (AnswersBulk<E, F>) {
+         std::array<typename E::BulkAnswer, burstSize> answers;
+         for (auto _ : state) {
+            for (std::size_t i = 0; i < blockSize; i += burstSize) {
+               engine_.matchBulk(std::span(inside_).subspan(at_ + i, burstSize), answers);
+               benchmark::DoNotOptimize(answers);
+            }
+            nextBlock(inside_.size());
+         }
+         opsAre(state, blockSize);
+      }
+   }
+
+   void exact(benchmark::State& state) {
+      if constexpr (AnswersExact<E>) {
+         inBlocks(state, work_.asked, [&](U32 at) { return U64{engine_.exact(keys_[at])}; });
+      }
+   }
+   void parent(benchmark::State& state) {
+      if constexpr (AnswersParent<E>) {
+         inBlocks(state, work_.asked, [&](U32 at) { return E::token(engine_.parent(keys_[at])); });
+      }
+   }
+   void longer(benchmark::State& state) {
+      if constexpr (AnswersLonger<E>) {
+         inBlocks(state, work_.asked, [&](U32 at) { return U64{engine_.longer(keys_[at])}; });
+      }
+   }
+
+   template <class Item, class Ask>
+   void inBlocks(benchmark::State& state, const std::vector<Item>& items, Ask&& ask) {
+      for (auto _ : state) {
+         U64 sum = 0;
+         for (std::size_t i = 0; i < blockSize; ++i) {
+            sum += ask(items[at_ + i]);
+         }
+         benchmark::DoNotOptimize(sum);
+         nextBlock(items.size());
+      }
+      opsAre(state, blockSize);
+   }
+   void nextBlock(std::size_t size) {
+      at_ += blockSize;
+      at_ = at_ >= size ? 0 : at_;
+   }
+
+   void memory(benchmark::State& state) {
+      for (auto _ : state) {
+      }
+      state.counters["bytes"] = static_cast<double>(bytes_) / static_cast<double>(work_.routes.size());
+   }
+
+   static void opsAre(benchmark::State& state, std::size_t perIteration) {
+      state.counters["ops"] = static_cast<double>(perIteration);
+   }
+
+   //--- comparing with the oracle ---
+
+   std::string checkBulk() const {
+      std::vector<Query> queries;
+      for (const auto& check : work_.addressChecks) {
+         queries.push_back(E::query(check.query.bits));
+      }
+      std::array<typename E::BulkAnswer, burstSize> answers;
+      for (std::size_t at = 0; at < queries.size(); at += burstSize) {
+         const auto burst = std::span<const Query>(queries).subspan(at, std::min(burstSize, queries.size() - at));
+         engine_.matchBulk(burst, std::span(answers).first(burst.size()));
+         for (std::size_t i = 0; i < burst.size(); ++i) {
+            const auto& check = work_.addressChecks[at + i];
+            if (const auto got = E::bulkRoute(answers[i], work_); got != check.match) {
+               return differs("longest match in a burst", check.query, textOf(got), textOf(check.match));
+            }
+         }
+      }
+      return {};
+   }
+
+   static std::string differs(std::string_view what, const Route<F>& query, const std::string& got,
+                              const std::string& expected) {
+      return fmt::format("{} of {}: {} instead of {}", what, textOf(query), got, expected);
+   }
+   static std::string textOf(const std::optional<Route<F>>& route) { return route ? Bench::textOf(*route) : "none"; }
+
+   const Workload<F>& work_;
+   E engine_;
+   U64 bytes_ = 0;
+   std::vector<Key> keys_;  // of work_.routes
+   std::vector<Query> inside_;
+   std::vector<Query> uniform_;
+   std::size_t at_ = 0;  // the next query, at the start of a block
+   std::size_t churnAt_ = 0;
+};
+
+// The maker of a row in Engines.cpp.
+template <class F, Engine<F> E>
+std::unique_ptr<Measured> makeMeasured(const Workload<F>& work) {
+   return std::make_unique<MeasuredEngine<F, E>>(work);
+}
+
+}  // namespace Bench

@@ -1,0 +1,45 @@
+// Op: what is measured, by name. To add one, give it a row here and a function of the same name in MeasuredEngine.h.
+#pragma once
+
+#include <array>
+#include <string_view>
+
+#include "platform/Types.h"
+
+namespace Bench {
+
+enum class Op : U8 {
+   insert,
+   erase,
+   match,
+   matchUniform,
+   matchChain,
+   matchBulk,
+   exact,
+   parent,
+   longer,
+   churn,
+   memory,
+};
+
+struct OpRow {
+   Op op;
+   std::string_view name;
+   std::string_view summary;
+};
+
+inline constexpr std::array opRows = {
+   OpRow{Op::insert, "insert", "all routes in shuffled order into an empty table"},
+   OpRow{Op::erase, "delete", "all routes in another order until the table is empty"},
+   OpRow{Op::match, "match", "longest match of random addresses inside random routes, independent of each other"},
+   OpRow{Op::matchUniform, "match_uniform", "the same, of addresses anywhere in the address space"},
+   OpRow{Op::matchChain, "match_chain", "as match, but which query comes next depends on the answer before: latency"},
+   OpRow{Op::matchBulk, "match_bulk", "as match, handed over 32 at a time to engines that take a burst"},
+   OpRow{Op::exact, "exact", "whether a prefix is a route; asked of routes"},
+   OpRow{Op::parent, "parent", "the longest shorter route; asked of routes"},
+   OpRow{Op::longer, "longer", "whether there is a longer route beneath; asked of routes"},
+   OpRow{Op::churn, "churn", "a route withdrawn from the loaded table and announced again, both together"},
+   OpRow{Op::memory, "memory", "bytes a route, once loaded"},
+};
+
+}  // namespace Bench

@@ -1,0 +1,34 @@
+// Options: what the command line asks for.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "bench/Engines.h"
+#include "bench/Op.h"
+
+namespace Bench {
+
+struct Size {
+   std::string name;
+   std::size_t routes;  // at most; the whole table if it has fewer
+};
+
+struct Options {
+   std::string table;  // empty: look for one
+   std::vector<Size> sizes;
+   std::vector<std::string> families;
+   std::vector<OpRow> ops;
+   std::vector<EngineRow> engines;
+   int repetitions = 3;
+   double minSeconds = 0.05;  // of each repetition
+   std::size_t checks = 10000;
+   std::string json;  // empty: none
+};
+
+// Nothing if the command line asks for help, or is wrong: that was then told, and `status` is what to exit with.
+std::optional<Options> optionsOf(int argc, char** argv, int& status);
+
+}  // namespace Bench

@@ -1,0 +1,85 @@
+// Patricia: the library's Patricia trie as an engine, through the calls of one prefix type: IpGenPrefix, or
+// CompactIpPrefix, which for IPv6 selects another class of node.
+#pragma once
+
+#include <concepts>
+#include <optional>
+
+#include "bench/Engine.h"
+#include "platform/Corenet.h"
+#include "tools/rtrie/TableSet.h"
+#include "trie/PatriciaTrie.h"
+
+namespace Bench {
+
+template <class F, Routing::RoutePrefix PrefixType>
+class Patricia {
+  public:
+   using Key = PrefixType;
+   using Query = PrefixType;
+   using Answer = PrefixType;
+   static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
+
+   explicit Patricia(const Workload<F>&)
+      : bytesBefore_(Rtrie::trackedBytes()), trie_(Routing::patriciaTrieFactory(F::af, isCompact)) {}
+
+   static Key key(const Route<F>& route) { return Key(route.prefix()); }
+   static Query query(typename F::Bits address) { return Key(F::Prefix::cut(address, F::width)); }
+
+   bool insert(const Key& key, U32) {
+      if constexpr (isCompact) {
+         trie_->updateRouteCompact(key, nullptr);
+      } else {
+         trie_->updateRoute(key, nullptr);
+      }
+      return true;
+   }
+   bool erase(const Key& key) {
+      if constexpr (isCompact) {
+         return trie_->deleteRouteCompact(key, nullptr, nullptr);
+      } else {
+         return trie_->deleteRoute(key, nullptr, nullptr);
+      }
+   }
+
+   Answer match(const Query& query) const {
+      if constexpr (isCompact) {
+         return trie_->longestMatchCommonCompact(query, nullptr, nullptr);
+      } else {
+         return trie_->longestMatchCommon(query, nullptr, nullptr);
+      }
+   }
+   bool exact(const Key& key) const { return match(key) == key; }
+   Answer parent(const Key& key) const {
+      if constexpr (isCompact) {
+         return trie_->findParentCommonCompact(key, nullptr, nullptr);
+      } else {
+         return trie_->findParentCommon(key, nullptr, nullptr);
+      }
+   }
+   bool longer(const Key& key) const {
+      if constexpr (isCompact) {
+         return trie_->longerRoutePresentCommonCompact(key);
+      } else {
+         return trie_->longerRoutePresentCommon(key);
+      }
+   }
+
+   static U64 token(const Answer& answer) { return answer.len(); }
+   static std::optional<Route<F>> route(const Answer& answer, const Workload<F>&) {
+      if (answer.af() == Corenet::AddressFamily::none) {
+         return {};
+      }
+      return Route<F>{answer.template bits<F::width>(), answer.len()};
+   }
+
+   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
+
+  private:
+   static constexpr bool isCompact = std::same_as<PrefixType, Corenet::CompactIpPrefix>;
+
+   const U64 bytesBefore_;
+   const Corvid::Ptr<Routing::PatriciaTrie> trie_;
+};
+
+}  // namespace Bench

@@ -1,0 +1,40 @@
+// StdMap: routes in one std::map; a longest match scans the lengths that are present, each a search of the map.
+#pragma once
+
+#include <functional>
+#include <map>
+
+#include "bench/engines/ByLength.h"
+
+namespace Bench {
+
+template <class F>
+class StdMap : public ByLength<StdMap<F>, F> {
+  public:
+   explicit StdMap(const Workload<F>&) {}
+
+   bool insert(const Route<F>& route, U32 id) {
+      const bool isNew = routes_.emplace(route, id).second;
+      this->lengths_.routeAdded(route.length);
+      return isNew;
+   }
+   bool erase(const Route<F>& route) {
+      this->lengths_.routeDeleted(route.length);
+      return routes_.erase(route) == 1;
+   }
+
+   U32 idOf(const Route<F>& route) const {
+      const auto found = routes_.find(route);
+      return found == routes_.end() ? 0 : found->second;
+   }
+   // A route stands right before those that it covers.
+   bool longer(const Route<F>& route) const {
+      const auto next = routes_.upper_bound(route);
+      return next != routes_.end() && route.covers(next->first);
+   }
+
+  private:
+   std::map<Route<F>, U32, std::less<>, CountedAllocator<std::pair<const Route<F>, U32>>> routes_;
+};
+
+}  // namespace Bench

@@ -1,0 +1,34 @@
+# RoutetrieInstall: what `cmake --install` leaves behind: the library, its headers under include/routetrie, the
+# command, and what find_package(routetrie) and pkg-config read. tests/install builds a project on it.
+if(NOT ROUTETRIE_INSTALL)
+   return()
+endif()
+include(CMakePackageConfigHelpers)
+
+set(configDir "${CMAKE_INSTALL_LIBDIR}/cmake/routetrie")
+
+install(TARGETS routetrie EXPORT routetrieTargets
+   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+foreach(folder platform trie)
+   install(DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}"
+      DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/routetrie"
+      FILES_MATCHING PATTERN "*.h")
+endforeach()
+install(EXPORT routetrieTargets NAMESPACE routetrie:: DESTINATION "${configDir}")
+
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/routetrieConfig.cmake.in"
+   "${PROJECT_BINARY_DIR}/routetrieConfig.cmake" INSTALL_DESTINATION "${configDir}")
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/routetrieConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/routetrieConfig.cmake" "${PROJECT_BINARY_DIR}/routetrieConfigVersion.cmake"
+   DESTINATION "${configDir}")
+
+# The prefix that `cmake --install --prefix` is given is not known here, so routetrie.pc finds its own from where it lies.
+file(RELATIVE_PATH ROUTETRIE_PC_TO_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
+configure_file("${PROJECT_SOURCE_DIR}/cmake/routetrie.pc.in" "${PROJECT_BINARY_DIR}/routetrie.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/routetrie.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+
+# tools/rtrie installs the command, which finds the library beside itself, wherever the two were put.
+if(TARGET rtrie)
+   file(RELATIVE_PATH binToLib "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+   set_target_properties(rtrie PROPERTIES INSTALL_RPATH "$ORIGIN/${binToLib}")
+endif()

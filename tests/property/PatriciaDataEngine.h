@@ -1,0 +1,129 @@
+// PatriciaDataEngine: a PatriciaTrie whose routes have payloads, behind the battery's adapter. Every route gets an object
+// of its own, and an answer counts only if it comes with the object of its route: otherwise the adapter leaves the route
+// out, which the battery notices.
+// Tested by tests/property/NodeDataTest.cpp.
+#pragma once
+
+#include <map>
+
+#include "tests/property/PatriciaEngine.h"
+#include "trie/PatriciaTrieData.h"
+
+namespace Property {
+
+using DataPtr = Corvid::Ptr<Routing::PrefixData>;
+using ContainerPtr = Corvid::Ptr<Routing::PrefixDataContainer>;
+
+// Collects the routes that a search reports, with their payloads.
+template <class PrefixType>
+class CoveringCb : public PatriciaCalls<PrefixType>::WalkCb {
+  public:
+   struct Reported {
+      IpGenPrefix prefix;
+      const Routing::PrefixData* data;
+   };
+   bool handlePrefixData(const PrefixType& p, const Routing::PrefixData* data) override {
+      reported.push_back({PatriciaCalls<PrefixType>::general(p), data});
+      return false;  // what it says is ignored
+   }
+   std::vector<Reported> reported;
+};
+
+template <AddressFamily familyValue, class PrefixType>
+class PatriciaDataEngine {
+  public:
+   using Calls = PatriciaCalls<PrefixType>;
+   using Plain = PatriciaEngine<familyValue, PrefixType>;
+   static constexpr AddressFamily family = familyValue;
+   static constexpr std::string_view name = Plain::name;
+   static constexpr U32 abilities = parentAbility | longerAbility | coveringAbility;
+   // The default route and its payload are a derived class's affair: here it can be added and not removed.
+   static constexpr Habits habits{
+      .longerOfDefaultIsFalse = true, .removeOfDefaultIsTrue = true, .defaultStays = true, .countsBranches = true};
+
+   PatriciaDataEngine() { trie().nodeDataEnabledIs(true); }
+
+   void add(const IpGenPrefix& p) {
+      const DataPtr data = Routing::prefixDataFactory();
+      (trie().*Calls::add)(PrefixType(p), data);
+      tree_.add(p);
+      if (p.len() != 0) {
+         payloads_[p] = data;
+      }
+   }
+   // The wrong result if the payload that comes back is not the route's, or if one comes back for an absent route.
+   bool remove(const IpGenPrefix& p) {
+      const DataPtr expected = p.len() == 0 ? nullptr : payloadOf(p);
+      const ContainerPtr container = Routing::prefixDataContainerFactory();
+      const bool found = (trie().*Calls::remove)(PrefixType(p), nullptr, container);
+      if (p.len() != 0) {
+         tree_.remove(p);
+         payloads_.erase(p);
+      }
+      return container->prefixData() == expected ? found : !found;
+   }
+   std::size_t routes() const { return trie().routes(); }
+
+   bool exact(const IpGenPrefix& p) const {
+      return p.len() == 0 ? trie().isDefaultRoutePresent() : longestMatch(p) == MaybePrefix(p);
+   }
+   MaybePrefix longestMatch(const IpGenPrefix& p) const {
+      const ContainerPtr container = Routing::prefixDataContainerFactory();
+      const MaybePrefix found = known((trie().*Calls::longestMatch)(PrefixType(p), container, nullptr));
+      return found && container->prefixData() == payloadOf(*found) ? found : std::nullopt;
+   }
+   // For a route the container gets the route's own payload, else the answer's.
+   MaybePrefix parent(const IpGenPrefix& p) const {
+      const ContainerPtr container = Routing::prefixDataContainerFactory();
+      const MaybePrefix found = known((trie().*Calls::parent)(PrefixType(p), container, nullptr));
+      if (!found || found->len() == Corenet::nullPrefixLength) {
+         return std::nullopt;
+      }
+      return container->prefixData() == (payloads_.contains(p) ? payloadOf(p) : payloadOf(*found)) ? found
+                                                                                                   : std::nullopt;
+   }
+   bool longer(const IpGenPrefix& p) const { return (trie().*Calls::longer)(PrefixType(p)); }
+   bool mayCountAsLonger(const IpGenPrefix& p) const { return tree_.isOnBranch(p); }
+
+   // As a callback sees them; the default route is never among them.
+   PrefixList covering(const IpGenPrefix& p) const {
+      const auto callback = Corvid::ptrIsImpl<CoveringCb<PrefixType>>();
+      (trie().*Calls::longestMatch)(PrefixType(p), nullptr, callback.get());
+      PrefixList list(trie().isDefaultRoutePresent() ? 1 : 0, prefixOf(family, {}, 0));
+      for (const auto& [prefix, data] : callback->reported) {
+         if (payloadOf(prefix) == data) {
+            list.push_back(prefix);
+         }
+      }
+      return list;
+   }
+
+   std::string audit() const {
+      const std::string fault = trie().audit();
+      return fault.empty() ? treeFault(trie(), tree_) : fault;
+   }
+   std::string shape() const { return tree_.shape(); }
+   PatriciaTrie& trie() const { return *trie_; }
+
+  private:
+   static MaybePrefix known(const PrefixType& answer) {
+      const IpGenPrefix p = Calls::general(answer);
+      return p == IpGenPrefix() ? std::nullopt : MaybePrefix(p);
+   }
+   // Null for the default route, whose payload no search touches.
+   DataPtr payloadOf(const IpGenPrefix& p) const {
+      const auto place = payloads_.find(p);
+      return place == payloads_.end() ? nullptr : place->second;
+   }
+
+   TriePtr trie_ = Routing::patriciaTrieFactory(family, Plain::isCompact);
+   SlowTree tree_;
+   std::map<IpGenPrefix, DataPtr> payloads_;
+};
+
+template <template <class...> class List>
+using PatriciaDataEngines = List<
+   PatriciaDataEngine<AddressFamily::ipv4, IpGenPrefix>, PatriciaDataEngine<AddressFamily::ipv4, CompactIpPrefix>,
+   PatriciaDataEngine<AddressFamily::ipv6, IpGenPrefix>, PatriciaDataEngine<AddressFamily::ipv6, CompactIpPrefix>>;
+
+}  // namespace Property

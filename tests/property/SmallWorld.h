@@ -1,0 +1,204 @@
+// SmallWorld: the 31 prefixes of addresses of four bits, and every set of up to three of them, added in every order and
+// removed in every order, with every question after each step.
+//
+// The four bits stand at a place of an address, behind fixed bits; at place 0 the shortest prefix is the default route.
+//
+// An engine that can tell its shape is asked once for each shape, unless ROUTETRIE_FULL=1; its soundness is checked at
+// each step all the same.
+// Tested by tests/property/SmallWorldTest.cpp.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <map>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "tests/property/Ops.h"
+#include "tests/property/Scale.h"
+
+namespace Property {
+
+template <Engine E>
+class SmallWorld {
+  public:
+   static constexpr U32 worldBits = 4;
+
+   explicit SmallWorld(U32 offset) {
+      for (U32 length = 0; length <= worldBits; ++length) {
+         for (U32 value = 0; value < (1U << length); ++value) {
+            prefixes_.push_back(prefixAt(offset, length, value));
+         }
+      }
+      questions_ = prefixes_;
+      const U32 width = widthOf(E::family);
+      for (const U32 length : {0U, 1U, offset > 0 ? offset - 1 : 0}) {
+         questions_.push_back(cut(prefixes_[0], length));
+      }
+      if (offset > 0) {
+         questions_.push_back(flipped(prefixes_[1], offset - 1));
+         questions_.push_back(flipped(prefixes_[1], 0));
+      }
+      for (U32 value = 0; value < 16 && offset + worldBits < width; ++value) {
+         const auto p = prefixAt(offset, worldBits, value);
+         questions_.push_back(cut(p, p.len() + 1U));
+         questions_.push_back(flipped(cut(p, width), width - 1));
+      }
+   }
+
+   // The first fault with the ops that lead to it, or nothing.
+   std::string run() {
+      for (std::size_t size = 1; size <= 3 && fault_.empty(); ++size) {
+         std::vector<std::size_t> chosen;
+         addEach(size, chosen);
+      }
+      return fault_;
+   }
+   std::size_t states() const { return states_; }
+   std::size_t shapes() const { return shapes_.size(); }
+
+  private:
+   using Chosen = std::vector<std::size_t>;  // indices into prefixes_, in the order of adding
+
+   // Bits before the world are such that neighbours differ; bit 0 is 1.
+   static IpGenPrefix prefixAt(U32 offset, U32 length, U32 value) {
+      std::array<U8, 16> bytes;
+      for (std::size_t i = 0; i < bytes.size(); ++i) {
+         bytes[i] = static_cast<U8>(0xa6 + 37 * i);
+      }
+      bytes = bytesOf(prefixOf(Corenet::ipv6, bytes, offset));
+      for (U32 n = 0; n < length; ++n) {
+         if ((value >> (length - 1 - n) & 1) != 0) {
+            bytes[(offset + n) / 8] = static_cast<U8>(bytes[(offset + n) / 8] | 0x80U >> (offset + n) % 8);
+         }
+      }
+      return prefixOf(E::family, bytes, offset + length);
+   }
+
+   void addEach(std::size_t size, Chosen& chosen) {
+      if (chosen.size() == size) {
+         removeInEveryOrder(chosen);
+         return;
+      }
+      for (std::size_t i = 0; i < prefixes_.size() && fault_.empty(); ++i) {
+         if (std::find(chosen.begin(), chosen.end(), i) == chosen.end()) {
+            chosen.push_back(i);
+            addEach(size, chosen);
+            chosen.pop_back();
+         }
+      }
+   }
+
+   void removeInEveryOrder(const Chosen& chosen) {
+      ops_.clear();
+      {
+         E engine;
+         addAll(engine, chosen);
+         check(engine, maskOf(chosen));
+      }
+      Chosen order = chosen;
+      std::sort(order.begin(), order.end());
+      do {
+         ops_.clear();
+         E engine;
+         addAll(engine, chosen);
+         U32 mask = maskOf(chosen);
+         for (const std::size_t i : order) {
+            ops_.push_back({Op::remove, prefixes_[i]});
+            if (!engine.remove(prefixes_[i])) {
+               fail("remove: found no");
+            }
+            mask &= stays(prefixes_[i]) ? ~0U : ~(1U << i);
+            check(engine, mask);
+         }
+      } while (fault_.empty() && std::next_permutation(order.begin(), order.end()));
+   }
+
+   void addAll(E& engine, const Chosen& chosen) {
+      for (const std::size_t i : chosen) {
+         ops_.push_back({Op::add, prefixes_[i]});
+         engine.add(prefixes_[i]);
+      }
+   }
+
+   static bool stays(const IpGenPrefix& p) { return E::habits.defaultStays && p.len() == 0; }
+   static U32 maskOf(const Chosen& chosen) {
+      U32 mask = 0;
+      for (const std::size_t i : chosen) {
+         mask |= 1U << i;
+      }
+      return mask;
+   }
+
+   void check(E& engine, U32 mask) {
+      ++states_;
+      fail(engine.audit());
+      if (engine.routes() != static_cast<std::size_t>(std::popcount(mask))) {
+         fail("routes: found " + std::to_string(engine.routes()));
+      }
+      if (isNewShape(engine)) {
+         const auto& answers = answersOf(mask);
+         for (std::size_t i = 0; i < questions_.size() && fault_.empty(); ++i) {
+            fail(faultAt(engine, questions_[i], answers[i]));
+         }
+         changeNothing(engine, mask);
+      }
+   }
+
+   // Adds what is there and removes what is not.
+   void changeNothing(E& engine, U32 mask) {
+      for (std::size_t i = 0; i < prefixes_.size() && fault_.empty(); ++i) {
+         if ((mask >> i & 1) != 0) {
+            engine.add(prefixes_[i]);
+         } else if (engine.remove(prefixes_[i]) != (E::habits.removeOfDefaultIsTrue && prefixes_[i].len() == 0)) {
+            fail("remove of the absent " + textOf(MaybePrefix(prefixes_[i])));
+         }
+      }
+      fail(engine.audit());
+      if (engine.routes() != static_cast<std::size_t>(std::popcount(mask))) {
+         fail("adding what is there and removing what is not changed routes()");
+      }
+   }
+
+   bool isNewShape(const E& engine) {
+      if constexpr (requires { engine.shape(); }) {
+         return shapes_.insert(engine.shape()).second || isFull_;
+      }
+      return true;
+   }
+
+   const std::vector<Answers>& answersOf(U32 mask) {
+      auto [place, isNew] = answers_.try_emplace(mask);
+      if (isNew) {
+         SlowTable table;
+         for (std::size_t i = 0; i < prefixes_.size(); ++i) {
+            if ((mask >> i & 1) != 0) {
+               table.add(prefixes_[i]);
+            }
+         }
+         for (const auto& p : questions_) {
+            place->second.emplace_back(table, p);
+         }
+      }
+      return place->second;
+   }
+
+   void fail(const std::string& fault) {
+      if (fault_.empty() && !fault.empty()) {
+         fault_ = fault + "\nafter " + textOf(ops_);
+      }
+   }
+
+   PrefixList prefixes_;
+   PrefixList questions_;
+   const bool isFull_ = isFull();
+   std::map<U32, std::vector<Answers>> answers_;  // by the set of routes, a bit each
+   std::unordered_set<std::string> shapes_;
+   std::size_t states_ = 0;
+   Ops ops_;
+   std::string fault_;
+};
+
+}  // namespace Property

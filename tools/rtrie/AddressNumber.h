@@ -1,0 +1,44 @@
+// AddressNumber: addresses as numbers in host order, 32 or 128 bits wide, so that ranges and sorting are arithmetic.
+// The text and validity of addresses stay with Corenet.
+//
+// Tested by tests/tools/rtrie/RangeCutTest.cpp.
+#pragma once
+
+#include <bit>
+
+#include "platform/Corenet.h"
+#include "platform/Types.h"
+
+namespace Rtrie {
+
+using Corenet::U128;
+
+template <class Number>
+inline constexpr unsigned widthBits = sizeof(Number) * 8;
+
+inline U32 numberOf(const Corenet::IpAddr& address) {
+   return address.bits().word();
+}
+inline U128 numberOf(const Corenet::Ip6Addr& address) {
+   return address.bits().word();
+}
+
+// Requires: no bit set at or past lengthBits; Corvid::RangeException otherwise.
+inline Corenet::IpGenPrefix prefixOf(U32 number, U8 lengthBits) {
+   return Corenet::Prefix(Corenet::IpAddr(Corenet::AddressBits<32>(number)), lengthBits);
+}
+inline Corenet::IpGenPrefix prefixOf(U128 number, U8 lengthBits) {
+   return Corenet::Ip6Prefix(Corenet::Ip6Addr(Corenet::AddressBits<128>(number)), lengthBits);
+}
+
+// Zero bits below the lowest set one; the whole width for 0.
+inline unsigned trailingZeros(U32 number) {
+   return static_cast<unsigned>(std::countr_zero(number));
+}
+inline unsigned trailingZeros(U128 number) {
+   const auto low = static_cast<U64>(number);
+   const auto high = static_cast<U64>(number >> 64);
+   return static_cast<unsigned>(low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(high));
+}
+
+}  // namespace Rtrie

@@ -1,0 +1,40 @@
+// ByteSource: where lines come from. A table file, plain or .gz, or a descriptor that is read as it comes.
+//
+// Tested by tests/tools/rtrie/ByteSourceTest.cpp.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/Types.h"
+
+namespace Rtrie {
+
+class ByteSource {
+  public:
+   virtual ~ByteSource() = default;
+
+   // Reads at most room bytes and returns how many; 0 at the end. Raises DataError, whose text starts with the
+   // name, if the bytes cannot be read: truncated or corrupt .gz, a fault of the device.
+   virtual std::size_t read(char* to, std::size_t room) = 0;
+
+   // Bytes of the file used so far, compressed ones for .gz.
+   virtual U64 position() const { return 0; }
+   // Bytes of the whole file, 0 if that is not known beforehand (a pipe).
+   virtual U64 size() const { return 0; }
+};
+
+// A table: "-" is standard input. Whether it is .gz is told from its first bytes, not from its name.
+// Raises DataError if it cannot be opened.
+std::unique_ptr<ByteSource> openTable(const std::string& path);
+
+// How a table is named in messages: the path as given, "<stdin>" for "-".
+std::string tableName(const std::string& path);
+
+// A descriptor, not closed by this object; what is there is returned at once. beforeWait is called before each
+// read, which may have to wait: the place to show what is known so far.
+std::unique_ptr<ByteSource> descriptorSource(int descriptor, std::string name, std::function<void()> beforeWait);
+
+}  // namespace Rtrie

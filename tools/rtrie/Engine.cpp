@@ -1,0 +1,27 @@
+#include "tools/rtrie/Engine.h"
+
+#include "tools/rtrie/engines/PatriciaTable.h"
+
+namespace Rtrie {
+namespace {
+
+template <class Table>
+constexpr Engine engine(std::string_view name, std::string_view summary, bool ipv4 = true, bool ipv6 = true) {
+   return {
+      name, summary, ipv4, ipv6, answeredBy<Table>(), [](Corenet::AddressFamily af) -> std::unique_ptr<RouteTable> {
+         return std::make_unique<Table>(af);
+      }};
+}
+
+constexpr Engine rows[] = {
+   engine<PatriciaTable>("patricia", "Patricia trie with whole addresses in its nodes"),
+   engine<CompactPatriciaTable>("patricia-compact", "Patricia trie with one-word prefixes in its IPv6 nodes"),
+};
+
+}  // namespace
+
+std::span<const Engine> engines() {
+   return rows;
+}
+
+}  // namespace Rtrie

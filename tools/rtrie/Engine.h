@@ -1,0 +1,33 @@
+// Engine: a way to keep routes, by name. To add one, write its RouteTable under engines/ and give it a row in
+// Engine.cpp.
+//
+// Tested by tests/tools/rtrie/EngineTest.cpp.
+#pragma once
+
+#include <memory>
+#include <span>
+#include <string_view>
+
+#include "platform/Corenet.h"
+#include "tools/rtrie/RouteTable.h"
+
+namespace Rtrie {
+
+struct Engine {
+   std::string_view name;
+   std::string_view summary;
+   bool ipv4;
+   bool ipv6;
+   Questions answers;
+   // A new, empty table. Requires: holds(af).
+   std::unique_ptr<RouteTable> (*make)(Corenet::AddressFamily af);
+
+   bool holds(Corenet::AddressFamily af) const {
+      return af == Corenet::AddressFamily::ipv4 ? ipv4 : af == Corenet::AddressFamily::ipv6 && ipv6;
+   }
+};
+
+// The first is the default.
+std::span<const Engine> engines();
+
+}  // namespace Rtrie

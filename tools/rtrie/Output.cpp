@@ -1,0 +1,25 @@
+#include "tools/rtrie/Output.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "tools/rtrie/Errors.h"
+
+namespace Rtrie {
+
+void Output::flush() {
+   std::string_view rest(buffer_.data(), buffer_.size());
+   while (!rest.empty()) {
+      const ssize_t written = write(descriptor_, rest.data(), rest.size());
+      if (written >= 0) {
+         rest.remove_prefix(static_cast<std::size_t>(written));
+      } else if (errno != EINTR) {
+         throw DataError(fmt::format("cannot write the output: {}", std::strerror(errno)));
+      }
+   }
+   buffer_.clear();
+}
+
+}  // namespace Rtrie

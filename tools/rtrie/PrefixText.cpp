@@ -1,0 +1,64 @@
+#include "tools/rtrie/PrefixText.h"
+
+#include <fmt/format.h>
+
+#include <string>
+
+#include "platform/Corvid/RangeException.h"
+#include "tools/rtrie/AddressNumber.h"
+#include "tools/rtrie/Errors.h"
+
+namespace Rtrie {
+namespace {
+
+Corenet::IpGenPrefix parsed(std::string_view text) {
+   if (text.find('/') != std::string_view::npos) {
+      return Corenet::IpGenPrefix::fromString(text);
+   }
+   if (text.find(':') != std::string_view::npos) {
+      return prefixOf(numberOf(Corenet::Ip6Addr::fromString(text)), 128);
+   }
+   return prefixOf(numberOf(Corenet::IpAddr::fromString(text)), 32);
+}
+
+}  // namespace
+
+Corenet::IpGenPrefix prefixOfText(std::string_view text) {
+   Corenet::IpGenPrefix prefix;
+   try {
+      prefix = parsed(text);
+   } catch (const Corvid::RangeException& error) {
+      const std::string_view what = error.what();
+      // The validity rule's own words are for programmers.
+      if (what.find("validAsPrefix") != std::string_view::npos) {
+         throw BadText(fmt::format("address has bits set past the prefix length: \"{}\"", text));
+      }
+      throw BadText(error.what());
+   }
+   // The library reads 255 as the null prefix, which no table and no query means.
+   const unsigned width = prefix.af() == Corenet::AddressFamily::ipv6 ? 128 : 32;
+   if (prefix.len() > width) {
+      throw BadText(fmt::format("prefix length {} exceeds {}: \"{}\"", prefix.len(), width, text));
+   }
+   return prefix;
+}
+
+bool isPrefixText(std::string_view text) {
+   // Most words that are no prefix are told by their characters, without the price of an exception.
+   if (text.find_first_not_of("0123456789abcdefABCDEF:./") != std::string_view::npos ||
+       text.find_first_of(".:") == std::string_view::npos) {
+      return false;
+   }
+   try {
+      prefixOfText(text);
+      return true;
+   } catch (const BadText&) {
+      return false;
+   }
+}
+
+std::string_view familyName(Corenet::AddressFamily af) {
+   return af == Corenet::AddressFamily::ipv6 ? "IPv6" : "IPv4";
+}
+
+}  // namespace Rtrie

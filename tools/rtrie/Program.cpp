@@ -1,0 +1,91 @@
+#include "tools/rtrie/Program.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <exception>
+#include <iterator>
+#include <new>
+
+#include "tools/rtrie/Command.h"
+#include "tools/rtrie/Messages.h"
+#include "tools/rtrie/Registry.h"
+#include "tools/rtrie/TableFormat.h"
+#include "tools/rtrie/commands/LookupCommand.h"
+#include "tools/rtrie/commands/StatsCommand.h"
+
+namespace Rtrie {
+namespace {
+
+constexpr Command commands[] = {
+   {"lookup", "Load tables and answer queries about their routes", addLookup},
+   {"stats", "Load tables and show their size, cost and make-up", addStats},
+};
+
+// The argument parser's text as a message: one line, lower case, without a full stop.
+std::string asMessage(std::string text) {
+   std::replace(text.begin(), text.end(), '\n', ' ');
+   text.erase(text.find_last_not_of(". ") + 1);
+   if (!text.empty() && text.front() >= 'A' && text.front() <= 'Z') {
+      text.front() = static_cast<char>(text.front() - 'A' + 'a');
+   }
+   return text;
+}
+
+ExitStatus runCommandLine(int argc, char** argv) {
+   CLI::App app("Keeps IP routes in tries and answers questions about them", "rtrie");
+   app.set_version_flag("--version", std::string("rtrie ") + RTRIE_VERSION);
+   app.footer(helpSection("Table formats, told by content", summariesOf(tableFormats())) + "\n" +
+              helpSection("Example", "  rtrie lookup --table routes.txt 192.0.2.1"));
+   app.require_subcommand(0, 1);  // so that a query may be spelled as another command
+   std::vector<std::pair<CLI::App*, Run>> runs;
+   for (const Command& command : commands) {
+      CLI::App* part = app.add_subcommand(std::string(command.name), std::string(command.summary));
+      runs.emplace_back(part, command.add(*part));
+   }
+   try {
+      app.parse(argc, argv);
+   } catch (const CLI::Success& request) {  // help or version
+      app.exit(request);
+      return ExitStatus::ok;
+   } catch (const CLI::ExtrasError& fault) {
+      if (const auto words = app.remaining(); !words.empty() && !words.front().starts_with('-')) {
+         rowNamed(std::span<const Command>(commands), "command", words.front());
+      }
+      throw UsageError(asMessage(fault.what()));
+   } catch (const CLI::ParseError& fault) {
+      throw UsageError(asMessage(fault.what()));
+   }
+   for (const auto& [part, run] : runs) {
+      if (part->parsed()) {
+         return run();
+      }
+   }
+   throw UsageError(fmt::format("a command is required: known are {}", namesOf(std::span<const Command>(commands))));
+}
+
+ExitStatus failed(std::string_view text, ExitStatus status) {
+   say(text);
+   return status;
+}
+
+}  // namespace
+
+int runProgram(int argc, char** argv) {
+   const auto status = [&] {
+      try {
+         return runCommandLine(argc, argv);
+      } catch (const UsageError& error) {
+         return failed(error.what(), ExitStatus::badUsage);
+      } catch (const DataError& error) {
+         return failed(error.what(), ExitStatus::badData);
+      } catch (const std::bad_alloc&) {
+         return failed("out of memory", ExitStatus::badData);
+      } catch (const std::exception& error) {
+         return failed(error.what(), ExitStatus::badData);
+      }
+   }();
+   return static_cast<int>(status);
+}
+
+}  // namespace Rtrie

@@ -1,0 +1,32 @@
+#include "tools/rtrie/TableSet.h"
+
+#include <chrono>
+
+#include "platform/Tesk/AllocTrack.h"
+
+namespace Rtrie {
+
+U64 trackedBytes() {
+   U64 bytes = 0;
+   for (const auto& tracker : Tesk::AllocTrackTypeInfo::all()) {
+      bytes += tracker->liveBytes();
+   }
+   return bytes;
+}
+
+TableSet::TableSet(const Engine& engine, const RouteSet& routes) {
+   for (auto af : families) {
+      if (!engine.holds(af) || routes.size(af) == 0) {
+         continue;
+      }
+      Family& family = families_[af == Corenet::AddressFamily::ipv6 ? 1 : 0];
+      const auto bytesBefore = trackedBytes();
+      const auto start = std::chrono::steady_clock::now();
+      family.table = engine.make(af);
+      routes.forEach(af, [&](const Corenet::IpGenPrefix& route) { family.table->routeIs(route); });
+      family.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+      family.liveBytes = trackedBytes() - bytesBefore;
+   }
+}
+
+}  // namespace Rtrie

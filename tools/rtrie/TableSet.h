@@ -1,0 +1,38 @@
+// TableSet: a RouteTable for each family, filled from a RouteSet, with what each of them cost.
+//
+// Tested by tests/tools/rtrie/TableSetTest.cpp.
+#pragma once
+
+#include <array>
+#include <memory>
+
+#include "platform/Corenet.h"
+#include "platform/Types.h"
+#include "tools/rtrie/Engine.h"
+#include "tools/rtrie/RouteSet.h"
+
+namespace Rtrie {
+
+inline constexpr std::array<Corenet::AddressFamily, 2> families = {Corenet::AddressFamily::ipv4,
+                                                                   Corenet::AddressFamily::ipv6};
+
+// Bytes of all objects that the library's allocation trackers count as live.
+U64 trackedBytes();
+
+class TableSet {
+  public:
+   struct Family {
+      std::unique_ptr<RouteTable> table;  // null if the engine does not hold the family, or there are no routes
+      U64 liveBytes = 0;
+      double seconds = 0;  // to insert the routes, in ascending order
+   };
+
+   TableSet(const Engine& engine, const RouteSet& routes);
+
+   const Family& of(Corenet::AddressFamily af) const { return families_[af == Corenet::AddressFamily::ipv6 ? 1 : 0]; }
+
+  private:
+   std::array<Family, 2> families_;
+};
+
+}  // namespace Rtrie

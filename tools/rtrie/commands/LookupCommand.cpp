@@ -1,0 +1,127 @@
+#include "tools/rtrie/commands/LookupCommand.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <memory>
+
+#include "tools/rtrie/AnswerFormat.h"
+#include "tools/rtrie/Engine.h"
+#include "tools/rtrie/LineReader.h"
+#include "tools/rtrie/Messages.h"
+#include "tools/rtrie/Op.h"
+#include "tools/rtrie/Output.h"
+#include "tools/rtrie/PrefixText.h"
+#include "tools/rtrie/Registry.h"
+#include "tools/rtrie/TableLoader.h"
+#include "tools/rtrie/TableSet.h"
+#include "tools/rtrie/Words.h"
+
+namespace Rtrie {
+namespace {
+
+struct LookupOptions {
+   TableOptions table;
+   std::string op = std::string(ops().front().name);
+   std::string format = std::string(answerFormats().front().name);
+   std::vector<std::string> queries;
+};
+
+// Answers one query after the other, and counts those that it could not.
+class Lookup {
+  public:
+   Lookup(const Engine& engine, const Op& op, const RouteSet& routes, AnswerWriter& writer)
+      : engine_(engine), op_(op), routes_(routes), tables_(engine, routes), writer_(writer) {}
+
+   // lineNumber: of the query in standard input, 0 if it is an argument.
+   void query(std::string_view text, U64 lineNumber) {
+      try {
+         const auto query = prefixOfText(text);
+         const RouteTable& table = tableFor(query.af(), text);
+         answer_.yes = false;
+         answer_.routes.clear();
+         op_.ask(table, query, answer_);
+         writer_.write(query, answer_);
+      } catch (const BadText& fault) {
+         ++faults_;
+         say(lineNumber == 0 ? fault.what() : fmt::format("<stdin>:{}: {}", lineNumber, fault.what()));
+      }
+   }
+
+   U64 faults() const { return faults_; }
+
+  private:
+   const RouteTable& tableFor(Corenet::AddressFamily af, std::string_view text) const {
+      if (const auto& table = tables_.of(af).table) {
+         return *table;
+      }
+      if (routes_.size(af) == 0) {
+         throw BadText(fmt::format("the table has no {} routes: \"{}\"", familyName(af), text));
+      }
+      throw BadText(fmt::format("engine \"{}\" holds no {} routes: \"{}\"", engine_.name, familyName(af), text));
+   }
+
+   const Engine& engine_;
+   const Op& op_;
+   const RouteSet& routes_;
+   TableSet tables_;
+   AnswerWriter& writer_;
+   Answer answer_;
+   U64 faults_ = 0;
+};
+
+void answerStandardInput(Lookup& lookup, AnswerWriter& writer) {
+   // Whoever writes the queries may wait for the answers.
+   const auto source = descriptorSource(STDIN_FILENO, "<stdin>", [&] { writer.flush(); });
+   LineReader reader(*source);
+   while (const auto line = reader.next()) {
+      const auto text = withoutComment(trimmed(*line));
+      if (!text.empty()) {
+         lookup.query(text, reader.lineNumber());
+      }
+   }
+}
+
+ExitStatus run(const LookupOptions& options) {
+   options.table.check();
+   const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
+   const Op& op = opOfEngine(options.op, engine, engines());
+   const AnswerFormat& format = rowNamed(answerFormats(), "format", options.format);
+   if (options.queries.empty() && options.table.readsStandardInput()) {
+      throw UsageError("standard input is the table: give the queries as arguments");
+   }
+
+   RouteSet routes;
+   const auto report = loadTables(options.table.tables, options.table.strict, routes);
+   Output output(STDOUT_FILENO);
+   const auto writer = format.writer(output, routes, op);
+   Lookup lookup(engine, op, routes, *writer);
+   for (const std::string& query : options.queries) {
+      lookup.query(query, 0);
+   }
+   if (options.queries.empty()) {
+      answerStandardInput(lookup, *writer);
+   }
+   writer->flush();
+   return report.faults + lookup.faults() == 0 ? ExitStatus::ok : ExitStatus::badData;
+}
+
+}  // namespace
+
+Run addLookup(CLI::App& app) {
+   auto options = std::make_shared<LookupOptions>();
+   options->table.addTo(app);
+   app.add_option("--op", options->op, "What is asked")->type_name("OP")->capture_default_str();
+   app.add_option("--format", options->format, "How answers are printed")->type_name("FORMAT")->capture_default_str();
+   app.add_option("QUERY", options->queries,
+                  "An address (taken as /32 or /128) or a prefix; without any, one a line from standard input")
+      ->type_name("");
+   app.footer(helpSection("Ops", summariesOf(ops())) + "\n" + helpSection("Engines", summariesOf(engines())) + "\n" +
+              helpSection("Formats", summariesOf(answerFormats())) + "\n" +
+              helpSection("Example",
+                          "  rtrie lookup --table /usr/share/tor/geoip --table /usr/share/tor/geoip6 "
+                          "192.0.2.1 2001:db8::/32"));
+   return [options] { return run(*options); };
+}
+
+}  // namespace Rtrie
