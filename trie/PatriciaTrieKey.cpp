@@ -12,13 +12,13 @@ U32 commonPrefixLenImpl(const AddressType& key1, const PrefixType& key2, U32 max
    ROUTETRIE_ASSERT(key1.af() == key2.af());
    switch (key1.af()) {
       case Corenet::AddressFamily::ipv4: {
-         ROUTETRIE_ASSERT(key2.af() == Corenet::ipv4());
+         ROUTETRIE_ASSERT(key2.af() == Corenet::ipv4());  // cannot fail: the families were compared above
          const auto bits = key1.template bits<32>();
          const auto otherBits = key2.template bits<32>();
          return bits == otherBits ? maxLen : std::min(maxLen, bits.commonLength(otherBits));
       }
       case Corenet::AddressFamily::ipv6:
-         ROUTETRIE_ASSERT(key2.af() == Corenet::ipv6());
+         ROUTETRIE_ASSERT(key2.af() == Corenet::ipv6());  // cannot fail: the families were compared above
          return std::min(maxLen, key1.template bits<128>().commonLength(key2.template bits<128>()));
       default: return 0;
    }

@@ -13,15 +13,16 @@ struct PageHeap::Page {
    Page* previous = nullptr;
    FreeBlock* free = nullptr;
    U32 blockBytes = 0;
-   U32 sizeClass = 0;         // classCount for a mapping that holds one large block
-   U32 freshOffset = 0;       // bytes; blocks from here on were never handed out
+   U32 sizeClass = 0;    // classCount for a mapping that holds one large block
+   U32 freshOffset = 0;  // bytes; blocks from here on were never handed out
    U32 liveBlocks = 0;
    std::size_t mappedBytes = 0;  // of a large block's mapping
 
    static Page* of(const void* block) noexcept {
       return std::bit_cast<Page*>(std::bit_cast<std::uintptr_t>(block) & ~(pageBytes - 1));
    }
-   bool hasRoom() const noexcept { return free != nullptr || freshOffset + blockBytes <= pageBytes; }
+   bool hasFresh() const noexcept { return freshOffset + blockBytes <= pageBytes; }
+   bool hasRoom() const noexcept { return free != nullptr || hasFresh(); }
 };
 
 struct PageHeap::Arena {
@@ -43,11 +44,11 @@ constexpr std::size_t headerBytes = 64;
 constexpr std::size_t pagesInArena = PageHeap::arenaBytes / PageHeap::pageBytes;
 static_assert(pagesInArena == 32);
 
-// Puts an element at the front of a doubly linked list, or takes it out.
+// Puts an element at the front of a doubly linked list, or of what follows `previous` in one, or takes it out.
 template <class T>
-void link(T*& list, T* element) noexcept {
+void link(T*& list, T* element, T* previous = nullptr) noexcept {
    element->next = list;
-   element->previous = nullptr;
+   element->previous = previous;
    if (list != nullptr) {
       list->previous = element;
    }
@@ -146,7 +147,9 @@ void PageHeap::freeList(std::size_t sizeClass, FreeBlock* list) noexcept {
    }
 }
 
-std::size_t PageHeap::sizeClassOfBlock(const void* block) noexcept { return Page::of(block)->sizeClass; }
+std::size_t PageHeap::sizeClassOfBlock(const void* block) noexcept {
+   return Page::of(block)->sizeClass;
+}
 
 void* PageHeap::allocateLocked(ClassPages& pages, std::size_t sizeClass) noexcept {
    Page* page = pages.withRoom;
@@ -158,12 +161,13 @@ void* PageHeap::allocateLocked(ClassPages& pages, std::size_t sizeClass) noexcep
       ++pages.pages;
       link(pages.withRoom, page);
    }
-   void* block = page->free;
-   if (block != nullptr) {
-      page->free = page->free->next;
-   } else {
+   void* block = nullptr;
+   if (page->hasFresh()) {
       block = reinterpret_cast<char*>(page) + page->freshOffset;
       page->freshOffset += page->blockBytes;
+   } else {
+      block = page->free;
+      page->free = page->free->next;
    }
    ++page->liveBlocks;
    ++pages.liveBlocks;
@@ -180,9 +184,11 @@ PageHeap::Page* PageHeap::freeLocked(ClassPages& pages, void* block) noexcept {
    --page->liveBlocks;
    --pages.liveBlocks;
    if (!hadRoom) {
-      link(pages.withRoom, page);
+      // Behind the first, which goes on being filled: its next blocks lie beside those that were made last.
+      Page* first = pages.withRoom;
+      link(first != nullptr ? first->next : pages.withRoom, page, first);
    }
-   if (page->liveBlocks != 0 || pages.pages == 1) {
+   if (page->liveBlocks != 0) {
       return nullptr;
    }
    unlink(pages.withRoom, page);
@@ -199,13 +205,12 @@ PageHeap::Page* PageHeap::newPage(std::size_t sizeClass) noexcept {
       const std::lock_guard guard(arenaLock_);
       Arena* arena = arenasWithRoom_;
       if (arena == nullptr) {
-         arena = newArena();
+         arena = spareArena_ != nullptr ? spareArena_ : newArena();
          if (arena == nullptr) {
             return nullptr;
          }
-      }
-      if (arena->freePages == ~U32{0}) {
-         --emptyArenas_;
+         spareArena_ = nullptr;
+         link(arenasWithRoom_, arena);
       }
       const auto index = static_cast<std::size_t>(std::countr_zero(arena->freePages));
       arena->freePages &= arena->freePages - 1;
@@ -233,9 +238,10 @@ void PageHeap::releasePage(Page* page) noexcept {
    if (arena->freePages != ~U32{0}) {
       return;
    }
-   if (++emptyArenas_ > 1) {
-      --emptyArenas_;
-      unlink(arenasWithRoom_, arena);
+   unlink(arenasWithRoom_, arena);
+   if (spareArena_ == nullptr) {
+      spareArena_ = arena;
+   } else {
       mappedBytes_ -= arenaBytes;
       munmap(begin, arenaBytes);
    }
@@ -247,10 +253,7 @@ PageHeap::Arena* PageHeap::newArena() noexcept {
       return nullptr;
    }
    mappedBytes_ += arenaBytes;
-   ++emptyArenas_;
-   auto* arena = ::new (memory + Arena::headerOffset) Arena;
-   link(arenasWithRoom_, arena);
-   return arena;
+   return ::new (memory + Arena::headerOffset) Arena;
 }
 
 //--- large blocks ---

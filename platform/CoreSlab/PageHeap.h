@@ -7,11 +7,11 @@
 //
 // A page holds blocks of one class, and its header tells which: a block's page is found by masking its address, so that
 // a block has no header and is freed without its size. The first page of an arena holds the arena's header too. Blocks
-// of a fresh page are handed out in ascending order, so that what is made together lies together. A block that is free
-// holds the link to the next one.
+// of a fresh page are handed out in ascending order, all of them before one that was given back, so that what is made
+// together lies together. A block that is free holds the link to the next one.
 //
-// An empty page goes back to its arena unless it is the last of its class, and an empty arena is unmapped unless it is
-// the only one. Each class has a lock, and so has the list of arenas; they are never held together.
+// An empty page goes back to its arena, and an empty arena is unmapped, but for one that is kept in case. Each class has
+// a lock, and so has the list of arenas, which may be taken while a class's is held and not the other way round.
 // Tested by tests/platform/CoreSlab/PageHeapTest.cpp.
 #pragma once
 
@@ -86,8 +86,8 @@ class ROUTETRIE_EXPORT PageHeap {
 
    std::array<ClassPages, classCount> classes_{};
    SpinLock arenaLock_;
-   Arena* arenasWithRoom_ = nullptr;  // doubly linked
-   std::size_t emptyArenas_ = 0;
+   Arena* arenasWithRoom_ = nullptr;  // partly used ones, doubly linked
+   Arena* spareArena_ = nullptr;      // an empty one
    std::size_t mappedBytes_ = 0;
    std::size_t largeBlocks_ = 0;
    std::size_t largeBytes_ = 0;

@@ -27,6 +27,14 @@ namespace CoreSlab {
 
 namespace {
 
+// More than any machine has. Asked for more than they can address, the sanitizers' heaps end the process instead of
+// answering null; and up to here the size of a block and of what stands before it never wraps.
+constexpr std::size_t cHeapLimitBytes = std::size_t{1} << 39;
+
+void* cHeapMalloc(std::size_t size) noexcept {
+   return size <= cHeapLimitBytes ? std::malloc(size) : nullptr;
+}
+
 // Where blocks come from: two functions and their statistics.
 #if ROUTETRIE_SLAB_IS_C_HEAP
 
@@ -34,7 +42,7 @@ constinit std::atomic<std::size_t> liveBlocks{0};
 constinit std::atomic<std::size_t> liveBytes{0};
 
 void* allocate(std::size_t size) noexcept {
-   void* memory = std::malloc(size);
+   void* memory = cHeapMalloc(size);
    if (memory != nullptr) {
       liveBlocks.fetch_add(1, std::memory_order_relaxed);
       liveBytes.fetch_add(malloc_usable_size(memory), std::memory_order_relaxed);
@@ -56,8 +64,8 @@ constinit PageHeap heap;
 
 void* allocate(std::size_t size) noexcept {
    if (size <= classedLimitBytes && Corvid::ThreadControl::multiThreaded()) {
-      if (ThreadCache* cache = ThreadCache::own()) {
-         return cache->allocate(heap, sizeClassOf(size));
+      if (ThreadCache* cache = ThreadCache::own(heap)) {
+         return cache->allocate(sizeClassOf(size));
       }
    }
    return heap.allocate(size);
@@ -65,9 +73,9 @@ void* allocate(std::size_t size) noexcept {
 void release(void* memory) noexcept {
    if (Corvid::ThreadControl::multiThreaded()) {
       const std::size_t sizeClass = PageHeap::sizeClassOfBlock(memory);
-      ThreadCache* cache = sizeClass < classCount ? ThreadCache::own() : nullptr;
+      ThreadCache* cache = sizeClass < classCount ? ThreadCache::own(heap) : nullptr;
       if (cache != nullptr) {
-         return cache->free(heap, sizeClass, memory);
+         return cache->free(sizeClass, memory);
       }
    }
    heap.free(memory);
@@ -86,7 +94,7 @@ Stats currentStats() {
 class Fallbacks {
  public:
    void* allocate(std::size_t size) noexcept {
-      auto* entry = static_cast<Entry*>(std::malloc(sizeof(Entry) + size));
+      auto* entry = size <= cHeapLimitBytes ? static_cast<Entry*>(cHeapMalloc(sizeof(Entry) + size)) : nullptr;
       if (entry == nullptr) {
          return nullptr;
       }
@@ -148,14 +156,18 @@ bool failsNow() noexcept {
 
 #else
 
-constexpr bool failsNow() noexcept { return false; }
+constexpr bool failsNow() noexcept {
+   return false;
+}
 
 #endif
 
 }  // namespace
 
 #ifdef ROUTETRIE_FAULT_INJECTION
-void failAt(U64 n) { untilFailure.store(n, std::memory_order_relaxed); }
+void failAt(U64 n) {
+   untilFailure.store(n, std::memory_order_relaxed);
+}
 #endif
 
 void* slabAlloc(std::size_t size) {
@@ -192,6 +204,8 @@ void slabFreeOrStdFree(void* memory) noexcept {
    }
 }
 
-Stats stats() { return currentStats(); }
+Stats stats() {
+   return currentStats();
+}
 
 }  // namespace CoreSlab

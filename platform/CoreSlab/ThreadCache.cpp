@@ -1,94 +1,83 @@
 #include "platform/CoreSlab/ThreadCache.h"
 
-#include <mutex>
-
 namespace CoreSlab {
 
 namespace {
 
-constinit SpinLock cachesLock;
-constinit ThreadCache* caches = nullptr;  // in use
+// All caches, the newest first; none ever leaves.
+constinit std::atomic<ThreadCache*> caches{nullptr};
 
-constinit thread_local ThreadCache cache;
+// Set from when the thread gave its blocks back.
+[[gnu::tls_model("initial-exec")]] constinit thread_local bool isPast = false;
 
 }  // namespace
 
-// Made at a thread's first use of its cache; ends with the thread.
+constinit thread_local ThreadCache* ThreadCache::own_ = nullptr;
+
+// Ends with the thread. Whatever else of the thread is destroyed after it finds no cache.
 class ThreadCacheLife {
  public:
-   ThreadCacheLife() noexcept {
-      const std::lock_guard guard(cachesLock);
-      cache.next_ = caches;
-      if (caches != nullptr) {
-         caches->previous_ = &cache;
-      }
-      caches = &cache;
-      cache.state_ = ThreadCache::State::used;
-   }
+   constexpr ThreadCacheLife() = default;
    ~ThreadCacheLife() {
-      if (cache.heap_ != nullptr) {
-         cache.flush(*cache.heap_);
+      ThreadCache* cache = ThreadCache::own_;
+      ThreadCache::own_ = nullptr;
+      isPast = true;
+      if (cache != nullptr) {
+         cache->flush();
+         cache->taken_.store(false, std::memory_order_release);
       }
-      const std::lock_guard guard(cachesLock);
-      (cache.previous_ != nullptr ? cache.previous_->next_ : caches) = cache.next_;
-      if (cache.next_ != nullptr) {
-         cache.next_->previous_ = cache.previous_;
-      }
-      cache.state_ = ThreadCache::State::gone;
    }
+   void begin(ThreadCache* cache) noexcept { ThreadCache::own_ = cache; }
 };
 
-ThreadCache* ThreadCache::own() noexcept {
-   if (cache.state_ == State::used) {
-      return &cache;
-   }
-   if (cache.state_ == State::gone) {
+ThreadCache* ThreadCache::make(PageHeap& heap) noexcept {
+   if (isPast) {
       return nullptr;
    }
-   static thread_local ThreadCacheLife life;
-   return &cache;
-}
-
-void* ThreadCache::allocate(PageHeap& heap, std::size_t sizeClass) noexcept {
-   List& list = lists_[sizeClass];
-   std::size_t size = list.size.load(std::memory_order_relaxed);
-   if (list.first == nullptr) {
-      heap_ = &heap;
-      size = batchOf(sizeClass);
-      list.first = heap.allocateList(sizeClass, size);
-      if (list.first == nullptr) {
+   ThreadCache* cache = caches.load(std::memory_order_acquire);
+   for (; cache != nullptr; cache = cache->next_) {
+      bool taken = false;
+      if (cache->taken_.compare_exchange_strong(taken, true, std::memory_order_acquire)) {
+         break;
+      }
+   }
+   if (cache == nullptr) {
+      cache = new (std::nothrow) ThreadCache(heap);
+      if (cache == nullptr) {
          return nullptr;
       }
-   }
-   FreeBlock* block = list.first;
-   list.first = block->next;
-   list.size.store(size - 1, std::memory_order_relaxed);
-   return block;
-}
-
-void ThreadCache::free(PageHeap& heap, std::size_t sizeClass, void* block) noexcept {
-   heap_ = &heap;
-   List& list = lists_[sizeClass];
-   list.first = ::new (block) FreeBlock{list.first};
-   std::size_t size = list.size.load(std::memory_order_relaxed) + 1;
-   const std::size_t batch = batchOf(sizeClass);
-   if (size > 2 * batch) {
-      // Keeps the blocks that were freed last: they are the ones in the processor's cache.
-      FreeBlock* last = list.first;
-      for (std::size_t i = 1; i < batch; ++i) {
-         last = last->next;
+      cache->next_ = caches.load(std::memory_order_relaxed);
+      while (
+         !caches.compare_exchange_weak(cache->next_, cache, std::memory_order_release, std::memory_order_relaxed)) {
       }
-      heap.freeList(sizeClass, last->next);
-      last->next = nullptr;
-      size = batch;
    }
-   list.size.store(size, std::memory_order_relaxed);
+   static thread_local ThreadCacheLife life;
+   life.begin(cache);
+   return cache;
 }
 
-void ThreadCache::flush(PageHeap& heap) noexcept {
+bool ThreadCache::refill(List& list, std::size_t sizeClass) noexcept {
+   std::size_t count = batches[sizeClass];
+   list.first = heap_.allocateList(sizeClass, count);
+   list.size.store(static_cast<U32>(count), std::memory_order_relaxed);
+   return list.first != nullptr;
+}
+
+// Keeps the batch that was freed last: it is the one in the processor's cache.
+void ThreadCache::shrink(List& list, std::size_t sizeClass) noexcept {
+   FreeBlock* last = list.first;
+   for (std::size_t i = 1; i < batches[sizeClass]; ++i) {
+      last = last->next;
+   }
+   heap_.freeList(sizeClass, last->next);
+   last->next = nullptr;
+   list.size.store(batches[sizeClass], std::memory_order_relaxed);
+}
+
+void ThreadCache::flush() noexcept {
    for (std::size_t sizeClass = 0; sizeClass < classCount; ++sizeClass) {
       List& list = lists_[sizeClass];
-      heap.freeList(sizeClass, list.first);
+      heap_.freeList(sizeClass, list.first);
       list.first = nullptr;
       list.size.store(0, std::memory_order_relaxed);
    }
@@ -96,10 +85,9 @@ void ThreadCache::flush(PageHeap& heap) noexcept {
 
 ThreadCache::Kept ThreadCache::kept() noexcept {
    Kept result;
-   const std::lock_guard guard(cachesLock);
-   for (const ThreadCache* each = caches; each != nullptr; each = each->next_) {
+   for (const auto* cache = caches.load(std::memory_order_acquire); cache != nullptr; cache = cache->next_) {
       for (std::size_t sizeClass = 0; sizeClass < classCount; ++sizeClass) {
-         const std::size_t size = each->lists_[sizeClass].size.load(std::memory_order_relaxed);
+         const std::size_t size = cache->lists_[sizeClass].size.load(std::memory_order_relaxed);
          result.blocks += size;
          result.bytes += size * sizeClassBytes(sizeClass);
       }

@@ -11,8 +11,9 @@
 #pragma once
 
 // As glibc declares it; repeated here because <assert.h> leaves it out under NDEBUG.
-extern "C" [[noreturn]] void __assert_fail(const char* expression, const char* file, unsigned int line,
-                                           const char* function) noexcept;
+// The attribute is spelled as there, too: clang refuses [[noreturn]] on a function first declared with the other.
+extern "C" __attribute__((__noreturn__)) void __assert_fail(const char* expression, const char* file,
+                                                            unsigned int line, const char* function) noexcept;
 
 namespace Corvid::Impl {
 

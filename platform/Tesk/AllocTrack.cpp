@@ -4,10 +4,17 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <mutex>
+#include <type_traits>
 
 namespace Tesk {
 
 namespace {
+
+// Held while a tracker is made. A bare compare-exchange of the pointer would do as well, but one that fails counts as a
+// write to the thread sanitizer, and callers read the pointer plainly once they have counted an allocation.
+constinit std::mutex making;
+static_assert(std::is_trivially_destructible_v<std::mutex>);
 
 // The trackers of the process, the newest first.
 constinit std::atomic<AllocTrackTypeInfo*> newest{nullptr};
@@ -27,15 +34,15 @@ AllocTrackTypeInfo::AllocTrackTypeInfo(const std::type_info& type, std::size_t s
 
 AllocTrackTypeInfo& AllocTrackTypeInfo::make(AllocTrackTypeInfo** tracker, const std::type_info& type,
                                              std::size_t size, std::size_t alignment) {
+   const std::lock_guard guard(making);
+   std::atomic_ref pointer(*tracker);
+   if (AllocTrackTypeInfo* known = pointer.load(std::memory_order_relaxed)) {
+      return *known;  // another thread was first
+   }
    auto* made = new AllocTrackTypeInfo(type, size, alignment);
-   AllocTrackTypeInfo* known = nullptr;
-   if (!std::atomic_ref(*tracker).compare_exchange_strong(known, made, std::memory_order_acq_rel)) {
-      delete made;  // another thread was first
-      return *known;
-   }
    made->next_ = newest.load(std::memory_order_relaxed);
-   while (!newest.compare_exchange_weak(made->next_, made, std::memory_order_release, std::memory_order_relaxed)) {
-   }
+   newest.store(made, std::memory_order_release);
+   pointer.store(made, std::memory_order_release);
    return *made;
 }
 

@@ -1,14 +1,28 @@
 #include "platform/CoreSlab/Slab.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <new>
 #include <thread>
 #include <vector>
 
 #include "platform/Corvid/ThreadControl.h"
+
+// The heaps of the address and thread sanitizers end the process where they have no memory.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ROUTETRIE_TEST_C_HEAP_MAY_FAIL 0
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define ROUTETRIE_TEST_C_HEAP_MAY_FAIL 0
+#endif
+#endif
+#ifndef ROUTETRIE_TEST_C_HEAP_MAY_FAIL
+#define ROUTETRIE_TEST_C_HEAP_MAY_FAIL 1
+#endif
 
 namespace {
 
@@ -35,7 +49,9 @@ class SlabTest : public testing::Test {
    Stats before_;
 };
 
-void releaseInt(void* memory) { slabFree(memory, typeid(int)); }
+void releaseInt(void* memory) {
+   slabFree(memory, typeid(int));
+}
 
 TEST_F(SlabTest, blocksHoldWhatIsWritten) {
    std::vector<unsigned char*> blocks;
@@ -60,9 +76,10 @@ TEST_F(SlabTest, nullIsLetBe) {
 }
 
 TEST_F(SlabTest, impossibleSizes) {
-   const std::size_t huge = ~std::size_t{0} / 2;
-   EXPECT_THROW(static_cast<void>(slabAlloc(huge)), std::bad_alloc);
-   EXPECT_EQ(nullptr, slabAllocOrStdMalloc(huge, 0));
+   for (const std::size_t huge : {~std::size_t{0}, ~std::size_t{0} - 15, ~std::size_t{0} / 2, std::size_t{1} << 50}) {
+      EXPECT_THROW(static_cast<void>(slabAlloc(huge)), std::bad_alloc) << huge;
+      EXPECT_EQ(nullptr, slabAllocOrStdMalloc(huge, 0)) << huge;
+   }
 }
 
 TEST_F(SlabTest, patternFillsTheBlock) {
@@ -109,7 +126,9 @@ TEST_F(SlabTest, blocksPassBetweenThreads) {
    passBlocksAround();
 }
 
-TEST_F(SlabTest, threadsThatNobodyAnnouncedAreSafeToo) { passBlocksAround(); }
+TEST_F(SlabTest, threadsThatNobodyAnnouncedAreSafeToo) {
+   passBlocksAround();
+}
 
 // What lies in a thread's cache does not count as live, and is there for others once the thread has ended.
 TEST_F(SlabTest, cachesGoBackWithTheirThread) {
@@ -124,6 +143,53 @@ TEST_F(SlabTest, cachesGoBackWithTheirThread) {
    }).join();
    EXPECT_EQ(0u, liveBlocks());
 }
+
+TEST_F(SlabTest, pagesOfACacheGoBackWithItsThread) {
+   const auto before = stats();
+   const MultiThreaded multiThreaded;
+   std::thread([] {
+      for (std::size_t size = 100; size <= 16000; size += 100) {
+         releaseInt(slabAlloc(size));
+      }
+   }).join();
+   EXPECT_EQ(before.pages, stats().pages);
+}
+
+#if ROUTETRIE_TEST_C_HEAP_MAY_FAIL
+
+// With no address space left for the slabs, the C heap's own stock serves; run in a process of its own.
+void allocateWithoutAddressSpace() {
+   std::vector<void*> stock(64);  // every other one of these blocks goes back to the C heap
+   for (void*& block : stock) {
+      block = std::malloc(20000);
+   }
+   for (std::size_t i = 0; i < stock.size(); i += 2) {
+      std::free(stock[i]);
+   }
+   std::vector<unsigned char*> blocks;
+   blocks.reserve(100);
+   const rlimit none{0, 0};
+   setrlimit(RLIMIT_AS, &none);
+   // More bytes than the slabs' widest class: each of these needs address space, or is from the C heap.
+   for (int i = 0; i < 100; ++i) {
+      if (auto* block = static_cast<unsigned char*>(slabAllocOrStdMalloc(18000, i))) {
+         blocks.push_back(block);
+      }
+   }
+   const bool allWhole = std::all_of(blocks.begin(), blocks.end(), [](const unsigned char* block) {
+      return std::all_of(block, block + 18000, [block](unsigned char byte) { return byte == block[0]; });
+   });
+   for (unsigned char* block : blocks) {
+      slabFreeOrStdFree(block);
+   }
+   std::_Exit(allWhole && blocks.size() >= 10 ? 0 : 1);
+}
+
+TEST_F(SlabTest, theCHeapServesWhereTheSlabsHaveNoMemory) {
+   EXPECT_EXIT(allocateWithoutAddressSpace(), testing::ExitedWithCode(0), "");
+}
+
+#endif
 
 // A block freed after the thread gave its cache back goes straight to the heap.
 TEST_F(SlabTest, freeWhileAThreadEnds) {
