@@ -46,9 +46,7 @@ concept Engine = std::constructible_from < E,
 template <class E>
 inline constexpr bool losesRoom = false;
 template <class E>
-requires requires {
-   E::losesRoom;
-}
+requires requires { E::losesRoom; }
 inline constexpr bool losesRoom<E> = E::losesRoom;
 
 template <class E>

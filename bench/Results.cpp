@@ -56,9 +56,7 @@ const Row* Results::find(const RowName& name) const {
 
 namespace {
 
-std::string figure(double value) {
-   return value < 100 ? fmt::format("{:.1f}", value) : fmt::format("{:.0f}", value);
-}
+std::string figure(double value) { return value < 100 ? fmt::format("{:.1f}", value) : fmt::format("{:.0f}", value); }
 
 template <class F>
 bool isBuilt(const EngineRow& row) {
@@ -175,8 +173,6 @@ std::string machineLine() {
    return fmt::format("{}, {} cores, {}", model, sysconf(_SC_NPROCESSORS_ONLN), compiler);
 }
 
-std::string today() {
-   return fmt::format("{:%Y-%m-%d}", fmt::gmtime(std::time(nullptr)));
-}
+std::string today() { return fmt::format("{:%Y-%m-%d}", fmt::gmtime(std::time(nullptr))); }
 
 }  // namespace Bench

@@ -39,9 +39,7 @@ Table fromFiles(const std::vector<std::string>& paths, std::string source) {
    return {std::move(source), routesOf<V4>(set), routesOf<V6>(set)};
 }
 
-bool isReadable(const std::string& path) {
-   return std::filesystem::exists(path);
-}
+bool isReadable(const std::string& path) { return std::filesystem::exists(path); }
 
 //--- generated ---
 

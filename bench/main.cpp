@@ -28,9 +28,7 @@ constexpr bool isOptimised = true;
 constexpr bool isOptimised = false;
 #endif
 
-void progress(const std::string& text) {
-   fmt::print(stderr, "routetrie-bench: {}\n", text);
-}
+void progress(const std::string& text) { fmt::print(stderr, "routetrie-bench: {}\n", text); }
 
 struct Loaded {
    std::string name;

@@ -125,7 +125,7 @@ struct BlackBits {
       return length <= 32 * word ? 0 : Corenet::AddressBits<32>::mask(length - 32 * word);
    }
 
- private:
+  private:
    static constexpr U32 wordOf(U32 length) noexcept { return (length - 1) / 32; }
    static constexpr U32 maskOf(U32 length) noexcept { return U32{0x80000000} >> ((length - 1) % 32); }
 

@@ -44,13 +44,13 @@ using PatriciaTrieImpl::RoutePrefix;
 
 // What a search may be given to call: nothing, or the callback of its prefix type, which may be null.
 template <class Callback, class PrefixType>
-concept WalkCallback = std::same_as<Callback, std::nullptr_t> ||
-                       (std::same_as<PrefixType, Corenet::IpGenPrefix> && std::same_as<Callback, PatriciaTrieWalkCb*>) ||
-                       (std::same_as<PrefixType, Corenet::CompactIpPrefix> &&
-                        std::same_as<Callback, PatriciaTrieCompactWalkCb*>);
+concept WalkCallback =
+   std::same_as<Callback, std::nullptr_t> ||
+   (std::same_as<PrefixType, Corenet::IpGenPrefix>&& std::same_as<Callback, PatriciaTrieWalkCb*>) ||
+   (std::same_as<PrefixType, Corenet::CompactIpPrefix> && std::same_as<Callback, PatriciaTrieCompactWalkCb*>);
 
 class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
- public:
+  public:
    // A family of none counts as IPv4, which ignores the flag. Asserts "false" for any other but the two.
    PatriciaTrie(Corenet::AddressFamily af, bool useCompactIpPrefix);
    ~PatriciaTrie() override;
@@ -154,15 +154,14 @@ class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
 
    // The one search behind the six above. Without a callback type the callback's code does not exist.
    template <RoutePrefix PrefixType, class CallbackType>
-      requires WalkCallback<CallbackType, PrefixType>
-   PrefixType longestMatchOrParentImpl(const PrefixType& prefix, bool returnParent,
-                                       const Corvid::Ptr<PrefixDataContainer>& dataContainer, CallbackType cb) const;
+   requires WalkCallback<CallbackType, PrefixType> PrefixType
+   longestMatchOrParentImpl(const PrefixType& prefix, bool returnParent,
+                            const Corvid::Ptr<PrefixDataContainer>& dataContainer, CallbackType cb)
+   const;
    template <RoutePrefix PrefixType, class CallbackType>
-      requires WalkCallback<CallbackType, PrefixType>
-   PrefixType longestMatchCommonImpl(const PrefixType& prefix, const Corvid::Ptr<PrefixDataContainer>& dataContainer,
-                                     CallbackType cb) const {
-      return longestMatchOrParentImpl<PrefixType, CallbackType>(prefix, false, dataContainer, cb);
-   }
+   requires WalkCallback<CallbackType, PrefixType> PrefixType longestMatchCommonImpl(
+      const PrefixType& prefix, const Corvid::Ptr<PrefixDataContainer>& dataContainer, CallbackType cb)
+   const { return longestMatchOrParentImpl<PrefixType, CallbackType>(prefix, false, dataContainer, cb); }
 
    // Whether a route longer than the prefix lies beneath it. A node with children beneath counts as one without a look
    // at its routes, and a zero-length prefix is always answered with false.
@@ -180,7 +179,7 @@ class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
       Corvid::releaseFor<PatriciaTrie>(memory, bytes);
    }
 
- private:
+  private:
    Corenet::AddressFamily af_;
    PatriciaTrieNodeType paf_;
    bool useCompactIpPrefix_;

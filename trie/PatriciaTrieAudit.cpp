@@ -14,7 +14,7 @@ namespace {
 
 template <class NodeClass>
 class Audit {
- public:
+  public:
    using Bits = Corenet::AddressBits<NodeClass::width>;
 
    std::string run(const PatriciaTrie& trie) {
@@ -35,7 +35,7 @@ class Audit {
       return broken_;
    }
 
- private:
+  private:
    template <class... Args>
    void fail(fmt::format_string<Args...> text, Args&&... args) {
       if (broken_.empty()) {

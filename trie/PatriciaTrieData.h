@@ -16,7 +16,7 @@
 namespace Routing {
 
 class ROUTETRIE_EXPORT PrefixData : public Corvid::Node {
- public:
+  public:
    PrefixData() = default;
    ~PrefixData() override;
 
@@ -43,7 +43,7 @@ class ROUTETRIE_EXPORT PrefixData : public Corvid::Node {
 ROUTETRIE_EXPORT Corvid::Ptr<PrefixData> prefixDataFactory();
 
 class ROUTETRIE_EXPORT PrefixDataContainer : public Corvid::Node {
- public:
+  public:
    PrefixDataContainer() = default;
    ~PrefixDataContainer() override;
 
@@ -58,7 +58,7 @@ class ROUTETRIE_EXPORT PrefixDataContainer : public Corvid::Node {
       Corvid::releaseFor<PrefixDataContainer>(memory, bytes);
    }
 
- private:
+  private:
    Corvid::Ptr<PrefixData> prefixData_;
 };
 

@@ -45,11 +45,11 @@ struct Query {
 
 // The nodes that a locate walked, the start node first.
 class PatriciaTrieWalkedPrefixCb {
- public:
+  public:
    void nodeIs(PatriciaTrieNode* node) { nodes_.push_back(node); }
    const std::vector<PatriciaTrieNode*>& nodes() const noexcept { return nodes_; }
 
- private:
+  private:
    std::vector<PatriciaTrieNode*> nodes_;
 };
 
@@ -92,9 +92,8 @@ template <RoutePrefix PrefixType>
 PatriciaTrieNode* lpmNodeImpl(const PatriciaTrie& trie, PatriciaTrieNode* node, const PrefixType& prefix,
                               PatriciaTrieWalkedPrefixCb* path) {
    return PatriciaTrieImpl::trieVisit<PatriciaTrieImpl::NodePicker>(
-      trie.paf(), node, [&](auto* start) -> PatriciaTrieNode* {
-         return locate(start, trie.defaultRoutePresent(), prefix, path);
-      });
+      trie.paf(), node,
+      [&](auto* start) -> PatriciaTrieNode* { return locate(start, trie.defaultRoutePresent(), prefix, path); });
 }
 
 // Reports the routes of one node up to the length `upToLen`, shortest first. The callback's results are ignored: a

@@ -97,7 +97,7 @@ decltype(auto) trieVisit(PatriciaTrieNodeType type, NodePointer node, Visitor&& 
 }
 
 class ROUTETRIE_EXPORT PatriciaTrieNode {
- public:
+  public:
    PatriciaTrieNode() noexcept = default;
    PatriciaTrieNode(const PatriciaTrieNode&) = delete;
    PatriciaTrieNode& operator=(const PatriciaTrieNode&) = delete;
@@ -130,14 +130,14 @@ class ROUTETRIE_EXPORT PatriciaTrieNode {
    PatriciaTrieNode* left_ = nullptr;
    PatriciaTrieNode* right_ = nullptr;
 
- protected:
+  protected:
    ~PatriciaTrieNode() = default;
 };
 
 // The operations on black bits that need no key, once for the classes that keep a BlackBits member `blackBits_`.
 template <class Self>
 class BlackBitNode : public PatriciaTrieNode {
- public:
+  public:
    bool black(U32 length) const noexcept { return self().blackBits_.black(length); }
    void blackIs(U32 length, bool value) noexcept { self().blackBits_.blackIs(length, value); }
    U32* blackBits() noexcept { return self().blackBits_.words; }
@@ -154,7 +154,7 @@ class BlackBitNode : public PatriciaTrieNode {
    U32 prevBlack(U32 length) const noexcept { return self().blackBits_.prev(length); }
    U32 lastBlack() const noexcept { return self().blackBits_.last(); }
 
- private:
+  private:
    friend Self;
    BlackBitNode() noexcept = default;
 
@@ -163,7 +163,7 @@ class BlackBitNode : public PatriciaTrieNode {
 };
 
 class ROUTETRIE_EXPORT PatriciaTrieV4Node : public BlackBitNode<PatriciaTrieV4Node> {
- public:
+  public:
    static constexpr U32 width = Corenet::Prefix::width;
    static constexpr Corenet::AddressFamily family = Corenet::Prefix::family;
    using KeyPrefix = Corenet::Prefix;
@@ -201,7 +201,7 @@ class ROUTETRIE_EXPORT PatriciaTrieV4Node : public BlackBitNode<PatriciaTrieV4No
       Corvid::releaseFor<PatriciaTrieV4Node>(memory, bytes);
    }
 
- private:
+  private:
    friend class BlackBitNode<PatriciaTrieV4Node>;
 
    Corenet::CompactIpPrefix prefix_;
@@ -209,7 +209,7 @@ class ROUTETRIE_EXPORT PatriciaTrieV4Node : public BlackBitNode<PatriciaTrieV4No
 };
 
 class ROUTETRIE_EXPORT PatriciaTrieV6NodeBase : public BlackBitNode<PatriciaTrieV6NodeBase> {
- public:
+  public:
    static constexpr U32 width = Corenet::Ip6Prefix::width;
    static constexpr Corenet::AddressFamily family = Corenet::Ip6Prefix::family;
    using KeyPrefix = Corenet::Ip6Prefix;
@@ -221,7 +221,7 @@ class ROUTETRIE_EXPORT PatriciaTrieV6NodeBase : public BlackBitNode<PatriciaTrie
    }
    void blackBitsIs(U32* bits, U32 len) noexcept { blackBits_.mergeUpTo(bits, len); }
 
- protected:
+  protected:
    friend class BlackBitNode<PatriciaTrieV6NodeBase>;
    PatriciaTrieV6NodeBase() noexcept = default;
 
@@ -231,7 +231,7 @@ class ROUTETRIE_EXPORT PatriciaTrieV6NodeBase : public BlackBitNode<PatriciaTrie
 };
 
 class ROUTETRIE_EXPORT PatriciaTrieV6Node : public PatriciaTrieV6NodeBase {
- public:
+  public:
    // The key is the first `len` bits of the prefix. Asserts "len <= 128".
    PatriciaTrieV6Node(U32 len, const Corenet::Ip6Prefix& prefix, bool black);
    // Writes the address and the one black word that holds the key's length, nothing else: the caller supplies zeroed
@@ -266,13 +266,13 @@ class ROUTETRIE_EXPORT PatriciaTrieV6Node : public PatriciaTrieV6NodeBase {
       Corvid::releaseFor<PatriciaTrieV6Node>(memory, bytes);
    }
 
- private:
+  private:
    U32 len_;
    Corenet::Ip6Addr addr_;
 };
 
 class ROUTETRIE_EXPORT PatriciaTrieV6CompactNode : public PatriciaTrieV6NodeBase {
- public:
+  public:
    // The key is the first `len` bits of the prefix. Asserts "len <= 128".
    PatriciaTrieV6CompactNode(U32 len, const Corenet::Ip6Prefix& prefix, bool black);
    // Writes the key and the one black word that holds its length, nothing else: the caller supplies zeroed memory.
@@ -305,7 +305,7 @@ class ROUTETRIE_EXPORT PatriciaTrieV6CompactNode : public PatriciaTrieV6NodeBase
       Corvid::releaseFor<PatriciaTrieV6CompactNode>(memory, bytes);
    }
 
- private:
+  private:
    Corenet::CompactIpPrefix prefix_;
 };
 

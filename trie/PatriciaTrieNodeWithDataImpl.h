@@ -22,7 +22,7 @@ namespace PatriciaTrieImpl {
 
 template <class Base, class PrefixType>
 class PatriciaTrieNodeWithData : public Base {
- public:
+  public:
    using DataPtr = Corvid::Ptr<Routing::PrefixData>;
    using DataArray = Keel::PtrInterfaceArray<Routing::PrefixData>;
 
@@ -135,7 +135,7 @@ class PatriciaTrieNodeWithData : public Base {
       Corvid::releaseFor<PatriciaTrieNodeWithData>(memory, bytes);
    }
 
- private:
+  private:
    // Where the element of a length is, or where it would belong.
    struct Position {
       U32 index;

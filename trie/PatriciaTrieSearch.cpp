@@ -15,8 +15,8 @@ namespace Routing {
 
 namespace {
 
-using PatriciaTrieImpl::NodePicker;
 using PatriciaTrieImpl::nodeClassVisit;
+using PatriciaTrieImpl::NodePicker;
 
 // The answers that come from the trie object and not from a node, in the family of the query.
 template <RoutePrefix PrefixType>
@@ -47,7 +47,7 @@ struct Found {
 // One search; CallbackType is a callback pointer, or std::nullptr_t for a search without one.
 template <class NodeClass, RoutePrefix PrefixType, class CallbackType>
 class Search {
- public:
+  public:
    static constexpr bool hasCallback = !std::same_as<CallbackType, std::nullptr_t>;
 
    Search(const PatriciaTrie& trie, const Corvid::Ptr<PrefixDataContainer>& dataContainer, CallbackType callback)
@@ -83,7 +83,7 @@ class Search {
       return answer(fallback);
    }
 
- private:
+  private:
    void consider(Found<NodeClass> found) {
       if (found.length != 0) {
          best_ = found;
@@ -109,7 +109,8 @@ class Search {
 
    template <class Fallback>
    PrefixType answer(const Fallback& fallback) const {
-      return best_.node != nullptr ? getSubnetFromNode<PrefixType>(best_.node, trie_.paf(), best_.length) : fallback();
+      return best_.node != nullptr ? getSubnetFromNode<PrefixType>(best_.node, trie_.paf(), best_.length)
+                                   : fallback();
    }
 
    const PatriciaTrie& trie_;
@@ -142,10 +143,10 @@ bool longerRoutePresent(const PatriciaTrie& trie, const PrefixType& prefix) {
 }  // namespace
 
 template <RoutePrefix PrefixType, class CallbackType>
-   requires WalkCallback<CallbackType, PrefixType>
-PrefixType PatriciaTrie::longestMatchOrParentImpl(const PrefixType& prefix, bool returnParent,
-                                                  const Corvid::Ptr<PrefixDataContainer>& dataContainer,
-                                                  CallbackType cb) const {
+requires WalkCallback<CallbackType, PrefixType> PrefixType
+PatriciaTrie::longestMatchOrParentImpl(const PrefixType& prefix, bool returnParent,
+                                       const Corvid::Ptr<PrefixDataContainer>& dataContainer, CallbackType cb)
+const {
    if (dataContainer || cb != nullptr) {
       ROUTETRIE_ASSERT(nodeDataEnabled());
    }
@@ -154,14 +155,13 @@ PrefixType PatriciaTrie::longestMatchOrParentImpl(const PrefixType& prefix, bool
    if (returnParent && length == 0) {
       return noParentAnswer<PrefixType>(queryFamily);
    }
-   const auto fallback = [&] {
-      return defaultRoutePresent_ ? defaultAnswer<PrefixType>(queryFamily) : PrefixType();
-   };
+   const auto fallback = [&] { return defaultRoutePresent_ ? defaultAnswer<PrefixType>(queryFamily) : PrefixType(); };
    if (length == 0 || root_ == nullptr) {
       return fallback();
    }
    return nodeClassVisit<NodePicker>(paf_, [&]<class NodeClass>(std::type_identity<NodeClass>) {
-      return Search<NodeClass, PrefixType, CallbackType>(*this, dataContainer, cb).run(prefix, returnParent, fallback);
+      return Search<NodeClass, PrefixType, CallbackType>(*this, dataContainer, cb)
+         .run(prefix, returnParent, fallback);
    });
 }
 
@@ -172,9 +172,9 @@ Corenet::IpGenPrefix PatriciaTrie::longestMatchCommon(const Corenet::IpGenPrefix
    return longestMatchCommonImpl(prefix, dataContainer, cb);
 }
 
-Corenet::CompactIpPrefix PatriciaTrie::longestMatchCommonCompact(const Corenet::CompactIpPrefix& prefix,
-                                                                 const Corvid::Ptr<PrefixDataContainer>& dataContainer,
-                                                                 PatriciaTrieCompactWalkCb* cb) const {
+Corenet::CompactIpPrefix PatriciaTrie::longestMatchCommonCompact(
+   const Corenet::CompactIpPrefix& prefix, const Corvid::Ptr<PrefixDataContainer>& dataContainer,
+   PatriciaTrieCompactWalkCb* cb) const {
    ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Legacy());
    return longestMatchCommonImpl(prefix, dataContainer, cb);
 }

@@ -16,7 +16,9 @@ namespace {
 using PatriciaTrieImpl::NodePicker;
 
 template <class NodeClass>
-constexpr bool hasData = requires(NodeClass& node) { node.dataDelAll(); };
+constexpr bool hasData = requires(NodeClass& node) {
+   node.dataDelAll();
+};
 
 // The prefix as the type that a node's constructor cuts.
 template <class NodeClass, RoutePrefix PrefixType>
@@ -64,7 +66,7 @@ constexpr Corenet::AddressFamily familyOf(PatriciaTrieNodeType type) {
 // One insertion of a prefix that is not of length 0.
 template <class NodeClass, RoutePrefix PrefixType>
 class Insertion {
- public:
+  public:
    Insertion(PatriciaTrie& trie, const PrefixType& prefix, const Corvid::Ptr<PrefixData>& data)
       : trie_(trie), prefix_(prefix), data_(data), query_(prefix) {}
 
@@ -89,7 +91,7 @@ class Insertion {
       trie_.routesInc(1);
    }
 
- private:
+  private:
    // The data array follows the black bits as they stand, so data goes first.
    void setData(NodeClass& node) {
       if constexpr (hasData<NodeClass>) {
@@ -188,7 +190,7 @@ namespace {
 // two slots down: the node's own and its parent's.
 template <class NodeClass, RoutePrefix PrefixType>
 class Deletion {
- public:
+  public:
    // `slot` is the field that holds the root.
    Deletion(PatriciaTrie& trie, PatriciaTrieNode** slot, const PrefixType& prefix)
       : trie_(trie), query_(prefix), slot_(slot) {}
@@ -210,7 +212,7 @@ class Deletion {
       return true;
    }
 
- private:
+  private:
    // Leaves slot_ at the node that holds the route; false if there is none.
    bool descend() {
       for (;;) {

@@ -11,7 +11,7 @@
 namespace Routing {
 
 class ROUTETRIE_EXPORT PatriciaTrieWalkCb : public Corvid::Node {
- public:
+  public:
    PatriciaTrieWalkCb() = default;
    ~PatriciaTrieWalkCb() override;
 
@@ -21,7 +21,7 @@ class ROUTETRIE_EXPORT PatriciaTrieWalkCb : public Corvid::Node {
 };
 
 class ROUTETRIE_EXPORT PatriciaTrieCompactWalkCb : public Corvid::Node {
- public:
+  public:
    PatriciaTrieCompactWalkCb() = default;
    ~PatriciaTrieCompactWalkCb() override;
 

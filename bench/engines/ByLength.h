@@ -1,12 +1,12 @@
-// ByLength: what the two tables made of standard containers share: the longest match by trying the lengths one after
-// the other, longest first. Self finds a route in its container: `U32 idOf(const Route<F>&) const`, 0 if absent.
+// ByLength: what the two tables made of standard containers share: the longest match by trying one length after the
+// other, longest first. Self finds a route in its container, `U32 idOf(const Route<F>&) const` (0 if absent), and says
+// which lengths to try: `longestFirst()`.
 #pragma once
 
 #include <optional>
 
 #include "bench/CountedHeap.h"
 #include "bench/Engine.h"
-#include "bench/engines/Lengths.h"
 
 namespace Bench {
 
@@ -32,14 +32,11 @@ class ByLength {
 
    U64 bytes() const { return CountedHeap::liveBytes() - bytesBefore_; }
 
-  protected:
-   Lengths<F::width> lengths_;
-
   private:
    const Self& self() const { return static_cast<const Self&>(*this); }
 
    Answer longestUpTo(typename F::Bits address, U32 longest) const {
-      for (const U32 length : lengths_.present()) {
+      for (const U32 length : self().longestFirst()) {
          if (length <= longest) {
             if (const U32 id = self().idOf({address.cut(length), length}); id != 0) {
                return id;

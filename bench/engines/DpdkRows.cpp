@@ -33,14 +33,8 @@ EngineRow dpdkRow(std::string_view name4, std::string_view name6) {
 
 }  // namespace
 
-EngineRow rteRibRow() {
-   return dpdkRow<DpdkRib>("rte_rib", "rte_rib6");
-}
-EngineRow rteFibRow() {
-   return dpdkRow<DpdkFib>("rte_fib", "rte_fib6");
-}
-EngineRow rteLpmRow() {
-   return dpdkRow<DpdkLpm>("rte_lpm", "rte_lpm6");
-}
+EngineRow rteRibRow() { return dpdkRow<DpdkRib>("rte_rib", "rte_rib6"); }
+EngineRow rteFibRow() { return dpdkRow<DpdkFib>("rte_fib", "rte_fib6"); }
+EngineRow rteLpmRow() { return dpdkRow<DpdkLpm>("rte_lpm", "rte_lpm6"); }
 
 }  // namespace Bench

@@ -1,11 +1,14 @@
-// HashByLength: a hash table of addresses for each length; a longest match scans the lengths that are present.
+// HashByLength: a hash table of addresses for each length; a longest match tries those that hold a route.
 #pragma once
 
 #include <array>
 #include <functional>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "bench/engines/ByLength.h"
+#include "bench/engines/Lengths.h"
 
 namespace Bench {
 
@@ -16,11 +19,11 @@ class HashByLength : public ByLength<HashByLength<F>, F> {
 
    bool insert(const Route<F>& route, U32 id) {
       const bool isNew = tables_[route.length].emplace(route.bits.word(), id).second;
-      this->lengths_.routeAdded(route.length);
+      lengths_.routeAdded(route.length);
       return isNew;
    }
    bool erase(const Route<F>& route) {
-      this->lengths_.routeDeleted(route.length);
+      lengths_.routeDeleted(route.length);
       return tables_[route.length].erase(route.bits.word()) == 1;
    }
 
@@ -29,6 +32,8 @@ class HashByLength : public ByLength<HashByLength<F>, F> {
       const auto found = table.find(route.bits.word());
       return found == table.end() ? 0 : found->second;
    }
+
+   const std::vector<U32>& longestFirst() const { return lengths_.present(); }
 
   private:
    using Word = typename F::Bits::Word;
@@ -46,6 +51,7 @@ class HashByLength : public ByLength<HashByLength<F>, F> {
    using Table = std::unordered_map<Word, U32, Hash, std::equal_to<>, CountedAllocator<std::pair<const Word, U32>>>;
 
    std::array<Table, F::width + 1> tables_;
+   Lengths<F::width> lengths_;
 };
 
 }  // namespace Bench

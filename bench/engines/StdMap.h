@@ -1,8 +1,10 @@
-// StdMap: routes in one std::map; a longest match scans the lengths that are present, each a search of the map.
+// StdMap: routes in one std::map; a longest match scans the lengths, all of them, each a search of the map.
 #pragma once
 
 #include <functional>
 #include <map>
+#include <ranges>
+#include <utility>
 
 #include "bench/engines/ByLength.h"
 
@@ -13,20 +15,15 @@ class StdMap : public ByLength<StdMap<F>, F> {
   public:
    explicit StdMap(const Workload<F>&) {}
 
-   bool insert(const Route<F>& route, U32 id) {
-      const bool isNew = routes_.emplace(route, id).second;
-      this->lengths_.routeAdded(route.length);
-      return isNew;
-   }
-   bool erase(const Route<F>& route) {
-      this->lengths_.routeDeleted(route.length);
-      return routes_.erase(route) == 1;
-   }
+   bool insert(const Route<F>& route, U32 id) { return routes_.emplace(route, id).second; }
+   bool erase(const Route<F>& route) { return routes_.erase(route) == 1; }
 
    U32 idOf(const Route<F>& route) const {
       const auto found = routes_.find(route);
       return found == routes_.end() ? 0 : found->second;
    }
+   static auto longestFirst() { return std::views::iota(U32{0}, F::width + 1) | std::views::reverse; }
+
    // A route stands right before those that it covers.
    bool longer(const Route<F>& route) const {
       const auto next = routes_.upper_bound(route);

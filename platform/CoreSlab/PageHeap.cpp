@@ -147,9 +147,7 @@ void PageHeap::freeList(std::size_t sizeClass, FreeBlock* list) noexcept {
    }
 }
 
-std::size_t PageHeap::sizeClassOfBlock(const void* block) noexcept {
-   return Page::of(block)->sizeClass;
-}
+std::size_t PageHeap::sizeClassOfBlock(const void* block) noexcept { return Page::of(block)->sizeClass; }
 
 void* PageHeap::allocateLocked(ClassPages& pages, std::size_t sizeClass) noexcept {
    Page* page = pages.withRoom;

@@ -31,7 +31,7 @@ struct FreeBlock {
 };
 
 class ROUTETRIE_EXPORT PageHeap {
- public:
+  public:
    static constexpr std::size_t pageBytes = 64 * 1024;
    static constexpr std::size_t arenaBytes = 2 * 1024 * 1024;
 
@@ -62,7 +62,7 @@ class ROUTETRIE_EXPORT PageHeap {
    // Exact while no other thread works on the heap.
    Stats stats() noexcept;
 
- private:
+  private:
    struct Page;
    struct Arena;
 

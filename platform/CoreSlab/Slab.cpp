@@ -31,9 +31,7 @@ namespace {
 // answering null; and up to here the size of a block and of what stands before it never wraps.
 constexpr std::size_t cHeapLimitBytes = std::size_t{1} << 39;
 
-void* cHeapMalloc(std::size_t size) noexcept {
-   return size <= cHeapLimitBytes ? std::malloc(size) : nullptr;
-}
+void* cHeapMalloc(std::size_t size) noexcept { return size <= cHeapLimitBytes ? std::malloc(size) : nullptr; }
 
 // Where blocks come from: two functions and their statistics.
 #if ROUTETRIE_SLAB_IS_C_HEAP
@@ -92,7 +90,7 @@ Stats currentStats() {
 // Blocks that came from the C heap because the slab had no memory. They are few, if there are any, and found by
 // searching for their address.
 class Fallbacks {
- public:
+  public:
    void* allocate(std::size_t size) noexcept {
       auto* entry = size <= cHeapLimitBytes ? static_cast<Entry*>(cHeapMalloc(sizeof(Entry) + size)) : nullptr;
       if (entry == nullptr) {
@@ -127,7 +125,7 @@ class Fallbacks {
       return true;
    }
 
- private:
+  private:
    struct alignas(16) Entry {
       Entry* next;
    };
@@ -156,18 +154,14 @@ bool failsNow() noexcept {
 
 #else
 
-constexpr bool failsNow() noexcept {
-   return false;
-}
+constexpr bool failsNow() noexcept { return false; }
 
 #endif
 
 }  // namespace
 
 #ifdef ROUTETRIE_FAULT_INJECTION
-void failAt(U64 n) {
-   untilFailure.store(n, std::memory_order_relaxed);
-}
+void failAt(U64 n) { untilFailure.store(n, std::memory_order_relaxed); }
 #endif
 
 void* slabAlloc(std::size_t size) {
@@ -204,8 +198,6 @@ void slabFreeOrStdFree(void* memory) noexcept {
    }
 }
 
-Stats stats() {
-   return currentStats();
-}
+Stats stats() { return currentStats(); }
 
 }  // namespace CoreSlab

@@ -9,7 +9,7 @@
 namespace CoreSlab {
 
 class SpinLock {
- public:
+  public:
    void lock() noexcept {
       while (locked_.exchange(true, std::memory_order_acquire)) {
          sched_yield();
@@ -17,7 +17,7 @@ class SpinLock {
    }
    void unlock() noexcept { locked_.store(false, std::memory_order_release); }
 
- private:
+  private:
    std::atomic<bool> locked_{false};
 };
 

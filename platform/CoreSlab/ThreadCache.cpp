@@ -16,7 +16,7 @@ constinit thread_local ThreadCache* ThreadCache::own_ = nullptr;
 
 // Ends with the thread. Whatever else of the thread is destroyed after it finds no cache.
 class ThreadCacheLife {
- public:
+  public:
    constexpr ThreadCacheLife() = default;
    ~ThreadCacheLife() {
       ThreadCache* cache = ThreadCache::own_;

@@ -16,7 +16,7 @@
 namespace CoreSlab {
 
 class ThreadCache {
- public:
+  public:
    constexpr explicit ThreadCache(PageHeap& heap) noexcept : heap_(heap) {}
 
    // This thread's cache, on `heap` if it is made now; null if the thread is past giving its blocks back, or if there is
@@ -51,7 +51,7 @@ class ThreadCache {
    };
    static Kept kept() noexcept;
 
- private:
+  private:
    friend class ThreadCacheLife;
 
    struct List {

@@ -18,7 +18,7 @@ namespace Corenet {
 
 template <class Self, class PrefixType>
 class BasicAddrWithMask {
- public:
+  public:
    using Address = typename PrefixType::AddressType;
 
    BasicAddrWithMask() noexcept = default;
@@ -45,23 +45,23 @@ class BasicAddrWithMask {
 
    friend bool operator==(const BasicAddrWithMask&, const BasicAddrWithMask&) noexcept = default;
 
- private:
+  private:
    Address address_;
    U32 maskLength_ = 0;
 };
 
 class IpAddrWithMask : public BasicAddrWithMask<IpAddrWithMask, Prefix> {
- public:
+  public:
    using BasicAddrWithMask::BasicAddrWithMask;
 };
 
 class Ip6AddrWithMask : public BasicAddrWithMask<Ip6AddrWithMask, Ip6Prefix> {
- public:
+  public:
    using BasicAddrWithMask::BasicAddrWithMask;
 };
 
 class ROUTETRIE_EXPORT IpGenAddrWithMask {
- public:
+  public:
    IpGenAddrWithMask() noexcept = default;  // family none
    IpGenAddrWithMask(const IpGenAddr& address, unsigned int len) noexcept : address_(address), maskLength_(len) {}
    // The address of the prefix, with a mask of its own.
@@ -92,7 +92,7 @@ class ROUTETRIE_EXPORT IpGenAddrWithMask {
 
    friend bool operator==(const IpGenAddrWithMask&, const IpGenAddrWithMask&) noexcept = default;
 
- private:
+  private:
    IpGenAddr address_;
    U32 maskLength_ = 0;
 };

@@ -22,7 +22,7 @@ template <unsigned widthBits>
 class AddressBits {
    static_assert(widthBits == 32 || widthBits == 128);
 
- public:
+  public:
    static constexpr U32 width = widthBits;
    using Word = std::conditional_t<width == 32, U32, U128>;
 
@@ -64,14 +64,13 @@ class AddressBits {
                                  : std::strong_ordering::equal;
    }
 
- private:
+  private:
    static constexpr U32 leadingZeros(Word word) noexcept {
       if constexpr (width == 32) {
          return static_cast<U32>(std::countl_zero(word));
       } else {
          const U64 high = static_cast<U64>(word >> 64);
-         return static_cast<U32>(high != 0 ? std::countl_zero(high)
-                                           : 64 + std::countl_zero(static_cast<U64>(word)));
+         return static_cast<U32>(high != 0 ? std::countl_zero(high) : 64 + std::countl_zero(static_cast<U64>(word)));
       }
    }
    static constexpr Word swapped(Word word) noexcept {
@@ -80,7 +79,8 @@ class AddressBits {
       } else if constexpr (width == 32) {
          return __builtin_bswap32(word);
       } else {
-         return Word{__builtin_bswap64(static_cast<U64>(word))} << 64 | __builtin_bswap64(static_cast<U64>(word >> 64));
+         return Word{__builtin_bswap64(static_cast<U64>(word))} << 64 |
+                __builtin_bswap64(static_cast<U64>(word >> 64));
       }
    }
 

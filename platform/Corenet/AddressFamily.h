@@ -42,3 +42,10 @@ ROUTETRIE_EXPORT std::ostream& operator<<(std::ostream& out, AddressFamily famil
 ROUTETRIE_EXPORT std::ostream& operator<<(std::ostream& out, V4V6 family);
 
 }  // namespace Corenet
+
+template <>
+struct fmt::formatter<Corenet::AddressFamily> : fmt::formatter<Corvid::String> {
+   auto format(Corenet::AddressFamily family, fmt::format_context& context) const {
+      return fmt::formatter<Corvid::String>::format(Corenet::stringValue(family), context);
+   }
+};

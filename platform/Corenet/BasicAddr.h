@@ -42,7 +42,7 @@ constexpr U32 hashBits(U32 seed, AddressBits<128> bits, U32 more) noexcept {
 
 template <class Self, unsigned widthBits, AddressFamily familyValue>
 class BasicAddr {
- public:
+  public:
    static constexpr U32 width = widthBits;
    static constexpr AddressFamily family = familyValue;
    using Bits = AddressBits<width>;
@@ -69,7 +69,7 @@ class BasicAddr {
    friend constexpr bool operator==(const BasicAddr&, const BasicAddr&) noexcept = default;
    friend constexpr auto operator<=>(const BasicAddr&, const BasicAddr&) noexcept = default;
 
- private:
+  private:
    Bytes bytes_{};
 };
 

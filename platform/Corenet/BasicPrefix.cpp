@@ -19,9 +19,7 @@ Corvid::String prefixText(const Corvid::String& address, U32 length) {
    return fmt::format("{}/{}", address.view(), length);
 }
 
-void throwInvalidPrefix(AddressFamily family) {
-   Corvid::RangeException::throwException(invalidPrefixText(family));
-}
+void throwInvalidPrefix(AddressFamily family) { Corvid::RangeException::throwException(invalidPrefixText(family)); }
 
 void throwInvalidPrefix(AddressFamily family, std::string_view text) {
    throwBadText(invalidPrefixText(family), text);

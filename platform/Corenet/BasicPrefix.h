@@ -29,7 +29,7 @@ ROUTETRIE_EXPORT Corvid::String prefixText(const Corvid::String& address, U32 le
 
 template <class Self, class Address>
 class BasicPrefix {
- public:
+  public:
    static constexpr U32 width = Address::width;
    static constexpr AddressFamily family = Address::family;
    using Bits = typename Address::Bits;
@@ -81,7 +81,7 @@ class BasicPrefix {
    friend constexpr bool operator==(const BasicPrefix&, const BasicPrefix&) noexcept = default;
    friend constexpr auto operator<=>(const BasicPrefix&, const BasicPrefix&) noexcept = default;
 
- private:
+  private:
    Address address_;
    U8 length_ = 0;
 };

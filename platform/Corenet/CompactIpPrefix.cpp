@@ -21,8 +21,8 @@ void CompactIpPrefixImpl::ipv4Is(const Prefix& prefix) noexcept {
 void CompactIpPrefixImpl::ipv6Is(const Ip6Prefix& prefix) {
    CompactIpPrefixImpl value;
    if (prefix.len() <= inline6MaxLength) {
-      value.word_ = inline6Tag | U64{prefix.len()} << 2 |
-                    __builtin_bswap64(static_cast<U64>(prefix.bits().word() >> 64)) << 8;
+      value.word_ =
+         inline6Tag | U64{prefix.len()} << 2 | __builtin_bswap64(static_cast<U64>(prefix.bits().word() >> 64)) << 8;
    } else {
       value.word_ = std::bit_cast<U64>(PrefixDedup::acquire(prefix.bits(), prefix.len()));
    }
@@ -41,7 +41,8 @@ Prefix CompactIpPrefixImpl::ipv4() const {
    switch (tag()) {
       case nullWord: return {};
       case ipv4Tag:
-         return (word_ & 0xff00) == ipv4NullMarker ? Prefix::nullPrefix() : Prefix(IpAddr(inlineBits4()), inlineLen());
+         return (word_ & 0xff00) == ipv4NullMarker ? Prefix::nullPrefix()
+                                                   : Prefix(IpAddr(inlineBits4()), inlineLen());
       default: return Prefix::nullPrefix();
    }
 }

@@ -27,7 +27,7 @@
 namespace Corenet {
 
 class ROUTETRIE_EXPORT CompactIpPrefixImpl {
- public:
+  public:
    CompactIpPrefixImpl() noexcept = default;  // the null compact value
    CompactIpPrefixImpl(const CompactIpPrefixImpl& other) noexcept : word_(other.word_) { retain(); }
    CompactIpPrefixImpl(CompactIpPrefixImpl&& other) noexcept : word_(std::exchange(other.word_, nullWord)) {}
@@ -90,7 +90,7 @@ class ROUTETRIE_EXPORT CompactIpPrefixImpl {
       return a.word_ == b.word_;
    }
 
- protected:
+  protected:
    static constexpr U64 dedupedTag = 0;
    static constexpr U64 inline6Tag = 1;
    static constexpr U64 ipv4Tag = 2;
@@ -120,7 +120,7 @@ class ROUTETRIE_EXPORT CompactIpPrefixImpl {
 };
 
 class ROUTETRIE_EXPORT CompactIpPrefix : public CompactIpPrefixImpl {
- public:
+  public:
    CompactIpPrefix() noexcept = default;  // the null compact value
    CompactIpPrefix(const Prefix& prefix) noexcept { ipv4Is(prefix); }
    CompactIpPrefix(const Ip6Prefix& prefix) { ipv6Is(prefix); }

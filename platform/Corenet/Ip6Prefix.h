@@ -8,7 +8,7 @@
 namespace Corenet {
 
 class Ip6Prefix : public BasicPrefix<Ip6Prefix, Ip6Addr> {
- public:
+  public:
    using BasicPrefix::BasicPrefix;
 };
 

@@ -10,7 +10,7 @@ namespace Corenet {
 [[noreturn]] ROUTETRIE_EXPORT void throwIp6AddrU32();
 
 class IpAddr : public BasicAddr<IpAddr, 32, AddressFamily::ipv4> {
- public:
+  public:
    using BasicAddr::BasicAddr;
    explicit IpAddr(U32 hostOrder) noexcept : BasicAddr(Bits(hostOrder)) {}
 
@@ -18,7 +18,7 @@ class IpAddr : public BasicAddr<IpAddr, 32, AddressFamily::ipv4> {
 };
 
 class Ip6Addr : public BasicAddr<Ip6Addr, 128, AddressFamily::ipv6> {
- public:
+  public:
    using BasicAddr::BasicAddr;
 
    // Word `i` of the address in host order, `i` from 0 to 3; any other raises through throwIp6AddrU32().

@@ -13,7 +13,7 @@
 namespace Corenet {
 
 class ROUTETRIE_EXPORT IpGenAddr {
- public:
+  public:
    IpGenAddr() noexcept = default;  // family none, all zero
    IpGenAddr(const IpAddr& address) noexcept : family_(AddressFamily::ipv4) { address.bits().store(bytes_.data()); }
    IpGenAddr(const Ip6Addr& address) noexcept : bytes_(address.bytes()), family_(AddressFamily::ipv6) {}
@@ -26,9 +26,7 @@ class ROUTETRIE_EXPORT IpGenAddr {
 
    AddressFamily af() const noexcept { return family_; }
    // The address of that family; the zero address if this is of another.
-   IpAddr v4Addr() const noexcept {
-      return family_ == AddressFamily::ipv4 ? IpAddr(bits<32>()) : IpAddr();
-   }
+   IpAddr v4Addr() const noexcept { return family_ == AddressFamily::ipv4 ? IpAddr(bits<32>()) : IpAddr(); }
    Ip6Addr v6Addr() const noexcept { return family_ == AddressFamily::ipv6 ? Ip6Addr(bytes_) : Ip6Addr(); }
 
    // The first `width` bits of the stored address, whatever the family.
@@ -40,7 +38,7 @@ class ROUTETRIE_EXPORT IpGenAddr {
 
    friend bool operator==(const IpGenAddr&, const IpGenAddr&) noexcept = default;
 
- private:
+  private:
    std::array<U8, 16> bytes_{};
    AddressFamily family_ = AddressFamily::none;
 };

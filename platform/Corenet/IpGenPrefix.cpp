@@ -20,6 +20,16 @@ Corvid::String IpGenPrefix::stringValue() const {
    }
 }
 
+void sequenceToValue(Tesk::CharRange& range, IpGenPrefix* value) {
+   constexpr std::string_view separators = ":./";
+   Tesk::CharRange rest = range;
+   *value = IpGenPrefix::fromString(rest.takeWhile([&](char c) {
+      return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') ||
+             separators.find(c) != std::string_view::npos;
+   }));
+   range = rest;
+}
+
 void IpGenPrefix::handleInitialized(const Corvid::String& text) { *this = fromString(text); }
 
 }  // namespace Corenet

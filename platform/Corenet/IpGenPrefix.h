@@ -15,14 +15,14 @@
 #include "platform/Corenet/Prefix.h"
 #include "platform/Corenet/Text.h"
 #include "platform/Corvid/String.h"
+#include "platform/Tesk/CharRange.h"
 
 namespace Corenet {
 
 class IpGenPrefixBase {
- public:
+  public:
    U32 hash(U32 seed) const noexcept {
-      return Impl::hashBits(seed, AddressBits<128>::load(bytes_.data()),
-                            static_cast<U32>(family_) << 8 | length_);
+      return Impl::hashBits(seed, AddressBits<128>::load(bytes_.data()), static_cast<U32>(family_) << 8 | length_);
    }
    // Compares two IpGenPrefix values behind untyped pointers.
    static bool isEq(const void* a, const void* b) noexcept {
@@ -38,7 +38,7 @@ class IpGenPrefixBase {
       return byAddress != 0 ? byAddress : a.length_ <=> b.length_;
    }
 
- protected:
+  protected:
    IpGenPrefixBase() noexcept = default;
 
    std::array<U8, 16> bytes_{};
@@ -47,7 +47,7 @@ class IpGenPrefixBase {
 };
 
 class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
- public:
+  public:
    IpGenPrefix() noexcept = default;  // the empty value
    IpGenPrefix(const Prefix& prefix) noexcept : IpGenPrefix(prefix.bits(), prefix.len(), AddressFamily::ipv4) {}
    IpGenPrefix(const Ip6Prefix& prefix) noexcept : IpGenPrefix(prefix.bits(), prefix.len(), AddressFamily::ipv6) {}
@@ -81,7 +81,7 @@ class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
       return AddressBits<width>::load(bytes_.data());
    }
 
- private:
+  private:
    template <unsigned width>
    IpGenPrefix(AddressBits<width> bits, U8 length, AddressFamily family) noexcept {
       bits.store(bytes_.data());
@@ -98,5 +98,9 @@ class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
 };
 
 static_assert(sizeof(IpGenPrefix) == 18);
+
+// Takes the text of a prefix from the front of the range and stores the value. Raises as IpGenPrefix::fromString does, and
+// then neither range nor value has changed.
+ROUTETRIE_EXPORT void sequenceToValue(Tesk::CharRange& range, IpGenPrefix* value);
 
 }  // namespace Corenet

@@ -8,7 +8,7 @@
 namespace Corenet {
 
 class Prefix : public BasicPrefix<Prefix, IpAddr> {
- public:
+  public:
    using BasicPrefix::BasicPrefix;
 };
 

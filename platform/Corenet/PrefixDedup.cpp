@@ -5,8 +5,8 @@
 #include <mutex>
 #include <new>
 
-#include "platform/Corenet/BasicAddr.h"
 #include "platform/CoreSlab/Slab.h"
+#include "platform/Corenet/BasicAddr.h"
 #include "platform/Tesk/AllocTrack.h"
 
 namespace Corenet {
@@ -41,7 +41,7 @@ void freeRecord(Record* record) noexcept {
 // One part of the table, under a lock of its own. Buckets are chosen by the hash bits above those that chose the
 // shard. The first buckets are part of the shard, so that an empty table owns no memory.
 class alignas(64) Shard {
- public:
+  public:
    Record* acquire(AddressBits<128> bits, U8 length, U32 hash) {
       const std::lock_guard guard(lock_);
       ++acquisitions_;
@@ -88,7 +88,7 @@ class alignas(64) Shard {
       return acquisitions_;
    }
 
- private:
+  private:
    std::size_t bucketOf(U32 hash) const noexcept { return (hash / shardCount) & (bucketCount_ - 1); }
 
    // Without memory for more buckets the chains grow instead.

@@ -17,7 +17,7 @@
 namespace Corenet {
 
 class ROUTETRIE_EXPORT PrefixDedup {
- public:
+  public:
    struct Record {
       AddressBits<128> bits;
       Record* next;  // in its bucket

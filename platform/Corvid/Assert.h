@@ -23,7 +23,7 @@ constexpr const char* assertText(const char*, const char* text) { return text; }
 }  // namespace Corvid::Impl
 
 // `#condition` stands here and not in a macro below, so that constants in it are not expanded first.
-#define ROUTETRIE_ASSERT(condition, ...)                                                                    \
-   ((condition) ? void()                                                                                    \
+#define ROUTETRIE_ASSERT(condition, ...)                                                                     \
+   ((condition) ? void()                                                                                     \
                 : __assert_fail(::Corvid::Impl::assertText(#condition __VA_OPT__(, ) __VA_ARGS__), __FILE__, \
                                 __LINE__, __PRETTY_FUNCTION__))

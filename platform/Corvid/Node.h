@@ -40,7 +40,7 @@ struct TypeData {
 };
 
 class ROUTETRIE_EXPORT Node {
- public:
+  public:
    Node(const Node&) = delete;
    Node& operator=(const Node&) = delete;
    virtual ~Node();
@@ -73,10 +73,10 @@ class ROUTETRIE_EXPORT Node {
    static void* operator new(std::size_t bytes);
    static void operator delete(void* memory, std::size_t bytes) noexcept;
 
- protected:
+  protected:
    Node() = default;
 
- private:
+  private:
    mutable std::atomic<U32> uses_{1};
    mutable U32 flags_ = nodeFlagAlive;
 };

@@ -11,7 +11,7 @@ namespace Corvid {
 
 template <class T>
 class Ptr {
- public:
+  public:
    constexpr Ptr() noexcept = default;
    constexpr Ptr(std::nullptr_t) noexcept {}
    // Takes a reference of its own; see adopt() for a pointer that brings one along.
@@ -20,13 +20,11 @@ class Ptr {
    Ptr(Ptr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
    // To a base, and to const.
    template <class U>
-      requires std::convertible_to<U*, T*>
-   Ptr(const Ptr<U>& other) noexcept : object_(other.get()) {
-      take();
-   }
+   requires std::convertible_to<U*, T*> Ptr(const Ptr<U>& other)
+   noexcept : object_(other.get()) { take(); }
    template <class U>
-      requires std::convertible_to<U*, T*>
-   Ptr(Ptr<U>&& other) noexcept : object_(other.release()) {}
+   requires std::convertible_to<U*, T*> Ptr(Ptr<U>&& other)
+   noexcept : object_(other.release()) {}
    ~Ptr() { drop(); }
 
    Ptr& operator=(Ptr other) noexcept {
@@ -49,7 +47,7 @@ class Ptr {
    T& operator*() const noexcept { return *object_; }
    explicit operator bool() const noexcept { return object_ != nullptr; }
 
- private:
+  private:
    void take() const noexcept {
       if (object_ != nullptr) {
          object_->incUse();

@@ -9,7 +9,7 @@
 namespace Corvid {
 
 class ROUTETRIE_EXPORT RangeException : public std::range_error {
- public:
+  public:
    using std::range_error::range_error;
    ~RangeException() override;
 

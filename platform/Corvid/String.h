@@ -17,7 +17,7 @@
 namespace Corvid {
 
 class String {
- public:
+  public:
    String() = default;
    String(const char* text) : text_(text) {}
    String(std::string_view text) : text_(text) {}
@@ -39,7 +39,7 @@ class String {
    friend bool operator==(const String& a, const std::string& b) noexcept { return a.view() == b; }
    friend auto operator<=>(const String& a, const String& b) noexcept { return a.view() <=> b.view(); }
 
- private:
+  private:
    std::string text_;
 };
 

@@ -32,9 +32,8 @@ namespace Keel {
 // Only the plain form is there: no compressed pointers, no stash of its own.
 template <class T, class Aux = void, bool allowCompressedPointer = false, class Distinguisher = void,
           bool allocateInStash = false>
-   requires(!allowCompressedPointer && !allocateInStash)
-class PtrInterfaceArray {
- public:
+requires(!allowCompressedPointer && !allocateInStash) class PtrInterfaceArray {
+  public:
    PtrInterfaceArray() noexcept = default;  // empty
    // `size` null elements. Raises std::bad_alloc.
    explicit PtrInterfaceArray(U32 size) : word_(size == 0 ? emptyWord : size == 1 ? nullElement : newBlock(size)) {}
@@ -62,7 +61,7 @@ class PtrInterfaceArray {
    // there already.
    void elementIs(U32 index, T* value) { elementIs(index, Corvid::Ptr<T>(value)); }
    template <class U>
-      requires std::convertible_to<U*, T*>
+   requires std::convertible_to<U*, T*>
    void elementIs(U32 index, Corvid::Ptr<U>&& value) {
       U64* element = place(index);
       T* const old = std::bit_cast<T*>(*element);
@@ -96,7 +95,7 @@ class PtrInterfaceArray {
    // Counts the blocks of this array type, in bytes.
    static inline Tesk::AllocTrackTypeInfo* memAllocationTracker_ = nullptr;
 
- private:
+  private:
    static constexpr U64 emptyWord = ~U64{1};
    static constexpr U64 nullElement = 0;
    static constexpr U64 blockBit = 1;

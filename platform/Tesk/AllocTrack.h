@@ -20,10 +20,11 @@
 namespace Tesk {
 
 class ROUTETRIE_EXPORT AllocTrackTypeInfo {
- public:
+  public:
    // Counts an allocation of `size` bytes for `type`, and makes the tracker if there is none. Both raise std::bad_alloc
    // if the tracker can't be made; the second form also notes the alignment, in bytes.
-   static void _trackAllocationNoOverhead(AllocTrackTypeInfo** tracker, const std::type_info& type, std::size_t size) {
+   static void _trackAllocationNoOverhead(AllocTrackTypeInfo** tracker, const std::type_info& type,
+                                          std::size_t size) {
       trackerOf(tracker, type, size, 0).allocated(size);
    }
    static void _trackAllocation(AllocTrackTypeInfo** tracker, const std::type_info& type, std::size_t size,
@@ -48,7 +49,7 @@ class ROUTETRIE_EXPORT AllocTrackTypeInfo {
    AllocTrackTypeInfo(const AllocTrackTypeInfo&) = delete;
    AllocTrackTypeInfo& operator=(const AllocTrackTypeInfo&) = delete;
 
- private:
+  private:
    AllocTrackTypeInfo(const std::type_info& type, std::size_t size, std::size_t alignment);
    ~AllocTrackTypeInfo() = default;
 

@@ -31,24 +31,14 @@ void* counted(std::size_t bytes, std::size_t alignment) {
 
 }  // namespace
 
-void* operator new(std::size_t bytes) {
-   return counted(bytes, alignof(std::max_align_t));
-}
+void* operator new(std::size_t bytes) { return counted(bytes, alignof(std::max_align_t)); }
 void* operator new(std::size_t bytes, std::align_val_t alignment) {
    return counted(bytes, static_cast<std::size_t>(alignment));
 }
-void operator delete(void* memory) noexcept {
-   std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-   std::free(memory);
-}
-void operator delete(void* memory, std::align_val_t) noexcept {
-   std::free(memory);
-}
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-   std::free(memory);
-}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
 
 namespace Property {
 namespace {

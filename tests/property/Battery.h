@@ -66,12 +66,8 @@ struct EngineName {
 
 //--- one question ---
 
-inline std::string textOf(bool value) {
-   return value ? "yes" : "no";
-}
-inline std::string textOf(const MaybePrefix& p) {
-   return p ? std::string(p->stringValue()) : "none";
-}
+inline std::string textOf(bool value) { return value ? "yes" : "no"; }
+inline std::string textOf(const MaybePrefix& p) { return p ? std::string(p->stringValue()) : "none"; }
 inline std::string textOf(const PrefixList& list) {
    std::string text = "(";
    for (const auto& p : list) {
@@ -133,10 +129,10 @@ std::string faultAt(const E& engine, const IpGenPrefix& p, const Answers& expect
    return fault;
 }
 
-// Asks everything that the engine can answer about one prefix.
+// Asks for the neighbour and for the lists that the engine can give.
 template <Engine E>
-std::string faultAt(const E& engine, const IpGenPrefix& p, const SlowTable& table) {
-   std::string fault = faultAt(engine, p, Answers(table, p));
+std::string listFaultAt(const E& engine, const IpGenPrefix& p, const SlowTable& table) {
+   std::string fault;
    if constexpr ((E::abilities & nextAbility) != 0) {
       if (fault.empty()) {
          fault = faultOf("next", p, engine.next(p), table.next(p));
@@ -158,6 +154,13 @@ std::string faultAt(const E& engine, const IpGenPrefix& p, const SlowTable& tabl
       }
    }
    return fault;
+}
+
+// Asks everything that the engine can answer about one prefix.
+template <Engine E>
+std::string faultAt(const E& engine, const IpGenPrefix& p, const SlowTable& table) {
+   const std::string fault = faultAt(engine, p, Answers(table, p));
+   return fault.empty() ? listFaultAt(engine, p, table) : fault;
 }
 
 //--- an engine beside its oracle ---

@@ -12,9 +12,7 @@ namespace Property {
 
 using Corenet::IpGenPrefix;
 
-inline constexpr U32 widthOf(Corenet::AddressFamily family) {
-   return family == Corenet::ipv4 ? 32 : 128;
-}
+inline constexpr U32 widthOf(Corenet::AddressFamily family) { return family == Corenet::ipv4 ? 32 : 128; }
 
 inline std::array<U8, 16> bytesOf(const IpGenPrefix& p) {
    std::array<U8, 16> bytes = p.address().v6Addr().bytes();
@@ -25,12 +23,8 @@ inline std::array<U8, 16> bytesOf(const IpGenPrefix& p) {
    return bytes;
 }
 
-inline bool bitOf(const std::array<U8, 16>& bytes, U32 n) {
-   return ((bytes[n / 8] >> (7 - n % 8)) & 1) != 0;
-}
-inline bool bitOf(const IpGenPrefix& p, U32 n) {
-   return bitOf(bytesOf(p), n);
-}
+inline bool bitOf(const std::array<U8, 16>& bytes, U32 n) { return ((bytes[n / 8] >> (7 - n % 8)) & 1) != 0; }
+inline bool bitOf(const IpGenPrefix& p, U32 n) { return bitOf(bytesOf(p), n); }
 
 // How many leading bits the two share, at most the length of either.
 inline U32 commonLength(const IpGenPrefix& a, const IpGenPrefix& b) {
@@ -49,15 +43,9 @@ inline U32 commonLength(const IpGenPrefix& a, const IpGenPrefix& b) {
 
 // Relations of two prefixes.
 using Relation = bool (*)(const IpGenPrefix&, const IpGenPrefix&);
-inline bool covers(const IpGenPrefix& a, const IpGenPrefix& b) {
-   return commonLength(a, b) == a.len();
-}
-inline bool isAbove(const IpGenPrefix& a, const IpGenPrefix& b) {
-   return a.len() < b.len() && covers(a, b);
-}
-inline bool isBefore(const IpGenPrefix& a, const IpGenPrefix& b) {
-   return a < b;
-}
+inline bool covers(const IpGenPrefix& a, const IpGenPrefix& b) { return commonLength(a, b) == a.len(); }
+inline bool isAbove(const IpGenPrefix& a, const IpGenPrefix& b) { return a.len() < b.len() && covers(a, b); }
+inline bool isBefore(const IpGenPrefix& a, const IpGenPrefix& b) { return a < b; }
 
 // The prefix of that family whose address is the first `length` bits of the bytes.
 inline IpGenPrefix prefixOf(Corenet::AddressFamily family, std::array<U8, 16> bytes, U32 length) {
@@ -71,9 +59,7 @@ inline IpGenPrefix prefixOf(Corenet::AddressFamily family, std::array<U8, 16> by
 }
 
 // The first `length` bits of p; if `length` runs past p, zeros follow.
-inline IpGenPrefix cut(const IpGenPrefix& p, U32 length) {
-   return prefixOf(p.af(), bytesOf(p), length);
-}
+inline IpGenPrefix cut(const IpGenPrefix& p, U32 length) { return prefixOf(p.af(), bytesOf(p), length); }
 
 // The same prefix with its bit `n` turned round. Requires: n is below its length.
 inline IpGenPrefix flipped(const IpGenPrefix& p, U32 n) {

@@ -25,21 +25,11 @@ class RandomTest : public testing::Test {
 using Engines = PatriciaEngines<testing::Types>;
 TYPED_TEST_SUITE(RandomTest, Engines, EngineName);
 
-TYPED_TEST(RandomTest, nested) {
-   this->runMix("nested");
-}
-TYPED_TEST(RandomTest, clustered) {
-   this->runMix("clustered");
-}
-TYPED_TEST(RandomTest, lengthy) {
-   this->runMix("lengthy");
-}
-TYPED_TEST(RandomTest, scattered) {
-   this->runMix("scattered");
-}
-TYPED_TEST(RandomTest, handful) {
-   this->runMix("handful");
-}
+TYPED_TEST(RandomTest, nested) { this->runMix("nested"); }
+TYPED_TEST(RandomTest, clustered) { this->runMix("clustered"); }
+TYPED_TEST(RandomTest, lengthy) { this->runMix("lengthy"); }
+TYPED_TEST(RandomTest, scattered) { this->runMix("scattered"); }
+TYPED_TEST(RandomTest, handful) { this->runMix("handful"); }
 
 }  // namespace
 }  // namespace Property

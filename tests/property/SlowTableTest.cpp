@@ -19,17 +19,13 @@
 
 namespace Property {
 
-void PrintTo(const MaybePrefix& p, std::ostream* out) {
-   *out << (p ? std::string(p->stringValue()) : "none");
-}
+void PrintTo(const MaybePrefix& p, std::ostream* out) { *out << (p ? std::string(p->stringValue()) : "none"); }
 
 namespace {
 
 using testing::ElementsAre;
 
-IpGenPrefix p(std::string_view text) {
-   return IpGenPrefix::fromString(text);
-}
+IpGenPrefix p(std::string_view text) { return IpGenPrefix::fromString(text); }
 
 SlowTable tableOf(std::initializer_list<std::string_view> routes) {
    SlowTable table;

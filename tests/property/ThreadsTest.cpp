@@ -54,9 +54,7 @@ std::string answersOf(AddressFamily family, const Ops& ops) {
    return answers + trie->audit() + std::to_string(trie->nodes()) + ' ' + std::to_string(trie->routes());
 }
 
-std::size_t opCount() {
-   return sized<std::size_t>(6'000, 40'000, 200'000);
-}
+std::size_t opCount() { return sized<std::size_t>(6'000, 40'000, 200'000); }
 
 class Threads : public testing::Test {
   protected:

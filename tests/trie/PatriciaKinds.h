@@ -114,7 +114,7 @@ using PatriciaKinds = testing::Types<Ipv4, Ipv4Compact, Ipv6Legacy, Ipv6Compact>
 // A fixture with one empty trie of the kind, audited at the end.
 template <class Kind>
 class PatriciaFixture : public testing::Test {
- protected:
+  protected:
    using P = typename Kind::P;
 
    void TearDown() override { EXPECT_EQ("", trie->audit()); }
@@ -131,9 +131,10 @@ class PatriciaFixture : public testing::Test {
    // A node as text: its key, and its black lengths in braces, as in "10.0.0.0/8 {4 8}".
    std::string describe(const PatriciaTrieNode* node) const {
       const PatriciaTrieNodeType type = trie->paf();
-      const auto word = Kind::family == AddressFamily::ipv4
-                           ? node->prefix(type).template bits<32>()
-                           : Corenet::AddressBits<32>(static_cast<U32>(node->prefix(type).template bits<128>().word() >> 96));
+      const auto word =
+         Kind::family == AddressFamily::ipv4
+            ? node->prefix(type).template bits<32>()
+            : Corenet::AddressBits<32>(static_cast<U32>(node->prefix(type).template bits<128>().word() >> 96));
       std::string text(Corenet::IpAddr(word).stringValue());
       text += '/' + std::to_string(node->len(type)) + " {";
       const char* blank = "";

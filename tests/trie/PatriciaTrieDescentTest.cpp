@@ -15,7 +15,7 @@ using Routing::PatriciaTrieWalkedPrefixCb;
 
 template <class Kind>
 class LpmNode : public PatriciaFixture<Kind> {
- protected:
+  protected:
    // The node found and, behind a colon, the path; "-" for none.
    std::string locate(std::string_view text) {
       PatriciaTrieWalkedPrefixCb path;
@@ -80,9 +80,9 @@ TYPED_TEST(LpmNode, blackLengthsPlayNoPart) {
 
 template <class Kind>
 class WalkAllAncestorsData : public PatriciaFixture<Kind> {
- protected:
+  protected:
    class Callback : public Kind::Cb {
-    public:
+     public:
       bool handlePrefixData(const typename Kind::P& p, const Routing::PrefixData* data) override {
          EXPECT_EQ(nullptr, data);
          lengths.push_back(p.len());

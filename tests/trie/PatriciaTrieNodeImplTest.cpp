@@ -59,7 +59,7 @@ std::unique_ptr<Node> nodeOf(std::string_view ipv4Text, bool black, const Length
 
 template <class Node>
 class PatriciaTrieNodeClass : public testing::Test {
- protected:
+  protected:
    static constexpr PatriciaTrieNodeType type = std::is_same_v<Node, PatriciaTrieV4Node>   ? nodeTypeIpv4()
                                                 : std::is_same_v<Node, PatriciaTrieV6Node> ? nodeTypeIpv6Legacy()
                                                                                            : nodeTypeIpv6Compact();

@@ -16,7 +16,7 @@ using testing_support::DataPtr;
 
 // A payload that records its calls, and stays in place of what would remove it if told so.
 class Recording : public Routing::PrefixData {
- public:
+  public:
    explicit Recording(std::vector<std::string>& calls, std::string name) : calls_(calls), name_(std::move(name)) {}
    void onAddition() override { calls_.push_back(name_ + " onAddition"); }
    void onDeletion() override { calls_.push_back(name_ + " onDeletion"); }
@@ -30,14 +30,14 @@ class Recording : public Routing::PrefixData {
    }
    bool keeps = false;
 
- private:
+  private:
    std::vector<std::string>& calls_;
    std::string name_;
 };
 
 template <class Node>
 class PatriciaTrieNodeWithDataTest : public testing::Test {
- protected:
+  protected:
    using Key = typename Node::KeyPrefix;
 
    static Key key(std::string_view ipv4Text) {
@@ -56,9 +56,7 @@ class PatriciaTrieNodeWithDataTest : public testing::Test {
       node.dataIs(len, data);
       node.blackIs(len, true);
    }
-   Corvid::Ptr<Recording> recording(std::string name) {
-      return Corvid::ptrIsImpl<Recording>(calls, std::move(name));
-   }
+   Corvid::Ptr<Recording> recording(std::string name) { return Corvid::ptrIsImpl<Recording>(calls, std::move(name)); }
 
    std::vector<std::string> calls;
 };
@@ -262,11 +260,9 @@ TEST(PatriciaTrieNodeWithDataDeathTest, unknownType) {
 
 template <class Kind>
 class PatriciaTrieWithData : public testing_support::PatriciaFixture<Kind> {
- protected:
+  protected:
    void SetUp() override { this->trie->nodeDataEnabledIs(true); }
-   Corvid::Ptr<Recording> recording(std::string name) {
-      return Corvid::ptrIsImpl<Recording>(calls, std::move(name));
-   }
+   Corvid::Ptr<Recording> recording(std::string name) { return Corvid::ptrIsImpl<Recording>(calls, std::move(name)); }
    DataPtr found(std::string_view text) {
       const auto answer = Routing::prefixDataContainerFactory();
       Kind::match(*this->trie, this->p(text), answer);
@@ -279,7 +275,8 @@ TYPED_TEST_SUITE(PatriciaTrieWithData, testing_support::PatriciaKinds);
 
 TYPED_TEST(PatriciaTrieWithData, dataStaysWithItsRouteThroughSplitAndMerge) {
    std::map<std::string, DataPtr> data;
-   for (const auto* route : {"10.1.2.0/24", "10.0.0.0/8", "10.1.0.0/16", "10.1.3.0/24", "10.1.128.0/17", "11.0.0.0/8"}) {
+   for (const auto* route :
+        {"10.1.2.0/24", "10.0.0.0/8", "10.1.0.0/16", "10.1.3.0/24", "10.1.128.0/17", "11.0.0.0/8"}) {
       data[route] = this->recording(route);
       this->add(route, data[route]);
       ASSERT_EQ("", this->trie->audit());
@@ -359,7 +356,7 @@ TYPED_TEST(PatriciaTrieWithData, teardownCallsNoHook) {
 // What a hook raises passes through: the count is lower by then, and the bit still set.
 TYPED_TEST(PatriciaTrieWithData, hookThatRaises) {
    class Raising : public Routing::PrefixData {
-    public:
+     public:
       void onDeletion() override { throw std::runtime_error("no"); }
       DataPtr insertData(const DataPtr&) override { throw std::runtime_error("no"); }
    };

@@ -61,8 +61,8 @@ TYPED_TEST(PatriciaTrieSearch, theLongestCoveringRouteWins) {
       this->add(route);
    }
    const std::map<std::string, std::string> answers{
-      {"10.1.2.3/32", "10.1.2.0/24"},   {"10.1.2.0/24", "10.1.2.0/24"},  {"10.1.3.0/24", "10.1.0.0/16"},
-      {"10.1.2.0/23", "10.1.0.0/16"},   {"10.2.0.0/16", "10.0.0.0/8"},   {"10.1.129.0/24", "10.1.128.0/17"},
+      {"10.1.2.3/32", "10.1.2.0/24"},     {"10.1.2.0/24", "10.1.2.0/24"}, {"10.1.3.0/24", "10.1.0.0/16"},
+      {"10.1.2.0/23", "10.1.0.0/16"},     {"10.2.0.0/16", "10.0.0.0/8"},  {"10.1.129.0/24", "10.1.128.0/17"},
       {"11.255.255.255/32", "11.0.0.0/8"}};
    for (const auto& [query, answer] : answers) {
       EXPECT_EQ(this->p(answer), this->match(query)) << query;
@@ -174,7 +174,7 @@ TEST(PatriciaTrieSearchDeathTest, emptyQueryMeetsTheDefaultRouteOrAsksForAParent
 
 template <class Kind>
 class Recorder : public Kind::Cb {
- public:
+  public:
    bool handlePrefixData(const typename Kind::P& p, const Routing::PrefixData* data) override {
       seen.emplace_back(p.stringValue());
       payloads.push_back(data);
@@ -186,7 +186,7 @@ class Recorder : public Kind::Cb {
 
 template <class Kind>
 class PatriciaTrieDataSearch : public PatriciaFixture<Kind> {
- protected:
+  protected:
    void SetUp() override {
       this->trie->nodeDataEnabledIs(true);
       for (const auto* route : {"10.0.0.0/8", "10.0.0.0/16", "10.0.0.0/24", "10.0.128.0/17", "11.0.0.0/8"}) {
@@ -278,9 +278,9 @@ TYPED_TEST(PatriciaTrieSearchDeathTest, dataAskedOfAPlainTrie) {
    EXPECT_DEATH(TypeParam::match(*this->trie, query, nullptr, recorder.get()), text);
    EXPECT_DEATH(TypeParam::parent(*this->trie, query, container), text);
    EXPECT_DEATH(TypeParam::parent(*this->trie, query, nullptr, recorder.get()), text);
-   EXPECT_DEATH((this->trie->template longestMatchCommonImpl<typename TypeParam::P, std::nullptr_t>(query, container,
-                                                                                                   nullptr)),
-                text);
+   EXPECT_DEATH(
+      (this->trie->template longestMatchCommonImpl<typename TypeParam::P, std::nullptr_t>(query, container, nullptr)),
+      text);
 }
 
 }  // namespace

@@ -16,12 +16,8 @@ using Corenet::U128;
 template <class Number>
 inline constexpr unsigned widthBits = sizeof(Number) * 8;
 
-inline U32 numberOf(const Corenet::IpAddr& address) {
-   return address.bits().word();
-}
-inline U128 numberOf(const Corenet::Ip6Addr& address) {
-   return address.bits().word();
-}
+inline U32 numberOf(const Corenet::IpAddr& address) { return address.bits().word(); }
+inline U128 numberOf(const Corenet::Ip6Addr& address) { return address.bits().word(); }
 
 // Requires: no bit set at or past lengthBits; Corvid::RangeException otherwise.
 inline Corenet::IpGenPrefix prefixOf(U32 number, U8 lengthBits) {
@@ -32,9 +28,7 @@ inline Corenet::IpGenPrefix prefixOf(U128 number, U8 lengthBits) {
 }
 
 // Zero bits below the lowest set one; the whole width for 0.
-inline unsigned trailingZeros(U32 number) {
-   return static_cast<unsigned>(std::countr_zero(number));
-}
+inline unsigned trailingZeros(U32 number) { return static_cast<unsigned>(std::countr_zero(number)); }
 inline unsigned trailingZeros(U128 number) {
    const auto low = static_cast<U64>(number);
    const auto high = static_cast<U64>(number >> 64);

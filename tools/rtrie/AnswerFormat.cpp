@@ -12,9 +12,7 @@ namespace {
 using Corenet::IpGenPrefix;
 
 constexpr std::string_view noAnswer = "-";
-constexpr std::string_view yesOrNo(bool yes) {
-   return yes ? "yes" : "no";
-}
+constexpr std::string_view yesOrNo(bool yes) { return yes ? "yes" : "no"; }
 
 class TsvWriter final : public AnswerWriter {
   public:
@@ -154,8 +152,6 @@ constexpr AnswerFormat rows[] = {
 
 }  // namespace
 
-std::span<const AnswerFormat> answerFormats() {
-   return rows;
-}
+std::span<const AnswerFormat> answerFormats() { return rows; }
 
 }  // namespace Rtrie

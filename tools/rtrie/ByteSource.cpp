@@ -101,9 +101,7 @@ class DescriptorSource final : public ByteSource {
 
 }  // namespace
 
-std::string tableName(const std::string& path) {
-   return path == "-" ? "<stdin>" : path;
-}
+std::string tableName(const std::string& path) { return path == "-" ? "<stdin>" : path; }
 
 std::unique_ptr<ByteSource> openTable(const std::string& path) {
    return std::make_unique<TableSource>(path, tableName(path));

@@ -23,9 +23,7 @@ void TableOptions::check() const {
    }
 }
 
-bool TableOptions::readsStandardInput() const {
-   return std::count(tables.begin(), tables.end(), "-") > 0;
-}
+bool TableOptions::readsStandardInput() const { return std::count(tables.begin(), tables.end(), "-") > 0; }
 
 std::string helpSection(std::string_view title, std::string_view lines) {
    std::string section(title);

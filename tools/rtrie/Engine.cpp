@@ -20,8 +20,6 @@ constexpr Engine rows[] = {
 
 }  // namespace
 
-std::span<const Engine> engines() {
-   return rows;
-}
+std::span<const Engine> engines() { return rows; }
 
 }  // namespace Rtrie

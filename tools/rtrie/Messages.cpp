@@ -10,9 +10,7 @@ namespace {
 
 constexpr std::size_t maxTextBytes = 400;
 
-bool isControl(char c) {
-   return static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
-}
+bool isControl(char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; }
 
 }  // namespace
 

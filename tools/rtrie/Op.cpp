@@ -26,9 +26,7 @@ constexpr Op rows[] = {
 
 }  // namespace
 
-std::span<const Op> ops() {
-   return rows;
-}
+std::span<const Op> ops() { return rows; }
 
 const Op& opOfEngine(std::string_view name, const Engine& engine, std::span<const Engine> known) {
    const Op& op = rowNamed(ops(), "op", name);

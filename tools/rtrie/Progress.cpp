@@ -16,9 +16,7 @@ constexpr auto quietStart = std::chrono::milliseconds(250);
 constexpr auto drawEvery = std::chrono::milliseconds(100);
 constexpr unsigned barMarks = 24;
 
-void draw(std::string_view text) {
-   std::fwrite(text.data(), 1, text.size(), stderr);
-}
+void draw(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }
 
 }  // namespace
 
@@ -35,9 +33,7 @@ std::string progressLine(std::string_view name, U64 positionBytes, U64 sizeBytes
 Progress::Progress(bool shown, std::function<Clock::time_point()> now)
    : now_(std::move(now)), shown_(shown), nextDraw_(now_() + quietStart) {}
 
-bool Progress::standardErrorShows() {
-   return isatty(STDERR_FILENO) == 1;
-}
+bool Progress::standardErrorShows() { return isatty(STDERR_FILENO) == 1; }
 
 void Progress::update(std::string_view name, U64 positionBytes, U64 sizeBytes, U64 lines) {
    if (!shown_) {

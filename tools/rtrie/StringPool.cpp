@@ -2,9 +2,7 @@
 
 namespace Rtrie {
 
-StringPool::StringPool() : starts_{0, 0}, ids_(64, Hash{this}, Equal{this}) {
-   ids_.insert(0);
-}
+StringPool::StringPool() : starts_{0, 0}, ids_(64, Hash{this}, Equal{this}) { ids_.insert(0); }
 
 U32 StringPool::idOf(std::string_view wanted) {
    if (wanted == text(lastId_)) {

@@ -27,9 +27,7 @@ constexpr TableFormat formats[] = {
 
 }  // namespace
 
-std::span<const TableFormat> tableFormats() {
-   return formats;
-}
+std::span<const TableFormat> tableFormats() { return formats; }
 
 const TableFormat& formatOf(std::span<const std::string> lines) {
    const TableFormat* best = &formats[std::size(formats) - 1];

@@ -23,9 +23,7 @@ constexpr std::size_t sampleLines = 200;
 constexpr U64 shownBadLines = 20;
 constexpr U64 linesPerUpdate = 1024;
 
-bool isBlankOrComment(std::string_view trimmedLine) {
-   return trimmedLine.empty() || trimmedLine.front() == '#';
-}
+bool isBlankOrComment(std::string_view trimmedLine) { return trimmedLine.empty() || trimmedLine.front() == '#'; }
 
 // Loads one table.
 class Loader {

@@ -17,9 +17,7 @@ namespace {
 
 using namespace CoreSlab;
 
-std::uintptr_t addressOf(const void* block) {
-   return reinterpret_cast<std::uintptr_t>(block);
-}
+std::uintptr_t addressOf(const void* block) { return reinterpret_cast<std::uintptr_t>(block); }
 
 TEST(SizeClass, theSmallestThatHoldsTheBytes) {
    for (std::size_t bytes = 1; bytes <= classedLimitBytes; ++bytes) {

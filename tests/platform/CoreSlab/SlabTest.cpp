@@ -30,14 +30,14 @@ using namespace CoreSlab;
 
 // Sets the process multi-threaded for one test.
 class MultiThreaded {
- public:
+  public:
    MultiThreaded() { Corvid::ThreadControl::multiThreadedIs(true); }
    ~MultiThreaded() { Corvid::ThreadControl::multiThreadedIs(false); }
 };
 
 // The slab's live counts, which each test brings back.
 class SlabTest : public testing::Test {
- protected:
+  protected:
    void SetUp() override { before_ = stats(); }
    void TearDown() override {
       EXPECT_EQ(before_.liveBlocks, stats().liveBlocks);
@@ -45,13 +45,11 @@ class SlabTest : public testing::Test {
    }
    std::size_t liveBlocks() const { return stats().liveBlocks - before_.liveBlocks; }
 
- private:
+  private:
    Stats before_;
 };
 
-void releaseInt(void* memory) {
-   slabFree(memory, typeid(int));
-}
+void releaseInt(void* memory) { slabFree(memory, typeid(int)); }
 
 TEST_F(SlabTest, blocksHoldWhatIsWritten) {
    std::vector<unsigned char*> blocks;
@@ -126,9 +124,7 @@ TEST_F(SlabTest, blocksPassBetweenThreads) {
    passBlocksAround();
 }
 
-TEST_F(SlabTest, threadsThatNobodyAnnouncedAreSafeToo) {
-   passBlocksAround();
-}
+TEST_F(SlabTest, threadsThatNobodyAnnouncedAreSafeToo) { passBlocksAround(); }
 
 // What lies in a thread's cache does not count as live, and is there for others once the thread has ended.
 TEST_F(SlabTest, cachesGoBackWithTheirThread) {

@@ -16,9 +16,7 @@ using namespace Corenet;
 using testing::HasSubstr;
 using TestSupport::RandomValues;
 
-IpGenAddr gen(std::string_view text) {
-   return IpGenAddr::fromString(text);
-}
+IpGenAddr gen(std::string_view text) { return IpGenAddr::fromString(text); }
 
 constexpr char invalid4[] = "Corenet::Prefix::validAsPrefix != true not allowed";
 constexpr char invalid6[] = "Corenet::Ip6Prefix::validAsPrefix != true not allowed";

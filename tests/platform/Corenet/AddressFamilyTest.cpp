@@ -1,5 +1,6 @@
 #include "platform/Corenet/AddressFamily.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -47,6 +48,8 @@ TEST(AddressFamily, text) {
    EXPECT_EQ("ipv4", printed(ipv4()));
    EXPECT_EQ("ipv6", printed(ipv6()));
    EXPECT_EQ("unknown 77", printed(AddressFamily{77}));
+   EXPECT_EQ("ipv4|  none|unknown 3",
+             fmt::format("{}|{:>6}|{}", AddressFamily::ipv4, AddressFamily::none, AddressFamily{3}));
 }
 
 TEST(V4V6, holdsTheTwoFamilies) {

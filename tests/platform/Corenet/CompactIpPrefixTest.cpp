@@ -29,16 +29,10 @@ U64 wordOf(const CompactIpPrefixImpl& value) {
    std::memcpy(&word, &value, sizeof word);
    return word;
 }
-std::array<U8, 8> bytesOf(const CompactIpPrefix& value) {
-   return std::bit_cast<std::array<U8, 8>>(wordOf(value));
-}
-U64 tagOf(const CompactIpPrefix& value) {
-   return wordOf(value) & 3;
-}
+std::array<U8, 8> bytesOf(const CompactIpPrefix& value) { return std::bit_cast<std::array<U8, 8>>(wordOf(value)); }
+U64 tagOf(const CompactIpPrefix& value) { return wordOf(value) & 3; }
 
-CompactIpPrefix compact(std::string_view text) {
-   return CompactIpPrefix::fromString(text);
-}
+CompactIpPrefix compact(std::string_view text) { return CompactIpPrefix::fromString(text); }
 
 // --- the word ---
 

@@ -14,9 +14,7 @@ namespace {
 using namespace Corenet;
 using Bytes = std::array<U8, sizeof(IpGenAddr)>;
 
-Bytes bytesOf(const IpGenAddr& address) {
-   return std::bit_cast<Bytes>(address);
-}
+Bytes bytesOf(const IpGenAddr& address) { return std::bit_cast<Bytes>(address); }
 
 TEST(IpGenAddr, isSixteenBytesAndAFamily) {
    static_assert(sizeof(IpGenAddr) == 17 && alignof(IpGenAddr) == 1 && std::is_trivially_copyable_v<IpGenAddr>);

@@ -20,9 +20,7 @@ using namespace Corenet;
 using TestSupport::RandomValues;
 using Bytes = std::array<U8, sizeof(IpGenPrefix)>;
 
-Bytes bytesOf(const IpGenPrefix& prefix) {
-   return std::bit_cast<Bytes>(prefix);
-}
+Bytes bytesOf(const IpGenPrefix& prefix) { return std::bit_cast<Bytes>(prefix); }
 
 TEST(IpGenPrefix, isSixteenBytesALengthAndAFamily) {
    static_assert(sizeof(IpGenPrefix) == 18 && alignof(IpGenPrefix) == 1);

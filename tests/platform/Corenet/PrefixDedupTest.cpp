@@ -22,14 +22,10 @@ using TestSupport::MultiThreaded;
 using TestSupport::RandomValues;
 using TestSupport::runThreads;
 
-AddressBits<128> bitsOf(std::string_view text) {
-   return Ip6Addr::fromString(text).bits();
-}
+AddressBits<128> bitsOf(std::string_view text) { return Ip6Addr::fromString(text).bits(); }
 
 // The i-th /64 of 2001:db8::/32.
-AddressBits<128> subnet(U32 i) {
-   return AddressBits<128>(bitsOf("2001:db8::").word() | U128{i} << 64);
-}
+AddressBits<128> subnet(U32 i) { return AddressBits<128>(bitsOf("2001:db8::").word() | U128{i} << 64); }
 
 TEST(PrefixDedup, equalPrefixesShareARecord) {
    const LiveCounts before;

@@ -19,9 +19,7 @@ using testing::HasSubstr;
 
 #define WIDTH_LIMIT 32
 
-bool nodeDataEnabled() {
-   return true;
-}
+bool nodeDataEnabled() { return true; }
 
 struct Rules {
    int evaluations = 0;
@@ -58,9 +56,7 @@ TEST(Assert, isAnExpressionThatNeedsNoBraces) {
    EXPECT_FALSE(elseTaken);
 }
 
-TEST(Assert, worksInConstantExpressions) {
-   static_assert(Rules::half(8) == 4);
-}
+TEST(Assert, worksInConstantExpressions) { static_assert(Rules::half(8) == 4); }
 
 TEST(AssertDeathTest, printsTheConditionAndTheFunction) {
    EXPECT_DEATH(Rules().check(false), AllOf(HasSubstr("AssertTest.cpp:"), HasSubstr("Rules::check(bool): "),

@@ -67,12 +67,8 @@ class Refusing : public Counted {
    Ptr<Counted> part_;
 };
 
-U64 liveObjects(const Tesk::AllocTrackTypeInfo* tracker) {
-   return tracker == nullptr ? 0 : tracker->liveObjects();
-}
-U64 liveBytes(const Tesk::AllocTrackTypeInfo* tracker) {
-   return tracker == nullptr ? 0 : tracker->liveBytes();
-}
+U64 liveObjects(const Tesk::AllocTrackTypeInfo* tracker) { return tracker == nullptr ? 0 : tracker->liveObjects(); }
+U64 liveBytes(const Tesk::AllocTrackTypeInfo* tracker) { return tracker == nullptr ? 0 : tracker->liveBytes(); }
 
 TEST(Create, aNewObjectIsHeldByItsOneReferenceAndCounted) {
    const LiveCounts before;

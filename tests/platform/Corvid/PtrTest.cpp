@@ -39,9 +39,7 @@ class PtrTest : public testing::Test {
    LiveCounts before_;
 };
 
-TEST_F(PtrTest, isOneWord) {
-   static_assert(sizeof(Ptr<Base>) == sizeof(void*));
-}
+TEST_F(PtrTest, isOneWord) { static_assert(sizeof(Ptr<Base>) == sizeof(void*)); }
 
 TEST_F(PtrTest, isNullByDefault) {
    const Ptr<Base> null;

@@ -36,12 +36,8 @@ static_assert(std::is_same_v<Array, Keel::PtrInterfaceArray<Payload, void, false
 
 constexpr U64 emptyWord = ~U64{1};
 
-U64 liveBlocks() {
-   return Array::memAllocationTracker_ == nullptr ? 0 : Array::memAllocationTracker_->liveObjects();
-}
-U64 liveBytes() {
-   return Array::memAllocationTracker_ == nullptr ? 0 : Array::memAllocationTracker_->liveBytes();
-}
+U64 liveBlocks() { return Array::memAllocationTracker_ == nullptr ? 0 : Array::memAllocationTracker_->liveObjects(); }
+U64 liveBytes() { return Array::memAllocationTracker_ == nullptr ? 0 : Array::memAllocationTracker_->liveBytes(); }
 
 // Every test leaves as many objects, blocks and bytes as it found.
 class PtrInterfaceArrayTest : public testing::Test {
@@ -59,9 +55,7 @@ using PtrInterfaceArrayDeathTest = PtrInterfaceArrayTest;
 
 // --- the three forms of the word ---
 
-TEST_F(PtrInterfaceArrayTest, isOneWord) {
-   static_assert(sizeof(Array) == 8 && alignof(Array) == 8);
-}
+TEST_F(PtrInterfaceArrayTest, isOneWord) { static_assert(sizeof(Array) == 8 && alignof(Array) == 8); }
 
 TEST_F(PtrInterfaceArrayTest, emptyIsAllOnesButBitZero) {
    const Array array;

@@ -8,9 +8,7 @@
 namespace Rtrie {
 namespace {
 
-std::string chart(const std::vector<Bar>& bars) {
-   return barChart(bars, 10);
-}
+std::string chart(const std::vector<Bar>& bars) { return barChart(bars, 10); }
 
 TEST(BarChart, barsAreInProportion) {
    EXPECT_EQ(

@@ -36,6 +36,7 @@ TEST(CountryRanges, aCountryMayBeMissing) {
 TEST(CountryRanges, badRanges) {
    const auto parsed = parsedBy<CountryRanges>({
       "16777471,16777216,AU",
+      "5,4,AU",
       "1,4294967296,AU",
       "16777216",
       "1,x,AU",
@@ -47,6 +48,7 @@ TEST(CountryRanges, badRanges) {
    });
    EXPECT_THAT(parsed.routes, ElementsAre());
    EXPECT_THAT(parsed.faults, ElementsAre("first address of the range exceeds its last: \"16777471,16777216,AU\"",
+                                          "first address of the range exceeds its last: \"5,4,AU\"",
                                           "address 4294967296 exceeds 4294967295: \"1,4294967296,AU\"",
                                           "range has no last address: \"16777216\"",
                                           "not a decimal IPv4 address: \"x\" in \"1,x,AU\"",

@@ -111,9 +111,7 @@ TEST(Program, aBarWhileALongTableLoadsOnATerminal) {
    EXPECT_THAT(seen, testing::EndsWith("\r\x1b[K10.0.0.1/32\t10.0.0.0/8\r\n"));
 }
 
-TEST(Program, noBarForAShortTable) {
-   EXPECT_EQ("10.0.0.1/32\t10.0.0.0/8\r\n", onATerminal(false));
-}
+TEST(Program, noBarForAShortTable) { EXPECT_EQ("10.0.0.1/32\t10.0.0.0/8\r\n", onATerminal(false)); }
 
 TEST(Program, aFullOutputIsAFault) {
    const Support::Folder folder;

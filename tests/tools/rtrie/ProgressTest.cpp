@@ -15,9 +15,7 @@ TEST(Progress, lineOfAFile) {
    EXPECT_EQ("t  [########################]  100%  9 lines", progressLine("t", 2000, 1000, 9));
 }
 
-TEST(Progress, lineOfAPipe) {
-   EXPECT_EQ("<stdin>  5,000 lines", progressLine("<stdin>", 77, 0, 5000));
-}
+TEST(Progress, lineOfAPipe) { EXPECT_EQ("<stdin>  5,000 lines", progressLine("<stdin>", 77, 0, 5000)); }
 
 TEST(Progress, showsOnlyAfterAWhileAndOnlyIfAsked) {
    using std::chrono::milliseconds;

@@ -27,18 +27,14 @@ Folder::Folder() {
    folder_ = pattern;
 }
 
-Folder::~Folder() {
-   std::filesystem::remove_all(folder_);
-}
+Folder::~Folder() { std::filesystem::remove_all(folder_); }
 
 std::string Folder::file(std::string_view name, std::string_view content) const {
    std::ofstream(path(name), std::ios::binary) << content;
    return path(name);
 }
 
-std::string Folder::gzFile(std::string_view name, std::string_view content) const {
-   return file(name, gz(content));
-}
+std::string Folder::gzFile(std::string_view name, std::string_view content) const { return file(name, gz(content)); }
 
 std::string gz(std::string_view content) {
    z_stream stream{};

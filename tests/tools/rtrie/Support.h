@@ -61,8 +61,6 @@ Parsed parsedBy(const std::vector<std::string>& lines) {
    return parsed(parser, lines);
 }
 
-inline Corenet::IpGenPrefix prefix(std::string_view text) {
-   return Corenet::IpGenPrefix::fromString(text);
-}
+inline Corenet::IpGenPrefix prefix(std::string_view text) { return Corenet::IpGenPrefix::fromString(text); }
 
 }  // namespace Rtrie::Support

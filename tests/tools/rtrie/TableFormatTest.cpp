@@ -8,9 +8,7 @@
 namespace Rtrie {
 namespace {
 
-std::string_view named(const std::vector<std::string>& lines) {
-   return formatOf(lines).name;
-}
+std::string_view named(const std::vector<std::string>& lines) { return formatOf(lines).name; }
 
 TEST(TableFormat, eachIsToldByItsLines) {
    EXPECT_EQ("prefixes", named({"10.0.0.0/8", "2001:db8::/32 docs"}));

@@ -10,9 +10,7 @@ constexpr std::string_view separators = ", \t\r\v\f";
 
 }  // namespace
 
-bool PrefixLines::looksLike(std::string_view line) {
-   return isPrefixText(takeWord(line, separators));
-}
+bool PrefixLines::looksLike(std::string_view line) { return isPrefixText(takeWord(line, separators)); }
 
 void PrefixLines::line(std::string_view text, RouteSet& routes) {
    text = withoutComment(text);
