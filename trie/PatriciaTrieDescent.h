@@ -7,7 +7,9 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "platform/Corvid/Assert.h"
@@ -33,6 +35,19 @@ struct Query {
    // The bits that the node's key shares with the prefix, at most the length of either.
    U32 commonLength(const NodeClass& node) const {
       return std::min({node.bits().commonLength(bits), length, node.len()});
+   }
+   // Whether the node's key covers the prefix and is shorter, so that the way leads on to a child of it.
+   bool passes(const NodeClass& node) const {
+      const U32 nodeLength = node.len();
+      return nodeLength < std::min(length, width) && bits.sharesFirst(node.bits(), nodeLength);
+   }
+   // The child that a passed node has towards the prefix; null in a leaf. Which one it is follows from data that nobody
+   // can predict, so it is selected by arithmetic and not by a branch.
+   NodeClass* childOfPassed(const NodeClass& node) const {
+      const auto left = std::bit_cast<std::uintptr_t>(node.left_);
+      const auto right = std::bit_cast<std::uintptr_t>(node.right_);
+      const std::uintptr_t isRight = bits.bitWithin(node.len());
+      return static_cast<NodeClass*>(std::bit_cast<PatriciaTrieNode*>(left ^ ((left ^ right) & (0 - isRight))));
    }
    // The field of the child towards the prefix after `common` matched bits.
    PatriciaTrieNode*& child(PatriciaTrieNode& node, U32 common) const {

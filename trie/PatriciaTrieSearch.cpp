@@ -57,7 +57,27 @@ class Search {
    template <class Fallback>
    PrefixType run(const PrefixType& prefix, bool returnParent, const Fallback& fallback) {
       const Query<NodeClass> query(prefix);
-      for (auto* node = static_cast<NodeClass*>(trie_.root()); node != nullptr;) {
+      auto* node = static_cast<NodeClass*>(trie_.root());
+      // Every route of a node that is passed covers the prefix; which of them is the longest can wait for the end.
+      NodeClass* passed = nullptr;
+      while (query.passes(*node)) {
+         if constexpr (hasCallback) {
+            if (callback_ != nullptr && !node->isWhite()) {
+               report({node, node->lastBlack()});
+            }
+         }
+         passed = node->isWhite() ? passed : node;
+         NodeClass* child = query.childOfPassed(*node);
+         if (child == nullptr) {
+            node = nullptr;
+            break;
+         }
+         node = child;
+      }
+      if (passed != nullptr) {
+         best_ = {passed, passed->lastBlack()};
+      }
+      if (node != nullptr) {
          const U32 common = query.commonLength(*node);
          if (common == query.length && node->black(common)) {
             report({node, common});
@@ -74,10 +94,6 @@ class Search {
          if (found.length != 0) {
             report(found);
          }
-         if (common == query.length || common < node->len()) {
-            break;
-         }
-         node = static_cast<NodeClass*>(query.child(*node, common));
       }
       settle(best_);
       return answer(fallback);
@@ -109,8 +125,10 @@ class Search {
 
    template <class Fallback>
    PrefixType answer(const Fallback& fallback) const {
-      return best_.node != nullptr ? getSubnetFromNode<PrefixType>(best_.node, trie_.paf(), best_.length)
-                                   : fallback();
+      if (best_.node == nullptr) {
+         return fallback();
+      }
+      return PrefixType(NodeClass::KeyPrefix::cut(best_.node->bits(), best_.length));
    }
 
    const PatriciaTrie& trie_;
@@ -127,14 +145,10 @@ bool longerRoutePresent(const PatriciaTrie& trie, const PrefixType& prefix) {
    return nodeClassVisit<NodePicker>(trie.paf(), [&]<class NodeClass>(std::type_identity<NodeClass>) {
       const Query<NodeClass> query(prefix);
       for (auto* node = static_cast<NodeClass*>(trie.root()); node != nullptr;) {
-         const U32 common = query.commonLength(*node);
-         if (common == query.length) {
-            return !node->isLeaf() || node->lastBlack() > query.length;
+         if (!query.passes(*node)) {
+            return query.commonLength(*node) == query.length && (!node->isLeaf() || node->lastBlack() > query.length);
          }
-         if (common < node->len()) {
-            break;
-         }
-         node = static_cast<NodeClass*>(query.child(*node, common));
+         node = query.childOfPassed(*node);
       }
       return false;
    });
@@ -158,6 +172,11 @@ const {
    const auto fallback = [&] { return defaultRoutePresent_ ? defaultAnswer<PrefixType>(queryFamily) : PrefixType(); };
    if (length == 0 || root_ == nullptr) {
       return fallback();
+   }
+   if constexpr (!std::same_as<CallbackType, std::nullptr_t>) {
+      if (cb == nullptr) {
+         return longestMatchOrParentImpl<PrefixType, std::nullptr_t>(prefix, returnParent, dataContainer, nullptr);
+      }
    }
    return nodeClassVisit<NodePicker>(paf_, [&]<class NodeClass>(std::type_identity<NodeClass>) {
       return Search<NodeClass, PrefixType, CallbackType>(*this, dataContainer, cb)

@@ -74,6 +74,10 @@ class Insertion {
    void run(PatriciaTrieNode** slot) {
       while (*slot != nullptr) {
          NodeClass& node = *static_cast<NodeClass*>(*slot);
+         if (query_.passes(node) && !node.isLeaf()) {
+            slot = &query_.child(node, node.len());
+            continue;
+         }
          const U32 common = query_.commonLength(node);
          if (common == query_.length) {
             return markBlack(node);
@@ -81,10 +85,7 @@ class Insertion {
          if (common < node.len()) {
             return split(slot, node, common);
          }
-         if (node.isLeaf()) {
-            return lengthen(node);
-         }
-         slot = &query_.child(node, common);
+         return lengthen(node);
       }
       *slot = newNode<NodeClass>(query_.length, prefix_, true, data_);
       trie_.nodesInc(1);
@@ -217,15 +218,11 @@ class Deletion {
    bool descend() {
       for (;;) {
          NodeClass& node = *static_cast<NodeClass*>(*slot_);
-         const U32 common = query_.commonLength(node);
-         if (common == query_.length) {
-            return node.black(query_.length);
-         }
-         if (common < node.len()) {
-            return false;
+         if (!query_.passes(node)) {
+            return query_.commonLength(node) == query_.length && node.black(query_.length);
          }
          parentSlot_ = slot_;
-         slot_ = &query_.child(node, common);
+         slot_ = &query_.child(node, node.len());
          if (*slot_ == nullptr) {
             return false;
          }

@@ -42,7 +42,16 @@ class AddressBits {
 
    constexpr Word word() const noexcept { return word_; }
 
-   constexpr bool bit(U32 n) const noexcept { return n < width && ((word_ >> (width - 1 - n)) & 1) != 0; }
+   constexpr bool bit(U32 n) const noexcept { return n < width && bitWithin(n) != 0; }
+   // 0 or 1, with no branch for 32 bits. Requires: `n` is below `width`.
+   constexpr U32 bitWithin(U32 n) const noexcept {
+      if constexpr (width == 32) {
+         return word_ >> (31 - n) & 1;
+      } else {
+         const U64 half = n < 64 ? static_cast<U64>(word_ >> 64) : static_cast<U64>(word_);
+         return static_cast<U32>(half >> (63 - n % 64)) & 1;
+      }
+   }
 
    // The first `length` bits, zeros behind them.
    constexpr AddressBits cut(U32 length) const noexcept { return AddressBits(word_ & mask(length)); }
@@ -53,6 +62,19 @@ class AddressBits {
       return length >= width ? ~Word{0} : static_cast<Word>(~Word{0} << (width - length));
    }
    constexpr bool isZeroPast(U32 length) const noexcept { return (word_ & ~mask(length)) == 0; }
+
+   // Whether the first `length` bits are the same. Requires: `length` is at most `width`. No branch for 32 bits, and for
+   // 128 only the one between the halves, which few prefixes cross.
+   constexpr bool sharesFirst(AddressBits other, U32 length) const noexcept {
+      const Word differing = word_ ^ other.word_;
+      if constexpr (width == 32) {
+         return (U64{differing} >> (width - length)) == 0;
+      } else {
+         const U64 high = static_cast<U64>(differing >> 64);
+         return length < 64 ? (high >> 1 >> (63 - length)) == 0
+                            : high == 0 && (length == 64 || (static_cast<U64>(differing) >> (128 - length)) == 0);
+      }
+   }
 
    // How many leading bits the two share, 0 to `width`.
    constexpr U32 commonLength(AddressBits other) const noexcept { return leadingZeros(word_ ^ other.word_); }

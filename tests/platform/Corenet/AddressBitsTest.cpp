@@ -91,6 +91,9 @@ TYPED_TEST(AddressBitsOf, bitZeroIsTheFirstInNetworkOrder) {
       ASSERT_EQ(expected, bytesOf(one)) << n;
       for (U32 m = 0; m < width + 3; ++m) {
          ASSERT_EQ(m == n, one.bit(m)) << n << " " << m;
+         if (m < width) {
+            ASSERT_EQ(m == n ? 1U : 0U, one.bitWithin(m)) << n << " " << m;
+         }
       }
    }
 }
@@ -143,6 +146,9 @@ TYPED_TEST(AddressBitsOf, commonLengthAndOrderAgreeWithTheModel) {
       const std::string modelA = modelOf(a);
       const std::string modelB = modelOf(b);
       ASSERT_EQ(modelCommonLength(modelA, modelB), a.commonLength(b)) << modelA << " " << modelB;
+      for (U32 length = 0; length <= width; ++length) {
+         ASSERT_EQ(length <= a.commonLength(b), a.sharesFirst(b, length)) << modelA << " " << modelB << " " << length;
+      }
       ASSERT_EQ(modelA == modelB, a == b);
       ASSERT_EQ(modelA < modelB, a < b) << modelA << " " << modelB;
       ASSERT_EQ(modelB<modelA, a> b);
