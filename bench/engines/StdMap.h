@@ -1,9 +1,9 @@
 // StdMap: routes in one std::map; a longest match scans the lengths, all of them, each a search of the map.
 #pragma once
 
+#include <array>
 #include <functional>
 #include <map>
-#include <ranges>
 #include <utility>
 
 #include "bench/engines/ByLength.h"
@@ -22,7 +22,16 @@ class StdMap : public ByLength<StdMap<F>, F> {
       const auto found = routes_.find(route);
       return found == routes_.end() ? 0 : found->second;
    }
-   static auto longestFirst() { return std::views::iota(U32{0}, F::width + 1) | std::views::reverse; }
+   static const auto& longestFirst() {
+      static constexpr auto lengths = [] {
+         std::array<U32, F::width + 1> all{};
+         for (U32 i = 0; i <= F::width; ++i) {
+            all[i] = F::width - i;
+         }
+         return all;
+      }();
+      return lengths;
+   }
 
    // A route stands right before those that it covers.
    bool longer(const Route<F>& route) const {
