@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 #include "tools/rtrie/Numbers.h"
@@ -26,7 +27,7 @@ std::string barChart(std::span<const Bar> bars, unsigned widthMarks) {
          continue;
       }
       const auto share = static_cast<double>(bar.count) / static_cast<double>(greatest);
-      const auto marks = std::max(1U, static_cast<unsigned>(share * widthMarks + 0.5));
+      const auto marks = std::max(1U, static_cast<unsigned>(std::lround(share * widthMarks)));
       fmt::format_to(std::back_inserter(chart), "{:<{}}  {:>{}}  {:#<{}}\n", bar.label, labelWidth,
                      grouped(bar.count), countWidth, "", marks);
    }

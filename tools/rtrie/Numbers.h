@@ -5,6 +5,7 @@
 
 #include <fmt/format.h>
 
+#include <cmath>
 #include <string>
 
 #include "platform/Types.h"
@@ -22,7 +23,7 @@ inline std::string grouped(U64 number) {
 
 // Per second, rounded; 0 if no time passed that the clock could tell.
 inline U64 perSecond(U64 count, double seconds) {
-   return seconds > 0 ? static_cast<U64>(static_cast<double>(count) / seconds + 0.5) : 0;
+   return seconds > 0 ? static_cast<U64>(std::llround(static_cast<double>(count) / seconds)) : 0;
 }
 
 }  // namespace Rtrie

@@ -21,7 +21,7 @@ class StringPool {
    StringPool& operator=(const StringPool&) = delete;
 
    // The id of the text, which is added if it is new.
-   U32 idOf(std::string_view text);
+   U32 idOf(std::string_view wanted);
 
    // Requires: an id that idOf() gave.
    std::string_view text(U32 id) const {

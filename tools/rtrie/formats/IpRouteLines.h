@@ -24,7 +24,7 @@ namespace Rtrie {
 
 class IpRouteLines final : public LineParser {
   public:
-   static bool looksLike(std::string_view line);
+   static bool looksLike(std::string_view text);
    void line(std::string_view text, RouteSet& routes) override;
    void end(RouteSet& routes) override;
 
