@@ -5,6 +5,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <string_view>
 
 #include "platform/Corvid/Assert.h"
 #include "platform/Corvid/String.h"
@@ -38,6 +39,10 @@ constexpr V4V6 v4V6(AddressFamily family) {
 
 // "ipv4", "ipv6", "none", or "unknown" and the number.
 ROUTETRIE_EXPORT Corvid::String stringValue(AddressFamily family);
+ROUTETRIE_EXPORT Corvid::String stringValue(V4V6 family);
+// Takes "ipv4", "ipv6" and "none"; raises Corvid::RangeException that quotes any other text.
+ROUTETRIE_EXPORT void valueFromString(std::string_view text, AddressFamily* family);
+ROUTETRIE_EXPORT void valueFromString(std::string_view text, V4V6* family);
 ROUTETRIE_EXPORT std::ostream& operator<<(std::ostream& out, AddressFamily family);
 ROUTETRIE_EXPORT std::ostream& operator<<(std::ostream& out, V4V6 family);
 

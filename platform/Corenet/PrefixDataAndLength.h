@@ -32,4 +32,7 @@ struct ROUTETRIE_EXPORT PrefixDataAndLength {
    }
 };
 
+// As formatIpv6.
+inline Corvid::String stringValue(const PrefixDataAndLength& view) { return view.formatIpv6(); }
+
 }  // namespace Corenet

@@ -1,27 +1,11 @@
 #include "platform/Corenet/Text.h"
 
-#include <fmt/format.h>
-
 #include <charconv>
 #include <string>
 
 #include "platform/Corvid/RangeException.h"
 
 namespace Corenet::Impl {
-
-void throwBadText(std::string_view fault, std::string_view text) {
-   std::string message(fault);
-   message += ": \"";
-   for (const char c : text) {
-      if (const auto byte = static_cast<unsigned char>(c); byte < 0x20 || byte == 0x7f) {
-         message += fmt::format("\\x{:02x}", byte);
-      } else {
-         message += c;
-      }
-   }
-   message += '"';
-   Corvid::RangeException::throwException(message.c_str());
-}
 
 AddressAndLength splitPrefixText(std::string_view text, U32 width) {
    constexpr U32 nullLength = 255;

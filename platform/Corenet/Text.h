@@ -10,6 +10,7 @@
 #include <iosfwd>
 #include <string_view>
 
+#include "platform/Corvid/RangeException.h"
 #include "platform/Corvid/String.h"
 #include "platform/Export.h"
 #include "platform/Types.h"
@@ -34,9 +35,7 @@ std::ostream& operator<<(std::ostream& out, const T& value) {
 
 namespace Impl {
 
-// Raises Corvid::RangeException with `fault`, a colon and the text in quotes, where a control character is spelled
-// \xNN: the message stays one line, and a NUL in the text does not end it.
-[[noreturn]] ROUTETRIE_EXPORT void throwBadText(std::string_view fault, std::string_view text);
+using Corvid::throwBadText;
 
 struct AddressAndLength {
    std::string_view address;

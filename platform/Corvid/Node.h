@@ -19,7 +19,7 @@
 
 namespace Tesk {
 class AllocTrackTypeInfo;
-struct ModuleRecord;
+struct ModuleInspectData;
 }  // namespace Tesk
 
 namespace Corvid {
@@ -35,7 +35,7 @@ enum NodeFlag : U32 {
 // An object's reflection type: the record of its module, and the type's index there. A null module stands for a
 // type that has no record.
 struct TypeData {
-   const Tesk::ModuleRecord* module = nullptr;
+   const Tesk::ModuleInspectData* module = nullptr;
    U16 index = 0;
 };
 

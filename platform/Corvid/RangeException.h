@@ -3,6 +3,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string_view>
 
 #include "platform/Export.h"
 
@@ -16,5 +17,9 @@ class ROUTETRIE_EXPORT RangeException : public std::range_error {
    // Raises a RangeException whose what() is `text`; the text is copied.
    [[noreturn]] static void throwException(const char* text);
 };
+
+// Raises a RangeException with `fault`, a colon and the text in quotes, where a control character is spelled \xNN: the
+// message stays one line, and a NUL in the text does not end it.
+[[noreturn]] ROUTETRIE_EXPORT void throwBadText(std::string_view fault, std::string_view text);
 
 }  // namespace Corvid
