@@ -9,6 +9,7 @@
 #include "platform/Corvid/Node.h"
 #include "platform/Corvid/Ptr.h"
 #include "platform/Corvid/Publisher.h"
+#include "platform/Corvid/RQueue.h"
 #include "platform/Corvid/RangeException.h"
 #include "platform/Corvid/String.h"
 #include "platform/Corvid/ThreadControl.h"

@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <string_view>
 
+#include "platform/Export.h"
+
 namespace Tesk {
 
 class CharRange {
@@ -32,7 +34,16 @@ class CharRange {
       return take(count);
    }
 
+   // Take the text around the attributes of a value (platform/Tesk/Strep.h): what stands before the first attribute's value,
+   // what stands before a further one's, and what ends the value. Raise Corvid::RangeException that names the attribute and
+   // quotes what is there instead, and have then taken nothing.
+   ROUTETRIE_EXPORT void needPre(std::string_view type, std::string_view attr);
+   ROUTETRIE_EXPORT void needNext(std::string_view attr);
+   ROUTETRIE_EXPORT void needPost(std::string_view attr);
+
   private:
+   void need(std::string_view text, std::string_view attr);
+
    std::string_view rest_;
 };
 

@@ -1,0 +1,4 @@
+// Vrf: the identities of VRFs.
+#pragma once
+
+#include "platform/Vrf/VrfIdMap.h"
