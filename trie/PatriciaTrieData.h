@@ -19,6 +19,7 @@ class ROUTETRIE_EXPORT PrefixData : public Corvid::Node {
   public:
    PrefixData() = default;
    ~PrefixData() override;
+   Corvid::TypeData typeData() const override;
 
    // Called each time the object is offered to a route, also to one that is there already. Does nothing.
    virtual void onAddition();
@@ -46,6 +47,7 @@ class ROUTETRIE_EXPORT PrefixDataContainer : public Corvid::Node {
   public:
    PrefixDataContainer() = default;
    ~PrefixDataContainer() override;
+   Corvid::TypeData typeData() const override;
 
    const Corvid::Ptr<PrefixData>& prefixData() const noexcept { return prefixData_; }
    void prefixDataIs(const Corvid::Ptr<PrefixData>& data) { prefixData_ = data; }

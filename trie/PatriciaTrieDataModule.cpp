@@ -25,3 +25,6 @@ struct Description<Routing::PrefixDataContainer> {
 }  // namespace Corvid
 
 ROUTETRIE_MODULE_RECORD(_PatriciaTrieData_936c190e48e66e7c_teskModule)
+
+Corvid::TypeData Routing::PrefixData::typeData() const { return Corvid::typeDataOf<PrefixData>(); }
+Corvid::TypeData Routing::PrefixDataContainer::typeData() const { return Corvid::typeDataOf<PrefixDataContainer>(); }

@@ -1,11 +1,9 @@
 // FieldDescriptor, AccessKind, InspectStatus: the words of a call of inspectOperation, the one way into a type by name.
 #pragma once
 
-#include "platform/Types.h"
+#include "platform/Corvid/FieldId.h"
 
 namespace Corvid {
-
-using FieldId = U16;
 
 // Which field of a type is meant. Where a call takes a pointer to one, null means the value as a whole.
 struct FieldDescriptor {

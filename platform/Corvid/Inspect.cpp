@@ -505,19 +505,16 @@ namespace TeskCorvid::Impl {
 Corvid::String valueToStrep(const Corvid::TypeData& data, const void* value) {
    using namespace Corvid::Inspect;
    const Type type(*data.module, data.index);
-   std::string text(type.name());
-   char separator = '(';
+   std::vector<StrepAttr> attributes;
    for (const Field& field : type.fields()) {
       Place place(typeOfField(field));
       const Corvid::FieldDescriptor descriptor{field.id()};
       type.functions().inspect(place.get(), const_cast<void*>(value), &descriptor, field.index(),
                                static_cast<U8>(Corvid::AccessKind::get), nullptr, nullptr);
       place.fill();
-      text += separator == '(' ? "(" : ", ";
-      text += fmt::format("{}={}", field.name(), place.take().text);
-      separator = ',';
+      attributes.push_back({field.name(), place.take().text});
    }
-   return text + ')';
+   return valueToStrep(type.name(), attributes);
 }
 
 }  // namespace TeskCorvid::Impl

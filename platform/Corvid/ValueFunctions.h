@@ -1,7 +1,7 @@
 // ValueFunctions: how reflection copies a value whose type it does not know, and turns it to text and back.
 //
 // The text of a value is what its fromString and stringValue speak; numbers are decimal, bools "true" and "false". A
-// described value type without a text of its own is written as its fields are: `Routing::TwoLpmLen(lpm1=1, lpm2=2)`.
+// described value type without a text of its own is written as its fields are: `Routing::TwoLpmLen(lpm1=1,lpm2=2)`.
 // Tested by tests/platform/Corvid/ValueFunctionsTest.cpp.
 #pragma once
 
@@ -17,8 +17,8 @@
 #include "platform/Corvid/String.h"
 #include "platform/Corvid/TypeName.h"
 #include "platform/Export.h"
-#include "platform/Tesk/CharRange.h"
 #include "platform/Tesk/Module.h"
+#include "platform/Tesk/Strep.h"
 
 namespace Tesk {
 
@@ -127,12 +127,7 @@ struct InspectAtomicFnTable {
          valueFromString(text, &value);
          ::new (place) T(value);
       } else if constexpr (ReadsItself<T>) {
-         Tesk::CharRange range(text);
-         T value(range);
-         if (!range.empty()) {
-            throwBadValueText(typeName<T>(), text);
-         }
-         ::new (place) T(value);
+         ::new (place) T(Tesk::strepToValue<T>(text));
       } else {
          throwBadValueText(typeName<T>(), text);
       }

@@ -27,6 +27,7 @@ class ROUTETRIE_EXPORT DumpContext : public Corvid::Node {
    // The stream must outlive the context.
    explicit DumpContext(std::ostream& out) noexcept : out_(&out) {}
    ~DumpContext() override;
+   Corvid::TypeData typeData() const override;
 
    static constexpr U8 verbose = 1;
    static constexpr U32 defaultListLimit = 1000;

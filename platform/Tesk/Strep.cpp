@@ -3,7 +3,7 @@
 #include <charconv>
 #include <string>
 
-#include "platform/Corenet/Text.h"
+#include "platform/Corvid/RangeException.h"
 
 namespace Tesk {
 
@@ -12,7 +12,7 @@ void sequenceToValue(CharRange& range, U32* value) {
    const std::string_view digits = rest.takeWhile([](char c) { return c >= '0' && c <= '9'; });
    U32 number = 0;
    if (std::from_chars(digits.data(), digits.data() + digits.size(), number).ec != std::errc()) {
-      Corenet::Impl::throwBadText(digits.empty() ? "not a number" : "number past 32 bits", range.view());
+      Corvid::throwBadText(digits.empty() ? "not a number" : "number past 32 bits", range.view());
    }
    *value = number;
    range = rest;
@@ -24,7 +24,7 @@ void rethrowFromDeserializeAttr(const Corvid::RangeException& exception, std::st
 
 void CharRange::need(std::string_view text, std::string_view attr) {
    if (!rest_.starts_with(text)) {
-      Corenet::Impl::throwBadText(std::string(attr) + ": \"" + std::string(text) + "\" expected", rest_);
+      Corvid::throwBadText(std::string(attr) + ": \"" + std::string(text) + "\" expected", rest_);
    }
    rest_.remove_prefix(text.size());
 }
@@ -39,13 +39,13 @@ void CharRange::needPost(std::string_view attr) { need(")", attr); }
 
 void CharRangeCheckAllDataConsumed::check() const {
    if (!range_.empty()) {
-      Corenet::Impl::throwBadText("text left over", range_.view());
+      Corvid::throwBadText("text left over", range_.view());
    }
 }
 
 }  // namespace Tesk
 
-Corvid::String TeskCorvid::Impl::valueToStrep(std::string_view type, std::initializer_list<StrepAttr> attrs) {
+Corvid::String TeskCorvid::Impl::valueToStrep(std::string_view type, const std::vector<StrepAttr>& attrs) {
    std::string text(type);
    char before = '(';
    for (const StrepAttr& attr : attrs) {

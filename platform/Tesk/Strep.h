@@ -12,8 +12,8 @@
 // Tested by tests/platform/Tesk/StrepTest.cpp.
 #pragma once
 
-#include <initializer_list>
 #include <string_view>
+#include <vector>
 
 #include "platform/Corvid/RangeException.h"
 #include "platform/Corvid/String.h"
@@ -88,7 +88,8 @@ struct StrepAttr {
    Corvid::String text;
 };
 
-// The text of a value of `type` with these attributes.
-ROUTETRIE_EXPORT Corvid::String valueToStrep(std::string_view type, std::initializer_list<StrepAttr> attrs);
+// The text of a value of `type` with these attributes. Reflection writes any described value so, by its fields
+// (platform/Corvid/ValueFunctions.h).
+ROUTETRIE_EXPORT Corvid::String valueToStrep(std::string_view type, const std::vector<StrepAttr>& attrs);
 
 }  // namespace TeskCorvid::Impl

@@ -1,29 +1,13 @@
 #include "tests/platform/Corvid/Sample.h"
 
-#include <charconv>
-
 #include "platform/Corvid/ModuleTables.h"
+#include "platform/Tesk/Strep.h"
 
 namespace Sample {
 
 Tesk::AllocTrackTypeInfo* Shelf::memAllocationTracker_ = nullptr;
 
 namespace {
-
-void need(Tesk::CharRange& text, std::string_view wanted) {
-   if (text.take(wanted.size()) != wanted) {
-      Corvid::throwBadText("no point", text.view());
-   }
-}
-
-U32 number(Tesk::CharRange& text) {
-   const auto digits = text.takeWhile([](char c) { return c >= '0' && c <= '9'; });
-   U32 value = 0;
-   if (std::from_chars(digits.data(), digits.data() + digits.size(), value).ec != std::errc()) {
-      Corvid::throwBadText("no number", digits);
-   }
-   return value;
-}
 
 struct ShelfMembers {
    static U32 count(const Library& library) { return static_cast<U32>(library.shelves_.size()); }
@@ -78,13 +62,8 @@ Span spanOf(const Corenet::Prefix& prefix) { return Span(prefix); }
 
 }  // namespace
 
-Point::Point(Tesk::CharRange& text) {
-   need(text, "Sample::Point(x=");
-   x = number(text);
-   need(text, ", y=");
-   y = number(text);
-   need(text, ")");
-}
+Point::Point(Tesk::CharRange& text)
+   : x(Tesk::desAttrPre<U32>(text, "Sample::Point", "x")), y(Tesk::desAttrPost<U32>(text, "y")) {}
 
 }  // namespace Sample
 
