@@ -1,7 +1,9 @@
-// Tesk: allocation tracking, tracing, and values as text.
+// Tesk: allocation tracking, tracing, hash maps, and values as text.
 #pragma once
 
 #include "platform/Tesk/AllocTrack.h"
 #include "platform/Tesk/CharRange.h"
+#include "platform/Tesk/HashHelper.h"
+#include "platform/Tesk/HashMap2018.h"
 #include "platform/Tesk/Strep.h"
 #include "platform/Tesk/Trace.h"

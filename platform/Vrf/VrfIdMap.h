@@ -8,6 +8,7 @@
 
 #include "platform/Corvid/String.h"
 #include "platform/Export.h"
+#include "platform/Tesk/HashHelper.h"
 #include "platform/Types.h"
 
 namespace Vrf {
@@ -19,6 +20,7 @@ struct VrfIdMap {
       constexpr explicit VrfId(U32 value) noexcept : value_(value) {}
 
       constexpr U32 value() const noexcept { return value_; }
+      U32 hash(U32 seed) const noexcept { return Tesk::hashSingleAttr(seed, value_); }
 
       // A decimal number. Raises Corvid::RangeException that quotes bad text.
       static VrfId fromString(std::string_view text);
@@ -46,5 +48,5 @@ struct fmt::formatter<Vrf::VrfIdMap::VrfId> : fmt::formatter<Corvid::String> {
 
 template <>
 struct std::hash<Vrf::VrfIdMap::VrfId> {
-   std::size_t operator()(Vrf::VrfIdMap::VrfId vrfId) const noexcept { return std::hash<U32>()(vrfId.value()); }
+   std::size_t operator()(Vrf::VrfIdMap::VrfId vrfId) const noexcept { return vrfId.hash(0); }
 };
