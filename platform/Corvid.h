@@ -1,11 +1,17 @@
 // Corvid: objects, counted pointers, publication, assertions and text.
 #pragma once
 
+#include "platform/Corvid/Accessor.h"
 #include "platform/Corvid/Assert.h"
 #include "platform/Corvid/Create.h"
+#include "platform/Corvid/Describe.h"
+#include "platform/Corvid/FieldDescriptor.h"
 #include "platform/Corvid/FieldId.h"
 #include "platform/Corvid/FormatAssert.h"
+#include "platform/Corvid/Inspect.h"
 #include "platform/Corvid/MemTrack.h"
+#include "platform/Corvid/ModulePlace.h"
+#include "platform/Corvid/ModuleTables.h"
 #include "platform/Corvid/Node.h"
 #include "platform/Corvid/Ptr.h"
 #include "platform/Corvid/Publisher.h"
@@ -13,4 +19,6 @@
 #include "platform/Corvid/RangeException.h"
 #include "platform/Corvid/String.h"
 #include "platform/Corvid/ThreadControl.h"
+#include "platform/Corvid/TypeName.h"
 #include "platform/Corvid/Util.h"
+#include "platform/Corvid/ValueFunctions.h"

@@ -5,4 +5,5 @@
 #include "platform/Keel/DumpContext.h"
 #include "platform/Keel/DumpList.h"
 #include "platform/Keel/HeapChecker.h"
+#include "platform/Keel/Module.h"
 #include "platform/Keel/PtrInterfaceArray.h"

@@ -5,5 +5,6 @@
 #include "platform/Tesk/CharRange.h"
 #include "platform/Tesk/HashHelper.h"
 #include "platform/Tesk/HashMap2018.h"
+#include "platform/Tesk/Module.h"
 #include "platform/Tesk/Strep.h"
 #include "platform/Tesk/Trace.h"

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <string>
 
+#include "platform/Corvid/Inspect.h"
 #include "platform/Keel/DumpList.h"
 #include "tests/property/LiveCounts.h"
 
@@ -43,6 +44,14 @@ TEST_F(Dump, attributes) {
    const Ptr<const DumpContext> lent = context_;
    lent->truncatedIs(true);
    EXPECT_TRUE(context_->truncated());
+}
+
+TEST_F(Dump, attributesByName) {
+   Corvid::Inspect::set(*context_, "listLimit", "7");
+   Corvid::Inspect::set(*context_, "verbosity", "1");
+   EXPECT_EQ(7u, context_->listLimit());
+   EXPECT_TRUE(context_->isVerbose());
+   EXPECT_EQ("false", Corvid::Inspect::get(*context_, "truncated").text);
 }
 
 TEST_F(Dump, printsAsPrintfDoes) {
