@@ -20,14 +20,18 @@
 #include <cstddef>
 #include <string>
 
+#include "platform/Corenet/CompactIpPrefix.h"
 #include "platform/Corenet/Prefix.h"
 #include "platform/Corvid/Create.h"
 #include "platform/Corvid/Node.h"
 #include "platform/Corvid/Ptr.h"
 #include "platform/Corvid/Publisher.h"
 #include "platform/Export.h"
+#include "platform/Keel/DumpContext.h"
 #include "platform/Types.h"
+#include "trie/TrieModule.h"
 #include "trie/TrieNode.h"
+#include "trie/TrieWalkCallback.h"
 
 namespace Routing {
 
@@ -43,6 +47,7 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
    static Corvid::Ptr<Trie> TrieIs();
 
    Corvid::Publisher* publisher() const override;
+   Corvid::TypeData typeData() const override;
 
    //--- attributes ---
 
@@ -95,6 +100,27 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
    // Whether a route longer than the prefix lies beneath it.
    bool longerRoutePresent(const Corenet::Prefix& prefix) const;
 
+   //--- walking ---
+
+   // Calls `callback` for each route that the prefix covers, itself included, by ascending address, and for one address shorter
+   // before longer. A route that it refuses (TrieWalkCallback) is left out with all that lies beneath it; a default route
+   // refused ends the walk. What the callback raises passes through. Requires: `callback` is not null.
+   void preOrderWalk(const Corenet::Prefix& subtreeRoot, const Corvid::Ptr<TrieWalkCallback>& callback) const;
+   // The same in compact form. A prefix of IPv6 covers nothing; the null compact value covers everything.
+   void preOrderWalkCompact(const Corenet::CompactIpPrefix& subtreeRoot,
+                            const Corvid::Ptr<PatriciaTrieCompactWalkCb>& callback) const;
+   // The route that a walk over everything reports after this one, and 0.0.0.0/0 if there is none. That is also the answer for a
+   // prefix that is no route, but 0.0.0.0/0 itself, which is always followed by the first route.
+   Corenet::Prefix getNext(const Corenet::Prefix& prefix) const;
+
+   //--- text ---
+
+   // Writes the routes to the context, each in a line, behind a margin of `indentCount` blanks and a heading. The context may
+   // cut the list; whether it does is told by routes(), though the default route has a line, too.
+   void dumpState(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount) const;
+   // Writes the nodes to standard output, for a developer.
+   void doDump();
+
    //--- soundness ---
 
    // Recounts everything from the nodes: empty if I1 to I7 hold, else the first broken rule and where.
@@ -105,6 +131,8 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
    static void operator delete(void* memory, std::size_t bytes) noexcept { Corvid::releaseFor<Trie>(memory, bytes); }
 
   private:
+   template <class T>
+   friend struct Corvid::Description;
    class RouteChangeGuard;
 
    int nodes_ = 0;

@@ -7,6 +7,7 @@
 
 #include "platform/Corvid/Assert.h"
 #include "trie/Trie.h"
+#include "trie/TrieTrace.h"
 
 namespace Routing {
 
@@ -75,8 +76,13 @@ Corenet::Prefix Trie::findParent(const Corenet::Prefix& prefix) const {
 }
 
 bool Trie::longerRoutePresent(const Corenet::Prefix& prefix) const {
-   const TrieNode* node = lpmNode(root_, prefix);
-   return node != nullptr && node->longerRoutePresent(prefix);
+   ROUTETRIE_TRACE(trieTrace, 8) << "longerRoutePresent"
+                                 << " prefix:" << prefix;
+   if (const TrieNode* node = lpmNode(root_, prefix)) {
+      return node->longerRoutePresent(prefix);
+   }
+   ROUTETRIE_TRACE(trieTrace, 6) << "subtree doesn't exist for " << prefix;
+   return false;
 }
 
 }  // namespace Routing
@@ -84,6 +90,8 @@ bool Trie::longerRoutePresent(const Corenet::Prefix& prefix) const {
 namespace TrieImpl {
 
 bool TrieNode::longerRoutePresent(const Corenet::Prefix& prefix) const noexcept {
+   ROUTETRIE_TRACE(trieTrace, 8) << "longerRoutePresent"
+                                 << " prefix:" << prefix;
    const U32 length = prefix.len();
    const U32 first = keyi(level(), prefix.bits().word());
    const U32 last = first | ((U32{1} << bitsShortOf(level(), length)) - 1);

@@ -7,6 +7,7 @@
 
 #include "platform/Corvid/Assert.h"
 #include "trie/Trie.h"
+#include "trie/TrieTrace.h"
 
 namespace TrieImpl {
 
@@ -132,6 +133,8 @@ void TrieNode::linkChild(TrieNode* made, TrieNode** array) {
 
 void TrieNode::deleteChild(TrieNode* child) {
    const U32 key = child->key();
+   ROUTETRIE_TRACE(trieTrace, 1) << static_cast<const void*>(this) << ": deleteChild(" << key << ") @"
+                                 << child->level() << ": " << children();
    childrenInc(-1);
    const U32 count = children();
    deleteNodeAlone(child);

@@ -111,6 +111,9 @@ class ROUTETRIE_EXPORT TrieNode : public TrieNodeBase {
    // "u_.indirect_[ i ] == 0 || ( ( uintptr_t )u_.indirect_[ i ] ) > 0x4096". Nodes with other arrays are not looked at.
    void audit();
 
+   // Writes the node and all beneath it to standard output; `prefix` is its address, in host order.
+   void doDump(U32 prefix);
+
    static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
 
    U8 childKey_[directChildren];  // of the direct children

@@ -1,6 +1,7 @@
 // Adding and removing the routes of a multibit trie, with the nodes that come and go for it.
 #include "platform/Corvid/Assert.h"
 #include "trie/Trie.h"
+#include "trie/TrieTrace.h"
 
 namespace Routing {
 
@@ -37,6 +38,7 @@ bool isRouteBit(U8 len) noexcept { return static_cast<signed char>(len - 1) >= 0
 // Removes the route with route bit `len` that starts at entry `key` of `*path`, and then the nodes that are left bare.
 // Before `*path` stand the nodes on the way to it, and before the root a null.
 void doClearRouteBits(U16 key, U8 len, TrieNode** path, Trie* trie) {
+   ROUTETRIE_TRACE(trieTrace, 1) << "clearing route bits for 0x" << Tesk::hex << key << "- 0x" << len << Tesk::dec;
    ROUTETRIE_ASSERT(isRouteBit(len), "len && len <= 128");  // cannot fail: made by routeBitOf
    TrieNode* node = *path;
    TrieNode* parent = *--path;
