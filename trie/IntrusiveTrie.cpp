@@ -1,11 +1,10 @@
 #include "trie/IntrusiveTrie.h"
 
-#include <fmt/format.h>
-
 #include <array>
 #include <ostream>
 #include <string_view>
 
+#include "platform/CoreFmt/Format.h"
 #include "platform/Corvid/Assert.h"
 
 namespace Sprig::Intrusive::Impl {
@@ -16,7 +15,7 @@ namespace {
 template <class Enumeration, std::size_t count>
 std::ostream& print(std::ostream& out, Enumeration value, const std::array<std::string_view, count>& names) {
    const auto number = static_cast<unsigned>(value);
-   return number < count ? out << names[number] : out << fmt::format("unknown {}", number);
+   return number < count ? out << names[number] : out << CoreFmt::format("unknown {}", number);
 }
 
 }  // namespace
@@ -49,6 +48,16 @@ std::ostream& operator<<(std::ostream& out, LongestMatchInternalResultMatch matc
 std::ostream& operator<<(std::ostream& out, LongestMatchInternalResultResolution resolution) {
    static constexpr std::array<std::string_view, 3> names{"none", "belongsOnTheLeft", "belongsOnTheRight"};
    return print(out, resolution, names);
+}
+
+char positionLetter(ParentPtrType type) noexcept {
+   switch (type) {
+      case ParentPtrType::trieRoot: return 'o';
+      case ParentPtrType::nodeLeft: return 'L';
+      case ParentPtrType::nodeRight: return 'R';
+      case ParentPtrType::none: break;
+   }
+   return '-';
 }
 
 void trieError() {

@@ -18,8 +18,13 @@
 #include <iosfwd>
 #include <string>
 
+#include "platform/CoreFmt/Format.h"
+#include "platform/Corenet/AddressFamily.h"
 #include "platform/Corenet/PrefixDataAndLength.h"
+#include "platform/Corvid/String.h"
 #include "platform/Export.h"
+#include "platform/Keel/DisplayPointer.h"
+#include "platform/Keel/DumpList.h"
 #include "platform/Types.h"
 #include "trie/IntrusiveTrieAudit.h"
 #include "trie/IntrusiveTrieCompare.h"
@@ -99,6 +104,21 @@ class ROUTETRIE_EXPORT Trie<UserNode<T, true, Distinguisher>> {
 
    // The first route in pre-order; null if there is none. NodeBase::next() goes on from there.
    T* first() const noexcept;
+
+   //--- showing ---
+
+   using DumpContext = Corvid::Ptr<const Keel::DumpContext>;
+   using PrefixFormatter = Corvid::String (*)(const Corenet::PrefixDataAndLength&);
+
+   // Writes "Trie" and the whole tree beneath, behind `indent` and `indent` + 2 blanks, with prefixes as texts of that
+   // family. Nothing is left out, however large the tree is.
+   void dumpStateIp(const DumpContext& dumpCtx, U32 indent, Corenet::V4V6 family) const noexcept;
+   // Writes a slot, and in pre-order all that lies beneath, a line each: "L - 0x..." for an empty slot; otherwise
+   // "L 2001:db8::/32 0x... E 0x...": o, L or R for root, left or right (- for none of them), prefix, the slot's address,
+   // E for a route or I for an internal node, and the address of the route object or of the internal node. Before it stand
+   // `indent` blanks and "| " for each level of `depth`, which wraps at 256. Recurses as deep as the tree is.
+   static void dumpStateDoParentPointer(const NodeBase* const* slot, ParentPtrType type, U8 depth,
+                                        const DumpContext& dumpCtx, U32 indent, PrefixFormatter format) noexcept;
 
    //--- soundness ---
 
@@ -251,6 +271,44 @@ T* Trie<UserNode<T, true, Distinguisher>>::first() const noexcept {
       return nullptr;
    }
    return root_->isInternal() ? root_->next() : static_cast<const User*>(root_)->owner();
+}
+
+template <class T, int Distinguisher>
+void Trie<UserNode<T, true, Distinguisher>>::dumpStateIp(const DumpContext& dumpCtx, U32 indent,
+                                                         Corenet::V4V6 family) const noexcept {
+   using View = Corenet::PrefixDataAndLength;
+   const PrefixFormatter format = family == Corenet::V4V6::v4
+                                     ? PrefixFormatter([](const View& prefix) { return prefix.formatIpv4(); })
+                                     : PrefixFormatter([](const View& prefix) { return prefix.formatIpv6(); });
+   Keel::dumpLine(dumpCtx, indent, "Trie\n");
+   dumpStateDoParentPointer(&root_, ParentPtrType::trieRoot, 0, dumpCtx, indent + 2, format);
+}
+
+template <class T, int Distinguisher>
+void Trie<UserNode<T, true, Distinguisher>>::dumpStateDoParentPointer(const NodeBase* const* slot, ParentPtrType type,
+                                                                      U8 depth, const DumpContext& dumpCtx,
+                                                                      U32 indent, PrefixFormatter format) noexcept {
+   Keel::dumpLine(dumpCtx, indent, "%s", "");
+   for (U32 level = 0; level < depth; ++level) {
+      Keel::_objDumpPrintf(dumpCtx, "| ");
+   }
+   const char position = Impl::positionLetter(type);
+   const Keel::DisplayPointer slotAddress(slot);
+   const NodeBase* node = *slot;
+   if (node == nullptr) {
+      Keel::_objDumpPrintf(dumpCtx, "%s\n", CoreFmt::format("{} - {}", position, slotAddress).c_str());
+      return;
+   }
+   const char kind = node->isInternal() ? 'I' : 'E';
+   const Keel::DisplayPointer nodeAddress(node->isInternal()
+                                             ? static_cast<const void*>(static_cast<const Internal*>(node))
+                                             : static_cast<const void*>(static_cast<const User*>(node)->owner()));
+   const Corvid::String prefix = format(NodeBase::prefixOf(*node));
+   Keel::_objDumpPrintf(dumpCtx, "%s\n",
+                        CoreFmt::format("{} {} {} {} {}", position, prefix, slotAddress, kind, nodeAddress).c_str());
+   const auto below = static_cast<U8>(depth + 1);
+   dumpStateDoParentPointer(&node->left, ParentPtrType::nodeLeft, below, dumpCtx, indent, format);
+   dumpStateDoParentPointer(&node->right, ParentPtrType::nodeRight, below, dumpCtx, indent, format);
 }
 
 }  // namespace Sprig::Intrusive

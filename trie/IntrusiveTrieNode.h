@@ -67,6 +67,9 @@ enum class ParentPtrType : U8 {
 // The name of the value; one outside the enumeration prints as "unknown 4".
 ROUTETRIE_EXPORT std::ostream& operator<<(std::ostream& out, ParentPtrType type);
 
+// How a dump shows the kind: o, L or R, and - for any other.
+ROUTETRIE_EXPORT char positionLetter(ParentPtrType type) noexcept;
+
 // The end of every operation that meets a structure that cannot be: asserts "false".
 [[noreturn]] ROUTETRIE_EXPORT void trieError();
 

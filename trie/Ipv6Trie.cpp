@@ -1,8 +1,11 @@
 #include "trie/Ipv6Trie.h"
 
+#include "platform/Keel/DumpList.h"
+
 namespace Sprig {
 
 Tesk::AllocTrackTypeInfo* Ipv6Trie::memAllocationTracker_ = nullptr;
+Tesk::AllocTrackTypeInfo* Ipv6TrieWithChangeNotifier::memAllocationTracker_ = nullptr;
 
 Ipv6Trie::~Ipv6Trie() {
    nodeFlagSet(Corvid::nodeFlagAlive, false);
@@ -12,6 +15,8 @@ Ipv6Trie::~Ipv6Trie() {
 Corvid::Ptr<Ipv6Trie> Ipv6Trie::Ipv6TrieIs() { return Corvid::ptrIsImpl<Ipv6Trie>(); }
 
 Corvid::Ptr<Ipv6Trie> ipv6TrieFactory() { return Ipv6Trie::Ipv6TrieIs(); }
+
+Corvid::TypeData Ipv6Trie::typeData() const { return Corvid::typeDataOf<Ipv6Trie>(); }
 
 void Ipv6Trie::handleRoute(const Corenet::Ip6Prefix&, const Ipv6TrieRoute*) {}
 
@@ -42,6 +47,38 @@ Ipv6TrieRoute* Ipv6Trie::route(const Corenet::Ip6Prefix& prefix) const noexcept 
 
 Ipv6TrieRoute* Ipv6Trie::longestMatch(const Corenet::Ip6Prefix& prefix) const noexcept {
    return trie_._longestMatch(Ipv6TrieRoute::viewOf(prefix), nullptr).route;
+}
+
+void Ipv6Trie::dumpState(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount) const noexcept {
+   Keel::dumpLine(dumpCtx, indentCount, "Ipv6Trie\n");
+   trie_.dumpStateIp(dumpCtx, indentCount + 2, Corenet::V4V6::v6);
+}
+
+//--- Ipv6TrieWithChangeNotifier ---
+
+// The base's destructor takes the routes out when the publisher is gone: that publishes nothing.
+Ipv6TrieWithChangeNotifier::~Ipv6TrieWithChangeNotifier() { nodeFlagSet(Corvid::nodeFlagAlive, false); }
+
+Corvid::Ptr<Ipv6TrieWithChangeNotifier> Ipv6TrieWithChangeNotifier::Ipv6TrieWithChangeNotifierIs() {
+   return Corvid::ptrIsImpl<Ipv6TrieWithChangeNotifier>();
+}
+
+Corvid::Ptr<Ipv6TrieWithChangeNotifier> ipv6TrieWithChangeNotifierFactory() {
+   return Ipv6TrieWithChangeNotifier::Ipv6TrieWithChangeNotifierIs();
+}
+
+Corvid::Publisher* Ipv6TrieWithChangeNotifier::publisher() const { return &publisher_; }
+
+Corvid::TypeData Ipv6TrieWithChangeNotifier::typeData() const {
+   return Corvid::typeDataOf<Ipv6TrieWithChangeNotifier>();
+}
+
+void Ipv6TrieWithChangeNotifier::handleRoute(const Corenet::Ip6Prefix&, const Ipv6TrieRoute*) {
+   trieChangedIs(static_cast<U8>(trieChanged_ + 1));
+}
+
+void Ipv6TrieWithChangeNotifier::trieChangedIs(U8 value) {
+   publisher_.attributeIs(trieChangedId, trieChanged_, value);
 }
 
 }  // namespace Sprig

@@ -20,8 +20,11 @@
 #include "platform/Corvid/Create.h"
 #include "platform/Corvid/Node.h"
 #include "platform/Corvid/Ptr.h"
+#include "platform/Corvid/Publisher.h"
 #include "platform/Export.h"
+#include "platform/Keel/DumpContext.h"
 #include "platform/Types.h"
+#include "trie/Ipv6TrieModule.h"
 #include "trie/Ipv6TrieRoute.h"
 
 namespace Sprig {
@@ -33,6 +36,8 @@ class ROUTETRIE_EXPORT Ipv6Trie : public Corvid::Node {
    Ipv6Trie() = default;
    ~Ipv6Trie() override;
    static Corvid::Ptr<Ipv6Trie> Ipv6TrieIs();
+
+   Corvid::TypeData typeData() const override;
 
    // Called after each routeIs and after each routeDel that took a route out: `routeIfAdd` is the route after an addition,
    // null after a removal. What it raises reaches the caller; the change stands. The base form does nothing.
@@ -54,6 +59,10 @@ class ROUTETRIE_EXPORT Ipv6Trie : public Corvid::Node {
    // The engine: for searches from a hint and steps from route to route.
    const Engine& trie() const noexcept { return trie_; }
 
+   // Writes the whole tree, its internal nodes and empty slots included, behind `indentCount` blanks; see
+   // Intrusive::Trie::dumpStateIp for the lines. Ends the process if the context raises an exception.
+   void dumpState(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount) const noexcept;
+
    // Empty if the tree is sound, else the first broken rule and where.
    std::string audit() const { return trie_.audit(); }
 
@@ -67,7 +76,40 @@ class ROUTETRIE_EXPORT Ipv6Trie : public Corvid::Node {
    Engine trie_;
 };
 
-// A new, empty trie.
+class ROUTETRIE_EXPORT Ipv6TrieWithChangeNotifier : public Ipv6Trie {
+  public:
+   Ipv6TrieWithChangeNotifier() = default;
+   ~Ipv6TrieWithChangeNotifier() override;
+   static Corvid::Ptr<Ipv6TrieWithChangeNotifier> Ipv6TrieWithChangeNotifierIs();
+
+   // The field id under which trieChanged is published.
+   static constexpr Corvid::FieldId trieChangedId = 258;
+
+   Corvid::Publisher* publisher() const override;
+   Corvid::TypeData typeData() const override;
+   // Counts the change, whatever it is, and tells the watchers, who have to ask what it was.
+   void handleRoute(const Corenet::Ip6Prefix& prefix, const Ipv6TrieRoute* routeIfAdd) override;
+
+   // How many changes there were, modulo 256.
+   U8 trieChanged() const noexcept { return trieChanged_; }
+   void trieChangedIs(U8 value);
+
+   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<Ipv6TrieWithChangeNotifier>(bytes); }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<Ipv6TrieWithChangeNotifier>(memory, bytes);
+   }
+
+  private:
+   template <class T>
+   friend struct Corvid::Description;
+
+   U8 trieChanged_ = 0;
+   mutable Corvid::Publisher publisher_;
+};
+
+// A new, empty trie of either kind.
 ROUTETRIE_EXPORT Corvid::Ptr<Ipv6Trie> ipv6TrieFactory();
+ROUTETRIE_EXPORT Corvid::Ptr<Ipv6TrieWithChangeNotifier> ipv6TrieWithChangeNotifierFactory();
 
 }  // namespace Sprig

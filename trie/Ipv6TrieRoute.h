@@ -13,6 +13,7 @@
 #include "platform/Export.h"
 #include "platform/Types.h"
 #include "trie/IntrusiveTrie.h"
+#include "trie/Ipv6TrieRouteModule.h"
 
 namespace Sprig {
 
@@ -25,6 +26,8 @@ class ROUTETRIE_EXPORT Ipv6TrieRoute : public Corvid::Node {
    // A route that is still in a trie leaves it, without a word to the trie.
    ~Ipv6TrieRoute() override;
    static Corvid::Ptr<Ipv6TrieRoute> Ipv6TrieRouteIs(const Corenet::Ip6Prefix& prefix);
+
+   Corvid::TypeData typeData() const override;
 
    const Corenet::Ip6Prefix& prefix() const noexcept { return prefix_; }
    // A view of the prefix, as long-lived as the route; of the null prefix, data null and length 0.
@@ -51,6 +54,9 @@ class ROUTETRIE_EXPORT Ipv6TrieRoute : public Corvid::Node {
    }
 
   private:
+   template <class T>
+   friend struct Corvid::Description;
+
    const Corenet::Ip6Prefix prefix_;
    TrieNode node_;
 

@@ -7,13 +7,28 @@
 
 namespace Corenet {
 
+namespace {
+
+template <U32 width>
+Corvid::String textOf(const PrefixDataAndLength& prefix) {
+   std::array<U8, width / 8> bytes{};
+   if (prefix.length != 0) {
+      std::memcpy(bytes.data(), prefix.data, (prefix.length + 7) / 8);
+   }
+   const auto bits = AddressBits<width>::load(bytes.data()).cut(prefix.length);
+   return Impl::prefixText(Impl::addressText(bits), prefix.length);
+}
+
+}  // namespace
+
 Corvid::String PrefixDataAndLength::formatIpv6() const {
    ROUTETRIE_ASSERT(length <= 128);
-   std::array<U8, 16> bytes{};
-   if (length != 0) {
-      std::memcpy(bytes.data(), data, (length + 7) / 8);
-   }
-   return Impl::prefixText(Impl::addressText(AddressBits<128>::load(bytes.data()).cut(length)), length);
+   return textOf<128>(*this);
+}
+
+Corvid::String PrefixDataAndLength::formatIpv4() const {
+   ROUTETRIE_ASSERT(length <= 32);
+   return textOf<32>(*this);
 }
 
 }  // namespace Corenet

@@ -17,6 +17,8 @@ struct ROUTETRIE_EXPORT PrefixDataAndLength {
 
    // The view as IPv6 text, "2001:db8::/32". Requires: `length` is at most 128.
    Corvid::String formatIpv6() const;
+   // The same as IPv4 text, "10.0.0.0/8". Requires: `length` is at most 32.
+   Corvid::String formatIpv4() const;
 
    // Equal lengths, and equal bits over that length.
    friend bool operator==(const PrefixDataAndLength& a, const PrefixDataAndLength& b) noexcept {

@@ -40,6 +40,16 @@ TEST(PrefixDataAndLength, text) {
    }
 }
 
+TEST(PrefixDataAndLength, ipv4Text) {
+   EXPECT_EQ("0.0.0.0/0", PrefixDataAndLength().formatIpv4());
+   const U8 bytes[] = {10, 1, 2, 255};
+   EXPECT_EQ("10.1.2.0/24", (PrefixDataAndLength{bytes, 24}.formatIpv4()));
+   EXPECT_EQ("10.1.2.128/25", (PrefixDataAndLength{bytes, 25}.formatIpv4()));
+   EXPECT_EQ("10.1.2.255/32", (PrefixDataAndLength{bytes, 32}.formatIpv4()));
+   const std::vector<U8> one(1, 0xff);
+   EXPECT_EQ("240.0.0.0/4", (PrefixDataAndLength{one.data(), 4}.formatIpv4()));
+}
+
 TEST(PrefixDataAndLength, bitsPastTheLengthDoNotCount) {
    const U8 one[] = {0x20, 0x01, 0x8f};
    const U8 two[] = {0x20, 0x01, 0x80};
@@ -77,6 +87,8 @@ TEST(PrefixDataAndLengthDeathTest, textOfMoreThanAnAddress) {
    const std::vector<U8> bytes(17, 0);
    EXPECT_DEATH((void)(PrefixDataAndLength{bytes.data(), 129}.formatIpv6()),
                 HasSubstr("Assertion `length <= 128' failed"));
+   EXPECT_DEATH((void)(PrefixDataAndLength{bytes.data(), 33}.formatIpv4()),
+                HasSubstr("Assertion `length <= 32' failed"));
 }
 
 }  // namespace
