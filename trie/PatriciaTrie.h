@@ -25,6 +25,7 @@
 #include "platform/Corenet/CompactIpPrefix.h"
 #include "platform/Corenet/IpGenPrefix.h"
 #include "platform/Corvid/Create.h"
+#include "platform/Corvid/ModulePlace.h"
 #include "platform/Corvid/Node.h"
 #include "platform/Corvid/Ptr.h"
 #include "platform/Export.h"
@@ -54,6 +55,7 @@ class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
    // A family of none counts as IPv4, which ignores the flag. Asserts "false" for any other but the two.
    PatriciaTrie(Corenet::AddressFamily af, bool useCompactIpPrefix);
    ~PatriciaTrie() override;
+   Corvid::TypeData typeData() const override;
    static Corvid::Ptr<PatriciaTrie> PatriciaTrieIs(Corenet::AddressFamily af, bool useCompactIpPrefix);
 
    //--- attributes ---
@@ -180,6 +182,9 @@ class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
    }
 
   private:
+   template <class T>
+   friend struct Corvid::Description;
+
    Corenet::AddressFamily af_;
    PatriciaTrieNodeType paf_;
    bool useCompactIpPrefix_;

@@ -9,6 +9,7 @@
 #include <cstddef>
 
 #include "platform/Corvid/Create.h"
+#include "platform/Corvid/ModulePlace.h"
 #include "platform/Corvid/Node.h"
 #include "platform/Corvid/Ptr.h"
 #include "platform/Export.h"
@@ -61,6 +62,9 @@ class ROUTETRIE_EXPORT PrefixDataContainer : public Corvid::Node {
    }
 
   private:
+   template <class T>
+   friend struct Corvid::Description;
+
    Corvid::Ptr<PrefixData> prefixData_;
 };
 

@@ -18,8 +18,9 @@ struct Description<Routing::PrefixData> {
 template <>
 struct Description<Routing::PrefixDataContainer> {
    using T = Routing::PrefixDataContainer;
-   static constexpr auto value = describeClass<T>(constructor<&Routing::prefixDataContainerFactory>(),
-                                                  attribute<&T::prefixData, &T::prefixDataIs>("prefixData"));
+   static constexpr auto value = describeClass<T>(
+      constructor<&Routing::prefixDataContainerFactory>(),
+      attribute<&T::prefixData, &T::prefixDataIs>("prefixData").stored(ROUTETRIE_POSITION(T, prefixData_)));
 };
 
 }  // namespace Corvid

@@ -14,6 +14,7 @@ class ROUTETRIE_EXPORT PatriciaTrieWalkCb : public Corvid::Node {
   public:
    PatriciaTrieWalkCb() = default;
    ~PatriciaTrieWalkCb() override;
+   Corvid::TypeData typeData() const override;
 
    // `p` dies with the call. `data` is null in a trie without node data, and otherwise borrowed from the node for the
    // length of the call. What the result means is the caller's to say. The callback must not change the trie.
@@ -24,6 +25,7 @@ class ROUTETRIE_EXPORT PatriciaTrieCompactWalkCb : public Corvid::Node {
   public:
    PatriciaTrieCompactWalkCb() = default;
    ~PatriciaTrieCompactWalkCb() override;
+   Corvid::TypeData typeData() const override;
 
    // As PatriciaTrieWalkCb::handlePrefixData.
    virtual bool handlePrefixData(const Corenet::CompactIpPrefix& p, const PrefixData* data) = 0;

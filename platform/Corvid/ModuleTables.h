@@ -289,7 +289,7 @@ struct NamePool {
 
    // The offset of the name, which is added if it is new.
    constexpr std::size_t add(std::string_view name) {
-      for (std::size_t at = 0; at < size;) {
+      for (std::size_t at = 0; at < size && size <= capacity;) {
          const std::string_view known(text.data() + at);
          if (known == name) {
             return at;
@@ -298,17 +298,25 @@ struct NamePool {
       }
       const std::size_t at = size;
       for (const char c : name) {
-         text[size++] = c;
+         append(c);
       }
-      text[size++] = '\0';
+      append('\0');
       return at;
+   }
+
+  private:
+   // What does not fit is counted alone, so that the limits can be checked.
+   constexpr void append(char c) {
+      if (size < capacity) {
+         text[size] = c;
+      }
+      ++size;
    }
 };
 
-// Enough for any module; the limits that count are checked on what is used.
 constexpr std::size_t poolCapacity = 8192;
-constexpr std::size_t typePoolLimit = 1023;    // a type row shifts an offset by 6 in 16 bits
-constexpr std::size_t fieldPoolLimit = 65535;  // an argument row has two bytes for one
+constexpr std::size_t typePoolLimit = 1023;           // a type row shifts an offset by 6 in 16 bits
+constexpr std::size_t fieldPoolLimit = poolCapacity;  // an argument row has two bytes for an offset
 
 template <std::size_t types, std::size_t fields, std::size_t arguments>
 struct Layout {

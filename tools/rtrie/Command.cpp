@@ -7,12 +7,12 @@
 
 namespace Rtrie {
 
-void TableOptions::addTo(CLI::App& app) {
+void TableOptions::addTo(CLI::App& app, bool needsTable) {
    engine = engines().front().name;
    app.add_option("--table", tables, "A table of routes, plain or .gz; - is standard input. Can be given again")
       ->type_name("FILE")
       ->allow_extra_args(false)
-      ->required();
+      ->required(needsTable);
    app.add_option("--engine", engine, "What keeps the routes")->type_name("ENGINE")->capture_default_str();
    app.add_flag("--strict", strict, "Stop at the first bad line of a table");
 }

@@ -30,8 +30,8 @@ struct TableOptions {
    std::string engine;
    bool strict = false;
 
-   // Adds --table, --engine and --strict. The options must outlive the app's parsing.
-   void addTo(CLI::App& app);
+   // Adds --table, which a command may need, --engine and --strict. The options must outlive the app's parsing.
+   void addTo(CLI::App& app, bool needsTable = true);
    // Raises UsageError if standard input is named more than once.
    void check() const;
    bool readsStandardInput() const;

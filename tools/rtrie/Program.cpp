@@ -11,6 +11,7 @@
 #include "tools/rtrie/Messages.h"
 #include "tools/rtrie/Registry.h"
 #include "tools/rtrie/TableFormat.h"
+#include "tools/rtrie/commands/InspectCommand.h"
 #include "tools/rtrie/commands/LookupCommand.h"
 #include "tools/rtrie/commands/StatsCommand.h"
 
@@ -18,6 +19,7 @@ namespace Rtrie {
 namespace {
 
 constexpr Command commands[] = {
+   {"inspect", "Show the library's classes, or load tables and read an engine's attributes, all by name", addInspect},
    {"lookup", "Load tables and answer queries about their routes", addLookup},
    {"stats", "Load tables and show their size, cost and make-up", addStats},
 };

@@ -9,6 +9,7 @@
 #include <stdexcept>
 
 #include "platform/Corenet.h"
+#include "platform/Corvid/Node.h"
 #include "platform/Types.h"
 
 namespace Rtrie {
@@ -26,6 +27,9 @@ class RouteTable {
    virtual void routeIs(const Prefix& route) = 0;
    virtual U64 routes() const = 0;
    virtual U64 nodes() const = 0;
+
+   // The engine's own object, to be reached by name.
+   virtual Corvid::Node& object() const = 0;
 
    // The longest route that covers the query, which may be the query itself.
    virtual Prefix longestMatch(const Prefix&) const { return notAnswered(); }

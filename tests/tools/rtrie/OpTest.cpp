@@ -1,6 +1,8 @@
 // Op: what each asks of a table, and engines that lack it.
 #include "tools/rtrie/Op.h"
 
+#include <stdexcept>
+
 #include "Support.h"
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/Registry.h"
@@ -17,6 +19,7 @@ class OneRoute : public RouteTable {
    void routeIs(const Prefix& route) override { route_ = route; }
    U64 routes() const override { return 1; }
    U64 nodes() const override { return 1; }
+   Corvid::Node& object() const override { throw std::logic_error("there is no trie behind this one"); }
    Prefix longestMatch(const Prefix&) const override { return route_; }
 
   private:

@@ -15,6 +15,7 @@ class PatriciaTable final : public RouteTable {
    void routeIs(const Prefix& route) override;
    U64 routes() const override;
    U64 nodes() const override;
+   Corvid::Node& object() const override { return *trie_; }
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
    bool longerPresent(const Prefix& query) const override;
@@ -29,6 +30,7 @@ class CompactPatriciaTable final : public RouteTable {
    void routeIs(const Prefix& route) override;
    U64 routes() const override;
    U64 nodes() const override;
+   Corvid::Node& object() const override { return *trie_; }
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
    bool longerPresent(const Prefix& query) const override;

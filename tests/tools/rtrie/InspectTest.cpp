@@ -1,0 +1,102 @@
+// InspectCommand: the program, asked for classes and for attributes of small tables.
+#include "tools/rtrie/commands/InspectCommand.h"
+
+#include <nlohmann/json.hpp>
+
+#include "Support.h"
+
+namespace Rtrie {
+namespace {
+
+using Support::Ran;
+using Support::rtrie;
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::Not;
+
+TEST(InspectCommand, listsModulesClassesAndFields) {
+   const Ran ran = rtrie({"inspect"});
+   EXPECT_EQ("", ran.err);
+   EXPECT_EQ(0, ran.status);
+   EXPECT_THAT(ran.out, HasSubstr("module PatriciaTrie\n"));
+   EXPECT_THAT(ran.out, HasSubstr("module Corenet\n"));
+   EXPECT_THAT(ran.out,
+               HasSubstr("  class Routing::PatriciaTrie(Corenet::AddressFamily af, bool useCompactIpPrefix)\n"));
+   EXPECT_THAT(ran.out, ContainsRegex("\n    136  attribute +get set +U32 routes\n"));
+   EXPECT_THAT(ran.out, HasSubstr("  abstract class Routing::PatriciaTrieWalkCb\n"));
+   EXPECT_THAT(ran.out, ContainsRegex("\n    132  operation for an object +call +Routing::PrefixData "
+                                      "insertData\\(Routing::PrefixData data\\)\n"));
+}
+
+TEST(InspectCommand, showsOneClassByItsFullOrLastName) {
+   const Ran full = rtrie({"inspect", "Routing::PrefixDataContainer"});
+   EXPECT_EQ(0, full.status);
+   EXPECT_THAT(full.out,
+               ContainsRegex("^module PatriciaTrieData\n\n  class Routing::PrefixDataContainer\\(\\)\n    130 "));
+   EXPECT_THAT(full.out, Not(HasSubstr("class Routing::PrefixData(")));
+   EXPECT_EQ(full.out, rtrie({"inspect", "PrefixDataContainer"}).out);
+}
+
+TEST(InspectCommand, speaksJson) {
+   const Ran ran = rtrie({"inspect", "--format", "json", "PatriciaTrie"});
+   EXPECT_EQ(0, ran.status);
+   const auto json = nlohmann::json::parse(ran.out);
+   ASSERT_EQ(1U, json.size());
+   EXPECT_EQ("Routing::PatriciaTrie", json[0]["name"]);
+   EXPECT_EQ("class", json[0]["kind"]);
+   EXPECT_TRUE(json[0]["base"].is_null());
+   EXPECT_EQ("useCompactIpPrefix", json[0]["constructor"][1]["name"]);
+   bool seen = false;
+   for (const auto& field : json[0]["fields"]) {
+      if (field["name"] == "updateRoute") {
+         seen = true;
+         EXPECT_EQ("operation", field["kind"]);
+         EXPECT_EQ("void", field["type"]);
+         EXPECT_EQ(nlohmann::json({"call"}), field["access"]);
+         EXPECT_EQ("Routing::PrefixData", field["arguments"][1]["type"]);
+         EXPECT_TRUE(field["key"].is_null());
+      }
+   }
+   EXPECT_TRUE(seen);
+}
+
+TEST(InspectCommand, readsALoadedTable) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8\n10.1.0.0/16\n2001:db8::/32\n");
+   const Ran ran = rtrie({"inspect", "--table", table, "routes", "longestMatchCommon(10.1.2.3/32)", "empty"});
+   EXPECT_EQ("", ran.err);
+   EXPECT_EQ(0, ran.status);
+   EXPECT_EQ(
+      "IPv4  routes = 2\nIPv6  routes = 1\nIPv4  longestMatchCommon(10.1.2.3/32) = 10.1.0.0/16\n"
+      "IPv4  empty = false\nIPv6  empty = false\n",
+      ran.out);
+   const Ran json = rtrie({"inspect", "--table", table, "--format", "json", "--engine", "patricia-compact", "nodes"});
+   EXPECT_EQ(0, json.status);
+   EXPECT_EQ(
+      "{\"family\":\"ipv4\",\"path\":\"nodes\",\"value\":\"1\"}\n"
+      "{\"family\":\"ipv6\",\"path\":\"nodes\",\"value\":\"1\"}\n",
+      json.out);
+}
+
+TEST(InspectCommand, whatCantBeHadIsOneClearLine) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8\n");
+   const Ran unknown = rtrie({"inspect", "Nothing"});
+   EXPECT_EQ("rtrie: unknown class \"Nothing\": rtrie inspect lists them all\n", unknown.err);
+   EXPECT_EQ(2, unknown.status);
+   const Ran noPath = rtrie({"inspect", "--table", table});
+   EXPECT_EQ("rtrie: what is to be read of the table? give a path, such as routes\n", noPath.err);
+   EXPECT_EQ(2, noPath.status);
+   const Ran noField = rtrie({"inspect", "--table", table, "nothing", "routes"});
+   EXPECT_EQ("rtrie: Routing::PatriciaTrie has no field \"nothing\"\n", noField.err);
+   EXPECT_EQ("IPv4  routes = 1\n", noField.out);
+   EXPECT_EQ(1, noField.status);
+   const Ran family = rtrie({"inspect", "--table", table, "longestMatchCommon(2001:db8::/32)"});
+   EXPECT_EQ("rtrie: no table of engine \"patricia\" is of the family of \"longestMatchCommon(2001:db8::/32)\"\n",
+             family.err);
+   EXPECT_EQ(1, family.status);
+   EXPECT_EQ(2, rtrie({"inspect", "--format", "xml"}).status);
+}
+
+}  // namespace
+}  // namespace Rtrie

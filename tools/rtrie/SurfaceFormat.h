@@ -1,0 +1,22 @@
+// SurfaceFormat: the reflected surface of types, as text for people or as one JSON value:
+//
+//    [{"module": .., "name": .., "kind": "class" | "abstract class" | "value", "base": .. | null,
+//      "constructor": [ARGUMENT..] | null,
+//      "fields": [{"id": .., "name": .., "kind": .., "type": .., "access": [..], "published": ..,
+//                  "key": .. | null, "keyAttribute": .. | null, "arguments": [ARGUMENT..]}]}]
+//    ARGUMENT: {"name": .., "type": ..}
+//
+// Tested by tests/tools/rtrie/InspectTest.cpp.
+#pragma once
+
+#include <span>
+
+#include "platform/Corvid/Inspect.h"
+#include "tools/rtrie/Output.h"
+
+namespace Rtrie {
+
+void printSurfaceText(std::span<const Corvid::Inspect::Type> types, Output& output);
+void printSurfaceJson(std::span<const Corvid::Inspect::Type> types, Output& output);
+
+}  // namespace Rtrie

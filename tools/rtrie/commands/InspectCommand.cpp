@@ -1,0 +1,142 @@
+#include "tools/rtrie/commands/InspectCommand.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "platform/Corvid/Inspect.h"
+#include "platform/Corvid/RangeException.h"
+#include "tools/rtrie/Engine.h"
+#include "tools/rtrie/InspectPath.h"
+#include "tools/rtrie/Messages.h"
+#include "tools/rtrie/Output.h"
+#include "tools/rtrie/PrefixText.h"
+#include "tools/rtrie/Registry.h"
+#include "tools/rtrie/SurfaceFormat.h"
+#include "tools/rtrie/TableLoader.h"
+#include "tools/rtrie/TableSet.h"
+
+namespace Rtrie {
+namespace {
+
+namespace Inspect = Corvid::Inspect;
+
+// How what is shown is printed, by name: types, and one value that was read.
+struct InspectFormat {
+   std::string_view name;
+   std::string_view summary;
+   void (*types)(std::span<const Inspect::Type> types, Output& output);
+   void (*value)(Corenet::AddressFamily af, std::string_view path, const Inspect::Value& value, Output& output);
+};
+
+void printValueText(Corenet::AddressFamily af, std::string_view path, const Inspect::Value& value, Output& output) {
+   output.format("{}  {} = {}\n", familyName(af), path, value.text);
+}
+
+// {"family": "ipv4", "path": .., "value": ..}; numbers and truth values stay text, as the types' own texts are.
+void printValueJson(Corenet::AddressFamily af, std::string_view path, const Inspect::Value& value, Output& output) {
+   const nlohmann::ordered_json line = {
+      {"family", Corenet::stringValue(af).view()}, {"path", path}, {"value", value.text}};
+   output.text(line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+   output.text("\n");
+}
+
+constexpr InspectFormat formats[] = {
+   {"text", "for people", printSurfaceText, printValueText},
+   {"json", "one value for the classes, one object a line for what is read", printSurfaceJson, printValueJson},
+};
+
+struct InspectOptions {
+   TableOptions table;
+   std::string format = std::string(formats[0].name);
+   std::vector<std::string> names;
+};
+
+ExitStatus showTypes(const InspectOptions& options, const InspectFormat& format) {
+   std::vector<Inspect::Type> types;
+   if (options.names.empty()) {
+      for (const Inspect::Module& module : Inspect::modules()) {
+         for (const Inspect::Type& type : module.types()) {
+            types.push_back(type);
+         }
+      }
+   }
+   for (const std::string& name : options.names) {
+      const auto type = Inspect::findType(name);
+      if (!type) {
+         throw UsageError(fmt::format("unknown class \"{}\": rtrie inspect lists them all", name));
+      }
+      types.push_back(*type);
+   }
+   Output output(STDOUT_FILENO);
+   format.types(types, output);
+   output.flush();
+   return ExitStatus::ok;
+}
+
+ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& format) {
+   options.table.check();
+   const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
+   std::vector<InspectPath> paths(options.names.begin(), options.names.end());
+   if (paths.empty()) {
+      throw UsageError("what is to be read of the table? give a path, such as routes");
+   }
+   RouteSet routes;
+   const auto report = loadTables(options.table.tables, options.table.strict, routes);
+   const TableSet tables(engine, routes);
+   Output output(STDOUT_FILENO);
+   U64 faults = report.faults;
+   for (const InspectPath& path : paths) {
+      bool asked = false;
+      for (const auto af : families) {
+         const auto& table = tables.of(af).table;
+         if (!table || !path.suits(af)) {
+            continue;
+         }
+         asked = true;
+         try {
+            const Inspect::Value value = path.read(table->object());
+            format.value(af, path.text(), value, output);
+            output.lineDone();
+         } catch (const Corvid::RangeException& fault) {
+            ++faults;
+            say(fault.what());
+         }
+      }
+      if (!asked) {
+         ++faults;
+         say(fmt::format("no table of engine \"{}\" is of the family of \"{}\"", engine.name, path.text()));
+      }
+   }
+   output.flush();
+   return faults == 0 ? ExitStatus::ok : ExitStatus::badData;
+}
+
+ExitStatus run(const InspectOptions& options) {
+   const InspectFormat& format = rowNamed(std::span<const InspectFormat>(formats), "format", options.format);
+   return options.table.tables.empty() ? showTypes(options, format) : readAttributes(options, format);
+}
+
+}  // namespace
+
+Run addInspect(CLI::App& app) {
+   auto options = std::make_shared<InspectOptions>();
+   options->table.addTo(app, false);
+   app.add_option("--format", options->format, "How it is printed")->type_name("FORMAT")->capture_default_str();
+   app.add_option("NAME", options->names,
+                  "Without --table, a class; without any, all are shown. With it, what is to be read: an attribute, "
+                  "name(key) or name(argument, ...), joined by dots where one leads to the next")
+      ->type_name("");
+   app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
+              helpSection("Formats", summariesOf(std::span<const InspectFormat>(formats))) + "\n" +
+              helpSection("Examples",
+                          "  rtrie inspect PatriciaTrie\n"
+                          "  rtrie inspect --table routes.txt routes \"longestMatchCommon(10.1.2.3/32)\""));
+   return [options] { return run(*options); };
+}
+
+}  // namespace Rtrie

@@ -1,0 +1,13 @@
+// The module record of PatriciaTrie and of its callbacks.
+#pragma once
+
+#include "platform/Corvid/ModulePlace.h"
+
+namespace Routing {
+class PatriciaTrie;
+class PatriciaTrieWalkCb;
+class PatriciaTrieCompactWalkCb;
+}  // namespace Routing
+
+ROUTETRIE_MODULE(_PatriciaTrie_32e6140574244a09_teskModule, Routing::PatriciaTrie, Routing::PatriciaTrieWalkCb,
+                 Routing::PatriciaTrieCompactWalkCb)
