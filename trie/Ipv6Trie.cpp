@@ -16,8 +16,6 @@ Corvid::Ptr<Ipv6Trie> Ipv6Trie::Ipv6TrieIs() { return Corvid::ptrIsImpl<Ipv6Trie
 
 Corvid::Ptr<Ipv6Trie> ipv6TrieFactory() { return Ipv6Trie::Ipv6TrieIs(); }
 
-Corvid::TypeData Ipv6Trie::typeData() const { return Corvid::typeDataOf<Ipv6Trie>(); }
-
 void Ipv6Trie::handleRoute(const Corenet::Ip6Prefix&, const Ipv6TrieRoute*) {}
 
 void Ipv6Trie::routeIs(const Corvid::Ptr<Ipv6TrieRoute>& route) {
@@ -68,10 +66,6 @@ Corvid::Ptr<Ipv6TrieWithChangeNotifier> ipv6TrieWithChangeNotifierFactory() {
 }
 
 Corvid::Publisher* Ipv6TrieWithChangeNotifier::publisher() const { return &publisher_; }
-
-Corvid::TypeData Ipv6TrieWithChangeNotifier::typeData() const {
-   return Corvid::typeDataOf<Ipv6TrieWithChangeNotifier>();
-}
 
 void Ipv6TrieWithChangeNotifier::handleRoute(const Corenet::Ip6Prefix&, const Ipv6TrieRoute*) {
    trieChangedIs(static_cast<U8>(trieChanged_ + 1));

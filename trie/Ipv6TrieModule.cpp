@@ -30,3 +30,13 @@ struct Description<Sprig::Ipv6TrieWithChangeNotifier> {
 }  // namespace Corvid
 
 ROUTETRIE_MODULE_RECORD(_Ipv6Trie_49b08d217c477b09_teskModule)
+
+namespace Sprig {
+
+Corvid::TypeData Ipv6Trie::typeData() const { return Corvid::typeDataOf<Ipv6Trie>(); }
+
+Corvid::TypeData Ipv6TrieWithChangeNotifier::typeData() const {
+   return Corvid::typeDataOf<Ipv6TrieWithChangeNotifier>();
+}
+
+}  // namespace Sprig

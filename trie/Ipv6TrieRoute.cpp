@@ -19,8 +19,6 @@ Corvid::Ptr<Ipv6TrieRoute> ipv6TrieRouteFactory(const Corenet::Ip6Prefix& prefix
    return Ipv6TrieRoute::Ipv6TrieRouteIs(prefix);
 }
 
-Corvid::TypeData Ipv6TrieRoute::typeData() const { return Corvid::typeDataOf<Ipv6TrieRoute>(); }
-
 namespace Intrusive {
 
 template class Impl::NodeBase<Ipv6TrieRoute, true, 0>;

@@ -19,3 +19,9 @@ struct Description<Sprig::Ipv6TrieRoute> {
 }  // namespace Corvid
 
 ROUTETRIE_MODULE_RECORD(_Ipv6TrieRoute_a7017bad99aaa188_teskModule)
+
+namespace Sprig {
+
+Corvid::TypeData Ipv6TrieRoute::typeData() const { return Corvid::typeDataOf<Ipv6TrieRoute>(); }
+
+}  // namespace Sprig

@@ -352,7 +352,7 @@ std::string surfaceOf(std::string_view typeName) {
    for (const auto& field : Inspect::findType(typeName)->fields()) {
       text +=
          std::to_string(field.id()) + ' ' + std::string(field.name()) + ' ' + std::string(field.typeName()) + ':';
-      for (const U8 kind : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 28}) {
+      for (const int kind : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 28}) {
          if (field.takes(static_cast<Corvid::AccessKind>(kind))) {
             text += ' ' + std::to_string(kind);
          }
