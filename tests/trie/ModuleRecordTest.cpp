@@ -65,13 +65,13 @@ std::string dump(const void* record) {
    std::ostringstream out;
    out << "module " << table(record, 3) << ", " << typeCount(record) << " types, then "
        << hex(static_cast<const char*>(record) + 56, 24) << "\n";
-   unsigned references = 0;
+   int references = 0;
    for (unsigned i = 0; i < typeCount(record); ++i) {
       const Type type = typeAt(record, i);
       out << "\ntype " << i << ": " << hex(table(record, 0) + 16 * i, 16) << "\n   " << type.name
           << list(type.constructorArguments) << (type.base == -1 ? "" : " under " + typeName(record, type.base))
           << "\n";
-      references = std::max(references, static_cast<unsigned>(type.base + 1));
+      references = std::max(references, type.base + 1);
       const char* functions = table(record, 6) + 48 * i;
       out << "   functions:";
       for (unsigned f = 0; f < 6; ++f) {
@@ -81,8 +81,7 @@ std::string dump(const void* record) {
       const unsigned first = at<std::uint16_t>(table(record, 0) + 16 * i, 10);
       for (unsigned f = 0; f < type.fields.size(); ++f) {
          const Field& field = type.fields[f];
-         references =
-            std::max({references, static_cast<unsigned>(field.type + 1), static_cast<unsigned>(field.keyType + 1)});
+         references = std::max({references, field.type + 1, field.keyType + 1});
          out << "   " << hex(table(record, 1) + 24 * (first + f), 24) << "\n      " << field.id << " "
              << typeName(record, field.type) << " " << field.name << list(field.arguments);
          if (field.keyType != -1) {
@@ -95,8 +94,8 @@ std::string dump(const void* record) {
       }
    }
    out << "\nreferenced types\n";
-   for (unsigned i = 0; i < references; ++i) {
-      const Referenced referenced = referencedAt(record, i);
+   for (int i = 0; i < references; ++i) {
+      const Referenced referenced = referencedAt(record, static_cast<unsigned>(i));
       out << "   " << i << ": " << table(referenced.module, 3) << " " << referenced.index << " "
           << typeAt(referenced.module, static_cast<unsigned>(referenced.index)).name << "\n";
    }
