@@ -14,6 +14,7 @@
 #include "tools/rtrie/commands/InspectCommand.h"
 #include "tools/rtrie/commands/LookupCommand.h"
 #include "tools/rtrie/commands/StatsCommand.h"
+#include "tools/rtrie/commands/TraceCommand.h"
 
 namespace Rtrie {
 namespace {
@@ -22,6 +23,7 @@ constexpr Command commands[] = {
    {"inspect", "Show the library's classes, or load tables and read an engine's attributes, all by name", addInspect},
    {"lookup", "Load tables and answer queries about their routes", addLookup},
    {"stats", "Load tables and show their size, cost and make-up", addStats},
+   {"trace", "Show how long the calls took that a program recorded", addTrace},
 };
 
 // The argument parser's text as a message: one line, lower case, without a full stop.

@@ -44,10 +44,10 @@ TEST(Program, helpHasAnExample) {
 
 TEST(Program, badUsageIsOneLine) {
    const Ran none = rtrie({});
-   EXPECT_EQ("rtrie: a command is required: known are lookup, stats\n", none.err);
+   EXPECT_THAT(none.err, testing::StartsWith("rtrie: a command is required: known are lookup, stats, "));
    EXPECT_EQ(2, none.status);
    const Ran unknown = rtrie({"look"});
-   EXPECT_EQ("rtrie: unknown command \"look\": known are lookup, stats\n", unknown.err);
+   EXPECT_THAT(unknown.err, testing::StartsWith("rtrie: unknown command \"look\": known are lookup, stats, "));
    EXPECT_EQ(2, unknown.status);
    for (const auto& arguments :
         std::vector<std::vector<std::string>>{{"look", "--loud"}, {"--loud"}, {"lookup", "stats"}, {"stats"}}) {
