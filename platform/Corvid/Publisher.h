@@ -91,6 +91,18 @@ class ROUTETRIE_EXPORT Publisher {
       }
    }
 
+   // Shows a value for the time of its publication: attributeIs, and then puts `rest` back, which is not published, whatever
+   // a watcher raises. Requires: the caller holds the object.
+   template <class T>
+   void pulse(FieldId id, T& attribute, const T& value, const T& rest) {
+      struct Rest {
+         ~Rest() { attribute = rest; }
+         T& attribute;
+         const T& rest;
+      } const atEnd{attribute, rest};
+      attributeIs(id, attribute, value);
+   }
+
    bool hasWatchers() const noexcept { return first_ != nullptr; }
 
   private:

@@ -94,6 +94,23 @@ TEST(Publisher, aPointerSetterReleasesTheOldValueLast) {
    EXPECT_EQ(1u, first->uses());
 }
 
+TEST(Publisher, aPulseShowsTheValueAndRests) {
+   Publisher publisher;
+   int attribute = 0;
+   std::vector<std::pair<int, int>> oldAndNew;
+   Subscription watch = publisher.subscribe([&](const Change& change) {
+      oldAndNew.emplace_back(*static_cast<const int*>(change.oldValue), attribute);
+   });
+   publisher.pulse(133, attribute, 5, 0);
+   publisher.pulse(133, attribute, 5, 0);
+   publisher.pulse(133, attribute, 0, 0);
+   EXPECT_THAT(oldAndNew, ElementsAre(std::pair(0, 5), std::pair(0, 5)));
+   EXPECT_EQ(0, attribute);
+   watch = publisher.subscribe([](const Change&) { throw std::runtime_error("no more"); });
+   EXPECT_THROW(publisher.pulse(133, attribute, 5, 0), std::runtime_error);
+   EXPECT_EQ(0, attribute);
+}
+
 TEST(Publisher, tellsInOrderOfSubscription) {
    Publisher publisher;
    std::string told;

@@ -1,0 +1,67 @@
+#include "trie/TrieCompact.h"
+
+#include "platform/Corvid/Assert.h"
+#include "platform/Tesk/Trace.h"
+
+namespace Routing {
+
+using Corenet::CompactIpPrefix;
+
+Tesk::AllocTrackTypeInfo* TrieCompact::memAllocationTracker_ = nullptr;
+
+namespace {
+
+constexpr Tesk::TraceHandle trieCompactTrace("TrieCompact", false);
+
+}  // namespace
+
+TrieCompact::TrieCompact(Corenet::AddressFamily af) : PatriciaTrie(af, true) {}
+
+TrieCompact::~TrieCompact() { nodeFlagSet(Corvid::nodeFlagAlive, false); }
+
+Corvid::Ptr<TrieCompact> TrieCompact::TrieCompactIs(Corenet::AddressFamily af) {
+   return Corvid::ptrIsImpl<TrieCompact>(af);
+}
+
+Corvid::Ptr<TrieCompact> trieCompactFactory(Corenet::AddressFamily af) { return TrieCompact::TrieCompactIs(af); }
+
+void TrieCompact::routeIs(const CompactIpPrefix& prefix, bool) {
+   updateRouteCompact(prefix, nullptr);
+   notifyChangedRoute(prefix);
+}
+
+bool TrieCompact::routeDel(const CompactIpPrefix& prefix) {
+   const bool wasThere = deleteRouteCompact(prefix, nullptr, nullptr);
+   notifyChangedRoute(prefix);
+   return wasThere;
+}
+
+void TrieCompact::notifyChangedRoute(const CompactIpPrefix& prefix) {
+   changedRoute_ = prefix;
+   changedRoute_ = CompactIpPrefix();
+}
+
+bool TrieCompact::route(const CompactIpPrefix& prefix) const { return longestMatch(prefix) == prefix; }
+
+CompactIpPrefix TrieCompact::longestMatch(const CompactIpPrefix& prefix) const {
+   CompactIpPrefix found = longestMatchCommonCompact(prefix, nullptr, nullptr);
+   if (found.isNull()) {
+      const Corenet::AddressFamily family = prefix.af();
+      ROUTETRIE_ASSERT(family != Corenet::AddressFamily::none, "false && \"Unhandled af in longestMatch\"");
+      found = CompactIpPrefix::getNull(family);
+   }
+   return found;
+}
+
+CompactIpPrefix TrieCompact::findParent(const CompactIpPrefix& prefix) const {
+   return findParentCommonCompact(prefix, nullptr, nullptr);
+}
+
+bool TrieCompact::longerRoutePresent(const CompactIpPrefix& prefix) const {
+   ROUTETRIE_TRACE(trieCompactTrace, 8) << this << "::"
+                                        << "longerRoutePresent"
+                                        << "( " << prefix << " )";
+   return longerRoutePresentCommonCompact(prefix);
+}
+
+}  // namespace Routing
