@@ -129,9 +129,9 @@ Corenet::Prefix getNextRecurHelper(const TrieNode* node, U32 prefix, U32 start, 
          }
       }
       lenWithinNode = 0;
-      if (place.level < leafLevel) {
+      if (const TrieNode* child = node->child(i)) {
          const Corenet::Prefix found =
-            getNextRecurHelper(node->child(i), place.childAddress(), 0, levelEntries[place.level + 1], 0, exclude);
+            getNextRecurHelper(child, place.childAddress(), 0, levelEntries[place.level + 1], 0, exclude);
          if (found.len() != 0) {
             return found;
          }

@@ -39,6 +39,8 @@ struct Habits {
    bool defaultStays = false;
    // longer() is true also where mayCountAsLonger() is.
    bool countsBranches = false;
+   // next() of a prefix that is no route is none, but for the zero-length prefix.
+   bool nextOfAbsentIsNone = false;
 };
 
 template <class E>
@@ -135,7 +137,8 @@ std::string listFaultAt(const E& engine, const IpGenPrefix& p, const SlowTable& 
    std::string fault;
    if constexpr ((E::abilities & nextAbility) != 0) {
       if (fault.empty()) {
-         fault = faultOf("next", p, engine.next(p), table.next(p));
+         const bool isNone = E::habits.nextOfAbsentIsNone && p.len() != 0 && !table.exact(p);
+         fault = faultOf("next", p, engine.next(p), isNone ? std::nullopt : table.next(p));
       }
    }
    if constexpr ((E::abilities & coveringAbility) != 0) {

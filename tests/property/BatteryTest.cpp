@@ -34,6 +34,7 @@ enum class Plant {
    audit,
    leak,
    habit,
+   nextHabit,
 };
 
 std::vector<Corvid::Ptr<Routing::PrefixData>> leaked;
@@ -46,7 +47,8 @@ class PlantedEngine {
    static constexpr std::string_view name = "Planted";
    static constexpr U32 abilities = parentAbility | longerAbility | nextAbility | coveringAbility | subtreeAbility |
                                     childrenAbility | orderedAbility;
-   static constexpr Habits habits{.longerOfDefaultIsFalse = plant == Plant::habit};
+   static constexpr Habits habits{.longerOfDefaultIsFalse = plant == Plant::habit,
+                                  .nextOfAbsentIsNone = plant == Plant::nextHabit};
 
    void add(const IpGenPrefix& p) {
       table_.add(p);
@@ -120,6 +122,7 @@ TEST(Battery, findsAFaultInEachAnswer) {
                StartsWith("ordered: found (10.0.0.0/8 10.1.0.0/16 10.2.0.0/15 10.1.0.0/16)"));
    EXPECT_THAT(faultFound<Plant::audit>(), StartsWith("audit: planted"));
    EXPECT_THAT(faultFound<Plant::habit>(), StartsWith("longer(0.0.0.0/0): found yes, expected no"));
+   EXPECT_THAT(faultFound<Plant::nextHabit>(), StartsWith("next(10.0.0.0/7): found 10.0.0.0/8, expected none"));
 }
 
 TEST(Battery, findsWhatIsNotGivenBack) {
