@@ -170,6 +170,51 @@ class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
    bool longerRoutePresentCommon(const Corenet::IpGenPrefix& prefix) const;
    bool longerRoutePresentCommonCompact(const Corenet::CompactIpPrefix& prefix) const;
 
+   //--- walking ---
+
+   // Reports every route of a subtree, in ascending order of address and then of length. A callback that answers false
+   // prunes: the rest of that node's routes and all beneath it are left out, and the walk goes on at its right.
+   //
+   // `subtreeRoot` says where to begin and the least length to report, and no more. If the tree has no key that starts
+   // with it, the walk begins at the deepest key that covers it, and then reports routes outside it too. A zero-length
+   // one gives the whole trie: the default route first, with an answer that is ignored, and it alone gives that route.
+   //
+   // Raises what the callback raises. Asserts "paf() != nodeTypeIpv6Compact()" or "paf() != nodeTypeIpv6Legacy()".
+   void preOrderWalk(const Corenet::IpGenPrefix& subtreeRoot, PatriciaTrieWalkCb* callback) const;
+   void preOrderWalkCompact(const Corenet::CompactIpPrefix& subtreeRoot, PatriciaTrieCompactWalkCb* callback) const;
+   template <RoutePrefix PrefixType, class CallbackType>
+   requires WalkCallback<CallbackType, PrefixType>
+   void preOrderWalkImpl(const PrefixType& subtreeRoot, CallbackType callback) const;
+
+   // Reports on each branch beneath `subtreeRoot` the first route that is longer than it, and none beneath that. Begins
+   // as a walk does, so for a zero-length prefix only if the default route is present, which is itself never reported.
+   // The callback's answers are ignored.
+   void findImmediateChildren(const Corenet::IpGenPrefix& subtreeRoot, PatriciaTrieWalkCb* callback);
+   void findImmediateChildrenCompact(const Corenet::CompactIpPrefix& subtreeRoot,
+                                     PatriciaTrieCompactWalkCb* callback);
+
+   //--- stepping ---
+
+   // The first route after `prefix`, a route or not, in the order of a walk; the null prefix of the trie's family at the
+   // end. The default route is never given, and a null or zero-length prefix comes before every route. The trie may
+   // change from one call to the next.
+   //
+   // Ends early in one case: if the way on from `prefix` leads to a subtree whose leaves are all white, it looks no
+   // further. Asserts "paf() != nodeTypeIpv6Legacy()".
+   Corenet::CompactIpPrefix getNext(const Corenet::CompactIpPrefix& prefix);
+   // The first route after `prefix` in the subtree of `node`, which may be null; false if there is none.
+   bool getNextImpl(PatriciaTrieNode* node, const Corenet::CompactIpPrefix& prefix,
+                    Corenet::CompactIpPrefix& next) const;
+
+   // The black lengths of the one node where `subtreeRoot` lies: the least, and the least above `i`; 0 at the end, and for
+   // `i` 0. They tell about the node, so they may be shorter than the prefix.
+   // Requires: such a node, so the trie is not empty, the prefix does not leave it inside the root's key, and one of
+   // length 0 is a route. A breach is fatal. Assert as the walks do.
+   U32 getFirstBlack(const Corenet::IpGenPrefix& subtreeRoot);
+   U32 getNextBlack(const Corenet::IpGenPrefix& subtreeRoot, U32 i);
+   U32 getFirstBlackCompact(const Corenet::CompactIpPrefix& subtreeRoot);
+   U32 getNextBlackCompact(const Corenet::CompactIpPrefix& subtreeRoot, U32 i);
+
    //--- soundness ---
 
    // Recounts everything from the nodes: empty if I1 to I8 hold, else the first broken rule and where.
@@ -224,5 +269,9 @@ extern template ROUTETRIE_EXPORT Corenet::CompactIpPrefix PatriciaTrie::longestM
    const Corenet::CompactIpPrefix&, bool, const Corvid::Ptr<PrefixDataContainer>&, PatriciaTrieCompactWalkCb*) const;
 extern template ROUTETRIE_EXPORT Corenet::CompactIpPrefix PatriciaTrie::longestMatchOrParentImpl(
    const Corenet::CompactIpPrefix&, bool, const Corvid::Ptr<PrefixDataContainer>&, std::nullptr_t) const;
+extern template ROUTETRIE_EXPORT void PatriciaTrie::preOrderWalkImpl(const Corenet::IpGenPrefix&,
+                                                                     PatriciaTrieWalkCb*) const;
+extern template ROUTETRIE_EXPORT void PatriciaTrie::preOrderWalkImpl(const Corenet::CompactIpPrefix&,
+                                                                     PatriciaTrieCompactWalkCb*) const;
 
 }  // namespace Routing

@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 #include "platform/Corvid/Assert.h"
@@ -109,6 +111,18 @@ PatriciaTrieNode* lpmNodeImpl(const PatriciaTrie& trie, PatriciaTrieNode* node, 
    return PatriciaTrieImpl::trieVisit<PatriciaTrieImpl::NodePicker>(
       trie.paf(), node,
       [&](auto* start) -> PatriciaTrieNode* { return locate(start, trie.defaultRoutePresent(), prefix, path); });
+}
+
+// The route of that length on a node. A compact key is handed on as it is, which spares the table of shared records.
+template <RoutePrefix PrefixType, class NodeClass>
+PrefixType routeOf(const NodeClass& node, U32 length) {
+   constexpr bool keyIsCompact = !std::is_base_of_v<PatriciaTrieImpl::PatriciaTrieV6Node, NodeClass>;
+   if constexpr (keyIsCompact && std::same_as<PrefixType, Corenet::CompactIpPrefix>) {
+      if (length == node.len()) {
+         return node.compactPrefix();
+      }
+   }
+   return PrefixType(NodeClass::KeyPrefix::cut(node.bits(), length));
 }
 
 // Reports the routes of one node up to the length `upToLen`, shortest first. The callback's results are ignored: a

@@ -1,0 +1,110 @@
+// Stepping through a PatriciaTrie without a callback and without an iterator: the next route after any prefix, and the
+// black lengths of the node that holds one.
+// Tested by tests/trie/PatriciaTrieTraversalTest.cpp.
+#include <type_traits>
+
+#include "platform/Corvid/Assert.h"
+#include "trie/PatriciaTrie.h"
+#include "trie/PatriciaTrieDescent.h"
+
+namespace Routing {
+
+namespace {
+
+using PatriciaTrieImpl::nodeClassVisit;
+using PatriciaTrieImpl::NodePicker;
+
+// A route by its node and its black length in bits; a null node: there is none.
+template <class NodeClass>
+struct Place {
+   NodeClass* node = nullptr;
+   U32 length = 0;
+};
+
+// The first route of a subtree that lies after the prefix of those bits and that length. A plain search in pre-order,
+// which compares every route that it passes, and builds none.
+template <class NodeClass>
+Place<NodeClass> firstAfter(NodeClass* node, Corenet::AddressBits<NodeClass::width> bits, U32 length) {
+   for (; node != nullptr; node = static_cast<NodeClass*>(node->right_)) {
+      for (U32 black = node->firstBlack(); black != 0; black = node->nextBlack(black)) {
+         const auto route = node->bits().cut(black);
+         if (bits < route || (bits == route && length < black)) {
+            return {node, black};
+         }
+      }
+      if (const auto found = firstAfter(static_cast<NodeClass*>(node->left_), bits, length); found.node != nullptr) {
+         return found;
+      }
+   }
+   return {};
+}
+
+// The right link of the nearest node that `path` left by its left link; null if it left none so.
+PatriciaTrieNode* rightOfPath(const std::vector<PatriciaTrieNode*>& path) {
+   for (std::size_t i = path.size(); i > 1; --i) {
+      if (path[i - 2]->right_ != path[i - 1]) {
+         return path[i - 2]->right_;
+      }
+   }
+   return nullptr;
+}
+
+}  // namespace
+
+bool PatriciaTrie::getNextImpl(PatriciaTrieNode* node, const Corenet::CompactIpPrefix& prefix,
+                               Corenet::CompactIpPrefix& next) const {
+   return nodeClassVisit<NodePicker>(paf_, [&]<class NodeClass>(std::type_identity<NodeClass>) {
+      const auto found =
+         firstAfter(static_cast<NodeClass*>(node), prefix.bits<NodeClass::width>(), U32{prefix.len()});
+      if (found.node == nullptr) {
+         return false;
+      }
+      next = routeOf<Corenet::CompactIpPrefix>(*found.node, found.length);
+      return true;
+   });
+}
+
+Corenet::CompactIpPrefix PatriciaTrie::getNext(const Corenet::CompactIpPrefix& prefix) {
+   ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Legacy());
+   if (root_ == nullptr) {
+      return Corenet::CompactIpPrefix::getNull(af_);
+   }
+   const U32 length = prefix.len();
+   PatriciaTrieWalkedPrefixCb path;
+   PatriciaTrieNode* node = lpmNodeImpl(*this, root_, prefix, &path);
+   if (node == nullptr) {
+      node = root_;
+   } else if (length != 0 && node->black(length, paf_)) {
+      if (const U32 longer = node->nextBlack(length, paf_); longer != 0) {
+         return getSubnetFromNode<Corenet::CompactIpPrefix>(node, paf_, longer);
+      }
+   }
+   // One climb and one search at its end: a subtree of white leaves alone ends the order.
+   if (Corenet::CompactIpPrefix next;
+       getNextImpl(node, prefix, next) || getNextImpl(rightOfPath(path.nodes()), prefix, next)) {
+      return next;
+   }
+   return Corenet::CompactIpPrefix::getNull(af_);
+}
+
+U32 PatriciaTrie::getFirstBlack(const Corenet::IpGenPrefix& subtreeRoot) {
+   ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Compact());
+   return lpmNodeImpl(*this, root_, subtreeRoot, nullptr)->firstBlack(paf_);
+}
+
+U32 PatriciaTrie::getNextBlack(const Corenet::IpGenPrefix& subtreeRoot, U32 i) {
+   ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Compact());
+   return lpmNodeImpl(*this, root_, subtreeRoot, nullptr)->nextBlack(i, paf_);
+}
+
+U32 PatriciaTrie::getFirstBlackCompact(const Corenet::CompactIpPrefix& subtreeRoot) {
+   ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Legacy());
+   return lpmNodeImpl(*this, root_, subtreeRoot, nullptr)->firstBlack(paf_);
+}
+
+U32 PatriciaTrie::getNextBlackCompact(const Corenet::CompactIpPrefix& subtreeRoot, U32 i) {
+   ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Legacy());
+   return lpmNodeImpl(*this, root_, subtreeRoot, nullptr)->nextBlack(i, paf_);
+}
+
+}  // namespace Routing
