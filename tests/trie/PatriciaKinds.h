@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -96,6 +98,34 @@ struct PatriciaKind {
          return trie.longestMatchOrParent(prefix, returnParent, nullptr, nullptr);
       }
    }
+   static void walk(const PatriciaTrie& trie, const P& subtreeRoot, Cb* cb) {
+      if constexpr (isCompactCall) {
+         trie.preOrderWalkCompact(subtreeRoot, cb);
+      } else {
+         trie.preOrderWalk(subtreeRoot, cb);
+      }
+   }
+   static void children(PatriciaTrie& trie, const P& subtreeRoot, Cb* cb) {
+      if constexpr (isCompactCall) {
+         trie.findImmediateChildrenCompact(subtreeRoot, cb);
+      } else {
+         trie.findImmediateChildren(subtreeRoot, cb);
+      }
+   }
+   static U32 firstBlack(PatriciaTrie& trie, const P& subtreeRoot) {
+      if constexpr (isCompactCall) {
+         return trie.getFirstBlackCompact(subtreeRoot);
+      } else {
+         return trie.getFirstBlack(subtreeRoot);
+      }
+   }
+   static U32 nextBlack(PatriciaTrie& trie, const P& subtreeRoot, U32 i) {
+      if constexpr (isCompactCall) {
+         return trie.getNextBlackCompact(subtreeRoot, i);
+      } else {
+         return trie.getNextBlack(subtreeRoot, i);
+      }
+   }
    static bool longer(const PatriciaTrie& trie, const P& prefix) {
       if constexpr (isCompactCall) {
          return trie.longerRoutePresentCommonCompact(prefix);
@@ -111,6 +141,26 @@ using Ipv6Legacy = PatriciaKind<AddressFamily::ipv6, false, IpGenPrefix, Routing
 using Ipv6Compact = PatriciaKind<AddressFamily::ipv6, true, CompactIpPrefix, Routing::PatriciaTrieCompactWalkCb>;
 using PatriciaKinds = testing::Types<Ipv4, Ipv4Compact, Ipv6Legacy, Ipv6Compact>;
 
+// The kinds whose tries give the next route: all but legacy IPv6.
+using PatriciaNextKinds = testing::Types<Ipv4, Ipv4Compact, Ipv6Compact>;
+
+// Keeps what a search or a walk reports. It answers true but for the prefixes in `refused`.
+template <class Kind>
+class Recorder : public Kind::Cb {
+  public:
+   bool handlePrefixData(const typename Kind::P& p, const Routing::PrefixData* data) override {
+      seen.emplace_back(p.stringValue());
+      payloads.push_back(data);
+      return !refusesAll && std::find(refused.begin(), refused.end(), seen.back()) == refused.end();
+   }
+   void refuse(std::string_view ipv4Text) { refused.emplace_back(Kind::p(ipv4Text).stringValue()); }
+
+   std::vector<std::string> seen;
+   std::vector<const Routing::PrefixData*> payloads;
+   std::vector<std::string> refused;
+   bool refusesAll = false;
+};
+
 // A fixture with one empty trie of the kind, audited at the end.
 template <class Kind>
 class PatriciaFixture : public testing::Test {
@@ -123,6 +173,35 @@ class PatriciaFixture : public testing::Test {
    void add(std::string_view text, const DataPtr& data = nullptr) { Kind::add(*trie, p(text), data); }
    bool del(std::string_view text, const DataPtr& data = nullptr, const ContainerPtr& container = nullptr) {
       return Kind::del(*trie, p(text), data, container);
+   }
+   // Adds or deletes each, as in {"+10.0.0.0/8", "-10.0.0.0/8"}; without a sign, adds.
+   void run(std::initializer_list<std::string_view> ops) {
+      for (const auto op : ops) {
+         if (op[0] == '-') {
+            EXPECT_TRUE(del(op.substr(1))) << op;
+         } else {
+            add(op[0] == '+' ? op.substr(1) : op);
+         }
+      }
+   }
+   // The prefixes of a list as the kind writes them.
+   static std::vector<std::string> texts(std::initializer_list<std::string_view> ipv4Texts) {
+      std::vector<std::string> result;
+      for (const auto text : ipv4Texts) {
+         result.emplace_back(p(text).stringValue());
+      }
+      return result;
+   }
+   // What a walk and a search for children report.
+   std::vector<std::string> walk(std::string_view text) const {
+      const auto recorder = Corvid::ptrIsImpl<Recorder<Kind>>();
+      Kind::walk(*trie, p(text), recorder.get());
+      return recorder->seen;
+   }
+   std::vector<std::string> children(std::string_view text) {
+      const auto recorder = Corvid::ptrIsImpl<Recorder<Kind>>();
+      Kind::children(*trie, p(text), recorder.get());
+      return recorder->seen;
    }
    P match(std::string_view text) const { return Kind::match(*trie, p(text)); }
    P parent(std::string_view text) const { return Kind::parent(*trie, p(text)); }

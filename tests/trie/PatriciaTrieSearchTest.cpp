@@ -173,33 +173,15 @@ TEST(PatriciaTrieSearchDeathTest, emptyQueryMeetsTheDefaultRouteOrAsksForAParent
 //--- callbacks and payloads ---
 
 template <class Kind>
-class Recorder : public Kind::Cb {
-  public:
-   bool handlePrefixData(const typename Kind::P& p, const Routing::PrefixData* data) override {
-      seen.emplace_back(p.stringValue());
-      payloads.push_back(data);
-      return false;  // must make no difference
-   }
-   std::vector<std::string> seen;
-   std::vector<const Routing::PrefixData*> payloads;
-};
-
-template <class Kind>
 class PatriciaTrieDataSearch : public PatriciaFixture<Kind> {
   protected:
    void SetUp() override {
       this->trie->nodeDataEnabledIs(true);
+      recorder->refusesAll = true;  // must make no difference
       for (const auto* route : {"10.0.0.0/8", "10.0.0.0/16", "10.0.0.0/24", "10.0.128.0/17", "11.0.0.0/8"}) {
          data[route] = Routing::prefixDataFactory();
          this->add(route, data[route]);
       }
-   }
-   std::vector<std::string> texts(const std::vector<std::string>& routes) const {
-      std::vector<std::string> result;
-      for (const auto& route : routes) {
-         result.emplace_back(this->p(route).stringValue());
-      }
-      return result;
    }
    std::map<std::string, DataPtr> data;
    ContainerPtr container = Routing::prefixDataContainerFactory();
