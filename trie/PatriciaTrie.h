@@ -19,6 +19,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <span>
 #include <string>
 
 #include "platform/Corenet/AddressFamily.h"
@@ -135,6 +136,12 @@ class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
    Corenet::CompactIpPrefix longestMatchCommonCompact(const Corenet::CompactIpPrefix& prefix,
                                                       const Corvid::Ptr<PrefixDataContainer>& dataContainer,
                                                       PatriciaTrieCompactWalkCb* cb) const;
+
+   // longestMatchCommon for each prefix of a burst, several at a time: answers[i] is that of prefixes[i]. The two may be the
+   // same span. Allocates nothing. Asserts "queries.size() == answers.size()", and on the node type as above.
+   void longestMatchBulk(std::span<const Corenet::IpGenPrefix> prefixes, std::span<Corenet::IpGenPrefix> answers) const;
+   void longestMatchBulkCompact(std::span<const Corenet::CompactIpPrefix> prefixes,
+                                std::span<Corenet::CompactIpPrefix> answers) const;
 
    // The longest route that covers the prefix and is shorter than it. For a prefix that is itself a route, `cb` and
    // `dataContainer` describe that route and not the parent. A zero-length prefix has no parent: the result has the

@@ -28,6 +28,7 @@ template <class NodeClass>
 struct Query {
    static constexpr U32 width = NodeClass::width;
 
+   Query() = default;  // of no prefix yet
    // Asserts that the prefix is of the nodes' family; call it when there is a node to meet.
    template <RoutePrefix PrefixType>
    explicit Query(const PrefixType& prefix) : length(prefix.len()), bits(prefix.template bits<width>()) {

@@ -7,6 +7,7 @@
 
 #include "platform/Corvid/Assert.h"
 #include "trie/PatriciaTrie.h"
+#include "trie/PatriciaTrieAnswer.h"
 #include "trie/PatriciaTrieDescent.h"
 #include "trie/PatriciaTrieKey.h"
 #include "trie/PatriciaTrieNodeWithDataImpl.h"
@@ -17,32 +18,6 @@ namespace {
 
 using PatriciaTrieImpl::nodeClassVisit;
 using PatriciaTrieImpl::NodePicker;
-
-// The answers that come from the trie object and not from a node, in the family of the query.
-template <RoutePrefix PrefixType>
-PrefixType defaultAnswer(Corenet::AddressFamily af) {
-   switch (af) {
-      case Corenet::AddressFamily::ipv4: return Corenet::Prefix();
-      case Corenet::AddressFamily::ipv6: return Corenet::Ip6Prefix();
-      default: ROUTETRIE_ASSERT(false, "false && \"Unexpected address family\""); return PrefixType();
-   }
-}
-
-template <RoutePrefix PrefixType>
-PrefixType noParentAnswer(Corenet::AddressFamily af) {
-   switch (af) {
-      case Corenet::AddressFamily::ipv4: return Corenet::Prefix::nullPrefix();
-      case Corenet::AddressFamily::ipv6: return Corenet::Ip6Prefix::nullPrefix();
-      default: ROUTETRIE_ASSERT(false, "false && \"Unexpected address family\""); return PrefixType();
-   }
-}
-
-// A route as a search finds it: a black length on a node.
-template <class NodeClass>
-struct Found {
-   NodeClass* node = nullptr;  // null: none but the default route
-   U32 length = 0;             // bits
-};
 
 // One search; CallbackType is a callback pointer, or std::nullptr_t for a search without one.
 template <class NodeClass, RoutePrefix PrefixType, class CallbackType>
@@ -74,9 +49,7 @@ class Search {
          }
          node = child;
       }
-      if (passed != nullptr) {
-         best_ = {passed, passed->lastBlack()};
-      }
+      best_ = longestOfPassed(passed);
       if (node != nullptr) {
          const U32 common = query.commonLength(*node);
          if (common == query.length && node->black(common)) {
@@ -128,7 +101,7 @@ class Search {
       if (best_.node == nullptr) {
          return fallback();
       }
-      return PrefixType(NodeClass::KeyPrefix::cut(best_.node->bits(), best_.length));
+      return best_.template prefix<PrefixType>();
    }
 
    const PatriciaTrie& trie_;

@@ -18,6 +18,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 
 #include "platform/Corenet/CompactIpPrefix.h"
@@ -95,6 +96,9 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
    bool route(const Corenet::Prefix& prefix) const;
    // The longest route that covers the prefix, the prefix itself included. The null prefix if there is none.
    Corenet::Prefix longestMatch(const Corenet::Prefix& prefix) const;
+   // longestMatch for each prefix of a burst, several at a time: answers[i] is that of prefixes[i]. The two may be the same
+   // span. Allocates nothing. Asserts "queries.size() == answers.size()".
+   void longestMatchBulk(std::span<const Corenet::Prefix> prefixes, std::span<Corenet::Prefix> answers) const;
    // The longest route that covers the prefix and is shorter than it. The null prefix if there is none.
    Corenet::Prefix findParent(const Corenet::Prefix& prefix) const;
    // Whether a route longer than the prefix lies beneath it.

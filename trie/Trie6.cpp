@@ -2,6 +2,7 @@
 
 #include "platform/Corenet/IpGenPrefix.h"
 #include "platform/Tesk/Trace.h"
+#include "trie/PatriciaTrieBulk.h"
 
 namespace Routing6 {
 
@@ -18,6 +19,13 @@ constexpr Corvid::FieldId changedRouteId = 262;
 Ip6Prefix answer(const IpGenPrefix& found) {
    return found == IpGenPrefix() ? Ip6Prefix::nullPrefix() : found.v6Prefix();
 }
+
+struct Ip6Face {
+   using Prefix = Ip6Prefix;
+   using Asked = IpGenPrefix;
+   static IpGenPrefix asked(const Ip6Prefix& query) { return query; }
+   static Ip6Prefix answered(const IpGenPrefix& found, Corenet::AddressFamily) { return answer(found); }
+};
 
 }  // namespace
 
@@ -64,6 +72,10 @@ bool Trie::route(const Ip6Prefix& prefix) const {
 
 Ip6Prefix Trie::longestMatch(const Ip6Prefix& prefix) const {
    return answer(longestMatchCommon(prefix, nullptr, nullptr));
+}
+
+void Trie::longestMatchBulk(std::span<const Ip6Prefix> prefixes, std::span<Ip6Prefix> answers) const {
+   Routing::longestMatchBulkAs<Ip6Face>(*this, prefixes, answers);
 }
 
 Ip6Prefix Trie::findParent(const Ip6Prefix& prefix) const {

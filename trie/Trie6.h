@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 
 #include "platform/Corenet/Ip6Prefix.h"
 #include "platform/Corvid/Create.h"
@@ -54,6 +55,8 @@ class ROUTETRIE_EXPORT Trie : public Routing::PatriciaTrie {
    bool route(const Corenet::Ip6Prefix& prefix) const;
    // The longest route that covers the prefix, the prefix itself included. The null prefix if there is none.
    Corenet::Ip6Prefix longestMatch(const Corenet::Ip6Prefix& prefix) const;
+   // longestMatch for each prefix of a burst, several at a time (PatriciaTrie::longestMatchBulk).
+   void longestMatchBulk(std::span<const Corenet::Ip6Prefix> prefixes, std::span<Corenet::Ip6Prefix> answers) const;
    // The longest route that covers the prefix and is shorter than it. The null prefix if there is none.
    Corenet::Ip6Prefix findParent(const Corenet::Ip6Prefix& prefix) const;
    // Whether a route longer than the prefix lies beneath it (PatriciaTrie::longerRoutePresentCommon).

@@ -2,6 +2,7 @@
 
 #include "platform/Corvid/Assert.h"
 #include "platform/Tesk/Trace.h"
+#include "trie/PatriciaTrieBulk.h"
 
 namespace Routing {
 
@@ -12,6 +13,17 @@ Tesk::AllocTrackTypeInfo* TrieCompact::memAllocationTracker_ = nullptr;
 namespace {
 
 constexpr Tesk::TraceHandle trieCompactTrace("TrieCompact", false);
+
+// The engine's answers, with "none" told in the query's family.
+struct CompactFace : OwnFace<CompactIpPrefix> {
+   static CompactIpPrefix answered(const CompactIpPrefix& found, Corenet::AddressFamily family) {
+      if (!found.isNull()) {
+         return found;
+      }
+      ROUTETRIE_ASSERT(family != Corenet::AddressFamily::none, "false && \"Unhandled af in longestMatch\"");
+      return CompactIpPrefix::getNull(family);
+   }
+};
 
 }  // namespace
 
@@ -44,13 +56,12 @@ void TrieCompact::notifyChangedRoute(const CompactIpPrefix& prefix) {
 bool TrieCompact::route(const CompactIpPrefix& prefix) const { return longestMatch(prefix) == prefix; }
 
 CompactIpPrefix TrieCompact::longestMatch(const CompactIpPrefix& prefix) const {
-   CompactIpPrefix found = longestMatchCommonCompact(prefix, nullptr, nullptr);
-   if (found.isNull()) {
-      const Corenet::AddressFamily family = prefix.af();
-      ROUTETRIE_ASSERT(family != Corenet::AddressFamily::none, "false && \"Unhandled af in longestMatch\"");
-      found = CompactIpPrefix::getNull(family);
-   }
-   return found;
+   return CompactFace::answered(longestMatchCommonCompact(prefix, nullptr, nullptr), prefix.af());
+}
+
+void TrieCompact::longestMatchBulk(std::span<const CompactIpPrefix> prefixes,
+                                   std::span<CompactIpPrefix> answers) const {
+   longestMatchBulkAs<CompactFace>(*this, prefixes, answers);
 }
 
 CompactIpPrefix TrieCompact::findParent(const CompactIpPrefix& prefix) const {

@@ -13,6 +13,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 
 #include "platform/Corenet/AddressFamily.h"
 #include "platform/Corenet/CompactIpPrefix.h"
@@ -31,7 +32,6 @@ class ROUTETRIE_EXPORT TrieCompact : public PatriciaTrie {
    explicit TrieCompact(Corenet::AddressFamily af);
    ~TrieCompact() override;
    static Corvid::Ptr<TrieCompact> TrieCompactIs(Corenet::AddressFamily af);
-
 
    // The null compact value, but for a moment within each change.
    const Corenet::CompactIpPrefix& changedRoute() const noexcept { return changedRoute_; }
@@ -54,6 +54,9 @@ class ROUTETRIE_EXPORT TrieCompact : public PatriciaTrie {
    // The longest route that covers the prefix, the prefix itself included. If there is none the null prefix of the prefix's
    // family; the null compact value has none: "false && "Unhandled af in longestMatch"".
    Corenet::CompactIpPrefix longestMatch(const Corenet::CompactIpPrefix& prefix) const;
+   // longestMatch for each prefix of a burst, several at a time (PatriciaTrie::longestMatchBulk).
+   void longestMatchBulk(std::span<const Corenet::CompactIpPrefix> prefixes,
+                         std::span<Corenet::CompactIpPrefix> answers) const;
    // The longest route that covers the prefix and is shorter than it; if there is none, what the engine answers, which is
    // the null compact value, and for a prefix of length 0 the null prefix of its family.
    Corenet::CompactIpPrefix findParent(const Corenet::CompactIpPrefix& prefix) const;

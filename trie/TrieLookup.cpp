@@ -3,10 +3,9 @@
 // The route bytes on the way down an address, each shifted to its level's place, make one word: bit 32 - L is set exactly
 // if the trie has the route of the address's first L bits. Cut to the lengths that a question allows, the lowest bit of the
 // word is the longest route.
-#include <bit>
-
 #include "platform/Corvid/Assert.h"
 #include "trie/Trie.h"
+#include "trie/TrieLengths.h"
 #include "trie/TrieTrace.h"
 
 namespace Routing {
@@ -49,14 +48,6 @@ namespace {
       return lengths;
    }
    return lengths | node->routeByteOfLeaf(keyi(5, address));
-}
-
-// The longest of those routes; without one the default route, or the null prefix.
-inline Corenet::Prefix longestOf(U32 lengths, U32 address, bool defaultRoutePresent) {
-   if (lengths != 0) {
-      return pfx(address, 32 - static_cast<U32>(std::countr_zero(lengths)));
-   }
-   return defaultRoutePresent ? Corenet::Prefix() : Corenet::Prefix::nullPrefix();
 }
 
 }  // namespace

@@ -7,38 +7,13 @@
 
 #include <concepts>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <string>
 #include <vector>
 
+#include "tests/property/CountedNew.h"
 #include "tests/property/Ops.h"
 #include "tests/property/PatriciaEngine.h"
 #include "tests/property/Workload.h"
-
-namespace {
-
-std::size_t newCalls = 0;
-
-void* counted(std::size_t bytes, std::size_t alignment) {
-   ++newCalls;
-   void* memory = std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
-   if (memory == nullptr) {
-      throw std::bad_alloc();
-   }
-   return memory;
-}
-
-}  // namespace
-
-void* operator new(std::size_t bytes) { return counted(bytes, alignof(std::max_align_t)); }
-void* operator new(std::size_t bytes, std::align_val_t alignment) {
-   return counted(bytes, static_cast<std::size_t>(alignment));
-}
-[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
-[[gnu::noinline]] void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
 
 namespace Property {
 namespace {
