@@ -17,12 +17,12 @@
 
 #include "platform/Corenet/Ip6Prefix.h"
 #include "platform/Corvid/Create.h"
-#include "platform/Corvid/ModulePlace.h"
 #include "platform/Corvid/Ptr.h"
 #include "platform/Corvid/Publisher.h"
 #include "platform/Export.h"
 #include "platform/Types.h"
 #include "trie/PatriciaTrie.h"
+#include "trie/Trie6Module.h"
 
 namespace Routing6 {
 
@@ -33,6 +33,7 @@ class ROUTETRIE_EXPORT Trie : public Routing::PatriciaTrie {
    static Corvid::Ptr<Trie> TrieIs();
 
    Corvid::Publisher* publisher() const override;
+   Corvid::TypeData typeData() const override;
 
    const Corenet::Ip6Prefix& changedRoute() const noexcept { return changedRoute_; }
 

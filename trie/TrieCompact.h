@@ -18,11 +18,11 @@
 #include "platform/Corenet/AddressFamily.h"
 #include "platform/Corenet/CompactIpPrefix.h"
 #include "platform/Corvid/Create.h"
-#include "platform/Corvid/ModulePlace.h"
 #include "platform/Corvid/Ptr.h"
 #include "platform/Export.h"
 #include "platform/Types.h"
 #include "trie/PatriciaTrie.h"
+#include "trie/TrieCompactModule.h"
 
 namespace Routing {
 
@@ -32,6 +32,8 @@ class ROUTETRIE_EXPORT TrieCompact : public PatriciaTrie {
    explicit TrieCompact(Corenet::AddressFamily af);
    ~TrieCompact() override;
    static Corvid::Ptr<TrieCompact> TrieCompactIs(Corenet::AddressFamily af);
+
+   Corvid::TypeData typeData() const override;
 
    // The null compact value, but for a moment within each change.
    const Corenet::CompactIpPrefix& changedRoute() const noexcept { return changedRoute_; }

@@ -10,18 +10,23 @@
 #include <string>
 
 #include "platform/CoreSlab/Slab.h"
+#include "platform/Corvid/Inspect.h"
 #include "tests/platform/TraceCapture.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/trie/Publications.h"
+#include "tests/trie/Surface.h"
 #include "trie/Trie.h"
 
 namespace {
 
 using Corenet::Ip6Prefix;
+namespace Inspect = Corvid::Inspect;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using TestSupport::changeText;
 using TestSupport::Publications;
+using TestSupport::statusOf;
+using TestSupport::surfaceOf;
 using TestSupport::TraceCapture;
 
 Ip6Prefix p(std::string_view text) { return Ip6Prefix::fromString(text); }
@@ -179,6 +184,44 @@ TEST(Trie6Memory, isBackToItsStartWhenTheTrieIsGone) {
       EXPECT_THAT(before.changes(), testing::HasSubstr("objects of Routing6::Trie: 0 before, 1 now"));
    }
    EXPECT_EQ("", before.changes());
+}
+
+//--- by name ---
+
+TEST_F(Trie6, hasItsSurface) {
+   EXPECT_EQ(
+      "258 longestMatch Corenet::Ip6Prefix: 10\n"
+      "259 route bool: 0 1 2\n"
+      "260 longerRoutePresent bool: 10\n"
+      "261 findParent Corenet::Ip6Prefix: 10\n"
+      "262 changedRoute Corenet::Ip6Prefix: 0 published\n"
+      "263 notifyChangedRoute void: 10\n"
+      "264 doNotifyChangedRoute void:\n",
+      surfaceOf("Routing6::Trie"));
+   for (const U8 kind : TestSupport::accessKinds) {
+      EXPECT_EQ(1, statusOf(*trie_, 264, kind)) << "declared without an access";
+   }
+   EXPECT_EQ(1, statusOf(*trie_, 258, 0));
+   EXPECT_EQ(1, statusOf(*trie_, 262, 1));
+   EXPECT_EQ(2, statusOf(*trie_, 257, 0));
+   EXPECT_EQ(2, statusOf(*trie_, 265, 0));
+   EXPECT_EQ(2, statusOf(*trie_, 130, 0)) << "the base's fields are reached through the base";
+}
+
+TEST_F(Trie6, isReachedByName) {
+   Inspect::set(*trie_, "route", "2001:db8::/32", "false");
+   EXPECT_EQ("true", Inspect::get(*trie_, "route", "2001:db8::/32").text);
+   EXPECT_EQ("2001:db8::/32", Inspect::call(*trie_, "longestMatch", {"2001:db8::1/128"}).text);
+   EXPECT_EQ("::/255", Inspect::call(*trie_, "findParent", {"2001:db8::/32"}).text);
+   EXPECT_EQ("true", Inspect::call(*trie_, "longerRoutePresent", {"2001::/16"}).text);
+   EXPECT_EQ("1", Inspect::get(*trie_, "routes").text) << "the base's";
+   published_.take();
+   Inspect::call(*trie_, "notifyChangedRoute", {"::1/128"});
+   EXPECT_THAT(published_.take(), ElementsAre("262: ::/255 -> ::1/128"));
+   EXPECT_EQ("::/255", Inspect::get(*trie_, "changedRoute").text);
+   EXPECT_EQ("true", Inspect::del(*trie_, "route", "2001:db8::/32").text);
+   EXPECT_EQ("false", Inspect::del(*trie_, "route", "2001:db8::/32").text);
+   EXPECT_EQ("Routing6::Trie", Inspect::typeOf(*Inspect::make(Inspect::findType("Routing6::Trie").value()))->name());
 }
 
 //--- how it differs from the multibit trie ---

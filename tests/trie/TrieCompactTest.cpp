@@ -6,17 +6,22 @@
 #include <sstream>
 #include <string>
 
+#include "platform/Corvid/Inspect.h"
 #include "tests/platform/TraceCapture.h"
 #include "tests/property/LiveCounts.h"
+#include "tests/trie/Surface.h"
 #include "trie/Trie6.h"
 
 namespace {
 
 using Corenet::CompactIpPrefix;
 using Corenet::Ip6Prefix;
+namespace Inspect = Corvid::Inspect;
 using Routing::TrieCompact;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using TestSupport::statusOf;
+using TestSupport::surfaceOf;
 using TestSupport::TraceCapture;
 
 CompactIpPrefix p(std::string_view text) { return CompactIpPrefix::fromString(text); }
@@ -138,6 +143,38 @@ TEST(TrieCompact, isBackToItsStartWhenTheTrieIsGone) {
       EXPECT_THAT(before.changes(), testing::HasSubstr("objects of Routing::TrieCompact: 0 before, 1 now"));
    }
    EXPECT_EQ("", before.changes());
+}
+
+//--- by name ---
+
+TEST(TrieCompact, hasItsSurface) {
+   EXPECT_EQ(
+      "258 longestMatch Corenet::CompactIpPrefix: 10\n"
+      "259 route bool: 0 1 2\n"
+      "260 longerRoutePresent bool: 10\n"
+      "261 findParent Corenet::CompactIpPrefix: 10\n"
+      "262 changedRoute Corenet::CompactIpPrefix: 0\n"
+      "263 notifyChangedRoute void: 10\n"
+      "264 doNotifyChangedRoute void:\n",
+      surfaceOf("Routing::TrieCompact"));
+   const auto trie = trieOf(Corenet::ipv4(), {});
+   for (const U8 kind : TestSupport::accessKinds) {
+      EXPECT_EQ(1, statusOf(*trie, 264, kind)) << "declared without an access";
+   }
+   EXPECT_EQ(1, statusOf(*trie, 262, 1));
+   EXPECT_EQ(2, statusOf(*trie, 265, 0));
+}
+
+TEST(TrieCompact, isReachedByName) {
+   const auto made = Inspect::make(Inspect::findType("Routing::TrieCompact").value(), {"ipv6"});
+   Inspect::set(*made, "route", "2001:db8::1/128", "true");
+   EXPECT_EQ("true", Inspect::get(*made, "route", "2001:db8::1/128").text);
+   EXPECT_EQ("2001:db8::1/128", Inspect::call(*made, "longestMatch", {"2001:db8::1/128"}).text);
+   EXPECT_EQ("none", Inspect::call(*made, "findParent", {"2001:db8::1/128"}).text);
+   EXPECT_EQ("true", Inspect::call(*made, "longerRoutePresent", {"2001::/16"}).text);
+   EXPECT_EQ("none", Inspect::get(*made, "changedRoute").text);
+   EXPECT_EQ("ipv6", Inspect::get(*made, "af").text) << "the base's";
+   EXPECT_EQ("true", Inspect::del(*made, "route", "2001:db8::1/128").text);
 }
 
 //--- how it differs from the IPv6 trie; its changedRoute and its traces are above ---
