@@ -2,7 +2,7 @@
 // template over the family; to add an engine, write one under engines/ and give it a row in Engines.cpp.
 //
 // Keys and queries are in the engine's own form and are prepared before the clock starts; answers are read in the
-// engine's own form too. What an adapter does not declare of parent, longer and matchBulk is not measured.
+// engine's own form too. What an adapter does not declare of parent, longer, walk and matchBulk is not measured.
 #pragma once
 
 #include <concepts>
@@ -61,6 +61,11 @@ concept AnswersParent = requires(const E& asked, const typename E::Key& key) {
 template <class E>
 concept AnswersLonger = requires(const E& asked, const typename E::Key& key) {
    { asked.longer(key) } -> std::same_as<bool>;
+};
+// Goes over all routes in order, and tells how many there were.
+template <class E>
+concept Walks = requires(const E& asked) {
+   { asked.walk() } -> std::same_as<U64>;
 };
 template <class E, class F>
 concept AnswersBulk = requires(const E& asked, std::span<const typename E::Query> queries,

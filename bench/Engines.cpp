@@ -4,7 +4,7 @@ namespace Bench {
 
 std::span<const EngineRow> engines() {
    static const std::array rows = {
-      patriciaRow(), patriciaCompactRow(), stdMapRow(), hashByLengthRow(), rteRibRow(), rteFibRow(), rteLpmRow(),
+      patriciaRow(), patriciaCompactRow(), multibitRow(), stdMapRow(), hashByLengthRow(), rteRibRow(), rteFibRow(), rteLpmRow(),
    };
    return rows;
 }

@@ -14,7 +14,7 @@ namespace Bench {
 struct EngineRow {
    std::array<std::string_view, 2> name;  // for IPv4 and for IPv6
    bool isOurs;                           // the others are rivals, which ours are compared with
-   MakeMeasured<V4> v4;                   // null: not built
+   MakeMeasured<V4> v4;                   // null: not built, or no such family
    MakeMeasured<V6> v6;
 
    template <class F>
@@ -36,6 +36,7 @@ std::span<const EngineRow> engines();
 
 EngineRow patriciaRow();
 EngineRow patriciaCompactRow();
+EngineRow multibitRow();
 EngineRow stdMapRow();
 EngineRow hashByLengthRow();
 EngineRow rteRibRow();

@@ -50,6 +50,7 @@ class MeasuredEngine final : public Measured {
          case Op::exact: return AnswersExact<E>;
          case Op::parent: return AnswersParent<E>;
          case Op::longer: return AnswersLonger<E>;
+         case Op::walk: return Walks<E>;
          case Op::matchBulk: return AnswersBulk<E, F>;
          default: return true;
       }
@@ -66,6 +67,7 @@ class MeasuredEngine final : public Measured {
          case Op::exact: return exact(state);
          case Op::parent: return parent(state);
          case Op::longer: return longer(state);
+         case Op::walk: return walk(state);
          case Op::churn: return churn(state);
          case Op::memory: return memory(state);
       }
@@ -80,6 +82,11 @@ class MeasuredEngine final : public Measured {
       if constexpr (AnswersBulk<E, F>) {
          if (auto fault = checkBulk(); !fault.empty()) {
             return fault;
+         }
+      }
+      if constexpr (Walks<E>) {
+         if (const U64 walked = engine_.walk(); walked != work_.routes.size()) {
+            return fmt::format("walk: {} routes instead of {}", walked, work_.routes.size());
          }
       }
       for (const auto& [query, match, parent, isRoute, longer] : work_.prefixChecks) {
@@ -231,6 +238,16 @@ class MeasuredEngine final : public Measured {
    void longer(benchmark::State& state) {
       if constexpr (AnswersLonger<E>) {
          inBlocks(state, work_.asked, [&](U32 at) { return U64{engine_.longer(keys_[at])}; });
+      }
+   }
+
+   void walk(benchmark::State& state) {
+      if constexpr (Walks<E>) {
+         for (auto _ : state) {
+            U64 routes = engine_.walk();
+            benchmark::DoNotOptimize(routes);
+         }
+         opsAre(state, work_.routes.size());
       }
    }
 

@@ -18,6 +18,7 @@ enum class Op : U8 {
    exact,
    parent,
    longer,
+   walk,
    churn,
    memory,
 };
@@ -38,6 +39,7 @@ inline constexpr std::array opRows = {
    OpRow{Op::exact, "exact", "whether a prefix is a route; asked of routes"},
    OpRow{Op::parent, "parent", "the longest shorter route; asked of routes"},
    OpRow{Op::longer, "longer", "whether there is a longer route beneath; asked of routes"},
+   OpRow{Op::walk, "walk", "all routes of the loaded table in order; time a route"},
    OpRow{Op::churn, "churn", "a route withdrawn from the loaded table and announced again, both together"},
    OpRow{Op::memory, "memory", "bytes a route, once loaded"},
 };

@@ -25,6 +25,7 @@ struct RibCalls<V4> {
    static void remove(Rib* rib, U32 ip, U8 length) { rte_rib_remove(rib, ip, length); }
    static Node* match(Rib* rib, U32 ip) { return rte_rib_lookup(rib, ip); }
    static Node* exact(Rib* rib, U32 ip, U8 length) { return rte_rib_lookup_exact(rib, ip, length); }
+   static Node* following(Rib* rib, Node* node) { return rte_rib_get_nxt(rib, 0, 0, node, RTE_RIB_GET_NXT_ALL); }
    static Node* next(Rib* rib, U32 ip, U8 length) {
       return rte_rib_get_nxt(rib, ip, length, nullptr, RTE_RIB_GET_NXT_COVER);
    }
@@ -44,6 +45,9 @@ struct RibCalls<V6> {
    static void remove(Rib* rib, const Ip& ip, U8 length) { rte_rib6_remove(rib, ip.data(), length); }
    static Node* match(Rib* rib, const Ip& ip) { return rte_rib6_lookup(rib, ip.data()); }
    static Node* exact(Rib* rib, const Ip& ip, U8 length) { return rte_rib6_lookup_exact(rib, ip.data(), length); }
+   static Node* following(Rib* rib, Node* node) {
+      return rte_rib6_get_nxt(rib, Ip{}.data(), 0, node, RTE_RIB6_GET_NXT_ALL);
+   }
    static Node* next(Rib* rib, const Ip& ip, U8 length) {
       return rte_rib6_get_nxt(rib, ip.data(), length, nullptr, RTE_RIB6_GET_NXT_COVER);
    }
@@ -83,6 +87,14 @@ class DpdkRib : public DpdkTable<F> {
    bool exact(const Key& key) const { return Calls::exact(rib_, key.address, key.length) != nullptr; }
    Answer parent(const Key& key) const { return idOf(Calls::parent(Calls::exact(rib_, key.address, key.length))); }
    bool longer(const Key& key) const { return Calls::next(rib_, key.address, key.length) != nullptr; }
+
+   U64 walk() const {
+      U64 routes = 0;
+      for (Node* node = Calls::following(rib_, nullptr); node != nullptr; node = Calls::following(rib_, node)) {
+         routes += idOf(node) != 0;
+      }
+      return routes;
+   }
 
    U64 bytes() const { return dpdkNodeBytes(name_); }
 

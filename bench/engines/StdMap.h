@@ -39,6 +39,14 @@ class StdMap : public ByLength<StdMap<F>, F> {
       return next != routes_.end() && route.covers(next->first);
    }
 
+   U64 walk() const {
+      U64 routes = 0;
+      for (const auto& [route, id] : routes_) {
+         routes += id != 0;
+      }
+      return routes;
+   }
+
   private:
    std::map<Route<F>, U32, std::less<>, CountedAllocator<std::pair<const Route<F>, U32>>> routes_;
 };

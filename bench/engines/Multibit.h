@@ -1,0 +1,73 @@
+// Multibit: the library's multibit trie as an engine, for IPv4. Nothing is kept with a route, and a walk counts what a
+// callback is told of.
+#pragma once
+
+#include <malloc.h>
+
+#include <optional>
+
+#include "bench/Engine.h"
+#include "tools/rtrie/TableSet.h"
+#include "trie/Trie.h"
+
+namespace Bench {
+
+class Multibit {
+  public:
+   using Key = Corenet::Prefix;
+   using Query = Corenet::Prefix;
+   using Answer = Corenet::Prefix;
+   static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
+
+   explicit Multibit(const Workload<V4>&) : bytesBefore_(Rtrie::trackedBytes()), trie_(Routing::trieFactory()) {}
+
+   static Key key(const Route<V4>& route) { return route.prefix(); }
+   static Query query(V4::Bits address) { return Corenet::Prefix::cut(address, V4::width); }
+
+   bool insert(const Key& key, U32) {
+      trie_->routeIs(key, true);
+      return true;
+   }
+   bool erase(const Key& key) { return trie_->routeDel(key); }
+
+   Answer match(const Query& query) const { return trie_->longestMatch(query); }
+   bool exact(const Key& key) const { return trie_->route(key); }
+   Answer parent(const Key& key) const { return trie_->findParent(key); }
+   bool longer(const Key& key) const { return trie_->longerRoutePresent(key); }
+   U64 walk() const {
+      struct Counting : Routing::TrieWalkCallback {
+         int handlePrefix(const Corenet::Prefix&) override {
+            ++routes;
+            return 1;
+         }
+         U64 routes = 0;
+      };
+      const auto callback = Corvid::ptrIsImpl<Counting>();
+      trie_->preOrderWalk(Corenet::Prefix(), callback);
+      return callback->routes;
+   }
+
+   static U64 token(const Answer& answer) { return answer.len(); }
+   static std::optional<Route<V4>> route(const Answer& answer, const Workload<V4>&) {
+      return answer.isNullPrefix() ? std::nullopt : std::optional(Route<V4>{answer.bits(), answer.len()});
+   }
+
+   // The nodes by their trackers, and the arrays of children, which have none, as the C library handed them out.
+   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_ + arrayBytes(*trie_->root()); }
+
+  private:
+   static U64 arrayBytes(const TrieImpl::TrieNode& node) {
+      U64 bytes = node.isIndirect() ? malloc_usable_size(node.u_.indirect_) + sizeof(std::size_t) : 0;
+      for (U32 key = 0; node.children() != 0 && key < TrieImpl::levelEntries[node.level()]; ++key) {
+         if (const auto* child = node.child(key)) {
+            bytes += arrayBytes(*child);
+         }
+      }
+      return bytes;
+   }
+
+   const U64 bytesBefore_;
+   const Corvid::Ptr<Routing::Trie> trie_;
+};
+
+}  // namespace Bench
