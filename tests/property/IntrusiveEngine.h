@@ -4,7 +4,7 @@
 // Each answer is asked in more than one way, and all have to agree: a longest match from the root and from every node
 // that covers the query; a removal by prefix or, with the object alone, by its handle; an addition of what is there by a
 // new object, by the same object again, or by handing the place over. Which way is taken goes by turns.
-// Tested by tests/property/IntrusiveTest.cpp, which plants faults.
+// Used by the tests of this folder that are named for it.
 #pragma once
 
 #include <fmt/format.h>
@@ -83,10 +83,6 @@ class IntrusiveEngine {
                                     childrenAbility | orderedAbility;
    static constexpr Habits habits{};
 
-   IntrusiveEngine() = default;
-   IntrusiveEngine(const IntrusiveEngine&) = delete;
-   ~IntrusiveEngine() { face_ = {}; }
-
    void add(const IpGenPrefix& p) {
       ++turn_;
       RoutePtr& held = held_[p];
@@ -136,8 +132,8 @@ class IntrusiveEngine {
       return prefixOf(found.exact ? Route::TrieNode::of(*found.route)->parent() : found.route);
    }
    bool longer(const IpGenPrefix& p) const {
-      const PrefixList beneath = subtree(p);
-      return beneath.size() > (exact(p) ? 1U : 0U);
+      const NodeBase* node = top(p);
+      return node != nullptr && (prefixOf(*node) != p || node->left != nullptr || node->right != nullptr);
    }
 
    // The route after p: the first beneath its place, or the first after that.
@@ -190,9 +186,9 @@ class IntrusiveEngine {
       return count;
    }
 
-   // The tree that the routes have is the only one that they can have; what else decides the answers is the turn.
+   // One set of routes has one tree, whatever the order of the changes that led to it.
    std::string shape() const {
-      std::string text(1, static_cast<char>('0' + turn_ % 6));
+      std::string text;
       for (const NodeBase* node = engine().root(); node != nullptr; node = node->nextNode(false, 0)) {
          text += fmt::format("{}{} ", node->isInternal() ? "*" : "", prefixOf(*node).stringValue().view());
       }
@@ -257,9 +253,7 @@ class IntrusiveEngine {
       if (node != nullptr && prefixOf(*node) == p) {
          return node;
       }
-      node = node == nullptr           ? engine().root()
-             : bitOf(p, lengthOf(*node)) ? node->right
-                                         : node->left;
+      node = node == nullptr ? engine().root() : bitOf(p, lengthOf(*node)) ? node->right : node->left;
       return node != nullptr && covers(p, prefixOf(*node)) ? node : nullptr;
    }
    // The first node after all that p covers, where p covers none.
