@@ -41,6 +41,10 @@ struct Habits {
    bool countsBranches = false;
    // next() of a prefix that is no route is none, but for the zero-length prefix.
    bool nextOfAbsentIsNone = false;
+   // next() is none where endsAtWhite() is.
+   bool endsAtWhite = false;
+   // children() of the zero-length prefix are none while it is absent.
+   bool absentDefaultIsChildless = false;
 };
 
 template <class E>
@@ -131,14 +135,30 @@ std::string faultAt(const E& engine, const IpGenPrefix& p, const Answers& expect
    return fault;
 }
 
+template <Engine E>
+MaybePrefix expectedNext(const E& engine, const IpGenPrefix& p, const SlowTable& table) {
+   if constexpr (E::habits.endsAtWhite) {
+      if (engine.endsAtWhite(p)) {
+         return std::nullopt;
+      }
+   }
+   const bool isNone = E::habits.nextOfAbsentIsNone && p.len() != 0 && !table.exact(p);
+   return isNone ? std::nullopt : table.next(p);
+}
+
+template <Engine E>
+PrefixList expectedChildren(const IpGenPrefix& p, const SlowTable& table) {
+   const bool none = E::habits.absentDefaultIsChildless && p.len() == 0 && !table.exact(p);
+   return none ? PrefixList() : table.children(p);
+}
+
 // Asks for the neighbour and for the lists that the engine can give.
 template <Engine E>
 std::string listFaultAt(const E& engine, const IpGenPrefix& p, const SlowTable& table) {
    std::string fault;
    if constexpr ((E::abilities & nextAbility) != 0) {
       if (fault.empty()) {
-         const bool isNone = E::habits.nextOfAbsentIsNone && p.len() != 0 && !table.exact(p);
-         fault = faultOf("next", p, engine.next(p), isNone ? std::nullopt : table.next(p));
+         fault = faultOf("next", p, engine.next(p), expectedNext(engine, p, table));
       }
    }
    if constexpr ((E::abilities & coveringAbility) != 0) {
@@ -153,7 +173,7 @@ std::string listFaultAt(const E& engine, const IpGenPrefix& p, const SlowTable& 
    }
    if constexpr ((E::abilities & childrenAbility) != 0) {
       if (fault.empty()) {
-         fault = faultOf("children", p, engine.children(p), table.children(p));
+         fault = faultOf("children", p, engine.children(p), expectedChildren<E>(p, table));
       }
    }
    return fault;

@@ -14,21 +14,6 @@ namespace Property {
 using DataPtr = Corvid::Ptr<Routing::PrefixData>;
 using ContainerPtr = Corvid::Ptr<Routing::PrefixDataContainer>;
 
-// Collects the routes that a search reports, with their payloads.
-template <class PrefixType>
-class CoveringCb : public PatriciaCalls<PrefixType>::WalkCb {
-  public:
-   struct Reported {
-      IpGenPrefix prefix;
-      const Routing::PrefixData* data;
-   };
-   bool handlePrefixData(const PrefixType& p, const Routing::PrefixData* data) override {
-      reported.push_back({PatriciaCalls<PrefixType>::general(p), data});
-      return false;  // what it says is ignored
-   }
-   std::vector<Reported> reported;
-};
-
 template <AddressFamily familyValue, class PrefixType>
 class PatriciaDataEngine {
   public:
@@ -36,10 +21,14 @@ class PatriciaDataEngine {
    using Plain = PatriciaEngine<familyValue, PrefixType>;
    static constexpr AddressFamily family = familyValue;
    static constexpr std::string_view name = Plain::name;
-   static constexpr U32 abilities = parentAbility | longerAbility | coveringAbility;
+   static constexpr U32 abilities = Plain::abilities | coveringAbility;
    // The default route and its payload are a derived class's affair: here it can be added and not removed.
-   static constexpr Habits habits{
-      .longerOfDefaultIsFalse = true, .removeOfDefaultIsTrue = true, .defaultStays = true, .countsBranches = true};
+   static constexpr Habits habits{.longerOfDefaultIsFalse = true,
+                                  .removeOfDefaultIsTrue = true,
+                                  .defaultStays = true,
+                                  .countsBranches = true,
+                                  .endsAtWhite = true,
+                                  .absentDefaultIsChildless = true};
 
    PatriciaDataEngine() { trie().nodeDataEnabledIs(true); }
 
@@ -87,16 +76,22 @@ class PatriciaDataEngine {
 
    // As a callback sees them; the default route is never among them.
    PrefixList covering(const IpGenPrefix& p) const {
-      const auto callback = Corvid::ptrIsImpl<CoveringCb<PrefixType>>();
-      (trie().*Calls::longestMatch)(PrefixType(p), nullptr, callback.get());
-      PrefixList list(trie().isDefaultRoutePresent() ? 1 : 0, prefixOf(family, {}, 0));
-      for (const auto& [prefix, data] : callback->reported) {
-         if (payloadOf(prefix) == data) {
-            list.push_back(prefix);
-         }
-      }
+      const auto report = Corvid::ptrIsImpl<ReportCb<PrefixType>>(false);  // what it says is ignored
+      (trie().*Calls::longestMatch)(PrefixType(p), nullptr, report.get());
+      PrefixList list(trie().isDefaultRoutePresent() ? 1 : 0, zeroLength(family));
+      const PrefixList reported = withPayloads(*report);
+      list.insert(list.end(), reported.begin(), reported.end());
       return list;
    }
+   MaybePrefix next(const IpGenPrefix& p) const { return nextOf(trie(), p); }
+   bool endsAtWhite(const IpGenPrefix& p) const { return tree_.endsAtWhite(p); }
+   PrefixList subtree(const IpGenPrefix& p) const {
+      return inside(p, withPayloads(*reportOfWalk<PrefixType>(trie(), p)), tree_.walk(p));
+   }
+   PrefixList children(const IpGenPrefix& p) const {
+      return inside(p, withPayloads(*reportOfChildren<PrefixType>(trie(), p)), tree_.children(p));
+   }
+   PrefixList ordered() const { return withPayloads(*reportOfWalk<PrefixType>(trie(), zeroLength(family))); }
 
    std::string audit() const {
       const std::string fault = trie().audit();
@@ -109,6 +104,16 @@ class PatriciaDataEngine {
    static MaybePrefix known(const PrefixType& answer) {
       const IpGenPrefix p = Calls::general(answer);
       return p == IpGenPrefix() ? std::nullopt : MaybePrefix(p);
+   }
+   // The reported routes that came with their own payload.
+   PrefixList withPayloads(const ReportCb<PrefixType>& report) const {
+      PrefixList list;
+      for (std::size_t i = 0; i < report.prefixes.size(); ++i) {
+         if (payloadOf(report.prefixes[i]) == report.payloads[i]) {
+            list.push_back(report.prefixes[i]);
+         }
+      }
+      return list;
    }
    // Null for the default route, whose payload no search touches.
    DataPtr payloadOf(const IpGenPrefix& p) const {

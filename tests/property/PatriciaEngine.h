@@ -35,6 +35,8 @@ struct PatriciaCalls<IpGenPrefix> {
    static constexpr auto longestMatch = &PatriciaTrie::longestMatchCommon;
    static constexpr auto parent = &PatriciaTrie::findParentCommon;
    static constexpr auto longer = &PatriciaTrie::longerRoutePresentCommon;
+   static constexpr auto walk = &PatriciaTrie::preOrderWalk;
+   static constexpr auto children = &PatriciaTrie::findImmediateChildren;
    static IpGenPrefix general(const IpGenPrefix& p) { return p; }
 };
 
@@ -46,8 +48,61 @@ struct PatriciaCalls<CompactIpPrefix> {
    static constexpr auto longestMatch = &PatriciaTrie::longestMatchCommonCompact;
    static constexpr auto parent = &PatriciaTrie::findParentCommonCompact;
    static constexpr auto longer = &PatriciaTrie::longerRoutePresentCommonCompact;
+   static constexpr auto walk = &PatriciaTrie::preOrderWalkCompact;
+   static constexpr auto children = &PatriciaTrie::findImmediateChildrenCompact;
    static IpGenPrefix general(const CompactIpPrefix& p) { return p.genPrefix(); }
 };
+
+//--- what a trie reports ---
+
+// Keeps the routes that a search or a walk reports, with their payloads.
+template <class PrefixType>
+class ReportCb : public PatriciaCalls<PrefixType>::WalkCb {
+  public:
+   explicit ReportCb(bool answer) : answer_(answer) {}
+
+   bool handlePrefixData(const PrefixType& p, const Routing::PrefixData* data) override {
+      prefixes.push_back(PatriciaCalls<PrefixType>::general(p));
+      payloads.push_back(data);
+      return answer_;
+   }
+
+   PrefixList prefixes;
+   std::vector<const Routing::PrefixData*> payloads;
+
+  private:
+   const bool answer_;
+};
+template <class PrefixType>
+Corvid::Ptr<ReportCb<PrefixType>> reportOfWalk(const PatriciaTrie& trie, const IpGenPrefix& p) {
+   const auto report = Corvid::ptrIsImpl<ReportCb<PrefixType>>(true);
+   (trie.*PatriciaCalls<PrefixType>::walk)(PrefixType(p), report.get());
+   return report;
+}
+template <class PrefixType>
+Corvid::Ptr<ReportCb<PrefixType>> reportOfChildren(PatriciaTrie& trie, const IpGenPrefix& p) {
+   const auto report = Corvid::ptrIsImpl<ReportCb<PrefixType>>(false);  // what it says is ignored
+   (trie.*PatriciaCalls<PrefixType>::children)(PrefixType(p), report.get());
+   return report;
+}
+
+// A trie reports the whole subtree where p lies. If that is what the slow tree would report, the part of it inside p, and
+// else a list that no table gives.
+inline PrefixList inside(const IpGenPrefix& p, PrefixList reported, const PrefixList& expected) {
+   if (reported != expected) {
+      return {p, p};
+   }
+   std::erase_if(reported, [&](auto& r) { return !covers(p, r); });
+   return reported;
+}
+
+inline IpGenPrefix zeroLength(AddressFamily family) { return prefixOf(family, {}, 0); }
+
+// The route after p; the adapter of an engine without that operation does not call it.
+inline MaybePrefix nextOf(PatriciaTrie& trie, const IpGenPrefix& p) {
+   const CompactIpPrefix found = trie.getNext(CompactIpPrefix(p));
+   return found == CompactIpPrefix::getNull(trie.af()) ? std::nullopt : MaybePrefix(found.genPrefix());
+}
 
 //--- the tree as it is and as it should be ---
 
@@ -105,9 +160,14 @@ class PatriciaEngine {
    static constexpr std::string_view name = family == AddressFamily::ipv4
                                                ? (isCompact ? "Ipv4Compact" : "Ipv4")
                                                : (isCompact ? "Ipv6Compact" : "Ipv6Legacy");
-   static constexpr U32 abilities = parentAbility | longerAbility;
-   static constexpr Habits habits{
-      .longerOfDefaultIsFalse = true, .removeOfDefaultIsTrue = true, .countsBranches = true};
+   static constexpr U32 abilities = parentAbility | longerAbility | subtreeAbility | childrenAbility |
+                                    orderedAbility |
+                                    (family == AddressFamily::ipv6 && !isCompact ? 0U : U32{nextAbility});
+   static constexpr Habits habits{.longerOfDefaultIsFalse = true,
+                                  .removeOfDefaultIsTrue = true,
+                                  .countsBranches = true,
+                                  .endsAtWhite = true,
+                                  .absentDefaultIsChildless = true};
 
    void add(const IpGenPrefix& p) {
       (trie().*Calls::add)(PrefixType(p), nullptr);
@@ -134,6 +194,16 @@ class PatriciaEngine {
    bool longer(const IpGenPrefix& p) const { return (trie().*Calls::longer)(PrefixType(p)); }
    // A node with children counts as a longer route without a look at what stands beneath it.
    bool mayCountAsLonger(const IpGenPrefix& p) const { return tree_.isOnBranch(p); }
+
+   MaybePrefix next(const IpGenPrefix& p) const { return nextOf(trie(), p); }
+   bool endsAtWhite(const IpGenPrefix& p) const { return tree_.endsAtWhite(p); }
+   PrefixList subtree(const IpGenPrefix& p) const {
+      return inside(p, reportOfWalk<PrefixType>(trie(), p)->prefixes, tree_.walk(p));
+   }
+   PrefixList children(const IpGenPrefix& p) const {
+      return inside(p, reportOfChildren<PrefixType>(trie(), p)->prefixes, tree_.children(p));
+   }
+   PrefixList ordered() const { return reportOfWalk<PrefixType>(trie(), zeroLength(family))->prefixes; }
 
    std::string audit() const {
       std::string fault = trie().audit();

@@ -11,10 +11,12 @@
 // Tested by tests/property/SlowTreeTest.cpp against trees drawn by hand.
 #pragma once
 
+#include <algorithm>
 #include <bitset>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tests/property/PrefixBits.h"
 
@@ -103,6 +105,59 @@ class SlowTree {
       return node != nullptr && covers(p, node->key) && !node->isLeaf();
    }
 
+   // Where p lies: the first node whose key it covers, or else the last whose key covers it, and the nodes above, the root
+   // first. Nothing if p leaves the tree inside the root's key; for length 0 without the default route, nothing either.
+   using Path = std::vector<const Node*>;
+   Path pathTo(const IpGenPrefix& p) const {
+      Path path;
+      const Node* node = p.len() != 0 || hasDefault_ ? root_.get() : nullptr;
+      while (node != nullptr && (covers(p, node->key) || covers(node->key, p))) {
+         path.push_back(node);
+         node = covers(p, node->key) ? nullptr : bitOf(p, node->key.len()) ? node->right.get() : node->left.get();
+      }
+      return path;
+   }
+   // The routes beneath a node, in order.
+   static std::vector<IpGenPrefix> routesFrom(const Node* node) {
+      std::vector<IpGenPrefix> routes;
+      collect(node, routes);
+      return routes;
+   }
+   // What a walk from p and a search for its children give: the whole subtree where p lies, inside p or not. A walk leaves
+   // out routes shorter than p, and a search those that are not longer or lie beneath another of them.
+   std::vector<IpGenPrefix> walk(const IpGenPrefix& p) const {
+      auto routes = p.len() == 0 ? routesFrom(root_.get()) : subtreeOf(p);
+      std::erase_if(routes, [&](auto& r) { return r.len() < p.len(); });
+      if (p.len() == 0 && hasDefault_) {
+         routes.insert(routes.begin(), p);
+      }
+      return routes;
+   }
+   std::vector<IpGenPrefix> children(const IpGenPrefix& p) const {
+      std::vector<IpGenPrefix> found;
+      for (const auto& route : subtreeOf(p)) {
+         if (route.len() > p.len() && (found.empty() || !covers(found.back(), route))) {
+            found.push_back(route);
+         }
+      }
+      return found;
+   }
+   // Whether a step from p to the next route goes astray: nothing follows p where it lies, and the one subtree that is
+   // looked into then, right of the nearest node that the way to p left by its left, has no route at all.
+   bool endsAtWhite(const IpGenPrefix& p) const {
+      Path path = pathTo(p);
+      const auto below = path.empty() ? std::vector<IpGenPrefix>() : routesFrom(path.back());
+      if (path.empty() || std::any_of(below.begin(), below.end(), [&](auto& r) { return isBefore(p, r); })) {
+         return false;
+      }
+      for (std::size_t i = path.size() - 1; i > 0; --i) {
+         if (path[i - 1]->left.get() == path[i]) {
+            return routesFrom(path[i - 1]->right.get()).empty();
+         }
+      }
+      return false;
+   }
+
    // The tree in bytes, for comparisons: shorter than its text, and as exact.
    std::string shape() const {
       std::string bytes(hasDefault_ ? "default" : "");
@@ -129,6 +184,23 @@ class SlowTree {
       branch->towards(p) = leaf(p);
       (branch->left ? branch->right : branch->left) = std::move(slot);
       slot = std::move(branch);
+   }
+
+   std::vector<IpGenPrefix> subtreeOf(const IpGenPrefix& p) const {
+      const Path path = pathTo(p);
+      return path.empty() ? std::vector<IpGenPrefix>() : routesFrom(path.back());
+   }
+   static void collect(const Node* node, std::vector<IpGenPrefix>& routes) {
+      if (node == nullptr) {
+         return;
+      }
+      for (U32 length = 1; length <= node->key.len(); ++length) {
+         if (node->black[length]) {
+            routes.push_back(cut(node->key, length));
+         }
+      }
+      collect(node->left.get(), routes);
+      collect(node->right.get(), routes);
    }
 
    template <class Weight>

@@ -111,6 +111,41 @@ TEST(SlowTree, isOnBranch) {
    EXPECT_FALSE(isOnBranch("10.1.0.0/17"));
 }
 
+std::string textOf(const std::vector<IpGenPrefix>& list) {
+   std::string text;
+   for (const auto& p : list) {
+      text += (text.empty() ? "" : " ") + std::string(p.stringValue());
+   }
+   return text;
+}
+
+TEST(SlowTree, walkAndChildrenReportTheWholeSubtreeWhereAPrefixLies) {
+   SlowTree tree = treeAfter("+10.0.0.0/8 +10.0.0.0/16 +10.128.0.0/16 +10.128.0.0/17");
+   const auto walk = [&](const char* p) { return textOf(tree.walk(IpGenPrefix::fromString(p))); };
+   const auto children = [&](const char* p) { return textOf(tree.children(IpGenPrefix::fromString(p))); };
+   EXPECT_EQ("10.0.0.0/8 10.0.0.0/16 10.128.0.0/16 10.128.0.0/17", walk("0.0.0.0/0"));
+   EXPECT_EQ("10.0.0.0/16", walk("10.0.0.0/9"));
+   EXPECT_EQ("10.0.0.0/16 10.128.0.0/16 10.128.0.0/17", walk("10.64.0.0/16"));
+   EXPECT_EQ("", walk("11.0.0.0/8"));
+   EXPECT_EQ("10.0.0.0/16 10.128.0.0/16", children("10.0.0.0/8"));
+   EXPECT_EQ("10.0.0.0/16 10.128.0.0/16", children("10.64.0.0/12"));
+   EXPECT_EQ("", children("0.0.0.0/0"));
+   tree.add(IpGenPrefix::fromString("0.0.0.0/0"));
+   EXPECT_EQ("10.0.0.0/8", children("0.0.0.0/0"));
+   EXPECT_EQ("0.0.0.0/0 10.0.0.0/8 10.0.0.0/16 10.128.0.0/16 10.128.0.0/17", walk("0.0.0.0/0"));
+}
+
+TEST(SlowTree, endsAtWhite) {
+   const SlowTree tree = treeAfter("+10.0.0.0/8 +10.128.1.0/24 -10.128.1.0/24 +10.0.0.0/16 +11.0.0.0/8");
+   const auto endsAtWhite = [&](const char* p) { return tree.endsAtWhite(IpGenPrefix::fromString(p)); };
+   EXPECT_TRUE(endsAtWhite("10.0.0.0/16"));
+   EXPECT_TRUE(endsAtWhite("10.0.5.0/24"));
+   EXPECT_FALSE(endsAtWhite("10.0.0.0/8")) << "a route follows on the way";
+   EXPECT_FALSE(endsAtWhite("10.128.1.0/24")) << "the climb goes past the white leaf";
+   EXPECT_FALSE(endsAtWhite("11.0.0.0/8"));
+   EXPECT_FALSE(endsAtWhite("9.0.0.0/8"));
+}
+
 TEST(SlowTree, aRemoveThatFindsNothingChangesNothing) {
    SlowTree tree = treeAfter("+10.1.2.0/24 +10.0.0.0/8");
    for (const char* absent : {"10.1.0.0/16", "10.1.2.0/25", "11.0.0.0/8", "10.1.3.0/24", "0.0.0.0/0", "10.0.0.0/7"}) {
