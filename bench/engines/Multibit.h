@@ -5,6 +5,7 @@
 #include <malloc.h>
 
 #include <optional>
+#include <span>
 
 #include "bench/Engine.h"
 #include "tools/rtrie/TableSet.h"
@@ -17,6 +18,7 @@ class Multibit {
    using Key = Corenet::Prefix;
    using Query = Corenet::Prefix;
    using Answer = Corenet::Prefix;
+   using BulkAnswer = Corenet::Prefix;
    static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
 
    explicit Multibit(const Workload<V4>&) : bytesBefore_(Rtrie::trackedBytes()), trie_(Routing::trieFactory()) {}
@@ -31,6 +33,12 @@ class Multibit {
    bool erase(const Key& key) { return trie_->routeDel(key); }
 
    Answer match(const Query& query) const { return trie_->longestMatch(query); }
+   void matchBulk(std::span<const Query> queries, std::span<BulkAnswer> answers) const {
+      trie_->longestMatchBulk(queries, answers);
+   }
+   static std::optional<Route<V4>> bulkRoute(const BulkAnswer& answer, const Workload<V4>& work) {
+      return route(answer, work);
+   }
    bool exact(const Key& key) const { return trie_->route(key); }
    Answer parent(const Key& key) const { return trie_->findParent(key); }
    bool longer(const Key& key) const { return trie_->longerRoutePresent(key); }

@@ -4,6 +4,7 @@
 
 #include <concepts>
 #include <optional>
+#include <span>
 
 #include "bench/Engine.h"
 #include "platform/Corenet.h"
@@ -18,6 +19,7 @@ class Patricia {
    using Key = PrefixType;
    using Query = PrefixType;
    using Answer = PrefixType;
+   using BulkAnswer = PrefixType;
    static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
 
    explicit Patricia(const Workload<F>&)
@@ -48,6 +50,16 @@ class Patricia {
       } else {
          return trie_->longestMatchCommon(query, nullptr, nullptr);
       }
+   }
+   void matchBulk(std::span<const Query> queries, std::span<BulkAnswer> answers) const {
+      if constexpr (isCompact) {
+         trie_->longestMatchBulkCompact(queries, answers);
+      } else {
+         trie_->longestMatchBulk(queries, answers);
+      }
+   }
+   static std::optional<Route<F>> bulkRoute(const BulkAnswer& answer, const Workload<F>& work) {
+      return route(answer, work);
    }
    bool exact(const Key& key) const { return match(key) == key; }
    Answer parent(const Key& key) const {
