@@ -19,6 +19,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <iosfwd>
 #include <span>
 #include <string>
 
@@ -30,6 +31,7 @@
 #include "platform/Corvid/Node.h"
 #include "platform/Corvid/Ptr.h"
 #include "platform/Export.h"
+#include "platform/Keel/DumpContext.h"
 #include "platform/Types.h"
 #include "trie/PatriciaTrieData.h"
 #include "trie/PatriciaTrieNodeImpl.h"
@@ -222,6 +224,14 @@ class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
    U32 getFirstBlackCompact(const Corenet::CompactIpPrefix& subtreeRoot);
    U32 getNextBlackCompact(const Corenet::CompactIpPrefix& subtreeRoot, U32 i);
 
+   //--- showing ---
+
+   // Writes the routes, one a line and the default route first, for an operator: a heading at `indentCount` blanks, the
+   // count of routes at two more, and a list that Keel/DumpList.h cuts as the context says.
+   void dumpState(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount) const;
+   // Writes the nodes to standard output, for a developer; see dumpTree.
+   void doDump();
+
    //--- soundness ---
 
    // Recounts everything from the nodes: empty if I1 to I8 hold, else the first broken rule and where.
@@ -257,6 +267,13 @@ ROUTETRIE_EXPORT Corvid::Ptr<PatriciaTrie> patriciaTrieFactory(Corenet::AddressF
 ROUTETRIE_EXPORT void deleteSingleNode(PatriciaTrieNode* node, PatriciaTrieNodeType type, bool nodeData);
 // Destroys a node and everything beneath it, children first.
 ROUTETRIE_EXPORT void deleteNode(PatriciaTrieNode* node, PatriciaTrieNodeType type, bool nodeData);
+
+// Writes a node and everything beneath it in pre-order, one a line behind two blanks a level; each line is flushed.
+// Neither the default route nor any payload appears.
+ROUTETRIE_EXPORT void dumpTree(std::ostream& out, PatriciaTrieNode* node, U32 depth, PatriciaTrieNodeType type);
+
+// Does nothing; a debugger can stop here.
+ROUTETRIE_EXPORT void doDummyTraceV6();
 
 extern template ROUTETRIE_EXPORT void PatriciaTrie::updateRouteImpl(const Corenet::IpGenPrefix&,
                                                                     const Corvid::Ptr<PrefixData>&);

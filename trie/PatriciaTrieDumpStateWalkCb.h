@@ -1,0 +1,88 @@
+// PatriciaTrieDumpStateWalkCb, PatriciaTrieCompactDumpStateWalkCb: write a line for each route that a walk reports, until
+// the list is as long as its context allows. From there on they refuse every route, which prunes the walk. Both write a
+// prefix alike.
+// Tested by tests/trie/PatriciaTrieDumpTest.cpp.
+#pragma once
+
+#include <cstddef>
+
+#include "platform/Corenet/CompactIpPrefix.h"
+#include "platform/Corenet/IpGenPrefix.h"
+#include "platform/Corvid/Create.h"
+#include "platform/Corvid/Ptr.h"
+#include "platform/Export.h"
+#include "platform/Keel/DumpContext.h"
+#include "platform/Types.h"
+#include "trie/PatriciaTrieWalkCb.h"
+
+namespace Corvid {
+template <class T>
+struct Description;
+}  // namespace Corvid
+
+namespace Routing {
+
+class ROUTETRIE_EXPORT PatriciaTrieDumpStateWalkCb : public PatriciaTrieWalkCb {
+  public:
+   // Lines begin with `indentCount` blanks, with one if it is 0. A null context is standard output, without limits.
+   PatriciaTrieDumpStateWalkCb(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount)
+      : dumpCtx_(dumpCtx), indentCount_(indentCount) {}
+   ~PatriciaTrieDumpStateWalkCb() override;
+
+   const Corvid::Ptr<const Keel::DumpContext>& dumpCtx() const noexcept { return dumpCtx_; }
+   U32 indentCount() const noexcept { return indentCount_; }
+   // The lines written so far.
+   U32 entries() const noexcept { return entries_; }
+   void entriesIs(U32 value) noexcept { entries_ = value; }
+   void entriesInc(U32 by) noexcept { entries_ += by; }
+
+   bool handlePrefixData(const Corenet::IpGenPrefix& p, const PrefixData* data) override;
+
+   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<PatriciaTrieDumpStateWalkCb>(bytes); }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<PatriciaTrieDumpStateWalkCb>(memory, bytes);
+   }
+
+  private:
+   template <class T>
+   friend struct Corvid::Description;
+
+   const Corvid::Ptr<const Keel::DumpContext> dumpCtx_;
+   const U32 indentCount_;
+   U32 entries_ = 0;
+};
+
+class ROUTETRIE_EXPORT PatriciaTrieCompactDumpStateWalkCb : public PatriciaTrieCompactWalkCb {
+  public:
+   // As PatriciaTrieDumpStateWalkCb.
+   PatriciaTrieCompactDumpStateWalkCb(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount)
+      : dumpCtx_(dumpCtx), indentCount_(indentCount) {}
+   ~PatriciaTrieCompactDumpStateWalkCb() override;
+
+   const Corvid::Ptr<const Keel::DumpContext>& dumpCtx() const noexcept { return dumpCtx_; }
+   U32 indentCount() const noexcept { return indentCount_; }
+   U32 entries() const noexcept { return entries_; }
+   void entriesIs(U32 value) noexcept { entries_ = value; }
+   void entriesInc(U32 by) noexcept { entries_ += by; }
+
+   bool handlePrefixData(const Corenet::CompactIpPrefix& p, const PrefixData* data) override;
+
+   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
+   static void* operator new(std::size_t bytes) {
+      return Corvid::allocateFor<PatriciaTrieCompactDumpStateWalkCb>(bytes);
+   }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<PatriciaTrieCompactDumpStateWalkCb>(memory, bytes);
+   }
+
+  private:
+   template <class T>
+   friend struct Corvid::Description;
+
+   const Corvid::Ptr<const Keel::DumpContext> dumpCtx_;
+   const U32 indentCount_;
+   U32 entries_ = 0;
+};
+
+}  // namespace Routing
