@@ -26,8 +26,6 @@ Corvid::Ptr<Trie> trieFactory() { return Trie::TrieIs(); }
 
 Corvid::Publisher* Trie::publisher() const { return &publisher_; }
 
-Corvid::TypeData Trie::typeData() const { return Corvid::typeDataOf<Trie>(); }
-
 void Trie::handleInitialized() { root_ = TrieImpl::newNode(0, 0); }
 
 void Trie::handleDeletion() { TrieImpl::deleteNode(root_); }

@@ -8,10 +8,6 @@ Tesk::AllocTrackTypeInfo* TrieDumpStateWalkCallback::memAllocationTracker_ = nul
 
 TrieDumpStateWalkCallback::~TrieDumpStateWalkCallback() { nodeFlagSet(Corvid::nodeFlagAlive, false); }
 
-Corvid::TypeData TrieDumpStateWalkCallback::typeData() const {
-   return Corvid::typeDataOf<TrieDumpStateWalkCallback>();
-}
-
 int TrieDumpStateWalkCallback::handlePrefix(const Corenet::Prefix& p) {
    if (!Keel::isListEntryShown(dumpCtx_, entries_)) {
       return 0;

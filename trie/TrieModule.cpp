@@ -2,6 +2,8 @@
 
 #include "platform/Corenet/Module.h"
 #include "platform/Corvid/ModuleTables.h"
+#include "platform/Keel/Module.h"
+#include "trie/PatriciaTrieModule.h"
 #include "trie/Trie.h"
 #include "trie/TrieDumpStateWalkCallback.h"
 #include "trie/TrieWalkCallbackTest.h"
@@ -34,10 +36,14 @@ struct WalkedPrefixMembers {
    };
 };
 
-// A walk calls back, so that outside tools are told that it may change something, though the trie itself stays as it is.
+// Operations to outside tools, since what a callback does is not known, though the trie itself stays as it is.
 constexpr auto preOrderWalk = [](Trie& trie, const Corenet::Prefix& subtreeRoot,
                                  const Corvid::Ptr<TrieWalkCallback>& callback) {
    trie.preOrderWalk(subtreeRoot, callback);
+};
+constexpr auto preOrderWalkCompact = [](Trie& trie, const Corenet::CompactIpPrefix& subtreeRoot,
+                                        const Corvid::Ptr<PatriciaTrieCompactWalkCb>& callback) {
+   trie.preOrderWalkCompact(subtreeRoot, callback);
 };
 
 }  // namespace
@@ -59,17 +65,19 @@ struct Description<Routing::Trie> {
       attribute<&T::defaultRoutePresent>("defaultRoutePresent")
          .at(137)
          .stored(ROUTETRIE_POSITION(T, defaultRoutePresent_)),
-      attribute<&T::nodes, &T::nodesIs>("nodes").stored(ROUTETRIE_POSITION(T, nodes_)),      // 138
-      attribute<&T::routes, &T::routesIs>("routes").stored(ROUTETRIE_POSITION(T, routes_)),  // 139
-      operation<&T::empty>("empty"),                                                         // 140
-      operation<&T::isDefaultRoutePresent>("isDefaultRoutePresent"),                         // 141
-      operation<Routing::preOrderWalk>("preOrderWalk", "subtreeRoot", "callback").at(143),   // 143
-      operation<&T::getNext>("getNext", "prefix"),                                           // 144
-      operation<&T::findParent>("findParent", "prefix"),                                     // 145
+      attribute<&T::nodes, &T::nodesIs>("nodes").stored(ROUTETRIE_POSITION(T, nodes_)),           // 138
+      attribute<&T::routes, &T::routesIs>("routes").stored(ROUTETRIE_POSITION(T, routes_)),       // 139
+      operation<&T::empty>("empty"),                                                              // 140
+      operation<&T::isDefaultRoutePresent>("isDefaultRoutePresent"),                              // 141
+      operation<Routing::preOrderWalkCompact>("preOrderWalkCompact", "subtreeRoot", "callback"),  // 142
+      operation<Routing::preOrderWalk>("preOrderWalk", "subtreeRoot", "callback"),                // 143
+      operation<&T::getNext>("getNext", "prefix"),                                                // 144
+      operation<&T::findParent>("findParent", "prefix"),                                          // 145
       attribute<&T::initialized, &T::initializedIs>("initialized")
-         .stored(ROUTETRIE_POSITION(T, initialized_)),        // 146
-      operation<&T::handleInitialized>("handleInitialized"),  // 147
-      operation<&T::handleDeletion>("handleDeletion"));       // 148
+         .stored(ROUTETRIE_POSITION(T, initialized_)),                   // 146
+      operation<&T::handleInitialized>("handleInitialized"),             // 147
+      operation<&T::handleDeletion>("handleDeletion"),                   // 148
+      operation<&T::dumpState>("dumpState", "dumpCtx", "indentCount"));  // 149
 };
 
 template <>
@@ -81,7 +89,9 @@ struct Description<Routing::TrieWalkCallback> {
 template <>
 struct Description<Routing::TrieWalkCallbackWrapper> {
    using T = Routing::TrieWalkCallbackWrapper;
-   static constexpr auto value = describeClass<T, Routing::TrieWalkCallback>(noConstructor);
+   static constexpr auto value = describeClass<T, Routing::TrieWalkCallback>(
+      noConstructor,
+      attribute<[](const T& wrapper) { return wrapper.pcb(); }>("pcb").stored(ROUTETRIE_POSITION(T, pcb_)));  // 258
 };
 
 template <>
@@ -96,11 +106,23 @@ template <>
 struct Description<Routing::TrieDumpStateWalkCallback> {
    using T = Routing::TrieDumpStateWalkCallback;
    static constexpr auto value = describeClass<T, Routing::TrieWalkCallback>(
-      noConstructor,
-      attribute<&T::indentCount>("indentCount").at(259).stored(ROUTETRIE_POSITION(T, indentCount_)),  // 259
-      attribute<&T::entries, &T::entriesIs>("entries").stored(ROUTETRIE_POSITION(T, entries_)));      // 260
+      noConstructor, attribute<&T::dumpCtx>("dumpCtx").stored(ROUTETRIE_POSITION(T, dumpCtx_)),   // 258
+      attribute<&T::indentCount>("indentCount").stored(ROUTETRIE_POSITION(T, indentCount_)),      // 259
+      attribute<&T::entries, &T::entriesIs>("entries").stored(ROUTETRIE_POSITION(T, entries_)));  // 260
 };
 
 }  // namespace Corvid
 
 ROUTETRIE_MODULE_RECORD(_Trie_592af94aa7c357bd_teskModule)
+
+namespace Routing {
+
+Corvid::TypeData Trie::typeData() const { return Corvid::typeDataOf<Trie>(); }
+Corvid::TypeData TrieWalkCallback::typeData() const { return Corvid::typeDataOf<TrieWalkCallback>(); }
+Corvid::TypeData TrieWalkCallbackWrapper::typeData() const { return Corvid::typeDataOf<TrieWalkCallbackWrapper>(); }
+Corvid::TypeData TrieWalkCallbackTest::typeData() const { return Corvid::typeDataOf<TrieWalkCallbackTest>(); }
+Corvid::TypeData TrieDumpStateWalkCallback::typeData() const {
+   return Corvid::typeDataOf<TrieDumpStateWalkCallback>();
+}
+
+}  // namespace Routing

@@ -4,15 +4,11 @@ namespace Routing {
 
 TrieWalkCallback::~TrieWalkCallback() { nodeFlagSet(Corvid::nodeFlagAlive, false); }
 
-Corvid::TypeData TrieWalkCallback::typeData() const { return Corvid::typeDataOf<TrieWalkCallback>(); }
-
 int TrieWalkCallback::handlePrefix(const Corenet::Prefix&) { return 1; }
 
 Tesk::AllocTrackTypeInfo* TrieWalkCallbackWrapper::memAllocationTracker_ = nullptr;
 
 TrieWalkCallbackWrapper::~TrieWalkCallbackWrapper() { nodeFlagSet(Corvid::nodeFlagAlive, false); }
-
-Corvid::TypeData TrieWalkCallbackWrapper::typeData() const { return Corvid::typeDataOf<TrieWalkCallbackWrapper>(); }
 
 int TrieWalkCallbackWrapper::handlePrefix(const Corenet::Prefix& p) {
    return pcb_->handlePrefixData(Corenet::CompactIpPrefix(p), nullptr) ? 1 : 0;

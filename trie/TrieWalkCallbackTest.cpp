@@ -14,8 +14,6 @@ Corvid::Ptr<TrieWalkCallbackTest> trieWalkCallbackTestFactory() {
    return TrieWalkCallbackTest::TrieWalkCallbackTestIs();
 }
 
-Corvid::TypeData TrieWalkCallbackTest::typeData() const { return Corvid::typeDataOf<TrieWalkCallbackTest>(); }
-
 int TrieWalkCallbackTest::handlePrefix(const Corenet::Prefix& p) {
    walkedPrefixEnq(p);
    return 1;
