@@ -28,6 +28,7 @@ class ROUTETRIE_EXPORT PatriciaTrieDumpStateWalkCb : public PatriciaTrieWalkCb {
    PatriciaTrieDumpStateWalkCb(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount)
       : dumpCtx_(dumpCtx), indentCount_(indentCount) {}
    ~PatriciaTrieDumpStateWalkCb() override;
+   Corvid::TypeData typeData() const override;
 
    const Corvid::Ptr<const Keel::DumpContext>& dumpCtx() const noexcept { return dumpCtx_; }
    U32 indentCount() const noexcept { return indentCount_; }
@@ -59,6 +60,7 @@ class ROUTETRIE_EXPORT PatriciaTrieCompactDumpStateWalkCb : public PatriciaTrieC
    PatriciaTrieCompactDumpStateWalkCb(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount)
       : dumpCtx_(dumpCtx), indentCount_(indentCount) {}
    ~PatriciaTrieCompactDumpStateWalkCb() override;
+   Corvid::TypeData typeData() const override;
 
    const Corvid::Ptr<const Keel::DumpContext>& dumpCtx() const noexcept { return dumpCtx_; }
    U32 indentCount() const noexcept { return indentCount_; }

@@ -40,6 +40,7 @@ class ROUTETRIE_EXPORT PatriciaTrieIteratorCb : public Corvid::Node {
   public:
    PatriciaTrieIteratorCb() = default;
    ~PatriciaTrieIteratorCb() override;
+   Corvid::TypeData typeData() const override;
 
    virtual bool isPrefixSkip(const Corenet::IpGenPrefix& p) = 0;
 };
@@ -48,6 +49,7 @@ class ROUTETRIE_EXPORT PatriciaTrieCompactIteratorCb : public Corvid::Node {
   public:
    PatriciaTrieCompactIteratorCb() = default;
    ~PatriciaTrieCompactIteratorCb() override;
+   Corvid::TypeData typeData() const override;
 
    virtual bool isPrefixSkip(const Corenet::CompactIpPrefix& p) = 0;
 };
