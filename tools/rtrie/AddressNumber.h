@@ -27,6 +27,16 @@ inline Corenet::IpGenPrefix prefixOf(U128 number, U8 lengthBits) {
    return Corenet::Ip6Prefix(Corenet::Ip6Addr(Corenet::AddressBits<128>(number)), lengthBits);
 }
 
+// Whether the first prefix is the beginning of the second, or the second itself.
+inline bool covers(const Corenet::IpGenPrefix& prefix, const Corenet::IpGenPrefix& other) {
+   if (prefix.af() != other.af() || prefix.len() > other.len()) {
+      return false;
+   }
+   return prefix.af() == Corenet::AddressFamily::ipv6
+             ? prefix.bits<128>().sharesFirst(other.bits<128>(), prefix.len())
+             : prefix.bits<32>().sharesFirst(other.bits<32>(), prefix.len());
+}
+
 // Zero bits below the lowest set one; the whole width for 0.
 inline unsigned trailingZeros(U32 number) { return static_cast<unsigned>(std::countr_zero(number)); }
 inline unsigned trailingZeros(U128 number) {

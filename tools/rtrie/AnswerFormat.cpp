@@ -67,11 +67,11 @@ class TextWriter final : public AnswerWriter {
    struct Row {
       std::string query;
       std::string answer;
-      std::string_view payload;  // held by routes_, which does not change any more
+      std::string_view payload;  // as payloadOf_ gives it
    };
    static constexpr std::size_t batchRows = 4096;
 
-   std::string_view payload(const IpGenPrefix& route) const { return routes_.payload(route).value_or(""); }
+   std::string_view payload(const IpGenPrefix& route) const { return payloadOf_(route).value_or(""); }
 
    void row(const IpGenPrefix& query, std::string answer, std::string_view payload) {
       rows_.push_back({std::string(query.stringValue()), std::move(answer), payload});
@@ -123,7 +123,7 @@ class JsonWriter final : public AnswerWriter {
    using Json = nlohmann::ordered_json;
 
    Json payload(const IpGenPrefix& route) const {
-      const auto text = routes_.payload(route);
+      const auto text = payloadOf_(route);
       return text ? Json(*text) : Json();
    }
 
@@ -140,8 +140,8 @@ class JsonWriter final : public AnswerWriter {
 };
 
 template <class Writer>
-std::unique_ptr<AnswerWriter> make(Output& output, const RouteSet& routes, const Op& op) {
-   return std::make_unique<Writer>(output, routes, op);
+std::unique_ptr<AnswerWriter> make(Output& output, PayloadOf payloadOf, const Op& op) {
+   return std::make_unique<Writer>(output, std::move(payloadOf), op);
 }
 
 constexpr AnswerFormat rows[] = {

@@ -7,21 +7,27 @@
 // To add a format, give it a row in AnswerFormat.cpp. Tested by tests/tools/rtrie/AnswerFormatTest.cpp.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "platform/Corenet.h"
 #include "tools/rtrie/Op.h"
 #include "tools/rtrie/Output.h"
-#include "tools/rtrie/RouteSet.h"
 
 namespace Rtrie {
 
-// Prints the answers of one op. The output and the routes must outlive it.
+// The payload of a route; nullopt if there is no such route. The view holds as long as the writer does.
+using PayloadOf = std::function<std::optional<std::string_view>(const Corenet::IpGenPrefix& route)>;
+
+// Prints the answers of one op. The output must outlive it.
 class AnswerWriter {
   public:
-   AnswerWriter(Output& output, const RouteSet& routes, const Op& op) : output_(output), routes_(routes), op_(op) {}
+   AnswerWriter(Output& output, PayloadOf payloadOf, const Op& op)
+      : output_(output), payloadOf_(std::move(payloadOf)), op_(op) {}
    AnswerWriter(const AnswerWriter&) = delete;
    AnswerWriter& operator=(const AnswerWriter&) = delete;
    virtual ~AnswerWriter() = default;
@@ -33,14 +39,14 @@ class AnswerWriter {
 
   protected:
    Output& output_;
-   const RouteSet& routes_;
+   const PayloadOf payloadOf_;
    const Op& op_;
 };
 
 struct AnswerFormat {
    std::string_view name;
    std::string_view summary;
-   std::unique_ptr<AnswerWriter> (*writer)(Output& output, const RouteSet& routes, const Op& op);
+   std::unique_ptr<AnswerWriter> (*writer)(Output& output, PayloadOf payloadOf, const Op& op);
 };
 
 // The first is the default.

@@ -1,5 +1,11 @@
 #include "tools/rtrie/Engine.h"
 
+#include <fmt/format.h>
+
+#include <vector>
+
+#include "tools/rtrie/Errors.h"
+#include "tools/rtrie/Registry.h"
 #include "tools/rtrie/engines/PatriciaTable.h"
 
 namespace Rtrie {
@@ -21,5 +27,19 @@ constexpr Engine rows[] = {
 }  // namespace
 
 std::span<const Engine> engines() { return rows; }
+
+void requireAnswers(const Engine& engine, Questions questions, std::string_view what, std::span<const Engine> known) {
+   if (includes(engine.answers, questions)) {
+      return;
+   }
+   std::vector<Engine> able;
+   for (const Engine& other : known) {
+      if (includes(other.answers, questions)) {
+         able.push_back(other);
+      }
+   }
+   throw UsageError(fmt::format("engine \"{}\" has no {}: engines that have it are {}", engine.name, what,
+                                able.empty() ? "none" : namesOf(std::span<const Engine>(able))));
+}
 
 }  // namespace Rtrie

@@ -30,4 +30,8 @@ struct Engine {
 // The first is the default.
 std::span<const Engine> engines();
 
+// Raises UsageError if the engine lacks one of the questions that `what` needs, and names those of `known` that do not:
+// engine "a" has no op "x": engines that have it are b, c
+void requireAnswers(const Engine& engine, Questions questions, std::string_view what, std::span<const Engine> known);
+
 }  // namespace Rtrie

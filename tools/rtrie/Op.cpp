@@ -22,6 +22,23 @@ constexpr Op rows[] = {
    {"longer", "yes if the query covers a longer route; of length 0, always no", Questions::longerPresent,
     AnswerKind::yesNo, false,
     [](const RouteTable& table, const Query& query, Answer& answer) { answer.yes = table.longerPresent(query); }},
+   {"covering", "the routes that cover the query, shortest first", Questions::covering, AnswerKind::routes, false,
+    [](const RouteTable& table, const Query& query, Answer& answer) {
+       table.covering(query, [&](const Query& route) { answer.routeIs(route); });
+    }},
+   {"children", "the longer routes under the query with no other between; of length 0, none if it is no route",
+    Questions::children, AnswerKind::routes, false,
+    [](const RouteTable& table, const Query& query, Answer& answer) {
+       table.children(query, [&](const Query& route) { answer.routeIs(route); });
+    }},
+   {"subtree", "the routes that the query covers, by address and length", Questions::subtree, AnswerKind::routes,
+    false,
+    [](const RouteTable& table, const Query& query, Answer& answer) {
+       table.subtree(query, [&](const Query& route) { answer.routeIs(route); });
+    }},
+   {"next", "the first route after the query, by address and length; never the default route", Questions::next,
+    AnswerKind::routes, false,
+    [](const RouteTable& table, const Query& query, Answer& answer) { answer.routeIs(table.next(query)); }},
 };
 
 }  // namespace
@@ -30,17 +47,8 @@ std::span<const Op> ops() { return rows; }
 
 const Op& opOfEngine(std::string_view name, const Engine& engine, std::span<const Engine> known) {
    const Op& op = rowNamed(ops(), "op", name);
-   if (includes(engine.answers, op.needs)) {
-      return op;
-   }
-   std::vector<Engine> able;
-   for (const Engine& other : known) {
-      if (includes(other.answers, op.needs)) {
-         able.push_back(other);
-      }
-   }
-   throw UsageError(fmt::format("engine \"{}\" has no op \"{}\": engines that have it are {}", engine.name, op.name,
-                                able.empty() ? "none" : namesOf(std::span<const Engine>(able))));
+   requireAnswers(engine, op.needs, fmt::format("op \"{}\"", op.name), known);
+   return op;
 }
 
 }  // namespace Rtrie

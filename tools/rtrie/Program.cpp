@@ -11,18 +11,22 @@
 #include "tools/rtrie/Messages.h"
 #include "tools/rtrie/Registry.h"
 #include "tools/rtrie/TableFormat.h"
+#include "tools/rtrie/commands/DumpCommand.h"
 #include "tools/rtrie/commands/InspectCommand.h"
 #include "tools/rtrie/commands/LookupCommand.h"
 #include "tools/rtrie/commands/StatsCommand.h"
 #include "tools/rtrie/commands/TraceCommand.h"
+#include "tools/rtrie/commands/WalkCommand.h"
 
 namespace Rtrie {
 namespace {
 
 constexpr Command commands[] = {
-   {"inspect", "Show the library's classes, or load tables and read an engine's attributes, all by name", addInspect},
    {"lookup", "Load tables and answer queries about their routes", addLookup},
    {"stats", "Load tables and show their size, cost and make-up", addStats},
+   {"walk", "Load tables and print their routes in order", addWalk},
+   {"dump", "Load tables and print the state of the engine that holds them", addDump},
+   {"inspect", "Show the library's classes, or load tables and read an engine's attributes, all by name", addInspect},
    {"trace", "Show how long the calls took that a program recorded", addTrace},
 };
 

@@ -33,14 +33,20 @@ class RouteSet {
    // Number of routes of each length, index 0 to 32 or 128.
    std::vector<U64> countByLength(Corenet::AddressFamily af) const;
 
-   // Calls each(IpGenPrefix) for the routes of a family in ascending order.
+   // Calls each(IpGenPrefix, payload) for the routes of a family in ascending order. The payload's view holds as the one
+   // of payload() does.
    template <class Each>
-   void forEach(Corenet::AddressFamily af, Each&& each) const {
+   void forEachWithPayload(Corenet::AddressFamily af, Each&& each) const {
       onList(af, [&](const auto& list) {
          for (const auto& route : list.routes()) {
-            each(prefixOf(route.address.number(), route.lengthBits));
+            each(prefixOf(route.address.number(), route.lengthBits), payloads_.text(route.payload));
          }
       });
+   }
+   // The same with each(IpGenPrefix).
+   template <class Each>
+   void forEach(Corenet::AddressFamily af, Each&& each) const {
+      forEachWithPayload(af, [&](const Corenet::IpGenPrefix& route, std::string_view) { each(route); });
    }
 
   private:

@@ -1,15 +1,21 @@
 // RouteTable: the routes of one family inside an engine, and the questions that rtrie can ask of it. An engine
 // overrides the questions that it can answer; which ones those are follows from the overriding itself.
 //
-// Queries are of the table's family. "No route" is the empty IpGenPrefix (family none) throughout.
+// Queries are of the table's family. "No route" is the empty IpGenPrefix (family none) throughout. Where routes have an
+// order it is that of addresses, and of lengths among equal addresses.
 // Tested by tests/tools/rtrie/EngineTest.cpp.
 #pragma once
 
 #include <concepts>
+#include <functional>
+#include <iosfwd>
+#include <optional>
 #include <stdexcept>
+#include <string_view>
 
 #include "platform/Corenet.h"
 #include "platform/Corvid/Node.h"
+#include "platform/Keel/DumpContext.h"
 #include "platform/Types.h"
 
 namespace Rtrie {
@@ -17,6 +23,7 @@ namespace Rtrie {
 class RouteTable {
   public:
    using Prefix = Corenet::IpGenPrefix;
+   using Visit = std::function<void(const Prefix&)>;
 
    RouteTable() = default;
    RouteTable(const RouteTable&) = delete;
@@ -25,6 +32,8 @@ class RouteTable {
 
    // Adds a route; adding it again changes nothing.
    virtual void routeIs(const Prefix& route) = 0;
+   // The same with its payload, which an engine without payloads lets go.
+   virtual void routeWithPayloadIs(const Prefix& route, std::string_view) { routeIs(route); }
    virtual U64 routes() const = 0;
    virtual U64 nodes() const = 0;
 
@@ -32,20 +41,47 @@ class RouteTable {
    virtual Corvid::Node& object() const = 0;
 
    // The longest route that covers the query, which may be the query itself.
-   virtual Prefix longestMatch(const Prefix&) const { return notAnswered(); }
+   virtual Prefix longestMatch(const Prefix&) const { notAnswered(); }
    // The longest route that covers the query and is shorter.
-   virtual Prefix parent(const Prefix&) const { return notAnswered(); }
+   virtual Prefix parent(const Prefix&) const { notAnswered(); }
    // Whether the query covers a route that is longer. A zero-length query is answered with no.
-   virtual bool longerPresent(const Prefix&) const { return notAnswered().len() != 0; }
+   virtual bool longerPresent(const Prefix&) const { notAnswered(); }
+   // Visits the routes that cover the query, shortest first: the default route, and at last the query itself.
+   virtual void covering(const Prefix&, const Visit&) const { notAnswered(); }
+   // Visits the routes that the query covers, itself included, in order.
+   virtual void subtree(const Prefix&, const Visit&) const { notAnswered(); }
+   // Visits those of them that are longer than the query, and that no other such route covers, in order. For a
+   // zero-length query there are none unless it is itself a route.
+   virtual void children(const Prefix&, const Visit&) const { notAnswered(); }
+   // The first route after the query, in order; never the default route.
+   virtual Prefix next(const Prefix&) const { notAnswered(); }
+   // The payload of a route as the engine holds it; nullopt if there is no such route. The view holds as long as the
+   // table does.
+   virtual std::optional<std::string_view> payload(const Prefix&) const { notAnswered(); }
+   // Writes the engine's state for an operator, or for its developer the tree of its nodes.
+   virtual void dump(const Corvid::Ptr<const Keel::DumpContext>&) const { notAnswered(); }
+   virtual void dumpTree(std::ostream&) const { notAnswered(); }
 
   private:
-   [[noreturn]] static Prefix notAnswered() {
+   [[noreturn]] static void notAnswered() {
       throw std::logic_error("a question was put to an engine that does not answer it");
    }
 };
 
 // The questions of RouteTable, as a set of bits.
-enum class Questions : U32 { none = 0, longestMatch = 1, parent = 2, longerPresent = 4 };
+enum class Questions : U32 {
+   none = 0,
+   longestMatch = 1,
+   parent = 2,
+   longerPresent = 4,
+   covering = 8,
+   subtree = 16,
+   children = 32,
+   next = 64,
+   payload = 128,
+   dump = 256,
+   dumpTree = 512
+};
 
 constexpr Questions operator|(Questions a, Questions b) {
    return static_cast<Questions>(static_cast<U32>(a) | static_cast<U32>(b));
@@ -57,17 +93,23 @@ constexpr bool includes(Questions all, Questions some) {
 // The questions that Table overrides.
 template <std::derived_from<RouteTable> Table>
 consteval Questions answeredBy() {
-   // &Table::f has RouteTable's own type unless Table declares f itself.
    Questions all = Questions::none;
-   if constexpr (!std::same_as<decltype(&Table::longestMatch), decltype(&RouteTable::longestMatch)>) {
-      all = all | Questions::longestMatch;
-   }
-   if constexpr (!std::same_as<decltype(&Table::parent), decltype(&RouteTable::parent)>) {
-      all = all | Questions::parent;
-   }
-   if constexpr (!std::same_as<decltype(&Table::longerPresent), decltype(&RouteTable::longerPresent)>) {
-      all = all | Questions::longerPresent;
-   }
+   // &Table::f has RouteTable's own type unless Table declares f itself.
+   const auto ask = [&all]<class Own, class Base>(Questions question, Own, Base) {
+      if (!std::same_as<Own, Base>) {
+         all = all | question;
+      }
+   };
+   ask(Questions::longestMatch, &Table::longestMatch, &RouteTable::longestMatch);
+   ask(Questions::parent, &Table::parent, &RouteTable::parent);
+   ask(Questions::longerPresent, &Table::longerPresent, &RouteTable::longerPresent);
+   ask(Questions::covering, &Table::covering, &RouteTable::covering);
+   ask(Questions::subtree, &Table::subtree, &RouteTable::subtree);
+   ask(Questions::children, &Table::children, &RouteTable::children);
+   ask(Questions::next, &Table::next, &RouteTable::next);
+   ask(Questions::payload, &Table::payload, &RouteTable::payload);
+   ask(Questions::dump, &Table::dump, &RouteTable::dump);
+   ask(Questions::dumpTree, &Table::dumpTree, &RouteTable::dumpTree);
    return all;
 }
 

@@ -14,7 +14,8 @@ U64 trackedBytes() {
    return bytes;
 }
 
-TableSet::TableSet(const Engine& engine, const RouteSet& routes) {
+TableSet::TableSet(const Engine& engine, const RouteSet& routes)
+   : routes_(routes), hasPayloads_(includes(engine.answers, Questions::payload)) {
    for (auto af : families) {
       if (!engine.holds(af) || routes.size(af) == 0) {
          continue;
@@ -23,10 +24,17 @@ TableSet::TableSet(const Engine& engine, const RouteSet& routes) {
       const auto bytesBefore = trackedBytes();
       const auto start = std::chrono::steady_clock::now();
       family.table = engine.make(af);
-      routes.forEach(af, [&](const Corenet::IpGenPrefix& route) { family.table->routeIs(route); });
+      routes.forEachWithPayload(af, [&](const Corenet::IpGenPrefix& route, std::string_view payload) {
+         family.table->routeWithPayloadIs(route, payload);
+      });
       family.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
       family.liveBytes = trackedBytes() - bytesBefore;
    }
+}
+
+std::optional<std::string_view> TableSet::payload(const Corenet::IpGenPrefix& route) const {
+   const auto& table = of(route.af()).table;
+   return hasPayloads_ && table ? table->payload(route) : routes_.payload(route);
 }
 
 }  // namespace Rtrie

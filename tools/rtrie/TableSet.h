@@ -5,6 +5,8 @@
 
 #include <array>
 #include <memory>
+#include <optional>
+#include <string_view>
 
 #include "platform/Corenet.h"
 #include "platform/Types.h"
@@ -27,11 +29,17 @@ class TableSet {
       double seconds = 0;  // to insert the routes, in ascending order
    };
 
+   // Keeps a reference to the routes.
    TableSet(const Engine& engine, const RouteSet& routes);
+
+   // The payload of a route, from the engine if it keeps payloads, else from the routes; nullopt if there is none.
+   std::optional<std::string_view> payload(const Corenet::IpGenPrefix& route) const;
 
    const Family& of(Corenet::AddressFamily af) const { return families_[af == Corenet::AddressFamily::ipv6 ? 1 : 0]; }
 
   private:
+   const RouteSet& routes_;
+   const bool hasPayloads_;
    std::array<Family, 2> families_;
 };
 

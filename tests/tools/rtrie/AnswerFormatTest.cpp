@@ -31,8 +31,10 @@ class AnswerFormatTest : public testing::Test {
       const auto path = folder_.file("out", "");
       const int descriptor = open(path.c_str(), O_WRONLY);
       Output output(descriptor);
-      const auto writer =
-         rowNamed(answerFormats(), "format", format).writer(output, routes_, rowNamed(ops(), "op", op));
+      const auto writer = rowNamed(answerFormats(), "format", format)
+                             .writer(
+                                output, [this](const Corenet::IpGenPrefix& route) { return routes_.payload(route); },
+                                rowNamed(ops(), "op", op));
       for (const auto& c : cases) {
          Answer answer;
          answer.yes = c.yes;

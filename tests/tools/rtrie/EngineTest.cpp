@@ -32,6 +32,37 @@ struct Oracle {
       }
       return best;
    }
+   // Those that cover the query, shortest first.
+   std::vector<std::pair<unsigned, unsigned>> covering(std::pair<unsigned, unsigned> query) const {
+      std::vector<std::pair<unsigned, unsigned>> found;
+      std::copy_if(routes.begin(), routes.end(), std::back_inserter(found),
+                   [&](const auto& route) { return covers(route, query); });
+      return found;  // nested ones are in order of length
+   }
+   std::vector<std::pair<unsigned, unsigned>> subtree(std::pair<unsigned, unsigned> query) const {
+      std::vector<std::pair<unsigned, unsigned>> found;
+      std::copy_if(routes.begin(), routes.end(), std::back_inserter(found),
+                   [&](const auto& route) { return covers(query, route); });
+      return found;
+   }
+   std::vector<std::pair<unsigned, unsigned>> children(std::pair<unsigned, unsigned> query) const {
+      std::vector<std::pair<unsigned, unsigned>> found;
+      if (query.second == 0 && !routes.contains(query)) {
+         return found;
+      }
+      for (const auto& route : subtree(query)) {
+         if (route.second > query.second &&
+             std::none_of(found.begin(), found.end(), [&](const auto& other) { return covers(other, route); })) {
+            found.push_back(route);
+         }
+      }
+      return found;
+   }
+   std::optional<std::pair<unsigned, unsigned>> next(std::pair<unsigned, unsigned> query) const {
+      const auto found =
+         std::find_if(routes.upper_bound(query), routes.end(), [](const auto& route) { return route.second != 0; });
+      return found == routes.end() ? std::nullopt : std::optional(*found);
+   }
    bool longer(std::pair<unsigned, unsigned> query) const {
       return query.second != 0 && std::any_of(routes.begin(), routes.end(), [&](const auto& route) {
                 return covers(query, route) && route.second > query.second;
@@ -47,6 +78,14 @@ IpGenPrefix prefixOfPair(AddressFamily af, std::pair<unsigned, unsigned> pair) {
 
 std::vector<IpGenPrefix> listOf(AddressFamily af, std::optional<std::pair<unsigned, unsigned>> found) {
    return found ? std::vector<IpGenPrefix>{prefixOfPair(af, *found)} : std::vector<IpGenPrefix>{};
+}
+
+std::vector<IpGenPrefix> listOf(AddressFamily af, const std::vector<std::pair<unsigned, unsigned>>& found) {
+   std::vector<IpGenPrefix> routes;
+   for (const auto& pair : found) {
+      routes.push_back(prefixOfPair(af, pair));
+   }
+   return routes;
 }
 
 Answer asked(const Op& op, const RouteTable& table, const IpGenPrefix& query) {
@@ -80,6 +119,14 @@ void agreesWithOracle(const Engine& engine, AddressFamily af, const Oracle& orac
                ASSERT_EQ(oracle.routes.contains(pair), answer.yes);
             } else if (op.name == "longer") {
                ASSERT_EQ(oracle.longer(pair), answer.yes);
+            } else if (op.name == "covering") {
+               ASSERT_EQ(listOf(af, oracle.covering(pair)), answer.routes);
+            } else if (op.name == "subtree") {
+               ASSERT_EQ(listOf(af, oracle.subtree(pair)), answer.routes);
+            } else if (op.name == "children") {
+               ASSERT_EQ(listOf(af, oracle.children(pair)), answer.routes);
+            } else if (op.name == "next") {
+               ASSERT_EQ(listOf(af, oracle.next(pair)), answer.routes);
             } else {
                FAIL() << "an op that the oracle does not know";
             }

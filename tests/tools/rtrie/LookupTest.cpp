@@ -10,6 +10,9 @@
 #include <nlohmann/json.hpp>
 
 #include "Support.h"
+#include "tools/rtrie/Engine.h"
+#include "tools/rtrie/Op.h"
+#include "tools/rtrie/Registry.h"
 
 extern char** environ;
 
@@ -91,6 +94,45 @@ TEST_F(Lookup, everyOpInEveryEngine) {
          answers({"--engine", engine, "--op", "longer", "10.0.0.0/8", "10.1.0.0/16", "192.0.0.0/16", "0.0.0.0/0",
                   "2001:db8::/32", "2001:db8:1::/48"}));
    }
+}
+
+TEST_F(Lookup, opsWithManyAnswersHaveALineForEach) {
+   for (const char* engine : {"patricia", "patricia-compact"}) {
+      EXPECT_EQ(
+         "10.0.0.0/8\t10.0.0.0/8\n"
+         "10.0.0.0/8\t10.1.0.0/16\n"
+         "10.64.0.0/16\t-\n"
+         "2001:db8::/31\t2001:db8::/32\n"
+         "2001:db8::/31\t2001:db8:1::/48\n",
+         answers({"--engine", engine, "--op", "subtree", "10.0.0.0/8", "10.64.0.0/16", "2001:db8::/31"}));
+      EXPECT_EQ(
+         "0.0.0.0/0\t10.0.0.0/8\n"
+         "0.0.0.0/0\t192.0.2.1/32\n"
+         "10.1.0.0/16\t-\n"
+         "::/0\t-\n"
+         "2001:db8::/31\t2001:db8::/32\n",
+         answers({"--engine", engine, "--op", "children", "0.0.0.0/0", "10.1.0.0/16", "::/0", "2001:db8::/31"}));
+   }
+}
+
+TEST_F(Lookup, nextStepsThroughTheRoutes) {
+   EXPECT_EQ(
+      "0.0.0.0/0\t10.0.0.0/8\n"
+      "10.0.0.0/8\t10.1.0.0/16\n"
+      "10.1.0.0/16\t192.0.2.1/32\n"
+      "192.0.2.1/32\t-\n"
+      "2001:db8::/32\t2001:db8:1::/48\n",
+      answers({"--engine", "patricia-compact", "--op", "next", "0.0.0.0/0", "10.0.0.0/8", "10.1.0.0/16", "192.0.2.1",
+               "2001:db8::/32"}));
+}
+
+TEST_F(Lookup, anOpThatTheEngineLacksIsOneLine) {
+   const Ran ran = lookup({"--engine", "patricia", "--op", "next", "10.0.0.0/8"});
+   EXPECT_EQ("", ran.out);
+   EXPECT_THAT(ran.err,
+               testing::MatchesRegex("rtrie: engine \"patricia\" has no op \"next\": engines that have it are "
+                                     "[a-z, -]*patricia-compact[a-z, -]*\n"));
+   EXPECT_EQ(2, ran.status);
 }
 
 TEST_F(Lookup, textIsTheDefaultAndHasThePayload) {
@@ -274,8 +316,8 @@ TEST_F(Lookup, badUsageIsOneLine) {
       EXPECT_EQ(2, ran.status);
       return ran.err;
    };
-   EXPECT_EQ("rtrie: unknown engine \"radix\": known are patricia, patricia-compact\n", usage({"--engine", "radix"}));
-   EXPECT_EQ("rtrie: unknown op \"nearest\": known are match, exact, parent, longer\n", usage({"--op", "nearest"}));
+   EXPECT_EQ("rtrie: unknown engine \"radix\": known are " + namesOf(engines()) + "\n", usage({"--engine", "radix"}));
+   EXPECT_EQ("rtrie: unknown op \"nearest\": known are " + namesOf(ops()) + "\n", usage({"--op", "nearest"}));
    EXPECT_EQ("rtrie: unknown format \"xml\": known are text, tsv, json\n", usage({"--format", "xml"}));
    EXPECT_THAT(usage({"--colour"}), HasSubstr("--colour"));
    EXPECT_THAT(usage({"--op"}), HasSubstr("--op"));

@@ -1,6 +1,7 @@
 // Op: what each asks of a table, and engines that lack it.
 #include "tools/rtrie/Op.h"
 
+#include <sstream>
 #include <stdexcept>
 
 #include "Support.h"
@@ -31,6 +32,13 @@ class AllAnswers final : public OneRoute {
   public:
    Prefix parent(const Prefix& query) const override { return longestMatch(query); }
    bool longerPresent(const Prefix&) const override { return true; }
+   void covering(const Prefix& query, const Visit& visit) const override { visit(longestMatch(query)); }
+   void subtree(const Prefix& query, const Visit& visit) const override { visit(query); }
+   void children(const Prefix&, const Visit&) const override {}
+   Prefix next(const Prefix& query) const override { return query; }
+   std::optional<std::string_view> payload(const Prefix&) const override { return "payload"; }
+   void dump(const Corvid::Ptr<const Keel::DumpContext>&) const override {}
+   void dumpTree(std::ostream&) const override {}
 };
 
 constexpr Engine testEngines[] = {
@@ -56,11 +64,23 @@ std::string faultOf(std::string_view op, const Engine& engine, std::span<const E
 TEST(Questions, followFromWhatIsOverridden) {
    static_assert(answeredBy<OneRoute>() == Questions::longestMatch);
    static_assert(answeredBy<AllAnswers>() ==
-                 (Questions::parent | Questions::longerPresent | Questions::longestMatch));
+                 (Questions::longestMatch | Questions::parent | Questions::longerPresent | Questions::covering |
+                  Questions::subtree | Questions::children | Questions::next | Questions::payload | Questions::dump |
+                  Questions::dumpTree));
    static_assert(includes(answeredBy<AllAnswers>(), Questions::parent));
    static_assert(!includes(answeredBy<OneRoute>(), Questions::parent));
-   EXPECT_THROW(OneRoute().parent({}), std::logic_error);
-   EXPECT_THROW(OneRoute().longerPresent({}), std::logic_error);
+   const OneRoute table;
+   const auto none = [](const Corenet::IpGenPrefix&) {};
+   EXPECT_THROW(table.parent({}), std::logic_error);
+   EXPECT_THROW(table.longerPresent({}), std::logic_error);
+   EXPECT_THROW(table.covering({}, none), std::logic_error);
+   EXPECT_THROW(table.subtree({}, none), std::logic_error);
+   EXPECT_THROW(table.children({}, none), std::logic_error);
+   EXPECT_THROW(table.next({}), std::logic_error);
+   EXPECT_THROW(table.payload({}), std::logic_error);
+   EXPECT_THROW(table.dump(nullptr), std::logic_error);
+   std::ostringstream out;
+   EXPECT_THROW(table.dumpTree(out), std::logic_error);
 }
 
 TEST(Op, asksTheTable) {
@@ -72,6 +92,10 @@ TEST(Op, asksTheTable) {
    EXPECT_FALSE(asked("exact", OneRoute(), "0.0.0.0/0").yes);
    EXPECT_TRUE(asked("longer", AllAnswers(), "10.1.0.0/16").yes);
    EXPECT_THAT(asked("parent", AllAnswers(), "10.1.0.0/16").routes, testing::IsEmpty());
+   EXPECT_THAT(asked("covering", AllAnswers(), "10.1.0.0/16").routes, testing::IsEmpty());
+   EXPECT_THAT(asked("children", AllAnswers(), "10.1.0.0/16").routes, testing::IsEmpty());
+   EXPECT_THAT(asked("subtree", AllAnswers(), "10.1.0.0/16").routes, testing::ElementsAre(prefix("10.1.0.0/16")));
+   EXPECT_THAT(asked("next", AllAnswers(), "10.1.0.0/16").routes, testing::ElementsAre(prefix("10.1.0.0/16")));
 }
 
 TEST(Op, unknownOnesAndThoseThatAnEngineLacks) {

@@ -6,6 +6,7 @@
 
 #include "Support.h"
 #include "tools/rtrie/Errors.h"
+#include "tools/rtrie/OutputStream.h"
 
 namespace Rtrie {
 namespace {
@@ -51,6 +52,26 @@ TEST(Output, aFullDeviceIsAFault) {
    } catch (const DataError& fault) {
       EXPECT_STREQ("cannot write the output: No space left on device", fault.what());
    }
+   close(full);
+}
+
+TEST_F(OutputTest, asAStream) {
+   Output output(descriptor_);
+   OutputStream stream(output);
+   stream << "a" << 1 << std::hex << 255 << ' ' << std::endl;
+   EXPECT_EQ("", Support::contentOf(path_)) << "a stream's flush is not the output's";
+   output.flush();
+   EXPECT_EQ("a1ff \n", Support::contentOf(path_));
+   stream << std::string(1 << 16, 'x');
+   EXPECT_EQ(6u + (1 << 16), Support::contentOf(path_).size()) << "written once there is enough";
+}
+
+TEST(Output, aStreamToAFullDeviceIsAFault) {
+   const int full = open("/dev/full", O_WRONLY);
+   ASSERT_GE(full, 0);
+   Output output(full);
+   OutputStream stream(output);
+   EXPECT_THROW(stream << std::string(1 << 16, 'x'), DataError);
    close(full);
 }
 

@@ -30,8 +30,8 @@ struct LookupOptions {
 // Answers one query after the other, and counts those that it could not.
 class Lookup {
   public:
-   Lookup(const Engine& engine, const Op& op, const RouteSet& routes, AnswerWriter& writer)
-      : engine_(engine), op_(op), routes_(routes), tables_(engine, routes), writer_(writer) {}
+   Lookup(const Engine& engine, const Op& op, const RouteSet& routes, const TableSet& tables, AnswerWriter& writer)
+      : engine_(engine), op_(op), routes_(routes), tables_(tables), writer_(writer) {}
 
    // lineNumber: of the query in standard input, 0 if it is an argument.
    void query(std::string_view text, U64 lineNumber) {
@@ -64,7 +64,7 @@ class Lookup {
    const Engine& engine_;
    const Op& op_;
    const RouteSet& routes_;
-   TableSet tables_;
+   const TableSet& tables_;
    AnswerWriter& writer_;
    Answer answer_;
    U64 faults_ = 0;
@@ -94,8 +94,10 @@ ExitStatus run(const LookupOptions& options) {
    RouteSet routes;
    const auto report = loadTables(options.table.tables, options.table.strict, routes);
    Output output(STDOUT_FILENO);
-   const auto writer = format.writer(output, routes, op);
-   Lookup lookup(engine, op, routes, *writer);
+   const TableSet tables(engine, routes);
+   const auto writer = format.writer(
+      output, [&](const Corenet::IpGenPrefix& route) { return tables.payload(route); }, op);
+   Lookup lookup(engine, op, routes, tables, *writer);
    for (const std::string& query : options.queries) {
       lookup.query(query, 0);
    }

@@ -1,5 +1,7 @@
 #include "tools/rtrie/engines/PatriciaTable.h"
 
+#include "tools/rtrie/engines/RouteVisitor.h"
+
 namespace Rtrie {
 namespace {
 
@@ -14,10 +16,9 @@ RouteTable::Prefix parentOrNone(const RouteTable::Prefix& found) {
 
 }  // namespace
 
-PatriciaTable::PatriciaTable(Corenet::AddressFamily af) : trie_(Routing::patriciaTrieFactory(af, false)) {}
+PatriciaTable::PatriciaTable(Corenet::AddressFamily af)
+   : PatriciaTrieTable(Routing::patriciaTrieFactory(af, false)) {}
 void PatriciaTable::routeIs(const Prefix& route) { trie_->updateRoute(route, nullptr); }
-U64 PatriciaTable::routes() const { return trie_->routes(); }
-U64 PatriciaTable::nodes() const { return static_cast<U64>(trie_->nodes()); }
 RouteTable::Prefix PatriciaTable::longestMatch(const Prefix& query) const {
    return trie_->longestMatchCommon(query, nullptr, nullptr);
 }
@@ -25,14 +26,18 @@ RouteTable::Prefix PatriciaTable::parent(const Prefix& query) const {
    return parentOrNone(trie_->findParentCommon(query, nullptr, nullptr));
 }
 bool PatriciaTable::longerPresent(const Prefix& query) const { return trie_->longerRoutePresentCommon(query); }
+void PatriciaTable::subtree(const Prefix& query, const Visit& visit) const {
+   trie_->preOrderWalk(query, Corvid::ptrIsImpl<GenVisitor>(query, visit).get());
+}
+void PatriciaTable::children(const Prefix& query, const Visit& visit) const {
+   trie_->findImmediateChildren(query, Corvid::ptrIsImpl<GenVisitor>(query, visit).get());
+}
 
 CompactPatriciaTable::CompactPatriciaTable(Corenet::AddressFamily af)
-   : trie_(Routing::patriciaTrieFactory(af, true)) {}
+   : PatriciaTrieTable(Routing::patriciaTrieFactory(af, true)) {}
 void CompactPatriciaTable::routeIs(const Prefix& route) {
    trie_->updateRouteCompact(CompactIpPrefix(route), nullptr);
 }
-U64 CompactPatriciaTable::routes() const { return trie_->routes(); }
-U64 CompactPatriciaTable::nodes() const { return static_cast<U64>(trie_->nodes()); }
 RouteTable::Prefix CompactPatriciaTable::longestMatch(const Prefix& query) const {
    return trie_->longestMatchCommonCompact(CompactIpPrefix(query), nullptr, nullptr).genPrefix();
 }
@@ -41,6 +46,16 @@ RouteTable::Prefix CompactPatriciaTable::parent(const Prefix& query) const {
 }
 bool CompactPatriciaTable::longerPresent(const Prefix& query) const {
    return trie_->longerRoutePresentCommonCompact(CompactIpPrefix(query));
+}
+void CompactPatriciaTable::subtree(const Prefix& query, const Visit& visit) const {
+   trie_->preOrderWalkCompact(CompactIpPrefix(query), Corvid::ptrIsImpl<CompactVisitor>(query, visit).get());
+}
+void CompactPatriciaTable::children(const Prefix& query, const Visit& visit) const {
+   trie_->findImmediateChildrenCompact(CompactIpPrefix(query), Corvid::ptrIsImpl<CompactVisitor>(query, visit).get());
+}
+RouteTable::Prefix CompactPatriciaTable::next(const Prefix& query) const {
+   const auto found = trie_->getNext(CompactIpPrefix(query));
+   return found == CompactIpPrefix::getNull(trie_->af()) ? Prefix() : found.genPrefix();
 }
 
 }  // namespace Rtrie

@@ -1,5 +1,5 @@
 // PatriciaTable: the Patricia trie as an engine of rtrie. CompactPatriciaTable is the same trie through its
-// compact calls, which on IPv6 are another class of node.
+// compact calls, which on IPv6 are another class of node, and which alone know the next route.
 //
 // Tested by tests/tools/rtrie/EngineTest.cpp.
 #pragma once
@@ -9,34 +9,45 @@
 
 namespace Rtrie {
 
-class PatriciaTable final : public RouteTable {
+// What needs no prefix, and so is one for both.
+class PatriciaTrieTable : public RouteTable {
+  public:
+   U64 routes() const override { return trie_->routes(); }
+   U64 nodes() const override { return static_cast<U64>(trie_->nodes()); }
+   Corvid::Node& object() const override { return *trie_; }
+   void dump(const Corvid::Ptr<const Keel::DumpContext>& context) const override { trie_->dumpState(context, 0); }
+   void dumpTree(std::ostream& out) const override { Routing::dumpTree(out, trie_->root(), 0, trie_->paf()); }
+
+  protected:
+   explicit PatriciaTrieTable(Corvid::Ptr<Routing::PatriciaTrie> trie) : trie_(std::move(trie)) {}
+
+   const Corvid::Ptr<Routing::PatriciaTrie> trie_;
+};
+
+class PatriciaTable final : public PatriciaTrieTable {
   public:
    explicit PatriciaTable(Corenet::AddressFamily af);
    void routeIs(const Prefix& route) override;
-   U64 routes() const override;
-   U64 nodes() const override;
-   Corvid::Node& object() const override { return *trie_; }
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
    bool longerPresent(const Prefix& query) const override;
-
-  private:
-   Corvid::Ptr<Routing::PatriciaTrie> trie_;
+   void subtree(const Prefix& query, const Visit& visit) const override;
+   void children(const Prefix& query, const Visit& visit) const override;
 };
 
-class CompactPatriciaTable final : public RouteTable {
+class CompactPatriciaTable : public PatriciaTrieTable {
   public:
    explicit CompactPatriciaTable(Corenet::AddressFamily af);
    void routeIs(const Prefix& route) override;
-   U64 routes() const override;
-   U64 nodes() const override;
-   Corvid::Node& object() const override { return *trie_; }
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
    bool longerPresent(const Prefix& query) const override;
+   void subtree(const Prefix& query, const Visit& visit) const override;
+   void children(const Prefix& query, const Visit& visit) const override;
+   Prefix next(const Prefix& query) const override;
 
-  private:
-   Corvid::Ptr<Routing::PatriciaTrie> trie_;
+  protected:
+   using PatriciaTrieTable::PatriciaTrieTable;
 };
 
 }  // namespace Rtrie

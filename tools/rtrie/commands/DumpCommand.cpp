@@ -1,0 +1,66 @@
+#include "tools/rtrie/commands/DumpCommand.h"
+
+#include <unistd.h>
+
+#include <memory>
+
+#include "platform/Keel/DumpContext.h"
+#include "tools/rtrie/Engine.h"
+#include "tools/rtrie/OutputStream.h"
+#include "tools/rtrie/Registry.h"
+#include "tools/rtrie/TableLoader.h"
+#include "tools/rtrie/TableSet.h"
+
+namespace Rtrie {
+namespace {
+
+struct DumpOptions {
+   TableOptions table;
+   bool verbose = false;
+   bool tree = false;
+   U32 limit = Keel::DumpContext::defaultListLimit;
+};
+
+ExitStatus run(const DumpOptions& options) {
+   options.table.check();
+   const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
+   requireAnswers(engine, options.tree ? Questions::dumpTree : Questions::dump, options.tree ? "dump --tree" : "dump",
+                  engines());
+   RouteSet routes;
+   const auto report = loadTables(options.table.tables, options.table.strict, routes);
+   const TableSet tables(engine, routes);
+   Output output(STDOUT_FILENO);
+   OutputStream stream(output);
+   const auto context = Keel::dumpContextFactory(stream);
+   context->verbosityIs(options.verbose ? Keel::DumpContext::verbose : 0);
+   context->listLimitIs(options.limit);
+   for (const auto af : families) {
+      if (const auto& table = tables.of(af).table) {
+         if (options.tree) {
+            table->dumpTree(stream);
+         } else {
+            table->dump(context);
+         }
+      }
+   }
+   output.flush();
+   return report.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
+}
+
+}  // namespace
+
+Run addDump(CLI::App& app) {
+   auto options = std::make_shared<DumpOptions>();
+   options->table.addTo(app);
+   app.add_flag("--verbose", options->verbose, "All entries of every list, whatever the limit");
+   app.add_option("--limit", options->limit, "The most entries that a list may show")
+      ->type_name("N")
+      ->capture_default_str();
+   app.add_flag("--tree", options->tree, "The tree of nodes with their keys and bits, instead of the list of routes")
+      ->excludes("--verbose", "--limit");
+   app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
+              helpSection("Example", "  rtrie dump --table routes.txt --limit 20"));
+   return [options] { return run(*options); };
+}
+
+}  // namespace Rtrie

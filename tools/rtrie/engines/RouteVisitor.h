@@ -1,0 +1,39 @@
+// RouteVisitor: the callback of a trie's walks that hands on the routes under a query.
+//
+// Tested by tests/tools/rtrie/EngineTest.cpp.
+#pragma once
+
+#include "tools/rtrie/AddressNumber.h"
+#include "tools/rtrie/RouteTable.h"
+#include "trie/PatriciaTrieWalkCb.h"
+
+namespace Rtrie {
+
+inline const Corenet::IpGenPrefix& genPrefixOf(const Corenet::IpGenPrefix& prefix) { return prefix; }
+inline Corenet::IpGenPrefix genPrefixOf(const Corenet::CompactIpPrefix& prefix) { return prefix.genPrefix(); }
+
+// A walk that has no node for its prefix begins above, and so reports routes elsewhere, too. They are left out; and as
+// no route is shorter than the query, nothing beneath such a route is the query's either, and the walk is pruned there.
+template <class Callback, class PrefixType>
+class RouteVisitor final : public Callback {
+  public:
+   RouteVisitor(const RouteTable::Prefix& query, const RouteTable::Visit& visit) : query_(query), visit_(visit) {}
+
+   bool handlePrefixData(const PrefixType& p, const Routing::PrefixData*) override {
+      const RouteTable::Prefix& route = genPrefixOf(p);
+      const bool isCovered = covers(query_, route);
+      if (isCovered) {
+         visit_(route);
+      }
+      return isCovered;
+   }
+
+  private:
+   const RouteTable::Prefix query_;
+   const RouteTable::Visit& visit_;
+};
+
+using GenVisitor = RouteVisitor<Routing::PatriciaTrieWalkCb, Corenet::IpGenPrefix>;
+using CompactVisitor = RouteVisitor<Routing::PatriciaTrieCompactWalkCb, Corenet::CompactIpPrefix>;
+
+}  // namespace Rtrie
