@@ -11,8 +11,8 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <type_traits>
-#include <vector>
 
 #include "platform/Corvid/Assert.h"
 #include "platform/Types.h"
@@ -61,14 +61,16 @@ struct Query {
    Corenet::AddressBits<width> bits;
 };
 
-// The nodes that a locate walked, the start node first.
+// The nodes that a locate walked, the start node first. Keys get longer on the way down, so there is room for any path
+// in place, and recording one allocates nothing.
 class PatriciaTrieWalkedPrefixCb {
   public:
-   void nodeIs(PatriciaTrieNode* node) { nodes_.push_back(node); }
-   const std::vector<PatriciaTrieNode*>& nodes() const noexcept { return nodes_; }
+   void nodeIs(PatriciaTrieNode* node) noexcept { nodes_[count_++] = node; }
+   std::span<PatriciaTrieNode* const> nodes() const noexcept { return {nodes_, count_}; }
 
   private:
-   std::vector<PatriciaTrieNode*> nodes_;
+   PatriciaTrieNode* nodes_[PatriciaTrieImpl::PatriciaTrieV6NodeBase::width + 1];  // the first count_ are set
+   std::size_t count_ = 0;
 };
 
 // Where in the tree the prefix lies, by the nodes' keys alone: the first node whose key the prefix covers, or else the

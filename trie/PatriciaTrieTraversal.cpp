@@ -1,6 +1,7 @@
 // Stepping through a PatriciaTrie without a callback and without an iterator: the next route after any prefix, and the
 // black lengths of the node that holds one.
 // Tested by tests/trie/PatriciaTrieTraversalTest.cpp.
+#include <span>
 #include <type_traits>
 
 #include "platform/Corvid/Assert.h"
@@ -40,7 +41,7 @@ Place<NodeClass> firstAfter(NodeClass* node, Corenet::AddressBits<NodeClass::wid
 }
 
 // The right link of the nearest node that `path` left by its left link; null if it left none so.
-PatriciaTrieNode* rightOfPath(const std::vector<PatriciaTrieNode*>& path) {
+PatriciaTrieNode* rightOfPath(std::span<PatriciaTrieNode* const> path) {
    for (std::size_t i = path.size(); i > 1; --i) {
       if (path[i - 2]->right_ != path[i - 1]) {
          return path[i - 2]->right_;
@@ -49,13 +50,31 @@ PatriciaTrieNode* rightOfPath(const std::vector<PatriciaTrieNode*>& path) {
    return nullptr;
 }
 
+// The length of a prefix in the order of routes, in which a null prefix comes before all.
+U32 orderedLength(const Corenet::CompactIpPrefix& prefix) {
+   constexpr U32 nullLength = 255;
+   const U32 length = prefix.len();
+   return length == nullLength ? 0 : length;
+}
+
+// The node where a prefix lies, for the callers that may not ask about one that lies at none. A compiler may take it that
+// they do not, so the fault is made certain.
+template <RoutePrefix PrefixType>
+PatriciaTrieNode& nodeOf(const PatriciaTrie& trie, const PrefixType& prefix) {
+   PatriciaTrieNode* node = lpmNodeImpl(trie, trie.root(), prefix, nullptr);
+   if (node == nullptr) {
+      __builtin_trap();
+   }
+   return *node;
+}
+
 }  // namespace
 
 bool PatriciaTrie::getNextImpl(PatriciaTrieNode* node, const Corenet::CompactIpPrefix& prefix,
                                Corenet::CompactIpPrefix& next) const {
    return nodeClassVisit<NodePicker>(paf_, [&]<class NodeClass>(std::type_identity<NodeClass>) {
       const auto found =
-         firstAfter(static_cast<NodeClass*>(node), prefix.bits<NodeClass::width>(), U32{prefix.len()});
+         firstAfter(static_cast<NodeClass*>(node), prefix.bits<NodeClass::width>(), orderedLength(prefix));
       if (found.node == nullptr) {
          return false;
       }
@@ -69,12 +88,12 @@ Corenet::CompactIpPrefix PatriciaTrie::getNext(const Corenet::CompactIpPrefix& p
    if (root_ == nullptr) {
       return Corenet::CompactIpPrefix::getNull(af_);
    }
-   const U32 length = prefix.len();
+   const U32 length = orderedLength(prefix);
    PatriciaTrieWalkedPrefixCb path;
-   PatriciaTrieNode* node = lpmNodeImpl(*this, root_, prefix, &path);
+   PatriciaTrieNode* node = length == 0 ? nullptr : lpmNodeImpl(*this, root_, prefix, &path);
    if (node == nullptr) {
       node = root_;
-   } else if (length != 0 && node->black(length, paf_)) {
+   } else if (node->black(length, paf_)) {
       if (const U32 longer = node->nextBlack(length, paf_); longer != 0) {
          return getSubnetFromNode<Corenet::CompactIpPrefix>(node, paf_, longer);
       }
@@ -89,22 +108,22 @@ Corenet::CompactIpPrefix PatriciaTrie::getNext(const Corenet::CompactIpPrefix& p
 
 U32 PatriciaTrie::getFirstBlack(const Corenet::IpGenPrefix& subtreeRoot) {
    ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Compact());
-   return lpmNodeImpl(*this, root_, subtreeRoot, nullptr)->firstBlack(paf_);
+   return nodeOf(*this, subtreeRoot).firstBlack(paf_);
 }
 
 U32 PatriciaTrie::getNextBlack(const Corenet::IpGenPrefix& subtreeRoot, U32 i) {
    ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Compact());
-   return lpmNodeImpl(*this, root_, subtreeRoot, nullptr)->nextBlack(i, paf_);
+   return nodeOf(*this, subtreeRoot).nextBlack(i, paf_);
 }
 
 U32 PatriciaTrie::getFirstBlackCompact(const Corenet::CompactIpPrefix& subtreeRoot) {
    ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Legacy());
-   return lpmNodeImpl(*this, root_, subtreeRoot, nullptr)->firstBlack(paf_);
+   return nodeOf(*this, subtreeRoot).firstBlack(paf_);
 }
 
 U32 PatriciaTrie::getNextBlackCompact(const Corenet::CompactIpPrefix& subtreeRoot, U32 i) {
    ROUTETRIE_ASSERT(paf() != nodeTypeIpv6Legacy());
-   return lpmNodeImpl(*this, root_, subtreeRoot, nullptr)->nextBlack(i, paf_);
+   return nodeOf(*this, subtreeRoot).nextBlack(i, paf_);
 }
 
 }  // namespace Routing

@@ -49,6 +49,13 @@ TYPED_TEST(PatriciaTrieNext, nullAndZeroLengthComeBeforeTheFirstRoute) {
    EXPECT_EQ(this->c("10.0.0.0/8"), this->trie->getNext(CompactIpPrefix()));
 }
 
+// What a step gives at the end is where the next round begins.
+TYPED_TEST(PatriciaTrieNext, theNullPrefixOfTheFamilyComesBeforeTheFirstRouteToo) {
+   this->run({"0.0.0.0/1", "10.0.0.0/8"});
+   EXPECT_EQ(this->c("0.0.0.0/1"), this->trie->getNext(this->end()));
+   EXPECT_EQ(this->c("0.0.0.0/1"), this->next("0.0.0.0/0"));
+}
+
 TYPED_TEST(PatriciaTrieNext, stepsThroughNestedAndNeighbouringRoutes) {
    this->run({"10.0.0.0/8", "10.0.0.0/16", "10.1.0.0/16"});
    EXPECT_EQ(this->c("10.0.0.0/16"), this->next("10.0.0.0/8"));
