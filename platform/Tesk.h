@@ -3,6 +3,7 @@
 
 #include "platform/Tesk/AllocTrack.h"
 #include "platform/Tesk/CharRange.h"
+#include "platform/Tesk/GenericIfImpl.h"
 #include "platform/Tesk/HashHelper.h"
 #include "platform/Tesk/HashMap2018.h"
 #include "platform/Tesk/Module.h"

@@ -56,7 +56,11 @@ void TrieCompact::notifyChangedRoute(const CompactIpPrefix& prefix) {
 bool TrieCompact::route(const CompactIpPrefix& prefix) const { return longestMatch(prefix) == prefix; }
 
 CompactIpPrefix TrieCompact::longestMatch(const CompactIpPrefix& prefix) const {
-   return CompactFace::answered(longestMatchCommonCompact(prefix, nullptr, nullptr), prefix.af());
+   const CompactIpPrefix found = longestMatchCommonCompact(prefix, nullptr, nullptr);
+   // Here, so that the fault names the operation that was called.
+   ROUTETRIE_ASSERT(!found.isNull() || prefix.af() != Corenet::AddressFamily::none,
+                    "false && \"Unhandled af in longestMatch\"");
+   return CompactFace::answered(found, prefix.af());
 }
 
 void TrieCompact::longestMatchBulk(std::span<const CompactIpPrefix> prefixes,

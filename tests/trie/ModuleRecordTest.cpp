@@ -19,7 +19,11 @@
 #include "trie/Ipv6TrieRouteModule.h"
 #include "trie/PatriciaTrieDataModule.h"
 #include "trie/PatriciaTrieModule.h"
+#include "trie/Trie6Module.h"
+#include "trie/TrieCompactModule.h"
+#include "trie/TrieGenModule.h"
 #include "trie/TrieModule.h"
+#include "trie/TrieWalkPrefixModule.h"
 
 namespace {
 
@@ -37,6 +41,10 @@ const Record records[] = {
    RECORD(_Ipv6Trie_49b08d217c477b09_teskModule),
    RECORD(_Ipv6TrieRoute_a7017bad99aaa188_teskModule),
    RECORD(_Trie_592af94aa7c357bd_teskModule),
+   RECORD(_Trie6_1ac275be1db58207_teskModule),
+   RECORD(_TrieCompact_5440f3a2dc7affb3_teskModule),
+   RECORD(_TrieGen_7a6fe44fbc33ae9a_teskModule),
+   RECORD(_TrieWalkPrefix_5da68c166fcc9479_teskModule),
    RECORD(_PatriciaTrie_32e6140574244a09_teskModule),
    RECORD(_PatriciaTrieData_936c190e48e66e7c_teskModule),
    RECORD(_Vrf_c40b97e2135fd868_teskModule),

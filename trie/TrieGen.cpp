@@ -1,0 +1,232 @@
+#include "trie/TrieGen.h"
+
+#include "platform/BriskTrace/BriskTrace.h"
+#include "platform/Corvid/Assert.h"
+#include "trie/TrieGenTrace.h"
+
+namespace Routing {
+
+using Corenet::AddressFamily;
+using Corenet::IpGenPrefix;
+
+Tesk::AllocTrackTypeInfo* TrieGen::memAllocationTracker_ = nullptr;
+
+namespace {
+
+enum Published : Corvid::FieldId {
+   changedRouteId = 140,
+   routeUpdatedId = 143,
+   trie4Id = 144,
+   trie6Id = 145,
+   cb4Id = 146,
+   cb6Id = 147,
+   initializeId = 148,
+   defaultRoutePresentId = 151,
+};
+
+}  // namespace
+
+TrieGen::TrieGen(const Corvid::String& name, AddressFamily af) : af_(af), name_(name) { handleInitialize(); }
+
+TrieGen::~TrieGen() {
+   nodeFlagSet(Corvid::nodeFlagAlive, false);
+   cb4Del();
+   cb6Del();
+}
+
+Corvid::Ptr<TrieGen> TrieGen::TrieGenIs(const Corvid::String& name, AddressFamily af) {
+   return Corvid::ptrIsImpl<TrieGen>(name, af);
+}
+
+Corvid::Ptr<TrieGen> trieGenFactory(const Corvid::String& name, AddressFamily af) {
+   return TrieGen::TrieGenIs(name, af);
+}
+
+Corvid::Publisher* TrieGen::publisher() const { return &publisher_; }
+
+//--- attributes ---
+
+void TrieGen::changedRouteIs(const IpGenPrefix& p) { publisher_.attributeIs(changedRouteId, changedRoute_, p); }
+
+void TrieGen::routeUpdatedIs(bool value) { publisher_.attributeIs(routeUpdatedId, routeUpdated_, value); }
+
+void TrieGen::trie4Is(const Corvid::Ptr<Trie>& trie) { publisher_.attributeIs(trie4Id, trie4_, trie); }
+
+void TrieGen::trie6Is(const Corvid::Ptr<Routing6::Trie>& trie) { publisher_.attributeIs(trie6Id, trie6_, trie); }
+
+void TrieGen::initializeIs(bool value) { publisher_.attributeIs(initializeId, initialize_, value); }
+
+void TrieGen::defaultRoutePresentIs(bool value) {
+   publisher_.attributeIs(defaultRoutePresentId, defaultRoutePresent_, value);
+}
+
+namespace {
+
+template <class T>
+Corvid::Ptr<T> adapterIs(Corvid::Publisher& publisher, Corvid::FieldId id, Corvid::Ptr<T>& adapter) {
+   if (!adapter) {
+      publisher.attributeIs(id, adapter, Corvid::ptrIsImpl<T>());
+   }
+   return adapter;
+}
+
+template <class T>
+Corvid::Ptr<T> adapterDel(Corvid::Publisher& publisher, Corvid::FieldId id, Corvid::Ptr<T>& adapter) {
+   const Corvid::Ptr<T> taken = adapter;
+   publisher.attributeIs(id, adapter, Corvid::Ptr<T>());
+   return taken;
+}
+
+}  // namespace
+
+Corvid::Ptr<TrieWalkCallback4> TrieGen::cb4Is() { return adapterIs(publisher_, cb4Id, cb4_); }
+
+Corvid::Ptr<TrieWalkCallback4> TrieGen::cb4Del() { return adapterDel(publisher_, cb4Id, cb4_); }
+
+Corvid::Ptr<TrieWalkCallback6> TrieGen::cb6Is() { return adapterIs(publisher_, cb6Id, cb6_); }
+
+Corvid::Ptr<TrieWalkCallback6> TrieGen::cb6Del() { return adapterDel(publisher_, cb6Id, cb6_); }
+
+void TrieGen::handleInitialize() {
+   ROUTETRIE_TRACE(trieGenTrace, 8) << __PRETTY_FUNCTION__ << "Address Family is " << af_;
+   // The line says V4 for both families: whoever follows the trace counts on one text for an engine that is made.
+   if (af_ == Corenet::ipv4()) {
+      ROUTETRIE_TRACE(trieGenTrace, 8) << "Initializing V4 Trie";
+      trie4Is(trieFactory());
+   } else if (af_ == Corenet::ipv6()) {
+      ROUTETRIE_TRACE(trieGenTrace, 8) << "Initializing V4 Trie";
+      trie6Is(Routing6::trieFactory());
+   }
+   cb4Is();
+   cb6Is();
+}
+
+//--- changing routes ---
+
+void TrieGen::routeIs(const IpGenPrefix& p, bool) {
+   ROUTETRIE_TRACE(trieGenTrace, 8) << __PRETTY_FUNCTION__ << "( " << p << " )";
+   ROUTETRIE_TIME_BLOCK("TrieGen");
+   ROUTETRIE_ASSERT(p.af() == af());
+   const Corvid::Ptr<TrieGen> held(this);  // a watcher may drop the last other reference
+   const bool isPresent = route(p);
+   routeUpdatedIs(isPresent);
+   if (!isPresent) {
+      if (af_ == Corenet::ipv4()) {
+         trie4_->routeIs(p.v4Prefix(), true);
+         defaultRoutePresentIs(trie4_->defaultRoutePresent());
+      } else if (af_ == Corenet::ipv6()) {
+         trie6_->routeIs(p.v6Prefix(), true);
+         defaultRoutePresentIs(trie6_->defaultRoutePresent());
+      }
+   }
+   notifyChangedRoute(p);
+}
+
+bool TrieGen::routeDel(const IpGenPrefix& p) {
+   ROUTETRIE_TRACE(trieGenTrace, 8) << __PRETTY_FUNCTION__ << "( " << p << " )";
+   ROUTETRIE_ASSERT(p.af() == af());
+   const Corvid::Ptr<TrieGen> held(this);
+   routeUpdatedIs(false);
+   bool wasThere = false;
+   if (af_ == Corenet::ipv4()) {
+      wasThere = trie4_->routeDel(p.v4Prefix());
+      defaultRoutePresentIs(trie4_->defaultRoutePresent());
+   } else if (af_ == Corenet::ipv6()) {
+      wasThere = trie6_->routeDel(p.v6Prefix());
+      defaultRoutePresentIs(trie6_->defaultRoutePresent());
+   }
+   notifyChangedRoute(p);
+   return wasThere;
+}
+
+void TrieGen::notifyChangedRoute(const IpGenPrefix& p) {
+   const Corvid::Ptr<TrieGen> held(this);
+   publisher_.pulse(changedRouteId, changedRoute_, p, IpGenPrefix());
+}
+
+//--- looking routes up ---
+
+bool TrieGen::route(const IpGenPrefix& p) const {
+   ROUTETRIE_TRACE(trieGenTrace, 8) << __PRETTY_FUNCTION__ << "( " << p << " )";
+   return p.af() == af_ && longestMatch(p) == p;
+}
+
+IpGenPrefix TrieGen::longestMatch(const IpGenPrefix& p) const {
+   ROUTETRIE_TRACE(trieGenTrace, 8) << __PRETTY_FUNCTION__ << "( " << p << " )";
+   ROUTETRIE_TIME_BLOCK("TrieGen");
+   ROUTETRIE_ASSERT(p.af() == af());
+   if (af_ == Corenet::ipv4()) {
+      const Corenet::Prefix found = trie4_->longestMatch(p.v4Prefix());
+      ROUTETRIE_TRACE(trieGenTrace, 8) << "Longest Match returned " << found;
+      if (!found.isNullPrefix()) {
+         return found;
+      }
+   } else if (af_ == Corenet::ipv6()) {
+      const Corenet::Ip6Prefix found = trie6_->longestMatch(p.v6Prefix());
+      ROUTETRIE_TRACE(trieGenTrace, 8) << "Longest Match returned " << found;
+      if (!found.isNullPrefix()) {
+         return found;
+      }
+   }
+   return {};
+}
+
+IpGenPrefix TrieGen::findParent(const IpGenPrefix& p) const {
+   if (p.af() == Corenet::ipv4()) {
+      return trie4_->findParent(p.v4Prefix());
+   }
+   if (p.af() == Corenet::ipv6()) {
+      return trie6_->findParent(p.v6Prefix());
+   }
+   ROUTETRIE_TRACE(trieGenTrace, 0) << __PRETTY_FUNCTION__ << " unknown AF";
+   return Corenet::Prefix::nullPrefix();
+}
+
+bool TrieGen::longerRoutePresent(const IpGenPrefix& p) const {
+   return p.af() == Corenet::ipv4() ? trie4_->longerRoutePresent(p.v4Prefix())
+                                    : trie6_->longerRoutePresent(p.v6Prefix());
+}
+
+bool TrieGen::isDefaultRoutePresent() const {
+   return af_ == Corenet::ipv4()   ? trie4_->isDefaultRoutePresent()
+          : af_ == Corenet::ipv6() ? trie6_->isDefaultRoutePresent()
+                                   : false;
+}
+
+int TrieGen::nodes() const {
+   return af_ == Corenet::ipv4() ? trie4_->nodes() : af_ == Corenet::ipv6() ? trie6_->nodes() : 0;
+}
+
+U32 TrieGen::routes() const {
+   return af_ == Corenet::ipv4() ? trie4_->routes() : af_ == Corenet::ipv6() ? trie6_->routes() : 0;
+}
+
+void TrieGen::preOrderWalk(const IpGenPrefix& subtreeRoot, const Corvid::Ptr<TrieGenWalkCallback>& callback) {
+   if (subtreeRoot.af() == Corenet::ipv4()) {
+      cb4_->currentWalkCallbackIs(callback);
+      trie4_->preOrderWalk(subtreeRoot.v4Prefix(), cb4_);
+      cb4_->currentWalkCallbackIs(nullptr);
+   } else if (subtreeRoot.af() == Corenet::ipv6()) {
+      cb6_->currentWalkCallbackIs(callback);
+      trie6_->preOrderWalk(subtreeRoot, cb6_.get());
+      cb6_->currentWalkCallbackIs(nullptr);
+   }
+}
+
+void TrieGen::doDump() {
+   if (af_ == Corenet::ipv4()) {
+      trie4_->doDump();
+   }
+}
+
+std::string TrieGen::audit() const {
+   if (changedRoute_ != IpGenPrefix()) {
+      return "changedRoute is not at rest";
+   }
+   if ((trie4_ != nullptr) != (af_ == Corenet::ipv4()) || (trie6_ != nullptr) != (af_ == Corenet::ipv6())) {
+      return "the engine is not the family's";
+   }
+   return trie4_ ? trie4_->audit() : trie6_ ? trie6_->audit() : "";
+}
+
+}  // namespace Routing
