@@ -216,6 +216,8 @@ void TrieGen::preOrderWalk(const IpGenPrefix& subtreeRoot, const Corvid::Ptr<Tri
 void TrieGen::doDump() {
    if (af_ == Corenet::ipv4()) {
       trie4_->doDump();
+   } else if (af_ == Corenet::ipv6()) {
+      trie6_->doDump();
    }
 }
 

@@ -24,6 +24,7 @@
 #include "trie/TrieGenModule.h"
 #include "trie/TrieModule.h"
 #include "trie/TrieWalkPrefixModule.h"
+#include "trie/TrieWrapperModule.h"
 
 namespace {
 
@@ -45,6 +46,7 @@ const Record records[] = {
    RECORD(_TrieCompact_5440f3a2dc7affb3_teskModule),
    RECORD(_TrieGen_7a6fe44fbc33ae9a_teskModule),
    RECORD(_TrieWalkPrefix_5da68c166fcc9479_teskModule),
+   RECORD(_TrieWrapper_5c471ef93aaae99a_teskModule),
    RECORD(_PatriciaTrie_32e6140574244a09_teskModule),
    RECORD(_PatriciaTrieData_936c190e48e66e7c_teskModule),
    RECORD(_Vrf_c40b97e2135fd868_teskModule),

@@ -539,14 +539,20 @@ TEST(TrieGenByName, everyField) {
 }
 
 TEST(TrieGenByName, doDumpIsTheEngines) {
-   const auto trie = Routing::trieGenFactory("named", Corenet::ipv4());
-   testing::internal::CaptureStdout();
-   trie->trie4()->doDump();
-   const std::string engines = testing::internal::GetCapturedStdout();
-   testing::internal::CaptureStdout();
-   Inspect::call(*trie, "doDump");
-   EXPECT_EQ(engines, testing::internal::GetCapturedStdout());
-   EXPECT_NE("", engines);
+   const auto outputOf = [](auto dump) {
+      testing::internal::CaptureStdout();
+      dump();
+      return testing::internal::GetCapturedStdout();
+   };
+   const auto trie4 = Routing::trieGenFactory("4", Corenet::ipv4());
+   const auto trie6 = Routing::trieGenFactory("6", Corenet::ipv6());
+   trie6->routeIs(p("2001:db8::/32"), true);
+   const std::string dump4 = outputOf([&] { Inspect::call(*trie4, "doDump"); });
+   const std::string dump6 = outputOf([&] { trie6->doDump(); });
+   EXPECT_EQ(outputOf([&] { trie4->trie4()->doDump(); }), dump4);
+   EXPECT_EQ(outputOf([&] { trie6->trie6()->doDump(); }), dump6);
+   EXPECT_NE("", dump4);
+   EXPECT_NE("", dump6);
 }
 
 TEST(TrieGenMemory, isBackToItsStartWhenTheTrieIsGone) {
