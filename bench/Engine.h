@@ -2,7 +2,7 @@
 // template over the family; to add an engine, write one under engines/ and give it a row in Engines.cpp.
 //
 // Keys and queries are in the engine's own form and are prepared before the clock starts; answers are read in the
-// engine's own form too. What an adapter does not declare of parent, longer, walk and matchBulk is not measured.
+// engine's own form too. What an adapter does not declare beyond Engine is not measured.
 #pragma once
 
 #include <concepts>
@@ -62,10 +62,20 @@ template <class E>
 concept AnswersLonger = requires(const E& asked, const typename E::Key& key) {
    { asked.longer(key) } -> std::same_as<bool>;
 };
+// The route that follows in order; asked only of keys that are routes.
+template <class E>
+concept AnswersNext = requires(E& asked, const typename E::Key& key) {
+   { asked.next(key) } -> std::same_as<typename E::Answer>;
+};
 // Goes over all routes in order, and tells how many there were.
 template <class E>
 concept Walks = requires(const E& asked) {
    { asked.walk() } -> std::same_as<U64>;
+};
+// Deletes the route that was inserted with that id, without a search for it.
+template <class E>
+concept ErasesByHandle = requires(E engine, U32 id) {
+   { engine.eraseHandle(id) } -> std::same_as<bool>;
 };
 template <class E, class F>
 concept AnswersBulk = requires(const E& asked, std::span<const typename E::Query> queries,

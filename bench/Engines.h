@@ -37,6 +37,7 @@ std::span<const EngineRow> engines();
 EngineRow patriciaRow();
 EngineRow patriciaCompactRow();
 EngineRow multibitRow();
+EngineRow intrusiveRow();
 EngineRow stdMapRow();
 EngineRow hashByLengthRow();
 EngineRow rteRibRow();

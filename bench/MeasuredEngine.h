@@ -46,6 +46,8 @@ class MeasuredEngine final : public Measured {
       switch (op) {
          case Op::insert:
          case Op::erase: return work_.routes.size() <= E::mostRoutesForUpdates;
+         case Op::eraseHandle: return ErasesByHandle<E> && work_.routes.size() <= E::mostRoutesForUpdates;
+         case Op::next: return AnswersNext<E>;
          case Op::churn: return work_.routes.size() <= E::mostRoutesForUpdates && !losesRoom<E>;
          case Op::exact: return AnswersExact<E>;
          case Op::parent: return AnswersParent<E>;
@@ -59,7 +61,8 @@ class MeasuredEngine final : public Measured {
    void run(Op op, benchmark::State& state) override {
       switch (op) {
          case Op::insert: return insert(state);
-         case Op::erase: return erase(state);
+         case Op::erase: return erase(state, [this](E& engine, U32 at) { return engine.erase(keys_[at]); });
+         case Op::eraseHandle: return eraseHandle(state);
          case Op::match: return match(state, inside_);
          case Op::matchUniform: return match(state, uniform_);
          case Op::matchChain: return matchChain(state);
@@ -67,6 +70,7 @@ class MeasuredEngine final : public Measured {
          case Op::exact: return exact(state);
          case Op::parent: return parent(state);
          case Op::longer: return longer(state);
+         case Op::next: return next(state);
          case Op::walk: return walk(state);
          case Op::churn: return churn(state);
          case Op::memory: return memory(state);
@@ -128,14 +132,15 @@ class MeasuredEngine final : public Measured {
       opsAre(state, keys_.size());
    }
 
-   void erase(benchmark::State& state) {
+   template <class EraseOne>
+   void erase(benchmark::State& state, EraseOne&& eraseOne) {
       for (auto _ : state) {
          E engine(work_);
          bool ok = insertAll(engine);
          ok &= timed(state, [&] {
             bool all = true;
             for (const U32 at : work_.deleteOrder) {
-               all &= engine.erase(keys_[at]);
+               all &= eraseOne(engine, at);
             }
             return all;
          });
@@ -147,6 +152,12 @@ class MeasuredEngine final : public Measured {
          }
       }
       opsAre(state, keys_.size());
+   }
+
+   void eraseHandle(benchmark::State& state) {
+      if constexpr (ErasesByHandle<E>) {
+         erase(state, [](E& engine, U32 at) { return engine.eraseHandle(at + 1); });
+      }
    }
 
    void churn(benchmark::State& state) {
@@ -241,6 +252,11 @@ class MeasuredEngine final : public Measured {
       }
    }
 
+   void next(benchmark::State& state) {
+      if constexpr (AnswersNext<E>) {
+         inBlocks(state, work_.asked, [&](U32 at) { return E::token(engine_.next(keys_[at])); });
+      }
+   }
    void walk(benchmark::State& state) {
       if constexpr (Walks<E>) {
          for (auto _ : state) {

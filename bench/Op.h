@@ -11,6 +11,7 @@ namespace Bench {
 enum class Op : U8 {
    insert,
    erase,
+   eraseHandle,
    match,
    matchUniform,
    matchChain,
@@ -18,6 +19,7 @@ enum class Op : U8 {
    exact,
    parent,
    longer,
+   next,
    walk,
    churn,
    memory,
@@ -32,6 +34,7 @@ struct OpRow {
 inline constexpr std::array opRows = {
    OpRow{Op::insert, "insert", "all routes in shuffled order into an empty table"},
    OpRow{Op::erase, "delete", "all routes in another order until the table is empty"},
+   OpRow{Op::eraseHandle, "delete_handle", "as delete, by the object that was inserted, of engines that take it"},
    OpRow{Op::match, "match", "longest match of random addresses inside random routes, independent of each other"},
    OpRow{Op::matchUniform, "match_uniform", "the same, of addresses anywhere in the address space"},
    OpRow{Op::matchChain, "match_chain", "as match, but which query comes next depends on the answer before: latency"},
@@ -39,6 +42,7 @@ inline constexpr std::array opRows = {
    OpRow{Op::exact, "exact", "whether a prefix is a route; asked of routes"},
    OpRow{Op::parent, "parent", "the longest shorter route; asked of routes"},
    OpRow{Op::longer, "longer", "whether there is a longer route beneath; asked of routes"},
+   OpRow{Op::next, "next", "the route that follows in order; asked of routes"},
    OpRow{Op::walk, "walk", "all routes of the loaded table in order; time a route"},
    OpRow{Op::churn, "churn", "a route withdrawn from the loaded table and announced again, both together"},
    OpRow{Op::memory, "memory", "bytes a route, once loaded"},

@@ -63,7 +63,7 @@ std::vector<Loaded> load(const Options& options, const Workload<F>& work, const 
 
 // Measures one operation of all engines of a group that offer it.
 void measure(const Options& options, const OpRow& op, std::vector<Loaded>& group, RowName name, Results& results) {
-   const bool hasOwnClock = op.op == Op::insert || op.op == Op::erase;
+   const bool hasOwnClock = op.op == Op::insert || op.op == Op::erase || op.op == Op::eraseHandle;
    benchmark::ClearRegisteredBenchmarks();
    bool any = false;
    for (const auto& [engineName, engine] : group) {

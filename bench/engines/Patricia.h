@@ -77,6 +77,27 @@ class Patricia {
       }
    }
 
+   Answer next(const Key& key) requires std::same_as<PrefixType, Corenet::CompactIpPrefix> {
+      return trie_->getNext(key);
+   }
+   U64 walk() const {
+      struct Count : std::conditional_t<isCompact, Routing::PatriciaTrieCompactWalkCb, Routing::PatriciaTrieWalkCb> {
+         bool handlePrefixData(const PrefixType&, const Routing::PrefixData*) override {
+            ++routes;
+            return true;
+         }
+         U64 routes = 0;
+      };
+      const auto count = Corvid::ptrIsImpl<Count>();
+      const PrefixType all(typename F::Prefix{});
+      if constexpr (isCompact) {
+         trie_->preOrderWalkCompact(all, count.get());
+      } else {
+         trie_->preOrderWalk(all, count.get());
+      }
+      return count->routes;
+   }
+
    static U64 token(const Answer& answer) { return answer.len(); }
    static std::optional<Route<F>> route(const Answer& answer, const Workload<F>&) {
       if (answer.af() == Corenet::AddressFamily::none) {

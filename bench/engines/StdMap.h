@@ -39,6 +39,10 @@ class StdMap : public ByLength<StdMap<F>, F> {
       return next != routes_.end() && route.covers(next->first);
    }
 
+   typename StdMap::Answer next(const Route<F>& route) const {
+      const auto found = routes_.upper_bound(route);
+      return found == routes_.end() ? 0 : found->second;
+   }
    U64 walk() const {
       U64 routes = 0;
       for (const auto& [route, id] : routes_) {

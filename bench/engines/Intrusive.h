@@ -1,0 +1,70 @@
+// Intrusive: the library's intrusive trie as an engine. An insertion makes the route object, too; the object is the handle
+// by which a route can be deleted.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "bench/Engine.h"
+#include "platform/Corenet.h"
+#include "tools/rtrie/TableSet.h"
+#include "trie/Ipv6Trie.h"
+
+namespace Bench {
+
+class Intrusive {
+  public:
+   using Key = Corenet::Ip6Prefix;
+   using Query = Corenet::Ip6Prefix;
+   using Answer = const Sprig::Ipv6TrieRoute*;
+   static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
+
+   explicit Intrusive(const Workload<V6>& work)
+      : bytesBefore_(Rtrie::trackedBytes()), trie_(Sprig::ipv6TrieFactory()) {
+      handles_.resize(work.routes.size() + 1);
+   }
+
+   static Key key(const Route<V6>& route) { return route.prefix(); }
+   static Query query(V6::Bits address) { return Key::cut(address, V6::width); }
+
+   bool insert(const Key& key, U32 id) {
+      auto route = Sprig::ipv6TrieRouteFactory(key);
+      trie_->routeIs(route);
+      handles_[id] = route.get();
+      return true;
+   }
+   bool erase(const Key& key) { return trie_->routeDel(key) != nullptr; }
+   bool eraseHandle(U32 id) {
+      handles_[id]->trieRemove();
+      return true;
+   }
+
+   Answer match(const Query& query) const { return trie_->longestMatch(query); }
+   bool exact(const Key& key) const { return trie_->route(key) != nullptr; }
+   Answer parent(const Key& key) const { return trie_->route(key)->trieNode().parent(); }
+   Answer next(const Key& key) const { return trie_->route(key)->trieNode().next(); }
+   U64 walk() const {
+      U64 routes = 0;
+      for (const auto* route = trie_->trie().first(); route != nullptr; route = route->trieNode().next()) {
+         ++routes;
+      }
+      return routes;
+   }
+
+   static U64 token(Answer answer) { return answer == nullptr ? 0 : answer->prefix().len(); }
+   static std::optional<Route<V6>> route(Answer answer, const Workload<V6>&) {
+      if (answer == nullptr) {
+         return {};
+      }
+      return Route<V6>{answer->prefix().bits(), answer->prefix().len()};
+   }
+
+   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
+
+  private:
+   const U64 bytesBefore_;
+   const Corvid::Ptr<Sprig::Ipv6Trie> trie_;
+   std::vector<Sprig::Ipv6TrieRoute*> handles_;  // by id; held by the trie
+};
+
+}  // namespace Bench
