@@ -109,6 +109,11 @@ class ROUTETRIE_EXPORT NodeBase {
    static NodeBase* parentAt(const NodeBase* const* slot, ParentPtrType type) noexcept;
    NodeBase* parentNode() const noexcept { return parentAt(slot(), parentType()); }
 
+   // The field of a node that is a slot of that type, nodeLeft or nodeRight. By arithmetic: no one can predict a side.
+   static NodeBase** slotOf(NodeBase* node, ParentPtrType type) noexcept {
+      return reinterpret_cast<NodeBase**>(reinterpret_cast<U64>(node) + distanceOf(type));
+   }
+
    // The node's prefix; the null prefix reads as data null and length 0.
    static Corenet::PrefixDataAndLength prefixOf(const NodeBase& node) noexcept;
 
@@ -143,6 +148,19 @@ class ROUTETRIE_EXPORT NodeBase {
 
   protected:
    ~NodeBase() = default;
+
+   // The half of linkChild that is left when `slot` holds nothing that has to be told, and no slot holds the node.
+   static void occupy(NodeBase** slot, ParentPtrType type, NodeBase* node) noexcept {
+      *slot = node;
+      node->parentWord = reinterpret_cast<U64>(slot) | static_cast<U64>(type) | (node->parentWord & internalFlag);
+   }
+
+  private:
+   // Bytes from a node to its slot of the type.
+   static U64 distanceOf(ParentPtrType type) noexcept {
+      static_assert(std::is_standard_layout_v<NodeBase> && offsetof(NodeBase, left) == 0);
+      return U64{type == ParentPtrType::nodeRight} * offsetof(NodeBase, right);
+   }
 };
 
 // What joins two routes that part, owned by the trie. Its size varies with its length.
@@ -232,13 +250,11 @@ class ROUTETRIE_EXPORT UserNode final : public NodeBase<T, HasParentPointers, Di
 template <class T, bool HasParentPointers, int Distinguisher>
 auto NodeBase<T, HasParentPointers, Distinguisher>::parentAt(const NodeBase* const* slot, ParentPtrType type) noexcept
    -> NodeBase* {
-   static_assert(std::is_standard_layout_v<NodeBase> && offsetof(NodeBase, left) == 0);
-   switch (type) {
-      case ParentPtrType::nodeLeft: return reinterpret_cast<NodeBase*>(reinterpret_cast<U64>(slot));
-      case ParentPtrType::nodeRight:
-         return reinterpret_cast<NodeBase*>(reinterpret_cast<U64>(slot) - offsetof(NodeBase, right));
-      case ParentPtrType::trieRoot: return nullptr;
-      case ParentPtrType::none: break;
+   if (type >= ParentPtrType::nodeLeft) {
+      return reinterpret_cast<NodeBase*>(reinterpret_cast<U64>(slot) - distanceOf(type));
+   }
+   if (type == ParentPtrType::trieRoot) {
+      return nullptr;
    }
    trieError();
 }
@@ -271,8 +287,7 @@ void NodeBase<T, HasParentPointers, Distinguisher>::linkChild(NodeBase** slot, P
    if (NodeBase** old = node->slot(); old != nullptr) {
       *old = nullptr;
    }
-   *slot = node;
-   node->parentWord = reinterpret_cast<U64>(slot) | static_cast<U64>(type) | (node->parentWord & internalFlag);
+   occupy(slot, type, node);
 }
 
 template <class T, bool HasParentPointers, int Distinguisher>
@@ -334,33 +349,35 @@ void UserNode<T, HasParentPointers, Distinguisher>::remove() {
    if (!this->isLinked()) {
       trieError();
    }
-   if (this->left != nullptr && this->right != nullptr) {
+   if (this->left == nullptr && this->right == nullptr) {
+      unlinkLeaf();
+   } else if (this->left != nullptr && this->right != nullptr) {
       const auto prefix = Base::prefixOf(*this);
       Base::Internal::make(prefix, prefix.length)->takePlaceOf(*this);
-   } else if (Base* child = this->left != nullptr ? this->left : this->right; child != nullptr) {
-      Base::linkChild(this->slot(), this->parentType(), child);
    } else {
-      unlinkLeaf();
+      Base::linkChild(this->slot(), this->parentType(), this->left != nullptr ? this->left : this->right);
    }
    owner()->decUseImpl();
 }
 
 template <class T, bool HasParentPointers, int Distinguisher>
 void UserNode<T, HasParentPointers, Distinguisher>::unlinkLeaf() {
+   const ParentPtrType type = this->parentType();
    Base* parent = this->parentNode();
-   const bool leavesOne = parent != nullptr && parent->isInternal();
-   Base* sibling = !leavesOne                                      ? nullptr
-                   : this->parentType() == ParentPtrType::nodeLeft ? parent->right
-                                                                   : parent->left;
-   if (leavesOne && sibling == nullptr) {
+   if (parent == nullptr || !parent->isInternal()) {
+      *this->slot() = nullptr;
+      this->parentWord = 0;
+      return;
+   }
+   Base* sibling =
+      *Base::slotOf(parent, type == ParentPtrType::nodeLeft ? ParentPtrType::nodeRight : ParentPtrType::nodeLeft);
+   if (sibling == nullptr) {
       trieError();
    }
-   *this->slot() = nullptr;
    this->parentWord = 0;
-   if (leavesOne) {
-      Base::linkChild(parent->slot(), parent->parentType(), sibling);
-      Base::Internal::destroy(static_cast<typename Base::Internal*>(parent));
-   }
+   // Both slots of the parent go with it, so neither they nor the place that it stands in need be read.
+   Base::occupy(parent->slot(), parent->parentType(), sibling);
+   Base::Internal::destroy(static_cast<typename Base::Internal*>(parent));
 }
 
 template <class T, bool HasParentPointers, int Distinguisher>

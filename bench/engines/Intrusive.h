@@ -1,8 +1,10 @@
 // Intrusive: the library's intrusive trie as an engine. An insertion makes the route object, too; the object is the handle
-// by which a route can be deleted.
+// by which a route can be deleted. As the trie is meant to be used, the objects belong to the caller: a deletion takes one
+// out of the trie and does not destroy it.
 #pragma once
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "bench/Engine.h"
@@ -30,7 +32,7 @@ class Intrusive {
    bool insert(const Key& key, U32 id) {
       auto route = Sprig::ipv6TrieRouteFactory(key);
       trie_->routeIs(route);
-      handles_[id] = route.get();
+      handles_[id] = std::move(route);
       return true;
    }
    bool erase(const Key& key) { return trie_->routeDel(key) != nullptr; }
@@ -64,7 +66,7 @@ class Intrusive {
   private:
    const U64 bytesBefore_;
    const Corvid::Ptr<Sprig::Ipv6Trie> trie_;
-   std::vector<Sprig::Ipv6TrieRoute*> handles_;  // by id; held by the trie
+   std::vector<Corvid::Ptr<Sprig::Ipv6TrieRoute>> handles_;  // by id
 };
 
 }  // namespace Bench
