@@ -17,6 +17,19 @@
 
 namespace Routing {
 
+// What a descent gives for a query: its Answer, or where it declares none a query's own type.
+template <class Descent>
+struct BulkAnswerOf {
+   using Type = typename Descent::Query;
+};
+template <class Descent>
+requires requires { typename Descent::Answer; }
+struct BulkAnswerOf<Descent> {
+   using Type = typename Descent::Answer;
+};
+template <class Descent>
+using BulkAnswer = typename BulkAnswerOf<Descent>::Type;
+
 // One kind of descent, shared by all queries of a burst.
 //
 //    begin(state, query)   puts the query on its way; false if the answer needs no step
@@ -28,7 +41,7 @@ concept SteppedDescent = requires(const Descent& descent, typename Descent::Stat
    requires std::is_trivially_destructible_v<typename Descent::State>;
    { descent.begin(state, query) } -> std::same_as<bool>;
    { descent.step(state) } -> std::same_as<bool>;
-   { descent.answer(state) } -> std::same_as<typename Descent::Query>;
+   { descent.answer(state) } -> std::same_as<BulkAnswer<Descent>>;
 };
 
 // Asks for the lines of an object that will be read.
@@ -45,7 +58,7 @@ inline constexpr std::size_t bulkLanes = 16;
 // Puts the answer to queries[i] into answers[i]; `queries` and `answers` may be the same span. Allocates nothing.
 template <SteppedDescent Descent>
 void answerInBulk(const Descent& descent, std::span<const typename Descent::Query> queries,
-                  std::span<typename Descent::Query> answers) {
+                  std::span<BulkAnswer<Descent>> answers) {
    ROUTETRIE_ASSERT(queries.size() == answers.size());
    struct Lane {
       typename Descent::State state;

@@ -10,10 +10,11 @@
 // the route, or the trie's end) leave without a call of handleRoute.
 //
 // A null prefix, as a route's or as a key, counts as ::/0. No trie has a lock: one thread at a time works on it.
-// Tested by tests/trie/Ipv6TrieTest.cpp and by tests/property/.
+// Tested by tests/trie/Ipv6TrieTest.cpp, by tests/trie/Ipv6TrieBulkTest.cpp and by tests/property/.
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 
 #include "platform/Corenet/Ip6Prefix.h"
@@ -55,6 +56,10 @@ class ROUTETRIE_EXPORT Ipv6Trie : public Corvid::Node {
    Ipv6TrieRoute* route(const Corenet::Ip6Prefix& prefix) const noexcept;
    // The longest route that covers the prefix, the prefix itself included; null if there is none. Likewise.
    Ipv6TrieRoute* longestMatch(const Corenet::Ip6Prefix& prefix) const noexcept;
+
+   // longestMatch for each prefix of a burst, several at a time, so that one need not wait for the other's memory: the
+   // answer to prefixes[i] goes to answers[i]. Allocates nothing. Asserts "queries.size() == answers.size()".
+   void longestMatchBulk(std::span<const Corenet::Ip6Prefix> prefixes, std::span<Ipv6TrieRoute*> answers) const;
 
    // The engine: for searches from a hint and steps from route to route.
    const Engine& trie() const noexcept { return trie_; }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -19,6 +20,7 @@ class Intrusive {
    using Key = Corenet::Ip6Prefix;
    using Query = Corenet::Ip6Prefix;
    using Answer = const Sprig::Ipv6TrieRoute*;
+   using BulkAnswer = Sprig::Ipv6TrieRoute*;
    static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
 
    explicit Intrusive(const Workload<V6>& work)
@@ -42,6 +44,12 @@ class Intrusive {
    }
 
    Answer match(const Query& query) const { return trie_->longestMatch(query); }
+   void matchBulk(std::span<const Query> queries, std::span<BulkAnswer> answers) const {
+      trie_->longestMatchBulk(queries, answers);
+   }
+   static std::optional<Route<V6>> bulkRoute(const BulkAnswer& answer, const Workload<V6>& work) {
+      return route(answer, work);
+   }
    bool exact(const Key& key) const { return trie_->route(key) != nullptr; }
    Answer parent(const Key& key) const { return trie_->route(key)->trieNode().parent(); }
    Answer next(const Key& key) const { return trie_->route(key)->trieNode().next(); }
