@@ -46,12 +46,16 @@ using PatriciaTrieImpl::PatriciaTrieNode;
 using PatriciaTrieImpl::PatriciaTrieNodeType;
 using PatriciaTrieImpl::RoutePrefix;
 
+// A pointer to the callback of a prefix type.
+template <class Callback, class PrefixType>
+concept RouteCallback = (std::same_as<PrefixType, Corenet::IpGenPrefix> &&
+                         std::same_as<Callback, PatriciaTrieWalkCb*>) ||
+                        (std::same_as<PrefixType, Corenet::CompactIpPrefix> &&
+                         std::same_as<Callback, PatriciaTrieCompactWalkCb*>);
+
 // What a search may be given to call: nothing, or the callback of its prefix type, which may be null.
 template <class Callback, class PrefixType>
-concept WalkCallback =
-   std::same_as<Callback, std::nullptr_t> ||
-   (std::same_as<PrefixType, Corenet::IpGenPrefix>&& std::same_as<Callback, PatriciaTrieWalkCb*>) ||
-   (std::same_as<PrefixType, Corenet::CompactIpPrefix> && std::same_as<Callback, PatriciaTrieCompactWalkCb*>);
+concept WalkCallback = std::same_as<Callback, std::nullptr_t> || RouteCallback<Callback, PrefixType>;
 
 class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
   public:
@@ -79,6 +83,7 @@ class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
 
    // Without checks; for the object model and for the classes built on this one.
    void rootIs(PatriciaTrieNode* root) noexcept { root_ = root; }
+   void defaultRoutePresentIs(bool value) noexcept { defaultRoutePresent_ = value; }
    void nodesIs(int value) noexcept { nodes_ = value; }
    void nodesInc(int by) noexcept { nodes_ += by; }
    void routesIs(U32 value) noexcept { routes_ = value; }
@@ -141,7 +146,8 @@ class ROUTETRIE_EXPORT PatriciaTrie : public Corvid::Node {
 
    // longestMatchCommon for each prefix of a burst, several at a time: answers[i] is that of prefixes[i]. The two may be the
    // same span. Allocates nothing. Asserts "queries.size() == answers.size()", and on the node type as above.
-   void longestMatchBulk(std::span<const Corenet::IpGenPrefix> prefixes, std::span<Corenet::IpGenPrefix> answers) const;
+   void longestMatchBulk(std::span<const Corenet::IpGenPrefix> prefixes,
+                         std::span<Corenet::IpGenPrefix> answers) const;
    void longestMatchBulkCompact(std::span<const Corenet::CompactIpPrefix> prefixes,
                                 std::span<Corenet::CompactIpPrefix> answers) const;
 
