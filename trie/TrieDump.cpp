@@ -37,8 +37,9 @@ std::string digits(U32 byte, U32 count) {
 
 }  // namespace
 
-void TrieNode::doDump(U32 prefix) {
-   std::ostream& out = std::cout;
+void TrieNode::doDump(U32 prefix) { doDump(std::cout, prefix); }
+
+void TrieNode::doDump(std::ostream& out, U32 prefix) {
    const U32 endBit = levelEndBit[level()];
    const std::string indent(2 * level(), ' ');
    out << indent << " ->[" << Corenet::IpAddr(prefix) << '/' << endBit << ' ' << static_cast<const void*>(this)
@@ -64,7 +65,7 @@ void TrieNode::doDump(U32 prefix) {
          gapShown = true;
       }
       if (TrieNode* below = child(keyi(level(), address))) {
-         below->doDump(address);
+         below->doDump(out, address);
          gapShown = false;
       }
    }

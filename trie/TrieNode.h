@@ -24,6 +24,7 @@
 #pragma once
 
 #include <cstddef>
+#include <iosfwd>
 
 #include "platform/Corenet/Prefix.h"
 #include "platform/Corvid/Create.h"
@@ -111,8 +112,9 @@ class ROUTETRIE_EXPORT TrieNode : public TrieNodeBase {
    // "u_.indirect_[ i ] == 0 || ( ( uintptr_t )u_.indirect_[ i ] ) > 0x4096". Nodes with other arrays are not looked at.
    void audit();
 
-   // Writes the node and all beneath it to standard output; `prefix` is its address, in host order.
+   // Writes the node and all beneath it, to standard output or to `out`; `prefix` is its address, in host order.
    void doDump(U32 prefix);
+   void doDump(std::ostream& out, U32 prefix);
 
    static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
 

@@ -2,13 +2,12 @@
 // callback is told of.
 #pragma once
 
-#include <malloc.h>
-
 #include <optional>
 #include <span>
 
 #include "bench/Engine.h"
 #include "tools/rtrie/TableSet.h"
+#include "tools/rtrie/engines/MultibitTable.h"
 #include "trie/Trie.h"
 
 namespace Bench {
@@ -61,19 +60,9 @@ class Multibit {
    }
 
    // The nodes by their trackers, and the arrays of children, which have none, as the C library handed them out.
-   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_ + arrayBytes(*trie_->root()); }
+   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_ + Rtrie::childArrayBytes(*trie_->root()); }
 
   private:
-   static U64 arrayBytes(const TrieImpl::TrieNode& node) {
-      U64 bytes = node.isIndirect() ? malloc_usable_size(node.u_.indirect_) + sizeof(std::size_t) : 0;
-      for (U32 key = 0; node.children() != 0 && key < TrieImpl::levelEntries[node.level()]; ++key) {
-         if (const auto* child = node.child(key)) {
-            bytes += arrayBytes(*child);
-         }
-      }
-      return bytes;
-   }
-
    const U64 bytesBefore_;
    const Corvid::Ptr<Routing::Trie> trie_;
 };

@@ -11,7 +11,9 @@
 #include <iosfwd>
 #include <optional>
 #include <stdexcept>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/Corenet.h"
 #include "platform/Corvid/Node.h"
@@ -36,6 +38,16 @@ class RouteTable {
    virtual void routeWithPayloadIs(const Prefix& route, std::string_view) { routeIs(route); }
    virtual U64 routes() const = 0;
    virtual U64 nodes() const = 0;
+
+   // What an engine of levels has at each of them, from the top; the default route is at none. Empty for any other engine.
+   struct Level {
+      std::string name;
+      U64 nodes = 0;
+      U64 routes = 0;
+   };
+   virtual std::vector<Level> levels() const { return {}; }
+   // The bytes that the engine holds and no allocation tracker counts.
+   virtual U64 untrackedBytes() const { return 0; }
 
    // The engine's own object, to be reached by name.
    virtual Corvid::Node& object() const = 0;

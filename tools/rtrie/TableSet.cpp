@@ -28,7 +28,7 @@ TableSet::TableSet(const Engine& engine, const RouteSet& routes)
          family.table->routeWithPayloadIs(route, payload);
       });
       family.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-      family.liveBytes = trackedBytes() - bytesBefore;
+      family.liveBytes = trackedBytes() - bytesBefore + family.table->untrackedBytes();
    }
 }
 

@@ -155,6 +155,9 @@ TEST(Engine, answersAsAScanDoes) {
 
 TEST(Engine, longPrefixes) {
    for (const Engine& engine : engines()) {
+      if (!engine.holds(AddressFamily::ipv6)) {
+         continue;
+      }
       const auto table = engine.make(AddressFamily::ipv6);
       table->routeIs(prefix("2001:db8::/57"));
       table->routeIs(prefix("2001:db8::1/128"));

@@ -74,7 +74,7 @@ TEST(Stats, badLinesAndTables) {
    EXPECT_EQ(1, ran.status);
 
    ran = rtrie({"stats", "--table", bad, "--engine", "radix"});
-   EXPECT_EQ("rtrie: unknown engine \"radix\": known are patricia, patricia-compact\n", ran.err);
+   EXPECT_EQ("rtrie: unknown engine \"radix\": known are patricia, patricia-compact, multibit\n", ran.err);
    EXPECT_EQ(2, ran.status);
 
    ran = rtrie({"stats", "--table", bad, "10.0.0.1"});

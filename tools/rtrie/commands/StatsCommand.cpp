@@ -51,6 +51,20 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    }
    output.text("  routes by length\n");
    output.text(barChart(bars, chartMarks));
+
+   const auto levels = family.table->levels();
+   const auto chart = [&](std::string_view title, U64 RouteTable::Level::*figure) {
+      std::vector<Bar> levelBars;
+      for (const auto& level : levels) {
+         levelBars.push_back({"    " + level.name, level.*figure});
+      }
+      output.format("  {}\n", title);
+      output.text(barChart(levelBars, chartMarks));
+   };
+   if (!levels.empty()) {
+      chart("nodes by level", &RouteTable::Level::nodes);
+      chart("routes by level", &RouteTable::Level::routes);
+   }
 }
 
 ExitStatus run(const TableOptions& options) {

@@ -1,0 +1,82 @@
+#include "tools/rtrie/engines/MultibitTable.h"
+
+#include <fmt/format.h>
+#include <malloc.h>
+
+#include <array>
+
+namespace Rtrie {
+namespace {
+
+using TrieImpl::TrieNode;
+
+template <class Each>
+void forEachChild(const TrieNode& node, Each&& each) {
+   for (U32 key = 0; node.children() != 0 && key < TrieImpl::levelEntries[node.level()]; ++key) {
+      if (const TrieNode* child = node.child(key)) {
+         each(*child);
+      }
+   }
+}
+
+using Levels = std::array<RouteTable::Level, TrieImpl::leafLevel + 1>;
+
+void count(const TrieNode& node, Levels& levels) {
+   auto& level = levels[node.level()];
+   ++level.nodes;
+   level.routes += node.routes();
+   forEachChild(node, [&](const TrieNode& child) { count(child, levels); });
+}
+
+class Visitor final : public Routing::TrieWalkCallback {
+  public:
+   explicit Visitor(const RouteTable::Visit& visit) : visit_(visit) {}
+   int handlePrefix(const Corenet::Prefix& route) override {
+      visit_(route);
+      return 1;
+   }
+
+  private:
+   const RouteTable::Visit& visit_;
+};
+
+}  // namespace
+
+U64 childArrayBytes(const TrieNode& node) {
+   U64 bytes = node.isIndirect() ? malloc_usable_size(node.u_.indirect_) + sizeof(std::size_t) : 0;
+   forEachChild(node, [&](const TrieNode& child) { bytes += childArrayBytes(child); });
+   return bytes;
+}
+
+std::vector<RouteTable::Level> MultibitTable::levels() const {
+   Levels levels;
+   for (U32 level = 0; level < levels.size(); ++level) {
+      const U32 last = TrieImpl::levelEndBit[level];
+      levels[level].name = fmt::format("{} (/{} to /{})", level, last - TrieImpl::levelStride[level] + 1, last);
+   }
+   count(*trie_->root(), levels);
+   return {levels.begin(), levels.end()};
+}
+
+void MultibitTable::subtree(const Prefix& query, const Visit& visit) const {
+   trie_->preOrderWalk(query.v4Prefix(), Corvid::ptrIsImpl<Visitor>(visit));
+}
+
+RouteTable::Prefix MultibitTable::next(const Prefix& query) const {
+   const Corenet::Prefix from = query.v4Prefix();
+   if (from.isNullPrefix()) {
+      return {};
+   }
+   // The trie knows what comes after a route alone, so any other query is one while it is asked.
+   const bool isRoute = from.len() == 0 || trie_->route(from);
+   if (!isRoute) {
+      trie_->routeIs(from, true);
+   }
+   const Corenet::Prefix found = trie_->getNext(from);
+   if (!isRoute) {
+      trie_->routeDel(from);
+   }
+   return found.len() == 0 ? Prefix() : Prefix(found);
+}
+
+}  // namespace Rtrie
