@@ -19,6 +19,8 @@
 #include "trie/Ipv6TrieRouteModule.h"
 #include "trie/PatriciaTrieDataModule.h"
 #include "trie/PatriciaTrieModule.h"
+#include "trie/PatriciaTrieWithCompactNodeDataModule.h"
+#include "trie/PatriciaTrieWithNodeDataModule.h"
 #include "trie/Trie6Module.h"
 #include "trie/TrieCompactModule.h"
 #include "trie/TrieGenModule.h"
@@ -49,6 +51,8 @@ const Record records[] = {
    RECORD(_TrieWrapper_5c471ef93aaae99a_teskModule),
    RECORD(_PatriciaTrie_32e6140574244a09_teskModule),
    RECORD(_PatriciaTrieData_936c190e48e66e7c_teskModule),
+   RECORD(_PatriciaTrieWithNodeData_d21198fd3a2dd5d2_teskModule),
+   RECORD(_PatriciaTrieWithCompactNodeData_3b5ccd3c60aee402_teskModule),
    RECORD(_Vrf_c40b97e2135fd868_teskModule),
 };
 
