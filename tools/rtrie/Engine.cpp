@@ -7,6 +7,7 @@
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/Registry.h"
 #include "tools/rtrie/engines/MultibitTable.h"
+#include "tools/rtrie/engines/PatriciaDataTable.h"
 #include "tools/rtrie/engines/PatriciaTable.h"
 
 namespace Rtrie {
@@ -23,6 +24,7 @@ constexpr Engine engine(std::string_view name, std::string_view summary, bool ip
 constexpr Engine rows[] = {
    engine<PatriciaTable>("patricia", "Patricia trie with whole addresses in its nodes"),
    engine<CompactPatriciaTable>("patricia-compact", "Patricia trie with one-word prefixes in its IPv6 nodes"),
+   engine<PatriciaDataTable>("patricia-data", "the same with a payload for each route, kept in the trie"),
    engine<MultibitTable>("multibit", "multibit trie of six levels, one byte of routes a level; IPv4 alone", true,
                          false),
 };

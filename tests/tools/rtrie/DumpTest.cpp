@@ -36,7 +36,7 @@ constexpr auto whole =
    "    2001:db8::/32\n";
 
 TEST_F(Dump, listOfRoutesByFamily) {
-   for (const char* engine : {"patricia", "patricia-compact"}) {
+   for (const char* engine : {"patricia", "patricia-compact", "patricia-data"}) {
       EXPECT_EQ(whole, dump({"--engine", engine})) << engine;
    }
 }

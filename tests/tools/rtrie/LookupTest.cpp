@@ -53,7 +53,7 @@ class Lookup : public testing::Test {
 };
 
 TEST_F(Lookup, everyOpInEveryEngine) {
-   for (const char* engine : {"patricia", "patricia-compact"}) {
+   for (const char* engine : {"patricia", "patricia-compact", "patricia-data"}) {
       SCOPED_TRACE(engine);
       EXPECT_EQ(
          "10.1.2.3/32\t10.1.0.0/16\n"
@@ -97,7 +97,7 @@ TEST_F(Lookup, everyOpInEveryEngine) {
 }
 
 TEST_F(Lookup, opsWithManyAnswersHaveALineForEach) {
-   for (const char* engine : {"patricia", "patricia-compact"}) {
+   for (const char* engine : {"patricia", "patricia-compact", "patricia-data"}) {
       EXPECT_EQ(
          "10.0.0.0/8\t10.0.0.0/8\n"
          "10.0.0.0/8\t10.1.0.0/16\n"

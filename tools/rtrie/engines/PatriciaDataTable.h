@@ -1,0 +1,38 @@
+// PatriciaDataTable: the Patricia trie with a payload for each route as an engine of rtrie. It alone keeps the table's
+// payloads itself, and it alone knows which routes cover a query.
+//
+// Tested by tests/tools/rtrie/PatriciaDataTableTest.cpp.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "tools/rtrie/engines/PatriciaTable.h"
+#include "trie/PatriciaTrieWithCompactNodeData.h"
+
+namespace Rtrie {
+
+class PatriciaDataTable final : public CompactPatriciaTable {
+  public:
+   explicit PatriciaDataTable(Corenet::AddressFamily af);
+   void routeIs(const Prefix& route) override;
+   void routeWithPayloadIs(const Prefix& route, std::string_view payload) override;
+   void covering(const Prefix& query, const Visit& visit) const override;
+   std::optional<std::string_view> payload(const Prefix& route) const override;
+
+  private:
+   // Routes share it, and setting a route again replaces the one it had.
+   struct Payload final : Routing::PrefixData {
+      explicit Payload(std::string_view itsText) : text(itsText) {}
+      const std::string text;
+   };
+
+   Routing::PatriciaTrieWithCompactNodeData& trie() const {
+      return static_cast<Routing::PatriciaTrieWithCompactNodeData&>(*trie_);
+   }
+
+   // Each different payload once: a table of a million routes has some hundred countries. The keys are the payloads' own.
+   std::map<std::string_view, Corvid::Ptr<Payload>> payloads_;
+};
+
+}  // namespace Rtrie
