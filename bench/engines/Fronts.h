@@ -1,0 +1,86 @@
+// Fronts: the library's front ends as engines, beside the bare engines that they stand on: what a front end adds to a lookup
+// and to an update is the difference. Nothing is kept with a route, and nobody watches.
+#pragma once
+
+#include <optional>
+
+#include "bench/Engine.h"
+#include "platform/Corenet.h"
+#include "tools/rtrie/TableSet.h"
+#include "trie/TrieGen.h"
+#include "trie/TrieWrapper.h"
+
+namespace Bench {
+
+// How a front end is made, and the form of its prefixes.
+struct Trie6Front {
+   using Form = Corenet::Ip6Prefix;
+   static auto make(Corenet::AddressFamily) { return Routing6::trieFactory(); }
+};
+struct CompactFront {
+   using Form = Corenet::CompactIpPrefix;
+   static auto make(Corenet::AddressFamily af) { return Routing::trieCompactFactory(af); }
+};
+struct GenFront {
+   using Form = Corenet::IpGenPrefix;
+   static auto make(Corenet::AddressFamily af) { return Routing::trieGenFactory("measured", af); }
+};
+struct WrapperFront {
+   using Form = Corenet::CompactIpPrefix;
+   static auto make(Corenet::AddressFamily af) { return Routing::trieWrapperFactory(af); }
+};
+
+template <class F, class Front>
+class FrontEnd {
+  public:
+   using Key = typename Front::Form;
+   using Query = Key;
+   using Answer = Key;
+   static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
+
+   explicit FrontEnd(const Workload<F>&) : bytesBefore_(Rtrie::trackedBytes()), trie_(Front::make(F::af)) {}
+
+   static Key key(const Route<F>& route) { return Key(route.prefix()); }
+   static Query query(typename F::Bits address) { return Key(F::Prefix::cut(address, F::width)); }
+
+   bool insert(const Key& key, U32) {
+      trie_->routeIs(key, true);
+      return true;
+   }
+   bool erase(const Key& key) { return trie_->routeDel(key); }
+
+   Answer match(const Query& query) const { return trie_->longestMatch(query); }
+   bool exact(const Key& key) const { return trie_->route(key); }
+   Answer parent(const Key& key) const { return trie_->findParent(key); }
+   bool longer(const Key& key) const { return trie_->longerRoutePresent(key); }
+
+   static U64 token(const Answer& answer) { return answer.len(); }
+   static std::optional<Route<F>> route(const Answer& answer, const Workload<F>&) {
+      return isNone(answer) ? std::nullopt : std::optional(Route<F>{answer.template bits<F::width>(), answer.len()});
+   }
+
+   // Of what has a tracker: the arrays of children in the multibit trie have none.
+   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
+
+  private:
+   static bool isNone(const Corenet::CompactIpPrefix& p) {
+      return p.isNull() || p == Corenet::CompactIpPrefix::getNull(F::af);
+   }
+   static bool isNone(const Corenet::IpGenPrefix& p) {
+      return p.af() == Corenet::AddressFamily::none || p.len() == Corenet::nullPrefixLength;
+   }
+
+   const U64 bytesBefore_;
+   const decltype(Front::make(F::af)) trie_;
+};
+
+// Its prefixes know their width.
+class Trie6Engine : public FrontEnd<V6, Trie6Front> {
+  public:
+   using FrontEnd::FrontEnd;
+   static std::optional<Route<V6>> route(const Answer& answer, const Workload<V6>&) {
+      return answer.isNullPrefix() ? std::nullopt : std::optional(Route<V6>{answer.bits(), answer.len()});
+   }
+};
+
+}  // namespace Bench
