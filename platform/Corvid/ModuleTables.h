@@ -242,9 +242,10 @@ namespace Impl {
 
 struct TypeFact {
    std::string_view name;
-   Tesk::TypeCode code = Tesk::TypeCode::none;  // if `module` is null
-   const ModuleInspectData* module = nullptr;
+   Tesk::TypeCode code = Tesk::TypeCode::none;  // of a built-in type
+   const ModuleInspectData* module = nullptr;   // of any other
    U16 index = 0;
+   bool isDefined = false;  // in a module
 };
 
 template <class T>
@@ -270,7 +271,7 @@ constexpr TypeFact typeFact() {
          return typeFact<Bare>();
       } else {
          static_assert(HasPlace<M>, "a field's or argument's type is in no module: name it in a ROUTETRIE_MODULE");
-         return {typeName<M>(), Tesk::TypeCode::none, PlaceOf<M>::module, PlaceOf<M>::index};
+         return {typeName<M>(), Tesk::TypeCode::none, PlaceOf<M>::module, PlaceOf<M>::index, true};
       }
    }
 }
@@ -325,19 +326,23 @@ struct Layout {
    std::array<Tesk::ArgumentRow, arguments> argumentRows{};
    std::size_t argumentCount = 0;
    std::array<Tesk::ReferencedType, arguments + 2 * fields + types + 1> referenced{};
+   // Types are told apart by name and not by place: built for the undefined-behaviour sanitizer, g++ 12 compares no addresses of
+   // records, not even with null, before the program is linked.
+   std::array<std::string_view, arguments + 2 * fields + types + 1> referencedNames{};
    std::size_t referencedCount = 0;
    NamePool<poolCapacity> typeNames;
    NamePool<poolCapacity> fieldNames;
 
    constexpr Tesk::S16 reference(const TypeFact& type) {
-      if (type.module == nullptr) {
+      if (!type.isDefined) {
          return static_cast<Tesk::S16>(type.code);
       }
       for (std::size_t i = 0; i < referencedCount; ++i) {
-         if (referenced[i].module == type.module && referenced[i].index == type.index) {
+         if (referencedNames[i] == type.name) {
             return static_cast<Tesk::S16>(i);
          }
       }
+      referencedNames[referencedCount] = type.name;
       referenced[referencedCount] = {type.module, type.index};
       return static_cast<Tesk::S16>(referencedCount++);
    }
