@@ -155,6 +155,7 @@ auto Trie<UserNode<T, true, Distinguisher>>::descend(NodeBase** slot, ParentPtrT
    U8 known = 0;  // bits that the prefix shares with the node above
    while (NodeBase* node = *slot) {
       const auto [common, difference] = Impl::compare(prefix, NodeBase::prefixOf(*node), known);
+      // The side by a branch: one that is guessed right has the next node on its way before this one has been compared.
       switch (difference) {
          case Difference::lhsLongerAndClear:
             slot = &node->left;

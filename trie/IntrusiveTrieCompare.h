@@ -27,6 +27,11 @@ struct CompareResult {
       rhsLongerAndClear = 6,
    };
 
+   // rhs covers lhs and is shorter: the way of lhs leads on to a child of it.
+   bool passes() const noexcept {
+      return difference == Difference::lhsLongerAndSet || difference == Difference::lhsLongerAndClear;
+   }
+
    U8 commonLength = 0;  // leading bits that the two share
    Difference difference = Difference::none;
 
@@ -72,7 +77,10 @@ inline CompareResult compare(const Corenet::PrefixDataAndLength& lhs, const Core
    }
    const auto commonLength = static_cast<U8>(common);
    if (lhs.length > common) {
-      return {commonLength, bitOf(lhs, common) ? Difference::lhsLongerAndSet : Difference::lhsLongerAndClear};
+      // By arithmetic, since no one can predict a bit.
+      constexpr auto clear = static_cast<U8>(Difference::lhsLongerAndClear);
+      static_assert(static_cast<U8>(Difference::lhsLongerAndSet) == clear - 1);
+      return {commonLength, static_cast<Difference>(clear - U8{bitOf(lhs, common)})};
    }
    if (rhs.length > common) {
       return {commonLength, bitOf(rhs, common) ? Difference::rhsLongerAndSet : Difference::rhsLongerAndClear};

@@ -109,6 +109,10 @@ class ROUTETRIE_EXPORT NodeBase {
    static NodeBase* parentAt(const NodeBase* const* slot, ParentPtrType type) noexcept;
    NodeBase* parentNode() const noexcept { return parentAt(slot(), parentType()); }
 
+   // The slot of the child that lies right, or left.
+   static ParentPtrType childType(bool isRight) noexcept {
+      return static_cast<ParentPtrType>(static_cast<U8>(ParentPtrType::nodeLeft) + U8{isRight});
+   }
    // The field of a node that is a slot of that type, nodeLeft or nodeRight. By arithmetic: no one can predict a side.
    static NodeBase** slotOf(NodeBase* node, ParentPtrType type) noexcept {
       return reinterpret_cast<NodeBase**>(reinterpret_cast<U64>(node) + distanceOf(type));

@@ -29,16 +29,18 @@ class LongestMatchDescent {
    [[gnu::always_inline]] bool step(State& state) const {
       using Difference = Intrusive::Impl::CompareResult::Difference;
       const Node& node = *state.node;
-      const auto [common, difference] = Intrusive::Impl::compare(state.prefix, Node::prefixOf(node), state.known);
-      const bool isPassed = difference == Difference::lhsLongerAndClear || difference == Difference::lhsLongerAndSet;
-      if ((isPassed || difference == Difference::none) && !node.isInternal()) {
+      const auto result = Intrusive::Impl::compare(state.prefix, Node::prefixOf(node), state.known);
+      const bool isPassed = result.passes();
+      if ((isPassed || result.difference == Difference::none) && !node.isInternal()) {
          state.best = static_cast<const Ipv6TrieRoute::TrieNode&>(node).owner();
       }
       if (!isPassed) {
          return false;
       }
-      state.known = common;
-      state.node = difference == Difference::lhsLongerAndSet ? node.right : node.left;
+      state.known = result.commonLength;
+      // By arithmetic: others of the burst keep the memory busy, and a wrong guess would only cost.
+      const auto side = Node::childType(result.difference == Difference::lhsLongerAndSet);
+      state.node = *Node::slotOf(const_cast<Node*>(&node), side);
       if (state.node == nullptr) {
          return false;
       }
