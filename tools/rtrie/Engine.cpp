@@ -6,6 +6,7 @@
 
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/rtrie/engines/IntrusiveTable.h"
 #include "tools/rtrie/engines/MultibitTable.h"
 #include "tools/rtrie/engines/PatriciaDataTable.h"
 #include "tools/rtrie/engines/PatriciaTable.h"
@@ -27,6 +28,7 @@ constexpr Engine rows[] = {
    engine<PatriciaDataTable>("patricia-data", "the same with a payload for each route, kept in the trie"),
    engine<MultibitTable>("multibit", "multibit trie of six levels, one byte of routes a level; IPv4 alone", true,
                          false),
+   engine<IntrusiveTable>("intrusive", "trie whose nodes are the routes' own objects; IPv6 alone", false, true),
 };
 
 }  // namespace

@@ -1,0 +1,39 @@
+// IntrusiveTable: the intrusive trie as an engine of rtrie, for IPv6 routes.
+//
+// Tested by tests/tools/rtrie/EngineTest.cpp.
+#pragma once
+
+#include "tools/rtrie/RouteTable.h"
+#include "trie/Ipv6Trie.h"
+
+namespace Rtrie {
+
+class IntrusiveTable final : public RouteTable {
+  public:
+   // Requires: `af` is IPv6.
+   explicit IntrusiveTable(Corenet::AddressFamily af);
+   void routeIs(const Prefix& route) override;
+   U64 routes() const override { return routes_; }
+   // Routes and the nodes that join them.
+   U64 nodes() const override;
+   Corvid::Node& object() const override { return *trie_; }
+   Prefix longestMatch(const Prefix& query) const override;
+   Prefix parent(const Prefix& query) const override;
+   void covering(const Prefix& query, const Visit& visit) const override;
+   void subtree(const Prefix& query, const Visit& visit) const override;
+   Prefix next(const Prefix& query) const override;
+   void dump(const Corvid::Ptr<const Keel::DumpContext>& context) const override;
+
+  private:
+   using Node = Sprig::Ipv6Trie::Engine::NodeBase;
+   using Match = Sprig::Ipv6Trie::Engine::LongestMatchResult;
+
+   Match match(const Prefix& query) const;
+   // The first node in order that is not before the query; null if there is none.
+   const Node* firstFrom(const Prefix& query) const;
+
+   Corvid::Ptr<Sprig::Ipv6Trie> trie_ = Sprig::ipv6TrieFactory();
+   U64 routes_ = 0;
+};
+
+}  // namespace Rtrie
