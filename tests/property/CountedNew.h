@@ -1,5 +1,5 @@
-// CountedNew: replaces the global operator new of the program by one that counts its calls. To be included by the one source
-// file of a program.
+// CountedNew: replaces the global operator new of the program by one that counts its calls, and can be made to fail. To be
+// included by the one source file of a program.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,13 @@
 namespace {
 
 std::size_t newCalls = 0;
+[[maybe_unused]] std::size_t newFailsAt = 0;  // the n-th call from now; 0: none
 
 void* counted(std::size_t bytes, std::size_t alignment) {
    ++newCalls;
+   if (newFailsAt != 0 && --newFailsAt == 0) {
+      throw std::bad_alloc();
+   }
    void* memory = std::aligned_alloc(alignment, (bytes + alignment - 1) / alignment * alignment);
    if (memory == nullptr) {
       throw std::bad_alloc();

@@ -29,6 +29,7 @@ struct PatriciaCalls;
 
 template <>
 struct PatriciaCalls<IpGenPrefix> {
+   using Prefix = IpGenPrefix;
    using WalkCb = Routing::PatriciaTrieWalkCb;
    static constexpr auto add = &PatriciaTrie::updateRoute;
    static constexpr auto remove = &PatriciaTrie::deleteRoute;
@@ -42,6 +43,7 @@ struct PatriciaCalls<IpGenPrefix> {
 
 template <>
 struct PatriciaCalls<CompactIpPrefix> {
+   using Prefix = CompactIpPrefix;
    using WalkCb = Routing::PatriciaTrieCompactWalkCb;
    static constexpr auto add = &PatriciaTrie::updateRouteCompact;
    static constexpr auto remove = &PatriciaTrie::deleteRouteCompact;

@@ -5,7 +5,6 @@
 // What a random run finds is pasted here under the name of the fault.
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 
 #include "tests/property/Ops.h"
@@ -13,16 +12,6 @@
 
 namespace Property {
 namespace {
-
-// The IPv4 prefix behind `place` fixed bits; at place 0 the default route stays what it is.
-IpGenPrefix placed(AddressFamily family, U32 place, const IpGenPrefix& p) {
-   std::array<U8, 16> bytes{};
-   for (U32 n = 0; n < place + p.len(); ++n) {
-      const bool bit = n < place ? n % 3 == 0 : bitOf(p, n - place);
-      bytes[n / 8] = static_cast<U8>(bytes[n / 8] | (bit ? 0x80U >> n % 8 : 0U));
-   }
-   return prefixOf(family, bytes, place + p.len());
-}
 
 template <class E>
 class PatriciaShape : public testing::Test {

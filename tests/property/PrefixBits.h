@@ -68,4 +68,14 @@ inline IpGenPrefix flipped(const IpGenPrefix& p, U32 n) {
    return prefixOf(p.af(), bytes, p.len());
 }
 
+// The IPv4 prefix behind `place` fixed bits; at place 0 the default route stays what it is.
+inline IpGenPrefix placed(Corenet::AddressFamily family, U32 place, const IpGenPrefix& p) {
+   std::array<U8, 16> bytes{};
+   for (U32 n = 0; n < place + p.len(); ++n) {
+      const bool bit = n < place ? n % 3 == 0 : bitOf(p, n - place);
+      bytes[n / 8] = static_cast<U8>(bytes[n / 8] | (bit ? 0x80U >> n % 8 : 0U));
+   }
+   return prefixOf(family, bytes, place + p.len());
+}
+
 }  // namespace Property
