@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tests/property/LiveCounts.h"
+#include "tests/property/LoggedPayload.h"
 #include "tests/property/PatriciaDataEngine.h"
 #include "tests/property/SmallWorld.h"
 #include "tests/property/Workload.h"
@@ -42,41 +43,6 @@ TYPED_TEST(NodeDataTest, randomOps) {
 }
 
 //--- the hooks ---
-
-std::vector<std::string> calls;  // of the hooks, since it was last emptied
-
-// What a payload does when another is offered to its route, and when its route is deleted.
-enum class Manner { replaced, stays, leavesAHeir };
-
-class Payload : public Routing::PrefixData {
-  public:
-   Payload(int number, Manner insertManner, Manner removeManner)
-      : id(number), atInsert(insertManner), atRemove(removeManner) {}
-
-   void onAddition() override { calls.push_back("onAddition " + std::to_string(id)); }
-   void onDeletion() override { calls.push_back("onDeletion " + std::to_string(id)); }
-   DataPtr insertData(const DataPtr& data) override {
-      calls.push_back("insertData " + std::to_string(id) + " " + nameOf(data));
-      return outcome(atInsert, data);
-   }
-   DataPtr removeData(const DataPtr& data) override {
-      calls.push_back("removeData " + std::to_string(id) + " " + nameOf(data));
-      return outcome(atRemove, data);
-   }
-
-   static std::string nameOf(const DataPtr& data) {
-      return data ? std::to_string(static_cast<const Payload*>(data.get())->id) : "null";
-   }
-   DataPtr outcome(Manner manner, const DataPtr& data) {
-      return manner == Manner::replaced ? data : manner == Manner::stays ? DataPtr(this) : heir;
-   }
-
-   const int id;
-   const Manner atInsert;
-   const Manner atRemove;
-   DataPtr heir;
-};
-using PayloadPtr = Corvid::Ptr<Payload>;
 
 template <class E>
 class HookRun {
