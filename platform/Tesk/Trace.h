@@ -66,12 +66,15 @@ ROUTETRIE_EXPORT extern TraceFacility trie6Facility;
 ROUTETRIE_EXPORT extern TraceFacility trieCompactFacility;
 ROUTETRIE_EXPORT extern TraceFacility trieGenFacility;
 
+constexpr bool isKnown(std::string_view name) noexcept {
+   return name == "Trie" || name == "Trie6" || name == "TrieCompact" || name == "TrieGen";
+}
+// Requires: isKnown(name).
 constexpr TraceFacility* knownFacility(std::string_view name) noexcept {
    return name == "Trie"          ? &trieFacility
           : name == "Trie6"       ? &trie6Facility
           : name == "TrieCompact" ? &trieCompactFacility
-          : name == "TrieGen"     ? &trieGenFacility
-                                  : nullptr;
+                                  : &trieGenFacility;
 }
 
 }  // namespace Impl
@@ -82,7 +85,7 @@ class ROUTETRIE_EXPORT TraceHandle {
   public:
    // With `allLevels` every level is switched on at once; otherwise they stay as they are, off at first.
    constexpr TraceHandle(std::string_view name, bool allLevels)
-      : facility_(Impl::knownFacility(name) != nullptr ? Impl::knownFacility(name) : made(name)) {
+      : facility_(Impl::isKnown(name) ? Impl::knownFacility(name) : made(name)) {
       if (allLevels) {
          facility_->maskIs(~U32{0});
       }
