@@ -31,7 +31,7 @@ void* TrieNodeRoot::operator new(std::size_t bytes) {
 
 void TrieNodeRoot::operator delete(void* memory, std::size_t bytes) noexcept {
    Tesk::AllocTrackTypeInfo::trackDeallocation(memAllocationTracker_, bytes);
-   ::operator delete(memory, bytes);
+   ::operator delete(memory);
 }
 
 namespace {

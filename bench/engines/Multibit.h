@@ -41,6 +41,11 @@ class Multibit {
    bool exact(const Key& key) const { return trie_->route(key); }
    Answer parent(const Key& key) const { return trie_->findParent(key); }
    bool longer(const Key& key) const { return trie_->longerRoutePresent(key); }
+   // The default route's value stands for the end; here that is none.
+   Answer next(const Key& key) const {
+      const Answer found = trie_->getNext(key);
+      return found.len() == 0 ? Corenet::Prefix::nullPrefix() : found;
+   }
    U64 walk() const {
       struct Counting : Routing::TrieWalkCallback {
          int handlePrefix(const Corenet::Prefix&) override {
