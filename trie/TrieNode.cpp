@@ -111,7 +111,7 @@ void TrieNode::linkChild(TrieNode* made, TrieNode** array) {
    const U32 count = children();
    if (count < directChildren) {
       for (U32 i = 0; i < count; ++i) {
-         ROUTETRIE_ASSERT(made != u_.direct_[i], "c != u_.direct_[ i ]");  // cannot fail: `made` was free memory
+         ROUTETRIE_ASSERT(made != u_.direct_[i], "c != u_.direct_[ i ]");  // cannot fail: it is new
       }
       childKey_[count] = static_cast<U8>(ckey);
       u_.direct_[count] = made;

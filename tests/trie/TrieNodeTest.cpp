@@ -315,7 +315,7 @@ TEST_F(TrieNodeTest, parentIsFoundFromTheRoot) {
 
 using TrieNodeDeathTest = TrieNodeTest;
 
-TEST_F(TrieNodeDeathTest, aLeafGetsNoChild) { EXPECT_DEATH(make(5)->getChild(0, trie.get()), "`level_ < 5' failed"); }
+TEST_F(TrieNodeDeathTest, aLeafGetsNoChild) { EXPECT_DEATH(make(5)->getChild(0, trie.get()), "level_ < 5' failed"); }
 
 TEST_F(TrieNodeDeathTest, noMoreThan256Children) {
    TrieNode* node = make(1);
@@ -324,14 +324,14 @@ TEST_F(TrieNodeDeathTest, noMoreThan256Children) {
    }
    node->childrenInc(1);
    TrieNode* lost = std::exchange(node->u_.indirect_[7], nullptr);
-   EXPECT_DEATH(node->getChild(7, trie.get()), "`children_ <= 256' failed");
+   EXPECT_DEATH(node->getChild(7, trie.get()), "children_ <= 256' failed");
    node->u_.indirect_[7] = lost;
    node->childrenInc(-1);
 }
 
 TEST_F(TrieNodeDeathTest, aRouteBitIsOneOfAByte) {
-   EXPECT_DEATH(trie->root()->doSetRouteBits(0, 0, trie.get()), "`len && len <= 128' failed");
-   EXPECT_DEATH(trie->root()->doSetRouteBits(0, 129, trie.get()), "`len && len <= 128' failed");
+   EXPECT_DEATH(trie->root()->doSetRouteBits(0, 0, trie.get()), "len && len <= 128' failed");
+   EXPECT_DEATH(trie->root()->doSetRouteBits(0, 129, trie.get()), "len && len <= 128' failed");
    trie->root()->doSetRouteBits(0, 128, trie.get());
    EXPECT_EQ("", trie->audit());
 }
