@@ -6,6 +6,7 @@
 
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/rtrie/engines/FrontTable.h"
 #include "tools/rtrie/engines/IntrusiveTable.h"
 #include "tools/rtrie/engines/MultibitTable.h"
 #include "tools/rtrie/engines/PatriciaDataTable.h"
@@ -29,6 +30,10 @@ constexpr Engine rows[] = {
    engine<MultibitTable>("multibit", "multibit trie of six levels, one byte of routes a level; IPv4 alone", true,
                          false),
    engine<IntrusiveTable>("intrusive", "trie whose nodes are the routes' own objects; IPv6 alone", false, true),
+   engine<GenTable>("gen", "the front end that publishes: multibit trie for IPv4, Patricia trie for IPv6"),
+   engine<Trie6Table>("trie6", "the IPv6 half of that by itself", false, true),
+   engine<CompactTable>("compact", "Patricia trie behind a front end of one-word prefixes"),
+   engine<WrapperTable>("wrapper", "front end of one-word prefixes: multibit trie for IPv4, Patricia trie for IPv6"),
 };
 
 }  // namespace

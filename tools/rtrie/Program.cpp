@@ -17,6 +17,7 @@
 #include "tools/rtrie/commands/StatsCommand.h"
 #include "tools/rtrie/commands/TraceCommand.h"
 #include "tools/rtrie/commands/WalkCommand.h"
+#include "tools/rtrie/commands/WatchCommand.h"
 
 namespace Rtrie {
 namespace {
@@ -28,6 +29,7 @@ constexpr Command commands[] = {
    {"dump", "Load tables and print the state of the engine that holds them", addDump},
    {"inspect", "Show the library's classes, or load tables and read an engine's attributes, all by name", addInspect},
    {"trace", "Show how long the calls took that a program recorded", addTrace},
+   {"watch", "Apply updates to a table and print what is published", addWatch},
 };
 
 // The argument parser's text as a message: one line, lower case, without a full stop.
