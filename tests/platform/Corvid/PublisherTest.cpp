@@ -98,9 +98,8 @@ TEST(Publisher, aPulseShowsTheValueAndRests) {
    Publisher publisher;
    int attribute = 0;
    std::vector<std::pair<int, int>> oldAndNew;
-   Subscription watch = publisher.subscribe([&](const Change& change) {
-      oldAndNew.emplace_back(*static_cast<const int*>(change.oldValue), attribute);
-   });
+   Subscription watch = publisher.subscribe(
+      [&](const Change& change) { oldAndNew.emplace_back(*static_cast<const int*>(change.oldValue), attribute); });
    publisher.pulse(133, attribute, 5, 0);
    publisher.pulse(133, attribute, 5, 0);
    publisher.pulse(133, attribute, 0, 0);
