@@ -142,9 +142,22 @@ class ROUTETRIE_EXPORT NodeBase {
    // The first node after the subtree that the slot holds; null if there is none. The walk up ends with null at an
    // ancestor shorter than `minLength` bits or of the null prefix: so it stays below that length. 0 lets it go anywhere.
    // A slot of type none is a trieError().
+   // `NodePointer` is a pointer to a node, to const or not.
    template <class NodePointer>
-   requires std::same_as<NodePointer, NodeBase*> || std::same_as<NodePointer, const NodeBase*>
-   static NodePointer nextNodeOutsideSubtree(const NodeBase* const* slot, ParentPtrType type, U8 minLength) noexcept;
+   static NodePointer nextNodeOutsideSubtree(const NodeBase* const* slot, ParentPtrType type, U8 minLength) noexcept {
+      static_assert(std::same_as<std::remove_const_t<std::remove_pointer_t<NodePointer>>, NodeBase>);
+      while (NodeBase* parent = parentAt(slot, type)) {
+         if (minLength != 0 && minLength > prefixOf(*parent).length) {
+            return nullptr;
+         }
+         if (type == ParentPtrType::nodeLeft && parent->right != nullptr) {
+            return parent->right;
+         }
+         slot = parent->slot();
+         type = parent->parentType();
+      }
+      return nullptr;
+   }
 
    NodeBase* left = nullptr;
    U64 parentWord = 0;
@@ -324,26 +337,6 @@ auto NodeBase<T, HasParentPointers, Distinguisher>::nextNode(bool skipSubtree, U
       return right;
    }
    return nextNodeOutsideSubtree<NodeBase*>(slot(), parentType(), minLength);
-}
-
-template <class T, bool HasParentPointers, int Distinguisher>
-template <class NodePointer>
-requires std::same_as < NodePointer, NodeBase<T, HasParentPointers, Distinguisher>
-* > ||
-   std::same_as<NodePointer, const NodeBase<T, HasParentPointers, Distinguisher>*> NodePointer
-   NodeBase<T, HasParentPointers, Distinguisher>::nextNodeOutsideSubtree(const NodeBase* const* slot,
-                                                                         ParentPtrType type, U8 minLength) noexcept {
-   while (NodeBase* parent = parentAt(slot, type)) {
-      if (minLength != 0 && minLength > prefixOf(*parent).length) {
-         return nullptr;
-      }
-      if (type == ParentPtrType::nodeLeft && parent->right != nullptr) {
-         return parent->right;
-      }
-      slot = parent->slot();
-      type = parent->parentType();
-   }
-   return nullptr;
 }
 
 //--- UserNode ---
