@@ -92,8 +92,8 @@ class DepthTest : public testing::Test {
          const auto context = Keel::dumpContextFactory(list);
          trie.dumpState(context, 0);
          Routing::dumpTree(tree, trie.root(), 0, trie.paf());
-         EXPECT_EQ("", trie.audit());
       });
+      EXPECT_EQ("", trie.audit());
       EXPECT_EQ(routes.size(), walked);
       EXPECT_EQ(routes.size(), iterated);
       EXPECT_EQ((E::abilities & nextAbility) != 0 ? routes.size() : 0, stepped);
