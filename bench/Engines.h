@@ -36,6 +36,7 @@ std::span<const EngineRow> engines();
 
 EngineRow patriciaRow();
 EngineRow patriciaCompactRow();
+EngineRow patriciaDataRow();
 EngineRow multibitRow();
 EngineRow intrusiveRow();
 EngineRow trie6Row();

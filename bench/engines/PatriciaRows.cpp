@@ -1,6 +1,7 @@
 #include "bench/Engines.h"
 #include "bench/MeasuredEngine.h"
 #include "bench/engines/Patricia.h"
+#include "bench/engines/PatriciaData.h"
 
 namespace Bench {
 
@@ -23,6 +24,13 @@ EngineRow patriciaCompactRow() {
            .isOurs = true,
            .v4 = makeMeasured<V4, Patricia<V4, CompactIpPrefix>>,
            .v6 = makeMeasured<V6, Patricia<V6, CompactIpPrefix>>};
+}
+
+EngineRow patriciaDataRow() {
+   return {.name = {"patricia-data", "patricia-data"},
+           .isOurs = true,
+           .v4 = makeMeasured<V4, PatriciaData<V4>>,
+           .v6 = makeMeasured<V6, PatriciaData<V6>>};
 }
 
 }  // namespace Bench
