@@ -72,6 +72,14 @@ template <class E>
 concept Walks = requires(const E& asked) {
    { asked.walk() } -> std::same_as<U64>;
 };
+template <class E>
+concept Iterates = requires(const E& asked) {
+   { asked.walkIterator() } -> std::same_as<U64>;
+};
+template <class E>
+concept StepsThrough = requires(const E& asked) {
+   { asked.walkNext() } -> std::same_as<U64>;
+};
 // Deletes the route that was inserted with that id, without a search for it.
 template <class E>
 concept ErasesByHandle = requires(E engine, U32 id) {

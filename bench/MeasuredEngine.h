@@ -53,6 +53,8 @@ class MeasuredEngine final : public Measured {
          case Op::parent: return AnswersParent<E>;
          case Op::longer: return AnswersLonger<E>;
          case Op::walk: return Walks<E>;
+         case Op::walkIterator: return Iterates<E>;
+         case Op::walkNext: return StepsThrough<E>;
          case Op::matchBulk: return AnswersBulk<E, F>;
          default: return true;
       }
@@ -72,6 +74,8 @@ class MeasuredEngine final : public Measured {
          case Op::longer: return longer(state);
          case Op::next: return next(state);
          case Op::walk: return walk(state);
+         case Op::walkIterator: return walkIterator(state);
+         case Op::walkNext: return walkNext(state);
          case Op::churn: return churn(state);
          case Op::memory: return memory(state);
       }
@@ -91,6 +95,16 @@ class MeasuredEngine final : public Measured {
       if constexpr (Walks<E>) {
          if (const U64 walked = engine_.walk(); walked != work_.routes.size()) {
             return fmt::format("walk: {} routes instead of {}", walked, work_.routes.size());
+         }
+      }
+      if constexpr (Iterates<E>) {
+         if (const U64 walked = engine_.walkIterator(); walked != work_.routes.size()) {
+            return fmt::format("walk by iterator: {} routes instead of {}", walked, work_.routes.size());
+         }
+      }
+      if constexpr (StepsThrough<E>) {
+         if (const U64 walked = engine_.walkNext(); walked != work_.routes.size()) {
+            return fmt::format("walk by steps: {} routes instead of {}", walked, work_.routes.size());
          }
       }
       for (const auto& [query, match, parent, isRoute, longer] : work_.prefixChecks) {
@@ -259,12 +273,26 @@ class MeasuredEngine final : public Measured {
    }
    void walk(benchmark::State& state) {
       if constexpr (Walks<E>) {
-         for (auto _ : state) {
-            U64 routes = engine_.walk();
-            benchmark::DoNotOptimize(routes);
-         }
-         opsAre(state, work_.routes.size());
+         eachTime(state, [&] { return engine_.walk(); });
       }
+   }
+   void walkIterator(benchmark::State& state) {
+      if constexpr (Iterates<E>) {
+         eachTime(state, [&] { return engine_.walkIterator(); });
+      }
+   }
+   void walkNext(benchmark::State& state) {
+      if constexpr (StepsThrough<E>) {
+         eachTime(state, [&] { return engine_.walkNext(); });
+      }
+   }
+   template <class Go>
+   void eachTime(benchmark::State& state, const Go& goThrough) {
+      for (auto _ : state) {
+         U64 routes = goThrough();
+         benchmark::DoNotOptimize(routes);
+      }
+      opsAre(state, work_.routes.size());
    }
 
    template <class Item, class Ask>

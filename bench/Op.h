@@ -21,6 +21,8 @@ enum class Op : U8 {
    longer,
    next,
    walk,
+   walkIterator,
+   walkNext,
    churn,
    memory,
 };
@@ -44,6 +46,8 @@ inline constexpr std::array opRows = {
    OpRow{Op::longer, "longer", "whether there is a longer route beneath; asked of routes"},
    OpRow{Op::next, "next", "the route that follows in order; asked of routes"},
    OpRow{Op::walk, "walk", "all routes of the loaded table in order; time a route"},
+   OpRow{Op::walkIterator, "walk_iterator", "the same with an iterator, of engines that have one beside the walk"},
+   OpRow{Op::walkNext, "walk_next", "the same from each route to the next by a search for it"},
    OpRow{Op::churn, "churn", "a route withdrawn from the loaded table and announced again, both together"},
    OpRow{Op::memory, "memory", "bytes a route, once loaded"},
 };

@@ -5,11 +5,13 @@
 #include <concepts>
 #include <optional>
 #include <span>
+#include <type_traits>
 
 #include "bench/Engine.h"
 #include "platform/Corenet.h"
 #include "tools/rtrie/TableSet.h"
 #include "trie/PatriciaTrie.h"
+#include "trie/PatriciaTrieIterator.h"
 
 namespace Bench {
 
@@ -96,6 +98,24 @@ class Patricia {
          trie_->preOrderWalk(all, count.get());
       }
       return count->routes;
+   }
+
+   U64 walkIterator() const {
+      using Iterator =
+         std::conditional_t<isCompact, Routing::PatriciaTrieCompactIterator, Routing::PatriciaTrieIterator>;
+      U64 routes = 0;
+      for (Iterator iterator(trie_, nullptr); iterator; ++iterator) {
+         ++routes;
+      }
+      return routes;
+   }
+   U64 walkNext() const requires std::same_as<PrefixType, Corenet::CompactIpPrefix> {
+      const auto end = Corenet::CompactIpPrefix::getNull(F::af);
+      U64 routes = 0;
+      for (auto p = trie_->getNext(Corenet::CompactIpPrefix()); p != end; p = trie_->getNext(p)) {
+         ++routes;
+      }
+      return routes;
    }
 
    static U64 token(const Answer& answer) { return answer.len(); }
