@@ -74,6 +74,7 @@ void PatriciaTrieIteratorImpl<PrefixType, CallbackType>::completeTopNode() {
    PatriciaTrieNode* const left = nodes_.back()->left_;
    PatriciaTrieNode* const right = nodes_.back()->right_;
    if (left != nullptr && right != nullptr) {
+      __builtin_prefetch(right);  // its turn comes when the left subtree is done, often soon
       nodes_.push_back(left);
       nodes_[nodes_.size() - 2] = right;
    } else if (left != nullptr || right != nullptr) {
