@@ -16,14 +16,14 @@ class Walk : public testing::Test {
       arguments.insert(arguments.begin(), {"walk", "--table", table_});
       return rtrie(arguments);
    }
-   static std::vector<std::string> ables() {
-      std::vector<std::string> names;
+   static std::vector<Engine> ables() {
+      std::vector<Engine> able;
       for (const Engine& engine : engines()) {
          if (includes(engine.answers, Questions::subtree)) {
-            names.emplace_back(engine.name);
+            able.push_back(engine);
          }
       }
-      return names;
+      return able;
    }
 
    Support::Folder folder_;
@@ -40,22 +40,28 @@ class Walk : public testing::Test {
 TEST_F(Walk, allRoutesInOrderWithTheirPayloads) {
    ASSERT_FALSE(ables().empty());
    for (const auto& engine : ables()) {
-      const Ran ran = walk({"--engine", engine});
-      std::string expected =
-         "0.0.0.0/0 upstream\n10.0.0.0/8 private net\n10.0.0.0/16\n10.1.0.0/16 branch\n"
-         "192.0.2.1/32 host\n";
-      if (std::any_of(engines().begin(), engines().end(),
-                      [&](const Engine& row) { return row.name == engine && row.ipv6; })) {
+      const Ran ran = walk({"--engine", std::string(engine.name)});
+      std::string expected;
+      if (engine.ipv4) {
+         expected +=
+            "0.0.0.0/0 upstream\n10.0.0.0/8 private net\n10.0.0.0/16\n10.1.0.0/16 branch\n"
+            "192.0.2.1/32 host\n";
+      }
+      if (engine.ipv6) {
          expected += "2001:db8::/32 docs\n2001:db8:1::/48\n";
       }
-      EXPECT_EQ(expected, ran.out) << engine;
+      EXPECT_EQ(expected, ran.out) << engine.name;
       EXPECT_EQ("", ran.err);
       EXPECT_EQ(0, ran.status);
    }
 }
 
 TEST_F(Walk, onlyTheRoutesUnderAPrefix) {
-   for (const auto& engine : ables()) {
+   for (const auto& able : ables()) {
+      if (!able.ipv4) {
+         continue;
+      }
+      const std::string engine(able.name);
       EXPECT_EQ("10.0.0.0/8 private net\n10.0.0.0/16\n10.1.0.0/16 branch\n",
                 walk({"--engine", engine, "10.0.0.0/8"}).out);
       EXPECT_EQ("10.0.0.0/16\n10.1.0.0/16 branch\n", walk({"--engine", engine, "10.0.0.0/9"}).out)
