@@ -15,23 +15,11 @@
 #include "tests/property/CountedNew.h"
 #include "tests/property/Ops.h"
 #include "tests/property/PatriciaDataEngine.h"
+#include "tests/support/LossAllowed.h"
 #include "trie/PatriciaTrieIterator.h"
-
-#ifdef __SANITIZE_ADDRESS__
-#include <sanitizer/lsan_interface.h>
-#endif
 
 namespace Property {
 namespace {
-
-// Nodes that are lost by design are no leak to report.
-struct LossAllowed {
-#ifdef __SANITIZE_ADDRESS__
-   __lsan::ScopedDisabler disabler;
-#else
-   ~LossAllowed() {}  // so that a variable of this type has a use
-#endif
-};
 
 //--- failing allocations ---
 
@@ -160,7 +148,7 @@ class FaultTest : public testing::Test {
          const LiveCounts live;
          bool failed = false;
          {
-            const LossAllowed lossAllowed;
+            const TestSupport::LossAllowed lossAllowed;
             const TriePtr trie = trieAfter<K>(scenario.before, place);
             const std::string treeBefore = textOf(*trie);
             const PrefixList routesBefore = orderedOf<K>(*trie);
@@ -221,7 +209,7 @@ TYPED_TEST(FaultTest, changes) {
 // on, and the parent's route with them. The rest of the trie answers as before.
 TYPED_TEST(FaultTest, reclaimingWithoutMemory) {
    for (const U32 place : TypeParam::places()) {
-      const LossAllowed lossAllowed;
+      const TestSupport::LossAllowed lossAllowed;
       const TriePtr trie = trieAfter<TypeParam>("+8.0.0.0/5 +10.0.0.0/8 +11.0.0.0/8 +128.0.0.0/1", place);
       const auto p = [&](const char* text) {
          return placed(TypeParam::family, place, IpGenPrefix::fromString(text));
