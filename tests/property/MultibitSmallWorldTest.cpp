@@ -14,7 +14,8 @@ class MultibitSmallWorld : public testing::TestWithParam<U32> {};
 TEST_P(MultibitSmallWorld, everySetInEveryOrder) {
    const LiveCounts before;
    {
-      SmallWorld<MultibitEngine> world(GetParam());
+      // One set of routes makes nearly one tree, so that asking each anew would tell nothing.
+      SmallWorld<MultibitEngine> world(GetParam(), false);
       EXPECT_EQ("", world.run());
       // As many sets as SmallWorldTest tells, and the empty one.
       const std::size_t sets = world.largestSet() == 3 ? 31 + 465 + 4495 : 31 + 465;

@@ -26,7 +26,8 @@ class SmallWorld {
   public:
    static constexpr U32 worldBits = 4;
 
-   explicit SmallWorld(U32 offset) {
+   // A shape that was met before is asked again if `asksEachTime`.
+   explicit SmallWorld(U32 offset, bool asksEachTime = isFull()) : asksEachTime_(asksEachTime) {
       for (U32 length = 0; length <= worldBits; ++length) {
          for (U32 value = 0; value < (1U << length); ++value) {
             prefixes_.push_back(prefixAt(offset, length, value));
@@ -168,7 +169,7 @@ class SmallWorld {
 
    bool isNewShape(const E& engine) {
       if constexpr (requires { engine.shape(); }) {
-         return shapes_.insert(engine.shape()).second || isFull_;
+         return shapes_.insert(engine.shape()).second || asksEachTime_;
       }
       return true;
    }
@@ -202,7 +203,7 @@ class SmallWorld {
 
    PrefixList prefixes_;
    PrefixList questions_;
-   const bool isFull_ = isFull();
+   const bool asksEachTime_;
    std::map<U32, Known> known_;  // by the set of routes, a bit each
    std::unordered_set<std::string> shapes_;
    std::size_t states_ = 0;
