@@ -4,7 +4,7 @@
 //
 // The technique is group prefetching (Chen, Ailamaki, Gibbons, Mowry: Improving hash join performance through prefetching,
 // 2004) in its form with lanes that are refilled.
-// Tested by tests/trie/BulkTest.cpp.
+// Tested by tests/property/BulkTest.cpp.
 #pragma once
 
 #include <array>

@@ -1,6 +1,6 @@
 // PatriciaTrieBulk: the longest match of a Patricia trie as a descent in steps, one node a step, for bursts of queries. A
 // Face is what the caller speaks: a prefix type of its own, over one of the two of the trie.
-// Tested by tests/trie/BulkTest.cpp.
+// Tested by tests/property/BulkTest.cpp.
 #pragma once
 
 #include <concepts>

@@ -5,7 +5,7 @@
 // An object travels as a pointer to its Corvid::Node, which may be null; anything else as a pointer to the value. A result
 // is constructed at the given place: a value as itself, an object as `const Corvid::Node*` with a reference that is then
 // the caller's. A null place drops the result.
-// Tested by tests/platform/Corvid/AccessorTest.cpp.
+// Tested by tests/platform/Corvid/InspectOperationTest.cpp.
 #pragma once
 
 #include <cstddef>

@@ -16,7 +16,7 @@
 //
 // An accessor is what platform/Corvid/Accessor.h says; where a member function is overloaded, a lambda picks one.
 // A fault in a description does not compile, and the message names it.
-// Tested by tests/platform/Corvid/DescribeTest.cpp and tests/platform/must_not_compile/.
+// Tested by tests/platform/Corvid/InspectOperationTest.cpp and tests/must_not_compile/.
 #pragma once
 
 #include <array>

@@ -1,6 +1,6 @@
 // typeName: how a type is called by name: "Routing::PatriciaTrie", "U32". Read off the compiler, so that no list of names
 // can go stale. g++ and clang spell the type alike in a function's signature.
-// Tested by tests/platform/Corvid/TypeNameTest.cpp.
+// Tested by tests/platform/Corvid/InspectTest.cpp.
 #pragma once
 
 #include <string_view>

@@ -2,7 +2,7 @@
 //
 // The text of a value is what its fromString and stringValue speak; numbers are decimal, bools "true" and "false". A
 // described value type without a text of its own is written as its fields are: `Routing::TwoLpmLen(lpm1=1,lpm2=2)`.
-// Tested by tests/platform/Corvid/ValueFunctionsTest.cpp.
+// Tested by tests/platform/Corvid/InspectTest.cpp.
 #pragma once
 
 #include <charconv>

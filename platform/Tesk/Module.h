@@ -25,7 +25,7 @@
 //
 // Both pools hold names that end in NUL. The pool of type names opens with the module's name, that of field names with
 // the empty name, so that no field or argument has offset 0.
-// Tested by tests/platform/Tesk/ModuleTest.cpp and, byte by byte, by tests/trie/ModuleRecordTest.cpp.
+// Tested by tests/platform/Corvid/InspectTest.cpp and, byte by byte, by tests/trie/ModuleRecordTest.cpp.
 #pragma once
 
 #include <cstddef>
