@@ -3,6 +3,7 @@
 #include "platform/BriskTrace/BriskTrace.h"
 #include "platform/Corvid/Assert.h"
 #include "trie/TrieGenTrace.h"
+#include "trie/TrieLengths.h"
 
 namespace Routing {
 
@@ -156,7 +157,7 @@ IpGenPrefix TrieGen::longestMatch(const IpGenPrefix& p) const {
    ROUTETRIE_TIME_BLOCK("TrieGen");
    ROUTETRIE_ASSERT(p.af() == af());
    if (af_ == Corenet::ipv4()) {
-      const Corenet::Prefix found = trie4_->longestMatch(p.v4Prefix());
+      const Corenet::Prefix found = longestMatchIn(*trie4_, p.v4Prefix());
       ROUTETRIE_TRACE(trieGenTrace, 8) << "Longest Match returned " << found;
       if (!found.isNullPrefix()) {
          return found;

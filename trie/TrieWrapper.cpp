@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "trie/TrieLengths.h"
+
 namespace Routing {
 
 Tesk::AllocTrackTypeInfo* TrieWrapper::memAllocationTracker_ = nullptr;
@@ -46,6 +48,33 @@ Corvid::Ptr<TrieCompact> TrieWrapper::v6TrieIs(Corenet::AddressFamily af) {
 }
 
 Corvid::Ptr<TrieCompact> TrieWrapper::v6TrieDel() { return std::exchange(v6Trie_, nullptr); }
+
+bool TrieWrapper::route(const Corenet::CompactIpPrefix& p) const {
+   switch (v4v6_) {
+      case Corenet::V4V6::v4: return v4Trie_->route(p.ipv4());
+      case Corenet::V4V6::v6: return v6Trie_->route(p);
+   }
+   ROUTETRIE_ASSERT(false);
+   return false;
+}
+
+Corenet::CompactIpPrefix TrieWrapper::longestMatch(const Corenet::CompactIpPrefix& p) const {
+   switch (v4v6_) {
+      case Corenet::V4V6::v4: return longestMatchIn(*v4Trie_, p.ipv4());
+      case Corenet::V4V6::v6: return v6Trie_->longestMatch(p);
+   }
+   ROUTETRIE_ASSERT(false);
+   return {};
+}
+
+Corenet::CompactIpPrefix TrieWrapper::findParent(const Corenet::CompactIpPrefix& p) const {
+   switch (v4v6_) {
+      case Corenet::V4V6::v4: return parentIn(*v4Trie_, p.ipv4());
+      case Corenet::V4V6::v6: return v6Trie_->findParent(p);
+   }
+   ROUTETRIE_ASSERT(false);
+   return {};
+}
 
 std::string TrieWrapper::audit() const {
    const bool isV4 = af_ == Corenet::ipv4();

@@ -56,14 +56,7 @@ class ROUTETRIE_EXPORT TrieWrapper : public Corvid::Node {
 
    //--- routes: what the engine's operations of these names do ---
 
-   bool route(const Corenet::CompactIpPrefix& p) const {
-      switch (v4v6_) {
-         case Corenet::V4V6::v4: return v4Trie_->route(p.ipv4());
-         case Corenet::V4V6::v6: return v6Trie_->route(p);
-      }
-      ROUTETRIE_ASSERT(false);
-      return false;
-   }
+   bool route(const Corenet::CompactIpPrefix& p) const;
    void routeIs(const Corenet::CompactIpPrefix& p, bool value) {
       switch (v4v6_) {
          case Corenet::V4V6::v4: v4Trie_->routeIs(p.ipv4(), value); return;
@@ -103,14 +96,7 @@ class ROUTETRIE_EXPORT TrieWrapper : public Corvid::Node {
       ROUTETRIE_ASSERT(false);
       return false;
    }
-   Corenet::CompactIpPrefix longestMatch(const Corenet::CompactIpPrefix& p) const {
-      switch (v4v6_) {
-         case Corenet::V4V6::v4: return v4Trie_->longestMatch(p.ipv4());
-         case Corenet::V4V6::v6: return v6Trie_->longestMatch(p);
-      }
-      ROUTETRIE_ASSERT(false);
-      return {};
-   }
+   Corenet::CompactIpPrefix longestMatch(const Corenet::CompactIpPrefix& p) const;
    bool longerRoutePresent(const Corenet::CompactIpPrefix& p) const {
       switch (v4v6_) {
          case Corenet::V4V6::v4: return v4Trie_->longerRoutePresent(p.ipv4());
@@ -119,14 +105,7 @@ class ROUTETRIE_EXPORT TrieWrapper : public Corvid::Node {
       ROUTETRIE_ASSERT(false);
       return false;
    }
-   Corenet::CompactIpPrefix findParent(const Corenet::CompactIpPrefix& p) const {
-      switch (v4v6_) {
-         case Corenet::V4V6::v4: return v4Trie_->findParent(p.ipv4());
-         case Corenet::V4V6::v6: return v6Trie_->findParent(p);
-      }
-      ROUTETRIE_ASSERT(false);
-      return {};
-   }
+   Corenet::CompactIpPrefix findParent(const Corenet::CompactIpPrefix& p) const;
    void preOrderWalkCompact(const Corenet::CompactIpPrefix& subtreeRoot, PatriciaTrieCompactWalkCb* callback) const {
       switch (v4v6_) {
          case Corenet::V4V6::v4:

@@ -33,12 +33,16 @@ class AddressBits {
    static AddressBits load(const U8* bytes) noexcept {
       Word word;
       std::memcpy(&word, bytes, sizeof word);
-      return AddressBits(swapped(word));
+      return fromNetworkOrder(word);
    }
    void store(U8* bytes) const noexcept {
-      const Word word = swapped(word_);
+      const Word word = networkOrder();
       std::memcpy(bytes, &word, sizeof word);
    }
+
+   // From and to the word that has those bytes in memory.
+   static constexpr AddressBits fromNetworkOrder(Word word) noexcept { return AddressBits(swapped(word)); }
+   constexpr Word networkOrder() const noexcept { return swapped(word_); }
 
    constexpr Word word() const noexcept { return word_; }
 

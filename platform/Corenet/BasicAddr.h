@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <compare>
 #include <string_view>
 
@@ -49,8 +50,8 @@ class BasicAddr {
    using Bytes = std::array<U8, width / 8>;
 
    constexpr BasicAddr() noexcept = default;  // all zero
-   constexpr explicit BasicAddr(const Bytes& networkOrder) noexcept : bytes_(networkOrder) {}
-   explicit BasicAddr(Bits bits) noexcept { bits.store(bytes_.data()); }
+   constexpr explicit BasicAddr(const Bytes& networkOrder) noexcept : word_(std::bit_cast<Word>(networkOrder)) {}
+   constexpr explicit BasicAddr(Bits bits) noexcept : word_(bits.networkOrder()) {}
 
    // Raises Corvid::RangeException that quotes the text if it is no address of this family.
    static Self fromString(std::string_view text) {
@@ -62,15 +63,17 @@ class BasicAddr {
    }
    Corvid::String stringValue() const { return Impl::addressText(bits()); }
 
-   constexpr const Bytes& bytes() const noexcept { return bytes_; }
-   Bits bits() const noexcept { return Bits::load(bytes_.data()); }
+   const Bytes& bytes() const noexcept { return reinterpret_cast<const Bytes&>(*this); }
+   constexpr Bits bits() const noexcept { return Bits::fromNetworkOrder(word_); }
    U32 hash(U32 seed) const noexcept { return Impl::hashBits(seed, bits(), 0); }
 
-   friend constexpr bool operator==(const BasicAddr&, const BasicAddr&) noexcept = default;
-   friend constexpr auto operator<=>(const BasicAddr&, const BasicAddr&) noexcept = default;
+   friend constexpr bool operator==(const BasicAddr& a, const BasicAddr& b) noexcept { return a.bits() == b.bits(); }
+   friend constexpr auto operator<=>(const BasicAddr& a, const BasicAddr& b) noexcept { return a.bits() <=> b.bits(); }
 
   private:
-   Bytes bytes_{};
+   // The bytes as one word, at any alignment: an address is then passed, compared and given back in a register.
+   using Word [[gnu::aligned(1), gnu::may_alias]] = typename Bits::Word;
+   Word word_ = 0;
 };
 
 }  // namespace Corenet

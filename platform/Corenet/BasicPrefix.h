@@ -44,7 +44,16 @@ class BasicPrefix {
    }
 
    // The prefix of the first `length` bits. Requires: `length` is at most `width`.
-   static Self cut(Bits bits, U32 length) { return Self(Address(bits.cut(length)), length); }
+   static Self cut(Bits bits, U32 length) {
+      return length <= width ? ofValid(Address(bits.cut(length)), length) : Self(Address(bits), length);
+   }
+   // Requires: the two make a valid prefix, which is not looked at.
+   static Self ofValid(const Address& address, U32 length) noexcept {
+      Self prefix;
+      prefix.address_ = address;
+      prefix.length_ = static_cast<U8>(length);
+      return prefix;
+   }
    static Self nullPrefix() { return Self(Address(), nullPrefixLength); }
 
    // Reads "10.0.0.0/8"; the length 255 spells the null prefix. Raises Corvid::RangeException that quotes bad text.

@@ -10,14 +10,6 @@ void CompactIpPrefixImpl::genPrefixIs(const IpGenPrefix& prefix) {
    }
 }
 
-void CompactIpPrefixImpl::ipv4Is(const Prefix& prefix) noexcept {
-   CompactIpPrefixImpl value;
-   value.word_ = prefix.isNullPrefix()
-                    ? ipv4Tag | ipv4NullMarker
-                    : ipv4Tag | U64{prefix.len()} << 2 | U64{__builtin_bswap32(prefix.bits().word())} << 16;
-   swap(value);
-}
-
 void CompactIpPrefixImpl::ipv6Is(const Ip6Prefix& prefix) {
    CompactIpPrefixImpl value;
    if (prefix.len() <= inline6MaxLength) {
@@ -36,27 +28,6 @@ IpGenPrefix CompactIpPrefixImpl::genPrefix() const {
       default: return {};
    }
 }
-
-Prefix CompactIpPrefixImpl::ipv4() const {
-   switch (tag()) {
-      case nullWord: return {};
-      case ipv4Tag:
-         return (word_ & 0xff00) == ipv4NullMarker ? Prefix::nullPrefix()
-                                                   : Prefix(IpAddr(inlineBits4()), inlineLen());
-      default: return Prefix::nullPrefix();
-   }
-}
-
-Ip6Prefix CompactIpPrefixImpl::ipv6() const {
-   switch (tag()) {
-      case nullWord: return {};
-      case inline6Tag: return {Ip6Addr(inlineBits6()), inlineLen()};
-      case dedupedTag: return ipv6DedupedPrefix();
-      default: return Ip6Prefix::nullPrefix();
-   }
-}
-
-Ip6Prefix CompactIpPrefixImpl::ipv6DedupedPrefix() const { return {Ip6Addr(record()->bits), record()->length}; }
 
 CompactIpPrefix CompactIpPrefix::getNull(AddressFamily family) {
    switch (family) {

@@ -48,7 +48,7 @@ class ROUTETRIE_EXPORT CompactIpPrefixImpl {
 
    // Become this prefix; the empty value gives the null compact value. Raise std::bad_alloc, and are then unchanged.
    void genPrefixIs(const IpGenPrefix& prefix);
-   void ipv4Is(const Prefix& prefix) noexcept;
+   void ipv4Is(const Prefix& prefix) noexcept { *this = CompactIpPrefixImpl(word4(prefix)); }
    void ipv6Is(const Ip6Prefix& prefix);
 
    // By the tag alone.
@@ -62,13 +62,30 @@ class ROUTETRIE_EXPORT CompactIpPrefixImpl {
    IpGenPrefix genPrefix() const;
    // The value as a prefix of that family. A prefix of the other family gives the null prefix, and the null compact
    // value gives the zero-length prefix.
-   Prefix ipv4() const;
-   Ip6Prefix ipv6() const;
+   Prefix ipv4() const noexcept {
+      switch (tag()) {
+         case nullWord: return {};
+         case ipv4Tag:
+            return word_ == ipv4NullPrefixWord ? Prefix::nullPrefix()
+                                               : Prefix::ofValid(IpAddr(inlineBits4()), inlineLen());
+         default: return Prefix::nullPrefix();
+      }
+   }
+   Ip6Prefix ipv6() const noexcept {
+      switch (tag()) {
+         case nullWord: return {};
+         case inline6Tag: return Ip6Prefix::ofValid(Ip6Addr(inlineBits6()), inlineLen());
+         case dedupedTag: return ipv6DedupedPrefix();
+         default: return Ip6Prefix::nullPrefix();
+      }
+   }
 
    bool isNull() const noexcept { return word_ == nullWord; }
    // Requires: the value holds a record, which af() == ipv6 and len() above 56 tells.
    U8 ipv6DedupedLength() const noexcept { return record()->length; }
-   Ip6Prefix ipv6DedupedPrefix() const;
+   Ip6Prefix ipv6DedupedPrefix() const noexcept {
+      return Ip6Prefix::ofValid(Ip6Addr(record()->bits), record()->length);
+   }
 
    // The address bits, with zeros past the length; all zero if the value is of another family.
    template <unsigned width>
@@ -95,10 +112,18 @@ class ROUTETRIE_EXPORT CompactIpPrefixImpl {
    static constexpr U64 inline6Tag = 1;
    static constexpr U64 ipv4Tag = 2;
    static constexpr U64 nullWord = 3;
-   static constexpr U64 ipv4NullMarker = U64{1} << 8;
+   static constexpr U64 ipv4NullPrefixWord = ipv4Tag | U64{1} << 8;
    static constexpr U32 inline6MaxLength = 56;
 
    static_assert(std::endian::native == std::endian::little, "byte 0 of the word is its low byte");
+
+   static U64 word4(const Prefix& prefix) noexcept {
+      return prefix.isNullPrefix()
+                ? ipv4NullPrefixWord
+                : ipv4Tag | U64{prefix.len()} << 2 | U64{__builtin_bswap32(prefix.bits().word())} << 16;
+   }
+   // Takes over what the word refers to.
+   explicit CompactIpPrefixImpl(U64 word) noexcept : word_(word) {}
 
    U64 tag() const noexcept { return word_ & 3; }
    bool isDeduped() const noexcept { return tag() == dedupedTag; }
@@ -122,7 +147,7 @@ class ROUTETRIE_EXPORT CompactIpPrefixImpl {
 class ROUTETRIE_EXPORT CompactIpPrefix : public CompactIpPrefixImpl {
   public:
    CompactIpPrefix() noexcept = default;  // the null compact value
-   CompactIpPrefix(const Prefix& prefix) noexcept { ipv4Is(prefix); }
+   CompactIpPrefix(const Prefix& prefix) noexcept : CompactIpPrefixImpl(word4(prefix)) {}
    CompactIpPrefix(const Ip6Prefix& prefix) { ipv6Is(prefix); }
    explicit CompactIpPrefix(const IpGenPrefix& prefix) { genPrefixIs(prefix); }
    CompactIpPrefix(const CompactIpPrefixImpl& other) noexcept : CompactIpPrefixImpl(other) {}

@@ -84,14 +84,15 @@ class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
   private:
    template <unsigned width>
    IpGenPrefix(AddressBits<width> bits, U8 length, AddressFamily family) noexcept {
-      bits.store(bytes_.data());
+      // As one word, since that is how it will be read.
+      AddressBits<128>(U128{bits.word()} << (128 - width)).store(bytes_.data());
       length_ = length;
       family_ = family;
    }
    template <class P>
    P as() const noexcept {
       if (family_ == P::family) {
-         return P(typename P::AddressType(bits<P::width>()), length_);
+         return P::ofValid(typename P::AddressType(bits<P::width>()), length_);
       }
       return family_ == AddressFamily::none ? P() : P::nullPrefix();
    }
