@@ -1,17 +1,22 @@
 // BulkDescent: answers a burst of queries side by side. A descent waits at each node for memory; a burst need not wait for
 // one miss after the other. A group of queries goes down together, each by one step in its turn, and a step fetches ahead
-// what that query's next step will read. As a query is answered the next of the burst takes its place.
+// what that query's next step will read. What an engine tells of its descent decides how the turns are taken:
+//
+//    SteppedDescent   ways of any length: as a query is answered the next of the burst takes its place
+//    StagedDescent    ways of one length, each step known when it is compiled: the group takes a step, and then the next
 //
 // The technique is group prefetching (Chen, Ailamaki, Gibbons, Mowry: Improving hash join performance through prefetching,
-// 2004) in its form with lanes that are refilled.
+// 2004), for the ways of any length in its form with lanes that are refilled.
 // Tested by tests/property/BulkTest.cpp.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <concepts>
 #include <cstddef>
 #include <span>
 #include <type_traits>
+#include <utility>
 
 #include "platform/Corvid/Assert.h"
 
@@ -41,6 +46,22 @@ concept SteppedDescent = requires(const Descent& descent, typename Descent::Stat
    requires std::is_trivially_destructible_v<typename Descent::State>;
    { descent.begin(state, query) } -> std::same_as<bool>;
    { descent.step(state) } -> std::same_as<bool>;
+   { descent.answer(state) } -> std::same_as<BulkAnswer<Descent>>;
+};
+
+// The other kind, whose ways all take `stages` steps; it finds no use for knowing that an answer is there already.
+//
+//    begin(state, query)   puts the query on its way
+//    stage<n>(state)       step n, for n from 0 to stages - 1 in order
+//    answer(state)         the answer, after the last step
+template <class Descent>
+concept StagedDescent = requires(const Descent& descent, typename Descent::State& state,
+                                 const typename Descent::Query& query) {
+   requires std::is_trivially_destructible_v<typename Descent::State>;
+   requires Descent::stages >
+   0;
+   descent.begin(state, query);
+   descent.template stage<0>(state);
    { descent.answer(state) } -> std::same_as<BulkAnswer<Descent>>;
 };
 
@@ -94,6 +115,34 @@ void answerInBulk(const Descent& descent, std::span<const typename Descent::Quer
          } else {
             lane = lanes[--busy];
          }
+      }
+   }
+}
+
+// A stage touches each query once, so that more of them are under way at a time.
+inline constexpr std::size_t bulkGroup = 64;
+
+template <StagedDescent Descent>
+void answerInBulk(const Descent& descent, std::span<const typename Descent::Query> queries,
+                  std::span<BulkAnswer<Descent>> answers) {
+   ROUTETRIE_ASSERT(queries.size() == answers.size());
+   std::array<typename Descent::State, bulkGroup> states;
+   for (std::size_t at = 0; at < queries.size(); at += bulkGroup) {
+      const std::size_t count = std::min(bulkGroup, queries.size() - at);
+      for (std::size_t i = 0; i < count; ++i) {
+         descent.begin(states[i], queries[at + i]);
+      }
+      [&]<std::size_t... n>(std::index_sequence<n...>) {
+         const auto stage = [&]<std::size_t number>(std::integral_constant<std::size_t, number>) {
+            for (std::size_t i = 0; i < count; ++i) {
+               descent.template stage<number>(states[i]);
+            }
+         };
+         (stage(std::integral_constant<std::size_t, n>()), ...);
+      }
+      (std::make_index_sequence<Descent::stages>());
+      for (std::size_t i = 0; i < count; ++i) {
+         answers[at + i] = descent.answer(states[i]);
       }
    }
 }

@@ -1,8 +1,8 @@
 #include "trie/Trie6.h"
 
 #include "platform/Corenet/IpGenPrefix.h"
-#include "platform/Tesk/Trace.h"
 #include "trie/PatriciaTrieBulk.h"
+#include "trie/Trie6Trace.h"
 
 namespace Routing6 {
 
@@ -13,7 +13,6 @@ Tesk::AllocTrackTypeInfo* Trie::memAllocationTracker_ = nullptr;
 
 namespace {
 
-constexpr Tesk::TraceHandle trie6Trace("Trie6", false);
 constexpr Corvid::FieldId changedRouteId = 262;
 
 Ip6Prefix answer(const IpGenPrefix& found) {

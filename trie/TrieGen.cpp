@@ -1,9 +1,15 @@
 #include "trie/TrieGen.h"
 
+#include <algorithm>
+
 #include "platform/BriskTrace/BriskTrace.h"
 #include "platform/Corvid/Assert.h"
+#include "trie/PatriciaTrieBulk.h"
+#include "trie/Trie6Trace.h"
+#include "trie/TrieBulk.h"
 #include "trie/TrieGenTrace.h"
 #include "trie/TrieLengths.h"
+#include "trie/TrieTrace.h"
 
 namespace Routing {
 
@@ -24,6 +30,14 @@ enum Published : Corvid::FieldId {
    initializeId = 148,
    defaultRoutePresentId = 151,
 };
+
+// Whether calls are to leave lines or times behind.
+bool isTold() { return trieGenTrace.mask() != 0 || BriskTrace::defaultBriskTraceHandle.mtTraceFile() != nullptr; }
+
+template <class P>
+IpGenPrefix matchOrEmpty(const P& found) {
+   return found.isNullPrefix() ? IpGenPrefix() : found;
+}
 
 }  // namespace
 
@@ -109,18 +123,42 @@ void TrieGen::routeIs(const IpGenPrefix& p, bool) {
    ROUTETRIE_TIME_BLOCK("TrieGen");
    ROUTETRIE_ASSERT(p.af() == af());
    const Corvid::Ptr<TrieGen> held(this);  // a watcher may drop the last other reference
+   if (p.len() != 0 && p.len() != Corenet::nullPrefixLength && !isFollowed()) {
+      addUnseen(p);
+      return;
+   }
    const bool isPresent = route(p);
    routeUpdatedIs(isPresent);
    if (!isPresent) {
-      if (af_ == Corenet::ipv4()) {
-         trie4_->routeIs(p.v4Prefix(), true);
-         defaultRoutePresentIs(trie4_->defaultRoutePresent());
-      } else if (af_ == Corenet::ipv6()) {
-         trie6_->routeIs(p.v6Prefix(), true);
-         defaultRoutePresentIs(trie6_->defaultRoutePresent());
-      }
+      addToEngine(p);
    }
-   notifyChangedRoute(p);
+   announce(p);
+}
+
+void TrieGen::addToEngine(const IpGenPrefix& p) {
+   if (af_ == Corenet::ipv4()) {
+      trie4_->routeIs(p.v4Prefix(), true);
+      defaultRoutePresentIs(trie4_->defaultRoutePresent());
+   } else if (af_ == Corenet::ipv6()) {
+      trie6_->routeIs(p.v6Prefix(), true);
+      defaultRoutePresentIs(trie6_->defaultRoutePresent());
+   }
+}
+
+bool TrieGen::isFollowed() const {
+   if (isTold() || (TrieImpl::trieTrace.mask() | Routing6::trie6Trace.mask()) != 0 || publisher_.hasWatchers()) {
+      return true;
+   }
+   return af_ == Corenet::ipv4()   ? trie4_->publisher()->hasWatchers()
+          : af_ == Corenet::ipv6() ? trie6_->publisher()->hasWatchers() || trie6_->iterators() != 0
+                                   : true;
+}
+
+void TrieGen::addUnseen(const IpGenPrefix& p) {
+   const U32 before = routes();
+   routeUpdated_ = false;
+   addToEngine(p);
+   routeUpdated_ = routes() == before;
 }
 
 bool TrieGen::routeDel(const IpGenPrefix& p) {
@@ -136,14 +174,16 @@ bool TrieGen::routeDel(const IpGenPrefix& p) {
       wasThere = trie6_->routeDel(p.v6Prefix());
       defaultRoutePresentIs(trie6_->defaultRoutePresent());
    }
-   notifyChangedRoute(p);
+   announce(p);
    return wasThere;
 }
 
 void TrieGen::notifyChangedRoute(const IpGenPrefix& p) {
    const Corvid::Ptr<TrieGen> held(this);
-   publisher_.pulse(changedRouteId, changedRoute_, p, IpGenPrefix());
+   announce(p);
 }
+
+void TrieGen::announce(const IpGenPrefix& p) { publisher_.pulse(changedRouteId, changedRoute_, p, IpGenPrefix()); }
 
 //--- looking routes up ---
 
@@ -153,23 +193,61 @@ bool TrieGen::route(const IpGenPrefix& p) const {
 }
 
 IpGenPrefix TrieGen::longestMatch(const IpGenPrefix& p) const {
-   ROUTETRIE_TRACE(trieGenTrace, 8) << __PRETTY_FUNCTION__ << "( " << p << " )";
-   ROUTETRIE_TIME_BLOCK("TrieGen");
-   ROUTETRIE_ASSERT(p.af() == af());
-   if (af_ == Corenet::ipv4()) {
-      const Corenet::Prefix found = longestMatchIn(*trie4_, p.v4Prefix());
-      ROUTETRIE_TRACE(trieGenTrace, 8) << "Longest Match returned " << found;
-      if (!found.isNullPrefix()) {
-         return found;
-      }
-   } else if (af_ == Corenet::ipv6()) {
-      const Corenet::Ip6Prefix found = trie6_->longestMatch(p.v6Prefix());
-      ROUTETRIE_TRACE(trieGenTrace, 8) << "Longest Match returned " << found;
-      if (!found.isNullPrefix()) {
-         return found;
-      }
+   if (isTold()) [[unlikely]] {
+      return longestMatchTold(p, __PRETTY_FUNCTION__);
    }
-   return {};
+   ROUTETRIE_ASSERT(p.af() == af());
+   return af_ == Corenet::ipv4()   ? matchOrEmpty(longestMatchIn(*trie4_, p.v4Prefix()))
+          : af_ == Corenet::ipv6() ? matchOrEmpty(trie6_->longestMatch(p.v6Prefix()))
+                                   : IpGenPrefix();
+}
+
+IpGenPrefix TrieGen::longestMatchTold(const IpGenPrefix& p, const char* function) const {
+   ROUTETRIE_TRACE(trieGenTrace, 8, "longestMatch") << function << "( " << p << " )";
+   ROUTETRIE_TIME_BLOCK_OF("TrieGen", function);
+   ROUTETRIE_ASSERT(p.af() == af());
+   const auto told = [](const auto& found) {
+      ROUTETRIE_TRACE(trieGenTrace, 8, "longestMatch") << "Longest Match returned " << found;
+      return matchOrEmpty(found);
+   };
+   return af_ == Corenet::ipv4()   ? told(trie4_->longestMatch(p.v4Prefix()))
+          : af_ == Corenet::ipv6() ? told(trie6_->longestMatch(p.v6Prefix()))
+                                   : IpGenPrefix();
+}
+
+namespace {
+
+// What a burst asks of either engine: of IPv4 its own prefix type, of IPv6 the generic one, which is the engine's, too.
+struct GenFace4 {
+   using Prefix = IpGenPrefix;
+   static Corenet::Prefix asked(const IpGenPrefix& query) {
+      ROUTETRIE_ASSERT(query.af() == Corenet::ipv4(), "p.af() == af()");
+      return query.v4Prefix();
+   }
+   static IpGenPrefix answered(const Corenet::Prefix& found) { return matchOrEmpty(found); }
+};
+
+struct GenFace6 : OwnFace<IpGenPrefix> {
+   static const IpGenPrefix& asked(const IpGenPrefix& query) {
+      ROUTETRIE_ASSERT(query.af() == Corenet::ipv6(), "p.af() == af()");
+      return query;
+   }
+};
+
+}  // namespace
+
+void TrieGen::longestMatchBulk(std::span<const IpGenPrefix> prefixes, std::span<IpGenPrefix> answers) const {
+   if (!isTold() && af_ == Corenet::ipv4()) {
+      longestMatchBulkAs<GenFace4>(*trie4_, prefixes, answers);
+      return;
+   }
+   if (!isTold() && af_ == Corenet::ipv6()) {
+      longestMatchBulkAs<GenFace6>(*trie6_, prefixes, answers);
+      return;
+   }
+   ROUTETRIE_ASSERT(prefixes.size() == answers.size(), "queries.size() == answers.size()");
+   std::transform(prefixes.begin(), prefixes.end(), answers.begin(),
+                  [this](const IpGenPrefix& p) { return longestMatch(p); });
 }
 
 IpGenPrefix TrieGen::findParent(const IpGenPrefix& p) const {

@@ -26,6 +26,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 
 #include "platform/Corenet/AddressFamily.h"
@@ -104,6 +105,10 @@ class ROUTETRIE_EXPORT TrieGen : public Corvid::Node {
    // The longest route that covers the prefix, the prefix itself included; the empty value if there is none. Asserts
    // "p.af() == af()".
    Corenet::IpGenPrefix longestMatch(const Corenet::IpGenPrefix& p) const;
+   // longestMatch for each prefix of a burst, several at a time: answers[i] is that of prefixes[i]. The two may be the same
+   // span. Allocates nothing. Asserts "queries.size() == answers.size()" and what longestMatch does.
+   void longestMatchBulk(std::span<const Corenet::IpGenPrefix> prefixes,
+                         std::span<Corenet::IpGenPrefix> answers) const;
    // The longest route that covers the prefix and is shorter than it; if there is none the null prefix of the prefix's
    // family, and that of IPv4 for a prefix without a family.
    Corenet::IpGenPrefix findParent(const Corenet::IpGenPrefix& p) const;
@@ -135,6 +140,20 @@ class ROUTETRIE_EXPORT TrieGen : public Corvid::Node {
   private:
    template <class T>
    friend struct Corvid::Description;
+
+   // longestMatch with its lines and its time, which stand apart since they would slow it down where neither is wanted.
+   // `function` is its text.
+   [[gnu::cold, gnu::noinline]] Corenet::IpGenPrefix longestMatchTold(const Corenet::IpGenPrefix& p,
+                                                                      const char* function) const;
+   // notifyChangedRoute, where the trie is held.
+   void announce(const Corenet::IpGenPrefix& p);
+   // Whether anyone can tell in which order an addition asks, adds and announces, or whether a present route was added again:
+   // a watcher, a trace, an iterator.
+   bool isFollowed() const;
+   // Adds the route and learns from the engine's count whether it was there, which spares a search. Requires: the route has
+   // a length from 1 to its family's width, and nobody follows.
+   void addUnseen(const Corenet::IpGenPrefix& p);
+   void addToEngine(const Corenet::IpGenPrefix& p);
 
    Corenet::IpGenPrefix changedRoute_;
    const Corenet::AddressFamily af_;

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "trie/TrieBulk.h"
 #include "trie/TrieLengths.h"
 
 namespace Routing {
@@ -65,6 +66,25 @@ Corenet::CompactIpPrefix TrieWrapper::longestMatch(const Corenet::CompactIpPrefi
    }
    ROUTETRIE_ASSERT(false);
    return {};
+}
+
+namespace {
+
+struct WrapperFace4 {
+   using Prefix = Corenet::CompactIpPrefix;
+   static Corenet::Prefix asked(const Prefix& query) { return query.ipv4(); }
+   static Prefix answered(const Corenet::Prefix& found) { return found; }
+};
+
+}  // namespace
+
+void TrieWrapper::longestMatchBulk(std::span<const Corenet::CompactIpPrefix> prefixes,
+                                   std::span<Corenet::CompactIpPrefix> answers) const {
+   switch (v4v6_) {
+      case Corenet::V4V6::v4: longestMatchBulkAs<WrapperFace4>(*v4Trie_, prefixes, answers); return;
+      case Corenet::V4V6::v6: v6Trie_->longestMatchBulk(prefixes, answers); return;
+   }
+   ROUTETRIE_ASSERT(false);
 }
 
 Corenet::CompactIpPrefix TrieWrapper::findParent(const Corenet::CompactIpPrefix& p) const {

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 
 #include "platform/Corenet/AddressFamily.h"
@@ -97,6 +98,10 @@ class ROUTETRIE_EXPORT TrieWrapper : public Corvid::Node {
       return false;
    }
    Corenet::CompactIpPrefix longestMatch(const Corenet::CompactIpPrefix& p) const;
+   // longestMatch for each prefix of a burst, several at a time: answers[i] is that of prefixes[i]. The two may be the same
+   // span. Asserts "queries.size() == answers.size()".
+   void longestMatchBulk(std::span<const Corenet::CompactIpPrefix> prefixes,
+                         std::span<Corenet::CompactIpPrefix> answers) const;
    bool longerRoutePresent(const Corenet::CompactIpPrefix& p) const {
       switch (v4v6_) {
          case Corenet::V4V6::v4: return v4Trie_->longerRoutePresent(p.ipv4());

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 
 #include "bench/Engine.h"
 #include "platform/Corenet.h"
@@ -36,6 +37,7 @@ class FrontEnd {
    using Key = typename Front::Form;
    using Query = Key;
    using Answer = Key;
+   using BulkAnswer = Key;
    static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
 
    explicit FrontEnd(const Workload<F>&) : bytesBefore_(Rtrie::trackedBytes()), trie_(Front::make(F::af)) {}
@@ -50,6 +52,12 @@ class FrontEnd {
    bool erase(const Key& key) { return trie_->routeDel(key); }
 
    Answer match(const Query& query) const { return trie_->longestMatch(query); }
+   void matchBulk(std::span<const Query> queries, std::span<BulkAnswer> answers) const {
+      trie_->longestMatchBulk(queries, answers);
+   }
+   static std::optional<Route<F>> bulkRoute(const BulkAnswer& answer, const Workload<F>& work) {
+      return route(answer, work);
+   }
    bool exact(const Key& key) const { return trie_->route(key); }
    Answer parent(const Key& key) const { return trie_->findParent(key); }
    bool longer(const Key& key) const { return trie_->longerRoutePresent(key); }
@@ -78,6 +86,9 @@ class FrontEnd {
 class Trie6Engine : public FrontEnd<V6, Trie6Front> {
   public:
    using FrontEnd::FrontEnd;
+   static std::optional<Route<V6>> bulkRoute(const BulkAnswer& answer, const Workload<V6>& work) {
+      return route(answer, work);
+   }
    static std::optional<Route<V6>> route(const Answer& answer, const Workload<V6>&) {
       return answer.isNullPrefix() ? std::nullopt : std::optional(Route<V6>{answer.bits(), answer.len()});
    }

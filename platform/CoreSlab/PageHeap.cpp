@@ -8,6 +8,13 @@
 
 namespace CoreSlab {
 
+namespace {
+
+constexpr std::size_t headerBytes = 64;
+constexpr std::size_t headerPlaces = 32;
+
+}  // namespace
+
 struct PageHeap::Page {
    Page* next = nullptr;  // among the pages of the class with room
    Page* previous = nullptr;
@@ -18,9 +25,17 @@ struct PageHeap::Page {
    U32 liveBlocks = 0;
    std::size_t mappedBytes = 0;  // of a large block's mapping
 
+   // The header of the page of that block, or of any address in it.
    static Page* of(const void* block) noexcept {
-      return std::bit_cast<Page*>(std::bit_cast<std::uintptr_t>(block) & ~(pageBytes - 1));
+      const auto address = std::bit_cast<std::uintptr_t>(block);
+      return std::bit_cast<Page*>((address & ~(pageBytes - 1)) + headerOffset(address));
    }
+   // Headers at the same place of all pages would fight for the same few lines of the processor's caches, and each block
+   // given back would wait for memory.
+   static std::size_t headerOffset(std::uintptr_t address) noexcept {
+      return address / pageBytes % headerPlaces * headerBytes;
+   }
+   char* begin() noexcept { return std::bit_cast<char*>(std::bit_cast<std::uintptr_t>(this) & ~(pageBytes - 1)); }
    bool hasFresh() const noexcept { return freshOffset + blockBytes <= pageBytes; }
    bool hasRoom() const noexcept { return free != nullptr || hasFresh(); }
 };
@@ -40,7 +55,6 @@ struct PageHeap::Arena {
 
 namespace {
 
-constexpr std::size_t headerBytes = 64;
 constexpr std::size_t pagesInArena = PageHeap::arenaBytes / PageHeap::pageBytes;
 static_assert(pagesInArena == 32);
 
@@ -161,7 +175,7 @@ void* PageHeap::allocateLocked(ClassPages& pages, std::size_t sizeClass) noexcep
    }
    void* block = nullptr;
    if (page->hasFresh()) {
-      block = reinterpret_cast<char*>(page) + page->freshOffset;
+      block = page->begin() + page->freshOffset;
       page->freshOffset += page->blockBytes;
    } else {
       block = page->free;
@@ -218,10 +232,11 @@ PageHeap::Page* PageHeap::newPage(std::size_t sizeClass) noexcept {
       memory = arena->begin() + index * pageBytes;
       isFirst = index == 0;
    }
-   auto* page = ::new (memory) Page;
+   auto* page = ::new (Page::of(memory)) Page;
    page->blockBytes = static_cast<U32>(sizeClassBytes(sizeClass));
    page->sizeClass = static_cast<U32>(sizeClass);
-   page->freshOffset = isFirst ? 2 * headerBytes : headerBytes;
+   const std::size_t headers = isFirst ? 2 * headerBytes : headerBytes;
+   page->freshOffset = static_cast<U32>(Page::headerOffset(std::bit_cast<std::uintptr_t>(memory)) + headers);
    return page;
 }
 
@@ -232,7 +247,7 @@ void PageHeap::releasePage(Page* page) noexcept {
    if (arena->freePages == 0) {
       link(arenasWithRoom_, arena);
    }
-   arena->freePages |= U32{1} << static_cast<std::size_t>(reinterpret_cast<char*>(page) - begin) / pageBytes;
+   arena->freePages |= U32{1} << static_cast<std::size_t>(page->begin() - begin) / pageBytes;
    if (arena->freePages != ~U32{0}) {
       return;
    }
@@ -261,22 +276,22 @@ PageHeap::Arena* PageHeap::newArena() noexcept {
 
 void* PageHeap::allocateLarge(std::size_t bytes) noexcept {
    static_assert(sizeof(Page) <= headerBytes && headerBytes + sizeof(Arena) <= 2 * headerBytes);
-   if (bytes > ~std::size_t{0} - headerBytes - 2 * pageBytes) {
+   if (bytes > ~std::size_t{0} - 3 * pageBytes) {
       return nullptr;
    }
-   const std::size_t mapped = (bytes + headerBytes + pageBytes - 1) / pageBytes * pageBytes;
+   const std::size_t mapped = (bytes + headerPlaces * headerBytes + pageBytes - 1) / pageBytes * pageBytes;
    char* memory = mapAligned(mapped, pageBytes);
    if (memory == nullptr) {
       return nullptr;
    }
-   auto* page = ::new (memory) Page;
+   auto* page = ::new (Page::of(memory)) Page;
    page->sizeClass = classCount;
    page->mappedBytes = mapped;
    const std::lock_guard guard(arenaLock_);
    mappedBytes_ += mapped;
    ++largeBlocks_;
    largeBytes_ += mapped;
-   return memory + headerBytes;
+   return reinterpret_cast<char*>(page) + headerBytes;
 }
 
 void PageHeap::freeLarge(Page* page) noexcept {
@@ -287,7 +302,7 @@ void PageHeap::freeLarge(Page* page) noexcept {
       --largeBlocks_;
       largeBytes_ -= mapped;
    }
-   munmap(page, mapped);
+   munmap(page->begin(), mapped);
 }
 
 PageHeap::Stats PageHeap::stats() noexcept {

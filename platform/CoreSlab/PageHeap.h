@@ -6,7 +6,8 @@
 //    +------+------+-- ... --+------+        +--------+-------+-------+-- ... --+-------+
 //
 // A page holds blocks of one class, and its header tells which: a block's page is found by masking its address, so that
-// a block has no header and is freed without its size. The first page of an arena holds the arena's header too. Blocks
+// a block has no header and is freed without its size. The header stands a line further with each page of an arena, which
+// the picture leaves out. The first page of an arena holds the arena's header too. Blocks
 // of a fresh page are handed out in ascending order, all of them before one that was given back, so that what is made
 // together lies together. A block that is free holds the link to the next one.
 //

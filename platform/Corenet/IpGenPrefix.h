@@ -5,7 +5,6 @@
 // Tested by tests/platform/Corenet/IpGenPrefixTest.cpp.
 #pragma once
 
-#include <array>
 #include <compare>
 #include <string_view>
 
@@ -22,7 +21,7 @@ namespace Corenet {
 class IpGenPrefixBase {
   public:
    U32 hash(U32 seed) const noexcept {
-      return Impl::hashBits(seed, AddressBits<128>::load(bytes_.data()), static_cast<U32>(family_) << 8 | length_);
+      return Impl::hashBits(seed, address_.bits(), static_cast<U32>(family_) << 8 | length_);
    }
    // Compares two IpGenPrefix values behind untyped pointers.
    static bool isEq(const void* a, const void* b) noexcept {
@@ -34,14 +33,14 @@ class IpGenPrefixBase {
       if (a.family_ != b.family_) {
          return a.family_ <=> b.family_;
       }
-      const auto byAddress = AddressBits<128>::load(a.bytes_.data()) <=> AddressBits<128>::load(b.bytes_.data());
+      const auto byAddress = a.address_ <=> b.address_;
       return byAddress != 0 ? byAddress : a.length_ <=> b.length_;
    }
 
   protected:
    IpGenPrefixBase() noexcept = default;
 
-   std::array<U8, 16> bytes_{};
+   Ip6Addr address_;  // the bytes of either family
    U8 length_ = 0;
    AddressFamily family_ = AddressFamily::none;
 };
@@ -65,7 +64,7 @@ class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
    IpGenAddr address() const noexcept {
       switch (family_) {
          case AddressFamily::ipv4: return IpAddr(bits<32>());
-         case AddressFamily::ipv6: return Ip6Addr(bytes_);
+         case AddressFamily::ipv6: return address_;
          default: return IpGenAddr(family_);
       }
    }
@@ -78,14 +77,13 @@ class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
    // The first `width` bits of the stored address, whatever the family.
    template <unsigned width>
    AddressBits<width> bits() const noexcept {
-      return AddressBits<width>::load(bytes_.data());
+      return AddressBits<width>(static_cast<typename AddressBits<width>::Word>(address_.bits().word() >> (128 - width)));
    }
 
   private:
    template <unsigned width>
    IpGenPrefix(AddressBits<width> bits, U8 length, AddressFamily family) noexcept {
-      // As one word, since that is how it will be read.
-      AddressBits<128>(U128{bits.word()} << (128 - width)).store(bytes_.data());
+      address_ = Ip6Addr(AddressBits<128>(U128{bits.word()} << (128 - width)));
       length_ = length;
       family_ = family;
    }

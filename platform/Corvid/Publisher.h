@@ -95,6 +95,10 @@ class ROUTETRIE_EXPORT Publisher {
    // a watcher raises. Requires: the caller holds the object.
    template <class T>
    void pulse(FieldId id, T& attribute, const T& value, const T& rest) {
+      if (first_ == nullptr) [[likely]] {
+         attribute = rest;  // nobody can see it otherwise
+         return;
+      }
       struct Rest {
          ~Rest() { attribute = rest; }
          T& attribute;

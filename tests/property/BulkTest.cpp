@@ -13,6 +13,8 @@
 #include "trie/Trie.h"
 #include "trie/Trie6.h"
 #include "trie/TrieCompact.h"
+#include "trie/TrieGen.h"
+#include "trie/TrieWrapper.h"
 
 namespace Property {
 namespace {
@@ -168,6 +170,20 @@ TEST_P(Bulk, TrieCompact) {
    }
 }
 
+TEST_P(Bulk, TrieGen) {
+   for (const auto family : {AddressFamily::ipv4, AddressFamily::ipv6}) {
+      const auto trie = Routing::trieGenFactory("bulk", family);
+      check<IpGenPrefix>(family, *trie, [&](const IpGenPrefix& route) { trie->routeIs(route, true); });
+   }
+}
+
+TEST_P(Bulk, TrieWrapper) {
+   for (const auto family : {AddressFamily::ipv4, AddressFamily::ipv6}) {
+      const auto trie = Routing::trieWrapperFactory(family);
+      check<CompactIpPrefix>(family, *trie, [&](const CompactIpPrefix& route) { trie->routeIs(route, true); });
+   }
+}
+
 INSTANTIATE_TEST_SUITE_P(Mixes, Bulk, testing::ValuesIn(mixes),
                          [](const auto& test) { return std::string(test.param.name); });
 
@@ -176,6 +192,23 @@ TEST(BulkDeathTest, SpansOfDifferentLengthsAreRefused) {
    const std::vector<Prefix> queries(3);
    std::vector<Prefix> answers(2);
    EXPECT_DEATH(trie->longestMatchBulk(queries, answers), "queries.size\\(\\) == answers.size\\(\\)");
+}
+
+TEST(BulkDeathTest, ATrieGenRefusesTheOtherFamily) {
+   const std::vector<IpGenPrefix> v4(3, Prefix());
+   const std::vector<IpGenPrefix> v6(3, Ip6Prefix());
+   std::vector<IpGenPrefix> answers(3);
+   const auto trie4 = Routing::trieGenFactory("bulk", AddressFamily::ipv4);
+   EXPECT_DEATH(trie4->longestMatchBulk(v6, answers), "p.af\\(\\) == af\\(\\)");
+   const auto trie6 = Routing::trieGenFactory("bulk", AddressFamily::ipv6);
+   EXPECT_DEATH(trie6->longestMatchBulk(v4, answers), "p.af\\(\\) == af\\(\\)");
+}
+
+TEST(BulkTest, ATrieGenWithoutAFamilyAnswersWithTheEmptyValue) {
+   const auto trie = Routing::trieGenFactory("bulk", AddressFamily::none);
+   std::vector<IpGenPrefix> answers(2, Prefix());
+   trie->longestMatchBulk(std::vector<IpGenPrefix>(2), answers);
+   EXPECT_EQ(std::vector<IpGenPrefix>(2), answers);
 }
 
 }  // namespace
