@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "platform/Corvid/Assert.h"
+#include "trie/BulkDescent.h"
 #include "trie/PatriciaTrie.h"
 #include "trie/PatriciaTrieDescent.h"
 #include "trie/PatriciaTrieKey.h"
@@ -24,16 +25,7 @@ class Walk {
 
    // Every route from `node` down, which may be null, of at least the walk's length. An answer of false ends this call,
    // and so leaves out the rest of the node and all beneath it.
-   void preOrder(NodeClass* node) const {
-      for (; node != nullptr; node = static_cast<NodeClass*>(node->right_)) {
-         for (U32 black = node->firstBlack(); black != 0; black = node->nextBlack(black)) {
-            if (black >= length_ && !report(*node, black)) {
-               return;
-            }
-         }
-         preOrder(static_cast<NodeClass*>(node->left_));
-      }
-   }
+   void preOrder(NodeClass* node) const { preOrder(node, nullptr); }
 
    // On each branch from `node` down, which may be null, the shortest route that is longer than the walk's length.
    void immediateChildren(NodeClass* node) const {
@@ -48,6 +40,30 @@ class Walk {
    }
 
   private:
+   // `after` is the node that the walk comes to when it is through with `node`, or null. A walk waits for memory at nearly
+   // every node, so what it will come to is fetched while it waits for something nearer.
+   void preOrder(NodeClass* node, NodeClass* after) const {
+      while (node != nullptr) {
+         fetchChildren(*node);
+         if (after != nullptr) {
+            fetchChildren(*after);
+         }
+         for (U32 black = node->firstBlack(); black != 0; black = node->nextBlack(black)) {
+            if (black >= length_ && !report(*node, black)) {
+               return;
+            }
+         }
+         auto* right = static_cast<NodeClass*>(node->right_);
+         preOrder(static_cast<NodeClass*>(node->left_), right);
+         node = right;
+      }
+   }
+
+   static void fetchChildren(const NodeClass& node) {
+      fetchAhead(static_cast<const NodeClass*>(node.left_));
+      fetchAhead(static_cast<const NodeClass*>(node.right_));
+   }
+
    bool report(NodeClass& node, U32 black) const {
       const PrefixData* data = nodeDataEnabled_ ? getNodeData(type_, &node, black) : nullptr;
       return callback_->handlePrefixData(routeOf<PrefixType>(node, black), data);
