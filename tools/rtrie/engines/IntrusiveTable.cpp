@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "tools/rtrie/AddressNumber.h"
+
 namespace Rtrie {
 namespace {
 
@@ -18,10 +20,6 @@ RouteTable::Prefix prefixOf(const Node& node) {
    std::array<U8, 16> bytes{};
    std::copy_n(view.data, (view.length + 7) / 8, bytes.begin());
    return Corenet::Ip6Prefix::cut(Corenet::Ip6Addr(bytes).bits(), view.length);
-}
-
-bool covers(const RouteTable::Prefix& query, const RouteTable::Prefix& other) {
-   return query.len() <= other.len() && query.bits<128>() == other.bits<128>().cut(query.len());
 }
 
 }  // namespace
@@ -83,16 +81,39 @@ const Node* IntrusiveTable::firstFrom(const Prefix& query) const {
                                                     isRight ? ParentPtrType::nodeRight : ParentPtrType::nodeLeft, 0);
 }
 
-void IntrusiveTable::subtree(const Prefix& query, const Visit& visit) const {
-   for (const Node* node = firstFrom(query); node != nullptr; node = node->nextNode(false, 0)) {
+template <class Each>
+void IntrusiveTable::walk(const Prefix& query, Each&& each) const {
+   for (const Node* node = firstFrom(query); node != nullptr;) {
       const Prefix prefix = prefixOf(*node);
       if (!covers(query, prefix)) {
          return;
       }
-      if (!node->isInternal()) {
-         visit(prefix);
-      }
+      const bool goesBeneath = node->isInternal() || each(prefix);
+      node = node->nextNode(!goesBeneath, 0);
    }
+}
+
+bool IntrusiveTable::longerPresent(const Prefix& query) const {
+   return query.len() != 0 && covers(query, next(query));
+}
+
+void IntrusiveTable::subtree(const Prefix& query, const Visit& visit) const {
+   walk(query, [&](const Prefix& route) {
+      visit(route);
+      return true;
+   });
+}
+
+void IntrusiveTable::children(const Prefix& query, const Visit& visit) const {
+   if (query.len() == 0 && trie_->route(Corenet::Ip6Prefix()) == nullptr) {
+      return;
+   }
+   walk(query, [&](const Prefix& route) {
+      if (route != query) {
+         visit(route);
+      }
+      return route == query;
+   });
 }
 
 RouteTable::Prefix IntrusiveTable::next(const Prefix& query) const {
@@ -104,5 +125,9 @@ RouteTable::Prefix IntrusiveTable::next(const Prefix& query) const {
 }
 
 void IntrusiveTable::dump(const Corvid::Ptr<const Keel::DumpContext>& context) const { trie_->dumpState(context, 0); }
+
+void IntrusiveTable::dumpTree(std::ostream& out) const {
+   trie_->trie().dumpStateIp(Keel::dumpContextFactory(out), 0, Corenet::V4V6::v6);
+}
 
 }  // namespace Rtrie
