@@ -24,6 +24,7 @@ constexpr Engine engine(std::string_view name, std::string_view summary, bool ip
 }
 
 constexpr Engine rows[] = {
+   engine<GenTable>("auto", "what suits the family, as gen picks it: multibit trie for IPv4, Patricia trie for IPv6"),
    engine<PatriciaTable>("patricia", "Patricia trie with whole addresses in its nodes"),
    engine<CompactPatriciaTable>("patricia-compact", "Patricia trie with one-word prefixes in its IPv6 nodes"),
    engine<PatriciaDataTable>("patricia-data", "the same with a payload for each route, kept in the trie"),

@@ -51,6 +51,8 @@ class RouteTable {
 
    // The engine's own object, to be reached by name.
    virtual Corvid::Node& object() const = 0;
+   // The object to ask for a field of that name: where a front end has none, the engine beneath it.
+   virtual Corvid::Node& objectWith(std::string_view) const { return object(); }
 
    // The longest route that covers the query, which may be the query itself.
    virtual Prefix longestMatch(const Prefix&) const { notAnswered(); }
@@ -73,6 +75,10 @@ class RouteTable {
    // Writes the engine's state for an operator, or for its developer the tree of its nodes.
    virtual void dump(const Corvid::Ptr<const Keel::DumpContext>&) const { notAnswered(); }
    virtual void dumpTree(std::ostream&) const { notAnswered(); }
+
+  protected:
+   // covering() of an engine that has no operation for it: a search for each route. Requires: longestMatch and parent.
+   void coveringByParents(const Prefix& query, const Visit& visit) const;
 
   private:
    [[noreturn]] static void notAnswered() {

@@ -36,7 +36,7 @@ constexpr auto whole =
    "    2001:db8::/32\n";
 
 TEST_F(Dump, listOfRoutesByFamily) {
-   for (const char* engine : {"patricia", "patricia-compact", "patricia-data"}) {
+   for (const char* engine : {"patricia", "patricia-compact", "patricia-data", "compact"}) {
       EXPECT_EQ(whole, dump({"--engine", engine})) << engine;
    }
 }
@@ -52,9 +52,9 @@ TEST_F(Dump, limitCutsTheNormalFormOnly) {
       "PatriciaTrie\n"
       "  route[] #1\n"
       "    2001:db8::/32\n",
-      dump({"--limit", "2"}));
-   EXPECT_EQ(whole, dump({"--limit", "4"}));
-   EXPECT_EQ(whole, dump({"--limit", "2", "--verbose"}));
+      dump({"--engine", "patricia", "--limit", "2"}));
+   EXPECT_EQ(whole, dump({"--engine", "patricia", "--limit", "4"}));
+   EXPECT_EQ(whole, dump({"--engine", "patricia", "--limit", "2", "--verbose"}));
 }
 
 TEST_F(Dump, treeOfNodes) {

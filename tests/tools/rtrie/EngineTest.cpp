@@ -153,6 +153,15 @@ TEST(Engine, answersAsAScanDoes) {
    }
 }
 
+TEST(Engine, eachHasEveryOpAndBothDumps) {
+   for (const Engine& engine : engines()) {
+      for (const Op& op : ops()) {
+         EXPECT_TRUE(includes(engine.answers, op.needs)) << engine.name << ' ' << op.name;
+      }
+      EXPECT_TRUE(includes(engine.answers, Questions::dump | Questions::dumpTree)) << engine.name;
+   }
+}
+
 TEST(Engine, longPrefixes) {
    for (const Engine& engine : engines()) {
       if (!engine.holds(AddressFamily::ipv6)) {
@@ -175,7 +184,7 @@ TEST(Engine, namesAreDifferent) {
       EXPECT_TRUE(engine.ipv4 || engine.ipv6) << engine.name;
       EXPECT_FALSE(engine.holds(AddressFamily::none)) << engine.name;
    }
-   EXPECT_EQ("patricia", engines().front().name);
+   EXPECT_EQ("auto", engines().front().name);
 }
 
 }  // namespace

@@ -63,19 +63,37 @@ TEST(InspectCommand, speaksJson) {
 TEST(InspectCommand, readsALoadedTable) {
    const Support::Folder folder;
    const auto table = folder.file("table", "10.0.0.0/8\n10.1.0.0/16\n2001:db8::/32\n");
-   const Ran ran = rtrie({"inspect", "--table", table, "routes", "longestMatchCommon(10.1.2.3/32)", "empty"});
+   const Ran ran = rtrie({"inspect", "--table", table, "routes", "longestMatch(10.1.2.3/32)", "empty"});
    EXPECT_EQ("", ran.err);
    EXPECT_EQ(0, ran.status);
    EXPECT_EQ(
-      "IPv4  routes = 2\nIPv6  routes = 1\nIPv4  longestMatchCommon(10.1.2.3/32) = 10.1.0.0/16\n"
+      "IPv4  routes = 2\nIPv6  routes = 1\nIPv4  longestMatch(10.1.2.3/32) = 10.1.0.0/16\n"
       "IPv4  empty = false\nIPv6  empty = false\n",
       ran.out);
+   const Ran engine = rtrie({"inspect", "--table", table, "--engine", "patricia", "longestMatchCommon(10.1.2.3/32)"});
+   EXPECT_EQ("IPv4  longestMatchCommon(10.1.2.3/32) = 10.1.0.0/16\n", engine.out);
    const Ran json = rtrie({"inspect", "--table", table, "--format", "json", "--engine", "patricia-compact", "nodes"});
    EXPECT_EQ(0, json.status);
    EXPECT_EQ(
       "{\"family\":\"ipv4\",\"path\":\"nodes\",\"value\":\"1\"}\n"
       "{\"family\":\"ipv6\",\"path\":\"nodes\",\"value\":\"1\"}\n",
       json.out);
+}
+
+// Of "name" the trie of the front end tells, of "empty" alone the engine beneath, which can also be named.
+TEST(InspectCommand, readsTheEngineWhereTheFrontEndHasNoSuchField) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8\n10.1.0.0/16\n2001:db8::/32\n");
+   for (const char* engine : {"auto", "gen"}) {
+      const Ran ran = rtrie({"inspect", "--table", table, "--engine", engine, "name", "empty", "useCompactIpPrefix",
+                             "trie4.longestMatch(10.1.2.3/32)"});
+      EXPECT_EQ(
+         "IPv4  name = rtrie\nIPv6  name = rtrie\nIPv4  empty = false\nIPv6  empty = false\n"
+         "IPv6  useCompactIpPrefix = false\nIPv4  trie4.longestMatch(10.1.2.3/32) = 10.1.0.0/16\n",
+         ran.out);
+      EXPECT_EQ("rtrie: Routing::TrieGen has no field \"useCompactIpPrefix\"\n", ran.err);
+      EXPECT_EQ(1, ran.status);
+   }
 }
 
 TEST(InspectCommand, whatCantBeHadIsOneClearLine) {
@@ -88,12 +106,11 @@ TEST(InspectCommand, whatCantBeHadIsOneClearLine) {
    EXPECT_EQ("rtrie: what is to be read of the table? give a path, such as routes\n", noPath.err);
    EXPECT_EQ(2, noPath.status);
    const Ran noField = rtrie({"inspect", "--table", table, "nothing", "routes"});
-   EXPECT_EQ("rtrie: Routing::PatriciaTrie has no field \"nothing\"\n", noField.err);
+   EXPECT_EQ("rtrie: Routing::TrieGen has no field \"nothing\"\n", noField.err);
    EXPECT_EQ("IPv4  routes = 1\n", noField.out);
    EXPECT_EQ(1, noField.status);
-   const Ran family = rtrie({"inspect", "--table", table, "longestMatchCommon(2001:db8::/32)"});
-   EXPECT_EQ("rtrie: no table of engine \"patricia\" is of the family of \"longestMatchCommon(2001:db8::/32)\"\n",
-             family.err);
+   const Ran family = rtrie({"inspect", "--table", table, "longestMatch(2001:db8::/32)"});
+   EXPECT_EQ("rtrie: no table of engine \"auto\" is of the family of \"longestMatch(2001:db8::/32)\"\n", family.err);
    EXPECT_EQ(1, family.status);
    EXPECT_EQ(2, rtrie({"inspect", "--format", "xml"}).status);
 }

@@ -2,6 +2,7 @@
 #include "tools/rtrie/TableSet.h"
 
 #include "Support.h"
+#include "tools/rtrie/Registry.h"
 
 namespace Rtrie {
 namespace {
@@ -43,7 +44,7 @@ TEST(TableSet, liveBytesAreThoseOfTheNodes) {
    routes.seal();
    const U64 before = trackedBytes();
    {
-      const TableSet tables(engines().front(), routes);
+      const TableSet tables(rowNamed(engines(), "engine", "patricia"), routes);
       const auto& ipv4 = tables.of(Corenet::ipv4);
       const auto& ipv6 = tables.of(Corenet::ipv6);
       EXPECT_EQ(2 * count - 1, ipv4.table->nodes());

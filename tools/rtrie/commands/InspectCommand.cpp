@@ -99,7 +99,7 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
          }
          asked = true;
          try {
-            const Inspect::Value value = path.read(table->object());
+            const Inspect::Value value = path.read(table->objectWith(path.steps().front().field));
             format.value(af, path.text(), value, output);
             output.lineDone();
          } catch (const Corvid::RangeException& fault) {
@@ -134,8 +134,8 @@ Run addInspect(CLI::App& app) {
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
               helpSection("Formats", summariesOf(std::span<const InspectFormat>(formats))) + "\n" +
               helpSection("Examples",
-                          "  rtrie inspect PatriciaTrie\n"
-                          "  rtrie inspect --table routes.txt routes \"longestMatchCommon(10.1.2.3/32)\""));
+                          "  rtrie inspect TrieGen\n"
+                          "  rtrie inspect --table routes.txt routes \"longestMatch(10.1.2.3/32)\""));
    return [options] { return run(*options); };
 }
 

@@ -40,13 +40,32 @@ class Visitor final : public Routing::TrieWalkCallback {
    const RouteTable::Visit& visit_;
 };
 
-}  // namespace
+// Refuses each route beneath the query, so that what lies beneath that is left out.
+class ChildVisitor final : public Routing::TrieWalkCallback {
+  public:
+   ChildVisitor(const Corenet::Prefix& query, const RouteTable::Visit& visit) : query_(query), visit_(visit) {}
+   int handlePrefix(const Corenet::Prefix& route) override {
+      if (route == query_) {
+         return 1;
+      }
+      visit_(route);
+      return 0;
+   }
+
+  private:
+   const Corenet::Prefix query_;
+   const RouteTable::Visit& visit_;
+};
 
 U64 childArrayBytes(const TrieNode& node) {
    U64 bytes = node.isIndirect() ? malloc_usable_size(node.u_.indirect_) + sizeof(std::size_t) : 0;
    forEachChild(node, [&](const TrieNode& child) { bytes += childArrayBytes(child); });
    return bytes;
 }
+
+}  // namespace
+
+U64 MultibitTable::untrackedBytes() const { return childArrayBytes(*trie_->root()); }
 
 std::vector<RouteTable::Level> MultibitTable::levels() const {
    Levels levels;
@@ -60,6 +79,12 @@ std::vector<RouteTable::Level> MultibitTable::levels() const {
 
 void MultibitTable::subtree(const Prefix& query, const Visit& visit) const {
    trie_->preOrderWalk(query.v4Prefix(), Corvid::ptrIsImpl<Visitor>(visit));
+}
+
+void MultibitTable::children(const Prefix& query, const Visit& visit) const {
+   if (query.len() != 0 || trie_->isDefaultRoutePresent()) {
+      trie_->preOrderWalk(query.v4Prefix(), Corvid::ptrIsImpl<ChildVisitor>(query.v4Prefix(), visit));
+   }
 }
 
 RouteTable::Prefix MultibitTable::next(const Prefix& query) const {

@@ -3,22 +3,23 @@
 // Tested by tests/tools/rtrie/MultibitTableTest.cpp and tests/tools/rtrie/EngineTest.cpp.
 #pragma once
 
+#include <utility>
+
 #include "tools/rtrie/RouteTable.h"
 #include "trie/Trie.h"
 
 namespace Rtrie {
 
-// The bytes of the arrays of children beneath a node, which no tracker counts, as the C library handed them out.
-U64 childArrayBytes(const TrieImpl::TrieNode& node);
-
 class MultibitTable final : public RouteTable {
   public:
-   explicit MultibitTable(Corenet::AddressFamily) {}
+   explicit MultibitTable(Corenet::AddressFamily) : MultibitTable(Routing::trieFactory()) {}
+   explicit MultibitTable(Corvid::Ptr<Routing::Trie> trie) : trie_(std::move(trie)) {}
    void routeIs(const Prefix& route) override { trie_->routeIs(route.v4Prefix(), true); }
    U64 routes() const override { return U64{trie_->routes()} + U64{trie_->isDefaultRoutePresent()}; }
    U64 nodes() const override { return static_cast<U64>(trie_->nodes()); }
    std::vector<Level> levels() const override;
-   U64 untrackedBytes() const override { return childArrayBytes(*trie_->root()); }
+   // The arrays of children, as the C library handed them out.
+   U64 untrackedBytes() const override;
    Corvid::Node& object() const override { return *trie_; }
 
    Prefix longestMatch(const Prefix& query) const override { return known(trie_->longestMatch(query.v4Prefix())); }
@@ -26,7 +27,9 @@ class MultibitTable final : public RouteTable {
    bool longerPresent(const Prefix& query) const override {
       return query.len() != 0 && trie_->longerRoutePresent(query.v4Prefix());
    }
+   void covering(const Prefix& query, const Visit& visit) const override { coveringByParents(query, visit); }
    void subtree(const Prefix& query, const Visit& visit) const override;
+   void children(const Prefix& query, const Visit& visit) const override;
    Prefix next(const Prefix& query) const override;
    void dump(const Corvid::Ptr<const Keel::DumpContext>& context) const override { trie_->dumpState(context, 0); }
    void dumpTree(std::ostream& out) const override { trie_->root()->doDump(out, 0); }
@@ -34,7 +37,7 @@ class MultibitTable final : public RouteTable {
   private:
    static Prefix known(const Corenet::Prefix& answer) { return answer.isNullPrefix() ? Prefix() : Prefix(answer); }
 
-   const Corvid::Ptr<Routing::Trie> trie_ = Routing::trieFactory();
+   const Corvid::Ptr<Routing::Trie> trie_;
 };
 
 }  // namespace Rtrie

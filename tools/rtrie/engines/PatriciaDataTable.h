@@ -1,5 +1,5 @@
 // PatriciaDataTable: the Patricia trie with a payload for each route as an engine of rtrie. It alone keeps the table's
-// payloads itself, and it alone knows which routes cover a query.
+// payloads itself, and it has a walk over the routes that cover a query.
 //
 // Tested by tests/tools/rtrie/PatriciaDataTableTest.cpp.
 #pragma once

@@ -1,5 +1,7 @@
 #include "tools/rtrie/engines/PatriciaTable.h"
 
+#include <vector>
+
 #include "tools/rtrie/engines/RouteVisitor.h"
 
 namespace Rtrie {
@@ -14,7 +16,37 @@ RouteTable::Prefix parentOrNone(const RouteTable::Prefix& found) {
    return found.len() == noParentLength ? RouteTable::Prefix() : found;
 }
 
+// What getNext() does, which no trie with whole addresses in its IPv6 nodes has. The trie's own search goes through a
+// subtree from its beginning, so only those are searched that are not before the query as a whole.
+CompactIpPrefix nextInLegacyTrie(const Routing::PatriciaTrie& trie, const RouteTable::Prefix& query) {
+   using Node = PatriciaTrieImpl::PatriciaTrieV6Node;
+   const auto bits = query.bits<128>();
+   std::vector<Routing::PatriciaTrieNode*> subtrees;  // the first in order at the back
+   const auto* node = static_cast<const Node*>(trie.root());
+   while (node != nullptr && node->len() < query.len() && node->bits().sharesFirst(bits, node->len())) {
+      if (!bits.bit(node->len())) {
+         subtrees.push_back(node->right_);
+      }
+      node = static_cast<const Node*>(bits.bit(node->len()) ? node->right_ : node->left_);
+   }
+   if (node != nullptr && !(node->bits() < bits)) {
+      subtrees.push_back(const_cast<Node*>(node));
+   }
+   for (CompactIpPrefix found; !subtrees.empty(); subtrees.pop_back()) {
+      if (trie.getNextImpl(subtrees.back(), CompactIpPrefix(query), found)) {
+         return found;
+      }
+   }
+   return CompactIpPrefix::getNull(trie.af());
+}
+
 }  // namespace
+
+RouteTable::Prefix PatriciaTrieTable::next(const Prefix& query) const {
+   const auto found = trie_->paf() == Routing::nodeTypeIpv6Legacy() ? nextInLegacyTrie(*trie_, query)
+                                                                    : trie_->getNext(CompactIpPrefix(query));
+   return found == CompactIpPrefix::getNull(trie_->af()) ? Prefix() : found.genPrefix();
+}
 
 PatriciaTable::PatriciaTable(Corenet::AddressFamily af)
    : PatriciaTrieTable(Routing::patriciaTrieFactory(af, false)) {}
@@ -52,10 +84,6 @@ void CompactPatriciaTable::subtree(const Prefix& query, const Visit& visit) cons
 }
 void CompactPatriciaTable::children(const Prefix& query, const Visit& visit) const {
    trie_->findImmediateChildrenCompact(CompactIpPrefix(query), Corvid::ptrIsImpl<CompactVisitor>(query, visit).get());
-}
-RouteTable::Prefix CompactPatriciaTable::next(const Prefix& query) const {
-   const auto found = trie_->getNext(CompactIpPrefix(query));
-   return found == CompactIpPrefix::getNull(trie_->af()) ? Prefix() : found.genPrefix();
 }
 
 }  // namespace Rtrie

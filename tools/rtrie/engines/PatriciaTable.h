@@ -1,8 +1,10 @@
 // PatriciaTable: the Patricia trie as an engine of rtrie. CompactPatriciaTable is the same trie through its
-// compact calls, which on IPv6 are another class of node, and which alone know the next route.
+// compact calls, which on IPv6 are another class of node.
 //
 // Tested by tests/tools/rtrie/EngineTest.cpp.
 #pragma once
+
+#include <utility>
 
 #include "tools/rtrie/RouteTable.h"
 #include "trie/PatriciaTrie.h"
@@ -15,6 +17,8 @@ class PatriciaTrieTable : public RouteTable {
    U64 routes() const override { return trie_->routes(); }
    U64 nodes() const override { return static_cast<U64>(trie_->nodes()); }
    Corvid::Node& object() const override { return *trie_; }
+   void covering(const Prefix& query, const Visit& visit) const override { coveringByParents(query, visit); }
+   Prefix next(const Prefix& query) const override;
    void dump(const Corvid::Ptr<const Keel::DumpContext>& context) const override { trie_->dumpState(context, 0); }
    void dumpTree(std::ostream& out) const override { Routing::dumpTree(out, trie_->root(), 0, trie_->paf()); }
 
@@ -27,6 +31,8 @@ class PatriciaTrieTable : public RouteTable {
 class PatriciaTable final : public PatriciaTrieTable {
   public:
    explicit PatriciaTable(Corenet::AddressFamily af);
+   // Requires: the trie takes IpGenPrefix.
+   explicit PatriciaTable(Corvid::Ptr<Routing::PatriciaTrie> trie) : PatriciaTrieTable(std::move(trie)) {}
    void routeIs(const Prefix& route) override;
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
@@ -38,16 +44,14 @@ class PatriciaTable final : public PatriciaTrieTable {
 class CompactPatriciaTable : public PatriciaTrieTable {
   public:
    explicit CompactPatriciaTable(Corenet::AddressFamily af);
+   // Requires: the trie takes CompactIpPrefix.
+   explicit CompactPatriciaTable(Corvid::Ptr<Routing::PatriciaTrie> trie) : PatriciaTrieTable(std::move(trie)) {}
    void routeIs(const Prefix& route) override;
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
    bool longerPresent(const Prefix& query) const override;
    void subtree(const Prefix& query, const Visit& visit) const override;
    void children(const Prefix& query, const Visit& visit) const override;
-   Prefix next(const Prefix& query) const override;
-
-  protected:
-   using PatriciaTrieTable::PatriciaTrieTable;
 };
 
 }  // namespace Rtrie

@@ -1,4 +1,4 @@
-// RouteVisitor: the callback of a trie's walks that hands on the routes under a query.
+// RouteVisitor: the callback of a Patricia trie's walks that hands on the routes under a query.
 //
 // Tested by tests/tools/rtrie/EngineTest.cpp.
 #pragma once
@@ -13,19 +13,24 @@ inline const Corenet::IpGenPrefix& genPrefixOf(const Corenet::IpGenPrefix& prefi
 inline Corenet::IpGenPrefix genPrefixOf(const Corenet::CompactIpPrefix& prefix) { return prefix.genPrefix(); }
 
 // A walk that has no node for its prefix begins above, and so reports routes elsewhere, too. They are left out; and as
-// no route is shorter than the query, nothing beneath such a route is the query's either, and the walk is pruned there.
+// no route is shorter than the query, nothing beneath such a route is the query's either, and the walk is pruned there:
+// false.
+inline bool visitIfUnder(const RouteTable::Prefix& query, const RouteTable::Prefix& route,
+                         const RouteTable::Visit& visit) {
+   const bool isUnder = covers(query, route);
+   if (isUnder) {
+      visit(route);
+   }
+   return isUnder;
+}
+
 template <class Callback, class PrefixType>
 class RouteVisitor final : public Callback {
   public:
    RouteVisitor(const RouteTable::Prefix& query, const RouteTable::Visit& visit) : query_(query), visit_(visit) {}
 
    bool handlePrefixData(const PrefixType& p, const Routing::PrefixData*) override {
-      const RouteTable::Prefix& route = genPrefixOf(p);
-      const bool isCovered = covers(query_, route);
-      if (isCovered) {
-         visit_(route);
-      }
-      return isCovered;
+      return visitIfUnder(query_, genPrefixOf(p), visit_);
    }
 
   private:
