@@ -40,7 +40,6 @@ std::optional<Options> optionsOf(int argc, char** argv, int& status) {
    }
    std::vector<std::string> asked = engineNames;
    options.families = {"v4", "v6"};
-   bool quick = false;
 
    CLI::App app("Measures the library's engines side by side with other route tables, on one table of routes.");
    std::string footer = "operations:\n";
@@ -64,14 +63,19 @@ std::optional<Options> optionsOf(int argc, char** argv, int& status) {
    list("--families", options.families, "address families");
    list("--ops", ops, "what to measure");
    list("--engines", asked, "which engines");
-   app.add_option("--repetitions", options.repetitions, "how often each row is measured, interleaved with its rivals")
-      ->check(CLI::Range(1, 1000))
-      ->capture_default_str();
-   app.add_option("--min-time", options.minSeconds, "seconds a repetition takes at least")
-      ->check(CLI::Range(0.0, 3600.0))
-      ->capture_default_str();
-   app.add_option("--json", options.json, "write all figures to this file")->type_name("FILE");
-   app.add_flag("--quick", quick, "one short repetition of each row, to see that all works; the figures mean little");
+   auto* const repetitions = app.add_option("--repetitions", options.repetitions,
+                                            "how often each row is measured, interleaved with its rivals")
+                                ->check(CLI::Range(1, 1000))
+                                ->capture_default_str();
+   auto* const minTime = app.add_option("--min-time", options.minSeconds, "seconds a repetition takes at least")
+                            ->check(CLI::Range(0.0, 3600.0))
+                            ->capture_default_str();
+   auto* const json = app.add_option("--json", options.json, "write all figures to this file")->type_name("FILE");
+   app.add_flag("--check", options.checkOnly,
+                "each row once, and the answers compared, to see that all works; nothing is timed, in any build")
+      ->excludes(repetitions)
+      ->excludes(minTime)
+      ->excludes(json);
 
    try {
       app.parse(argc, argv);
@@ -98,11 +102,6 @@ std::optional<Options> optionsOf(int argc, char** argv, int& status) {
       if (contains(asked, row.name[0]) || contains(asked, row.name[1])) {
          options.engines.push_back(row);
       }
-   }
-   if (quick) {
-      options.repetitions = 1;
-      options.minSeconds = 0.001;
-      options.checks = 2000;
    }
    return options;
 }

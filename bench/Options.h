@@ -24,8 +24,8 @@ struct Options {
    std::vector<EngineRow> engines;
    int repetitions = 3;
    double minSeconds = 0.05;  // of each repetition
-   std::size_t checks = 10000;
-   std::string json;  // empty: none
+   bool checkOnly = false;    // each row once, and no figures
+   std::string json;          // empty: none
 };
 
 // Nothing if the command line asks for help, or is wrong: that was then told, and `status` is what to exit with.

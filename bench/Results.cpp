@@ -47,6 +47,11 @@ void Results::ReportRuns(const std::vector<Run>& runs) {
    }
 }
 
+std::size_t Results::measured() const {
+   return static_cast<std::size_t>(
+      std::count_if(rows_.begin(), rows_.end(), [](const Row& row) { return !row.values.empty(); }));
+}
+
 const Row* Results::find(const RowName& name) const {
    const auto found = index_.find(name.text());
    return found == index_.end() || rows_[found->second].values.empty() ? nullptr : &rows_[found->second];

@@ -50,6 +50,8 @@ class Results : public benchmark::BenchmarkReporter {
 
    // Empty, or what the first row that failed says.
    const std::string& fault() const { return fault_; }
+   // Rows that were announced and have a figure.
+   std::size_t measured() const;
 
    std::string text(const RunInfo& info, std::span<const EngineRow> engines) const;
    std::string json(const RunInfo& info) const;

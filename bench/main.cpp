@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/Optimised.h"
 #include "bench/Options.h"
 #include "bench/Results.h"
 #include "bench/Table.h"
@@ -22,11 +23,8 @@ namespace Bench {
 
 namespace {
 
-#ifdef __OPTIMIZE__
-constexpr bool isOptimised = true;
-#else
-constexpr bool isOptimised = false;
-#endif
+// How many queries of each kind the answers to are compared.
+constexpr std::size_t checkCount = 10000;
 
 void progress(const std::string& text) { fmt::print(stderr, "routetrie-bench: {}\n", text); }
 
@@ -76,7 +74,7 @@ void measure(const Options& options, const OpRow& op, std::vector<Loaded>& group
       auto* row = benchmark::RegisterBenchmark(
          name.text().c_str(),
          [&op, measured = engine.get()](benchmark::State& state) { measured->run(op.op, state); });
-      if (op.op == Op::memory) {
+      if (op.op == Op::memory || options.checkOnly) {
          row->Iterations(1);
          continue;
       }
@@ -107,7 +105,7 @@ void runFamily(const Options& options, const Table& table, RunInfo& info, Result
    for (const Size& size : options.sizes) {
       const std::string where = family + ' ' + size.name;
       const std::size_t routes = std::min(size.routes, shuffled.size());
-      const Workload<F> work = makeWorkload<F>(shuffled, routes, options.checks);
+      const Workload<F> work = makeWorkload<F>(shuffled, routes, checkCount);
       if (work.fault.empty()) {
          info.routes[family][size.name] = routes;
       } else {
@@ -118,7 +116,7 @@ void runFamily(const Options& options, const Table& table, RunInfo& info, Result
       progress(fmt::format("{}: {} engines give the right answers on {} queries", where, group.size(),
                            work.addressChecks.size()));
       for (const OpRow& op : options.ops) {
-         progress(fmt::format("{}: measuring {}", where, op.name));
+         progress(fmt::format("{}: {} {}", where, options.checkOnly ? "running" : "measuring", op.name));
          measure(options, op, group, {std::string(op.name), "", family, size.name}, results);
       }
       check(group, where + ", afterwards");
@@ -133,14 +131,15 @@ void initialiseLibrary(char* program) {
 }
 
 int run(int argc, char** argv) {
-   if (!isOptimised) {
-      progress("built without optimisation: the figures would mean nothing; build with the preset bench");
-      return 2;
-   }
    int status = 0;
    const auto options = optionsOf(argc, argv, status);
    if (!options) {
       return status;
+   }
+   if (!isOptimised() && !options->checkOnly) {
+      progress(
+         "built without optimisation: the figures would mean nothing; build with the preset bench, or use --check");
+      return 2;
    }
    initialiseLibrary(argv[0]);
 
@@ -151,6 +150,10 @@ int run(int argc, char** argv) {
    Results results;
    runFamily<V4>(*options, table, info, results);
    runFamily<V6>(*options, table, info, results);
+   if (options->checkOnly) {
+      fmt::print("{} rows ran, and all answers were right\n", results.measured());
+      return 0;
+   }
    fmt::print("{}", results.text(info, options->engines));
    if (!options->json.empty()) {
       std::ofstream out(options->json);

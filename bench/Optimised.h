@@ -1,0 +1,8 @@
+// Optimised: whether the program was compiled so that its figures mean something.
+#pragma once
+
+namespace Bench {
+
+bool isOptimised() noexcept;
+
+}  // namespace Bench
