@@ -23,7 +23,7 @@ class Measured {
    // Op::memory "bytes", bytes a route.
    virtual void run(Op op, benchmark::State& state) = 0;
    // Compares the loaded table's answers with the oracle's: empty, or the first that differs.
-   virtual std::string check() const = 0;
+   virtual std::string check() = 0;
 };
 
 // Makes and loads one. The workload must outlive it. Raises std::runtime_error if the engine refuses a route.

@@ -1,5 +1,7 @@
 // MeasuredEngine: the loops that are timed, each written once for every engine.
 //
+// check() compares the answers with the oracle's; tests/bench/MeasuredEngineTest.cpp has engines that answer wrongly.
+//
 // Updates are timed over the whole table with a clock of their own, which leaves building and destroying out. Lookups
 // are timed in blocks. Each run of a lookup goes on in the list of queries where the run before it stopped.
 #pragma once
@@ -40,6 +42,9 @@ class MeasuredEngine final : public Measured {
       for (const auto address : work.uniform) {
          uniform_.push_back(E::query(address));
       }
+      for (const auto& prefix : work.uniformPrefixes) {
+         uniformKeys_.push_back(E::key(prefix));
+      }
    }
 
    bool offers(Op op) const override {
@@ -49,13 +54,16 @@ class MeasuredEngine final : public Measured {
          case Op::eraseHandle: return ErasesByHandle<E> && work_.routes.size() <= E::mostRoutesForUpdates;
          case Op::next: return AnswersNext<E>;
          case Op::churn: return work_.routes.size() <= E::mostRoutesForUpdates && !losesRoom<E>;
-         case Op::exact: return AnswersExact<E>;
+         case Op::exact:
+         case Op::exactUniform: return AnswersExact<E>;
          case Op::parent: return AnswersParent<E>;
-         case Op::longer: return AnswersLonger<E>;
+         case Op::longer:
+         case Op::longerUniform: return AnswersLonger<E>;
          case Op::walk: return Walks<E>;
          case Op::walkIterator: return Iterates<E>;
          case Op::walkNext: return StepsThrough<E>;
-         case Op::matchBulk: return AnswersBulk<E, F>;
+         case Op::matchBulk:
+         case Op::matchBulkUniform: return AnswersBulk<E, F>;
          default: return true;
       }
    }
@@ -67,11 +75,15 @@ class MeasuredEngine final : public Measured {
          case Op::eraseHandle: return eraseHandle(state);
          case Op::match: return match(state, inside_);
          case Op::matchUniform: return match(state, uniform_);
-         case Op::matchChain: return matchChain(state);
-         case Op::matchBulk: return matchBulk(state);
+         case Op::matchChain: return matchChain(state, inside_);
+         case Op::matchChainUniform: return matchChain(state, uniform_);
+         case Op::matchBulk: return matchBulk(state, inside_);
+         case Op::matchBulkUniform: return matchBulk(state, uniform_);
          case Op::exact: return exact(state);
+         case Op::exactUniform: return exactUniform(state);
          case Op::parent: return parent(state);
          case Op::longer: return longer(state);
+         case Op::longerUniform: return longerUniform(state);
          case Op::next: return next(state);
          case Op::walk: return walk(state);
          case Op::walkIterator: return walkIterator(state);
@@ -81,50 +93,11 @@ class MeasuredEngine final : public Measured {
       }
    }
 
-   std::string check() const override {
-      for (const auto& [query, match, parent, isRoute, longer] : work_.addressChecks) {
-         if (const auto got = E::route(engine_.match(E::query(query.bits)), work_); got != match) {
-            return differs("longest match", query, textOf(got), textOf(match));
-         }
-      }
-      if constexpr (AnswersBulk<E, F>) {
-         if (auto fault = checkBulk(); !fault.empty()) {
+   std::string check() override {
+      for (const auto part : {&MeasuredEngine::checkMatch, &MeasuredEngine::checkBulk, &MeasuredEngine::checkPrefixes,
+                              &MeasuredEngine::checkRoutes, &MeasuredEngine::checkWalks}) {
+         if (auto fault = (this->*part)(); !fault.empty()) {
             return fault;
-         }
-      }
-      if constexpr (Walks<E>) {
-         if (const U64 walked = engine_.walk(); walked != work_.routes.size()) {
-            return fmt::format("walk: {} routes instead of {}", walked, work_.routes.size());
-         }
-      }
-      if constexpr (Iterates<E>) {
-         if (const U64 walked = engine_.walkIterator(); walked != work_.routes.size()) {
-            return fmt::format("walk by iterator: {} routes instead of {}", walked, work_.routes.size());
-         }
-      }
-      if constexpr (StepsThrough<E>) {
-         if (const U64 walked = engine_.walkNext(); walked != work_.routes.size()) {
-            return fmt::format("walk by steps: {} routes instead of {}", walked, work_.routes.size());
-         }
-      }
-      for (const auto& [query, match, parent, isRoute, longer] : work_.prefixChecks) {
-         const Key key = E::key(query);
-         if constexpr (AnswersExact<E>) {
-            if (engine_.exact(key) != isRoute) {
-               return differs("exact match", query, isRoute ? "no" : "yes", isRoute ? "yes" : "no");
-            }
-         }
-         if constexpr (AnswersParent<E>) {
-            if (isRoute) {
-               if (const auto got = E::route(engine_.parent(key), work_); got != parent) {
-                  return differs("parent", query, textOf(got), textOf(parent));
-               }
-            }
-         }
-         if constexpr (AnswersLonger<E>) {
-            if (engine_.longer(key) != longer) {
-               return differs("longer route", query, longer ? "no" : "yes", longer ? "yes" : "no");
-            }
          }
       }
       return {};
@@ -220,15 +193,15 @@ class MeasuredEngine final : public Measured {
       inBlocks(state, queries, [&](const Query& query) { return E::token(engine_.match(query)); });
    }
 
-   void matchChain(benchmark::State& state) {
+   void matchChain(benchmark::State& state, const std::vector<Query>& queries) {
       // A zero that neither the compiler nor the processor can foresee.
       U64 zero = 0;
       benchmark::DoNotOptimize(zero);
       for (auto _ : state) {
          for (std::size_t i = 0; i < blockSize; ++i) {
-            const U64 token = E::token(engine_.match(inside_[at_]));
+            const U64 token = E::token(engine_.match(queries[at_]));
             at_ += 1 + (token & zero);
-            at_ = at_ >= inside_.size() ? 0 : at_;
+            at_ = at_ >= queries.size() ? 0 : at_;
          }
       }
       benchmark::DoNotOptimize(at_);
@@ -236,15 +209,15 @@ class MeasuredEngine final : public Measured {
       opsAre(state, blockSize);
    }
 
-   void matchBulk(benchmark::State& state) {
+   void matchBulk(benchmark::State& state, const std::vector<Query>& queries) {
       if constexpr (AnswersBulk<E, F>) {
          std::array<typename E::BulkAnswer, burstSize> answers;
          for (auto _ : state) {
             for (std::size_t i = 0; i < blockSize; i += burstSize) {
-               engine_.matchBulk(std::span(inside_).subspan(at_ + i, burstSize), answers);
+               engine_.matchBulk(std::span(queries).subspan(at_ + i, burstSize), answers);
                benchmark::DoNotOptimize(answers);
             }
-            nextBlock(inside_.size());
+            nextBlock(queries.size());
          }
          opsAre(state, blockSize);
       }
@@ -255,6 +228,11 @@ class MeasuredEngine final : public Measured {
          inBlocks(state, work_.asked, [&](U32 at) { return U64{engine_.exact(keys_[at])}; });
       }
    }
+   void exactUniform(benchmark::State& state) {
+      if constexpr (AnswersExact<E>) {
+         inBlocks(state, uniformKeys_, [&](const Key& key) { return U64{engine_.exact(key)}; });
+      }
+   }
    void parent(benchmark::State& state) {
       if constexpr (AnswersParent<E>) {
          inBlocks(state, work_.asked, [&](U32 at) { return E::token(engine_.parent(keys_[at])); });
@@ -263,6 +241,11 @@ class MeasuredEngine final : public Measured {
    void longer(benchmark::State& state) {
       if constexpr (AnswersLonger<E>) {
          inBlocks(state, work_.asked, [&](U32 at) { return U64{engine_.longer(keys_[at])}; });
+      }
+   }
+   void longerUniform(benchmark::State& state) {
+      if constexpr (AnswersLonger<E>) {
+         inBlocks(state, uniformKeys_, [&](const Key& key) { return U64{engine_.longer(key)}; });
       }
    }
 
@@ -324,23 +307,87 @@ class MeasuredEngine final : public Measured {
 
    //--- comparing with the oracle ---
 
-   std::string checkBulk() const {
-      std::vector<Query> queries;
-      for (const auto& check : work_.addressChecks) {
-         queries.push_back(E::query(check.query.bits));
+   std::string checkMatch() {
+      for (const auto& [query, match] : work_.addressChecks) {
+         if (const auto got = E::route(engine_.match(E::query(query)), work_); got != match) {
+            return differs("longest match", hostRoute<F>(query), textOf(got), textOf(match));
+         }
       }
-      std::array<typename E::BulkAnswer, burstSize> answers;
-      for (std::size_t at = 0; at < queries.size(); at += burstSize) {
-         const auto burst = std::span<const Query>(queries).subspan(at, std::min(burstSize, queries.size() - at));
-         engine_.matchBulk(burst, std::span(answers).first(burst.size()));
-         for (std::size_t i = 0; i < burst.size(); ++i) {
-            const auto& check = work_.addressChecks[at + i];
-            if (const auto got = E::bulkRoute(answers[i], work_); got != check.match) {
-               return differs("longest match in a burst", check.query, textOf(got), textOf(check.match));
+      return {};
+   }
+
+   std::string checkBulk() {
+      if constexpr (AnswersBulk<E, F>) {
+         std::vector<Query> queries;
+         for (const auto& check : work_.addressChecks) {
+            queries.push_back(E::query(check.query));
+         }
+         std::array<typename E::BulkAnswer, burstSize> answers;
+         for (std::size_t at = 0; at < queries.size(); at += burstSize) {
+            const auto burst = std::span<const Query>(queries).subspan(at, std::min(burstSize, queries.size() - at));
+            engine_.matchBulk(burst, std::span(answers).first(burst.size()));
+            for (std::size_t i = 0; i < burst.size(); ++i) {
+               const auto& [query, match] = work_.addressChecks[at + i];
+               if (const auto got = E::bulkRoute(answers[i], work_); got != match) {
+                  return differs("longest match in a burst", hostRoute<F>(query), textOf(got), textOf(match));
+               }
             }
          }
       }
       return {};
+   }
+
+   std::string checkPrefixes() {
+      for (const auto& [query, isRoute, longer] : work_.prefixChecks) {
+         const Key key = E::key(query);
+         if constexpr (AnswersExact<E>) {
+            if (engine_.exact(key) != isRoute) {
+               return differs("exact match", query, isRoute ? "no" : "yes", isRoute ? "yes" : "no");
+            }
+         }
+         if constexpr (AnswersLonger<E>) {
+            if (engine_.longer(key) != longer) {
+               return differs("longer route", query, longer ? "no" : "yes", longer ? "yes" : "no");
+            }
+         }
+      }
+      return {};
+   }
+
+   std::string checkRoutes() {
+      for (const auto& [query, parent, next] : work_.routeChecks) {
+         const Key key = E::key(query);
+         if constexpr (AnswersParent<E>) {
+            if (const auto got = E::route(engine_.parent(key), work_); got != parent) {
+               return differs("parent", query, textOf(got), textOf(parent));
+            }
+         }
+         if constexpr (AnswersNext<E>) {
+            if (const auto got = E::route(engine_.next(key), work_); got != next) {
+               return differs("next route", query, textOf(got), textOf(next));
+            }
+         }
+      }
+      return {};
+   }
+
+   std::string checkWalks() {
+      std::string fault;
+      const auto compare = [&](std::string_view what, U64 walked) {
+         if (walked != work_.routes.size()) {
+            fault = fmt::format("{}: {} routes instead of {}", what, walked, work_.routes.size());
+         }
+      };
+      if constexpr (Walks<E>) {
+         compare("walk", engine_.walk());
+      }
+      if constexpr (Iterates<E>) {
+         compare("walk by iterator", engine_.walkIterator());
+      }
+      if constexpr (StepsThrough<E>) {
+         compare("walk by steps", engine_.walkNext());
+      }
+      return fault;
    }
 
    static std::string differs(std::string_view what, const Route<F>& query, const std::string& got,
@@ -355,6 +402,7 @@ class MeasuredEngine final : public Measured {
    std::vector<Key> keys_;  // of work_.routes
    std::vector<Query> inside_;
    std::vector<Query> uniform_;
+   std::vector<Key> uniformKeys_;
    std::size_t at_ = 0;  // the next query, at the start of a block
    std::size_t churnAt_ = 0;
 };

@@ -44,7 +44,7 @@ std::optional<Options> optionsOf(int argc, char** argv, int& status) {
    CLI::App app("Measures the library's engines side by side with other route tables, on one table of routes.");
    std::string footer = "operations:\n";
    for (const OpRow& row : opRows) {
-      footer += fmt::format("  {:<16}{}\n", row.name, row.summary);
+      footer += fmt::format("  {:<20}{}\n", row.name, row.summary);
    }
    footer +=
       "\nexample: routetrie-bench --sizes 100k,all --ops match,insert --engines patricia,rte_rib --json out.json";

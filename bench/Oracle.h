@@ -29,6 +29,10 @@ class Oracle {
    bool has(const Route<F>& route) const { return std::binary_search(routes_.begin(), routes_.end(), route); }
    Answer longestMatch(const Route<F>& query) const { return longestUpTo(query, query.length + 1); }
    Answer parent(const Route<F>& query) const { return longestUpTo(query, query.length); }
+   Answer next(const Route<F>& route) const {
+      const auto next = std::upper_bound(routes_.begin(), routes_.end(), route);
+      return next == routes_.end() ? Answer() : *next;
+   }
    bool longerPresent(const Route<F>& query) const {
       const auto next = std::upper_bound(routes_.begin(), routes_.end(), query);
       return next != routes_.end() && query.covers(*next);
@@ -39,8 +43,14 @@ class Oracle {
       for (std::size_t i = 0; i < samples; ++i) {
          const Route<F>& route = routes_[random.below(routes_.size())];
          const Route<F> query = hostRoute<F>(i % 2 == 0 ? random.addressInside(route) : random.address<F>());
-         if (longestMatch(query) != scanned(query)) {
+         if (longestMatch(query) != scanned(query, F::width)) {
             return "the oracle is wrong on the longest match of " + textOf(query);
+         }
+         if (parent(route) != scanned(route, route.length - 1)) {
+            return "the oracle is wrong on the parent of " + textOf(route);
+         }
+         if (next(route) != scannedNext(route)) {
+            return "the oracle is wrong on the route after " + textOf(route);
          }
          Route<F> shorter = route;
          shorter.length -= static_cast<U32>(random.below(route.length));
@@ -64,14 +74,24 @@ class Oracle {
       }
       return {};
    }
-   Answer scanned(const Route<F>& query) const {
+   Answer scanned(const Route<F>& query, U32 longest) const {
       Answer best;
       for (const Route<F>& route : routes_) {
-         if (route.covers(query) && (!best || route.length > best->length)) {
+         if (route.length <= longest && route.covers(query) && (!best || route.length > best->length)) {
             best = route;
          }
       }
       return best;
+   }
+
+   Answer scannedNext(const Route<F>& before) const {
+      Answer least;
+      for (const Route<F>& route : routes_) {
+         if (before < route && (!least || route < *least)) {
+            least = route;
+         }
+      }
+      return least;
    }
 
    std::vector<Route<F>> routes_;

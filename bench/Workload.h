@@ -21,45 +21,51 @@ inline constexpr std::size_t blockSize = 512;
 template <class F>
 struct Workload {
    using Bits = typename F::Bits;
+   using Answer = typename Oracle<F>::Answer;
 
-   std::string fault;             // of the oracle that gave the answers below; empty: none
-   std::vector<Route<F>> routes;  // shuffled; the id of a route is its index plus 1, and 0 means none
-   std::vector<U32> deleteOrder;  // indices into routes
-   std::vector<Bits> inside;      // random addresses inside random routes
-   std::vector<Bits> uniform;     // random addresses
-   std::vector<U32> asked;        // random routes, as indices
+   std::string fault;                      // of the oracle that gave the answers below; empty: none
+   std::vector<Route<F>> routes;           // shuffled; the id of a route is its index plus 1, and 0 means none
+   std::vector<U32> deleteOrder;           // indices into routes
+   std::vector<Bits> inside;               // random addresses inside random routes
+   std::vector<Bits> uniform;              // random addresses
+   std::vector<U32> asked;                 // random routes, as indices
+   std::vector<Route<F>> uniformPrefixes;  // the addresses of `uniform`, cut to the lengths of `asked`
 
    // For the comparison with the oracle, with its answers.
-   struct Check {
-      Route<F> query;
-      typename Oracle<F>::Answer match;
-      typename Oracle<F>::Answer parent;  // of a query that is a route
-      bool isRoute = false;
-      bool longer = false;
+   struct AddressCheck {
+      Bits query;
+      Answer match;
    };
-   std::vector<Check> addressChecks;
-   std::vector<Check> prefixChecks;
+   struct PrefixCheck {
+      Route<F> query;
+      bool isRoute;
+      bool longer;
+   };
+   struct RouteCheck {
+      Route<F> query;
+      Answer parent;
+      Answer next;
+   };
+   std::vector<AddressCheck> addressChecks;
+   std::vector<PrefixCheck> prefixChecks;
+   std::vector<RouteCheck> routeChecks;
 
    const Route<F>& routeOf(U64 id) const { return routes[id - 1]; }
 };
 
 namespace Impl {
 
-// A route of the table, or one near it: one bit longer, one bit shorter, or beside it.
+// A route of the table, or one near it: one bit longer, one bit shorter, or beside it; or one anywhere.
 template <class F>
-Route<F> routeOrNearMiss(const Route<F>& route, Random& random) {
+Route<F> routeOrMiss(const Route<F>& route, Random& random) {
    const auto last = static_cast<typename F::Bits::Word>(typename F::Bits::Word{1} << (F::width - route.length));
-   switch (random.below(6)) {
+   switch (random.below(7)) {
       case 0: return route.length < F::width ? Route<F>{route.bits, route.length + 1} : route;
       case 1: return route.length > 1 ? Route<F>{route.bits.cut(route.length - 1), route.length - 1} : route;
       case 2: return {typename F::Bits(route.bits.word() ^ last), route.length};
+      case 3: return {random.address<F>().cut(route.length), route.length};
       default: return route;
    }
-}
-
-template <class F>
-typename Workload<F>::Check check(const Oracle<F>& oracle, const Route<F>& query) {
-   return {query, oracle.longestMatch(query), oracle.parent(query), oracle.has(query), oracle.longerPresent(query)};
 }
 
 }  // namespace Impl
@@ -85,6 +91,8 @@ Workload<F> makeWorkload(const std::vector<Route<F>>& shuffled, std::size_t size
       work.inside.push_back(random.addressInside(work.routes[anyRoute()]));
       work.uniform.push_back(random.address<F>());
       work.asked.push_back(anyRoute());
+      const U32 length = work.routes[work.asked.back()].length;
+      work.uniformPrefixes.push_back({work.uniform.back().cut(length), length});
    }
 
    const Oracle<F> oracle(work.routes);
@@ -92,8 +100,10 @@ Workload<F> makeWorkload(const std::vector<Route<F>>& shuffled, std::size_t size
    for (std::size_t i = 0; i < checkCount; ++i) {
       const Route<F>& route = work.routes[anyRoute()];
       const auto address = i % 4 == 3 ? random.address<F>() : random.addressInside(route);
-      work.addressChecks.push_back(Impl::check(oracle, hostRoute<F>(address)));
-      work.prefixChecks.push_back(Impl::check(oracle, Impl::routeOrNearMiss(route, random)));
+      work.addressChecks.push_back({address, oracle.longestMatch(hostRoute<F>(address))});
+      const auto prefix = Impl::routeOrMiss(route, random);
+      work.prefixChecks.push_back({prefix, oracle.has(prefix), oracle.longerPresent(prefix)});
+      work.routeChecks.push_back({route, oracle.parent(route), oracle.next(route)});
    }
    return work;
 }

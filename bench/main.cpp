@@ -34,7 +34,7 @@ struct Loaded {
 };
 
 // Raises std::runtime_error if an answer differs from the oracle's.
-void check(const std::vector<Loaded>& group, const std::string& where) {
+void check(std::vector<Loaded>& group, const std::string& where) {
    for (const auto& [name, engine] : group) {
       if (const auto fault = engine->check(); !fault.empty()) {
          throw std::runtime_error(fmt::format("{}: {}: {}", where, name, fault));
@@ -113,8 +113,7 @@ void runFamily(const Options& options, const Table& table, RunInfo& info, Result
       }
       std::vector<Loaded> group = load<F>(options, work, where);
       check(group, where);
-      progress(fmt::format("{}: {} engines give the right answers on {} queries", where, group.size(),
-                           work.addressChecks.size()));
+      progress(fmt::format("{}: {} engines give the right answers on {} queries", where, group.size(), checkCount));
       for (const OpRow& op : options.ops) {
          progress(fmt::format("{}: {} {}", where, options.checkOnly ? "running" : "measuring", op.name));
          measure(options, op, group, {std::string(op.name), "", family, size.name}, results);

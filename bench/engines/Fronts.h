@@ -33,6 +33,8 @@ struct WrapperFront {
 
 template <class F, class Front>
 class FrontEnd {
+   using Trie = decltype(Front::make(F::af));
+
   public:
    using Key = typename Front::Form;
    using Query = Key;
@@ -79,18 +81,18 @@ class FrontEnd {
    }
 
    const U64 bytesBefore_;
-   const decltype(Front::make(F::af)) trie_;
+   const Trie trie_;
 };
 
 // Its prefixes know their width.
 class Trie6Engine : public FrontEnd<V6, Trie6Front> {
   public:
    using FrontEnd::FrontEnd;
-   static std::optional<Route<V6>> bulkRoute(const BulkAnswer& answer, const Workload<V6>& work) {
-      return route(answer, work);
-   }
    static std::optional<Route<V6>> route(const Answer& answer, const Workload<V6>&) {
       return answer.isNullPrefix() ? std::nullopt : std::optional(Route<V6>{answer.bits(), answer.len()});
+   }
+   static std::optional<Route<V6>> bulkRoute(const BulkAnswer& answer, const Workload<V6>& work) {
+      return route(answer, work);
    }
 };
 

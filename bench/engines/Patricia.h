@@ -123,6 +123,11 @@ class Patricia {
       if (answer.af() == Corenet::AddressFamily::none) {
          return {};
       }
+      if constexpr (isCompact) {
+         if (answer == Key::getNull(F::af)) {  // the end of the order
+            return {};
+         }
+      }
       return Route<F>{answer.template bits<F::width>(), answer.len()};
    }
 
