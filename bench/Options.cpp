@@ -71,11 +71,14 @@ std::optional<Options> optionsOf(int argc, char** argv, int& status) {
                             ->check(CLI::Range(0.0, 3600.0))
                             ->capture_default_str();
    auto* const json = app.add_option("--json", options.json, "write all figures to this file")->type_name("FILE");
+   auto* const plot =
+      app.add_option("--plot", options.plot, "draw charts into this folder, as SVG, with gnuplot")->type_name("DIR");
    app.add_flag("--check", options.checkOnly,
                 "each row once, and the answers compared, to see that all works; nothing is timed, in any build")
       ->excludes(repetitions)
       ->excludes(minTime)
-      ->excludes(json);
+      ->excludes(json)
+      ->excludes(plot);
 
    try {
       app.parse(argc, argv);

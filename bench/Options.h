@@ -26,6 +26,7 @@ struct Options {
    double minSeconds = 0.05;  // of each repetition
    bool checkOnly = false;    // each row once, and no figures
    std::string json;          // empty: none
+   std::string plot;          // a folder for charts; empty: none
 };
 
 // Nothing if the command line asks for help, or is wrong: that was then told, and `status` is what to exit with.

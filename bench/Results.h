@@ -56,8 +56,10 @@ class Results : public benchmark::BenchmarkReporter {
    std::string text(const RunInfo& info, std::span<const EngineRow> engines) const;
    std::string json(const RunInfo& info) const;
 
-  private:
+   // Null if it has no figures.
    const Row* find(const RowName& name) const;
+
+  private:
    template <class F>
    std::string tableOf(const RunInfo& info, std::span<const EngineRow> engines) const;
 

@@ -7,12 +7,15 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "bench/Charts.h"
+#include "bench/Gnuplot.h"
 #include "bench/Optimised.h"
 #include "bench/Options.h"
 #include "bench/Results.h"
@@ -140,6 +143,10 @@ int run(int argc, char** argv) {
          "built without optimisation: the figures would mean nothing; build with the preset bench, or use --check");
       return 2;
    }
+   if (!options->plot.empty()) {
+      needGnuplot();
+      std::filesystem::create_directories(options->plot);
+   }
    initialiseLibrary(argv[0]);
 
    const Table table = loadTable(options->table);
@@ -159,6 +166,14 @@ int run(int argc, char** argv) {
       out << results.json(info);
       if (!out.flush()) {
          throw std::runtime_error(options->json + ": cannot be written");
+      }
+   }
+   std::fflush(stdout);
+   if (!options->plot.empty()) {
+      for (const Chart& chart : chartsOf(results, info, options->engines)) {
+         const auto path = (std::filesystem::path(options->plot) / (chart.name + ".svg")).string();
+         progress("drawing " + path);
+         runGnuplot(gnuplotScript(chart), path);
       }
    }
    return 0;

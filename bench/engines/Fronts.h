@@ -8,26 +8,36 @@
 #include "bench/Engine.h"
 #include "platform/Corenet.h"
 #include "tools/rtrie/TableSet.h"
+#include "tools/rtrie/engines/MultibitTable.h"
 #include "trie/TrieGen.h"
 #include "trie/TrieWrapper.h"
 
 namespace Bench {
 
-// How a front end is made, and the form of its prefixes.
+// How a front end is made, the form of its prefixes, and what it holds that has no tracker: the arrays of children in the
+// multibit trie, if it stands on one.
 struct Trie6Front {
    using Form = Corenet::Ip6Prefix;
+   static U64 untrackedBytes(const Routing6::Trie&) { return 0; }
    static auto make(Corenet::AddressFamily) { return Routing6::trieFactory(); }
 };
 struct CompactFront {
    using Form = Corenet::CompactIpPrefix;
+   static U64 untrackedBytes(const Routing::TrieCompact&) { return 0; }
    static auto make(Corenet::AddressFamily af) { return Routing::trieCompactFactory(af); }
 };
 struct GenFront {
    using Form = Corenet::IpGenPrefix;
+   static U64 untrackedBytes(const Routing::TrieGen& trie) {
+      return trie.trie4() ? Rtrie::childArrayBytes(*trie.trie4()->root()) : 0;
+   }
    static auto make(Corenet::AddressFamily af) { return Routing::trieGenFactory("measured", af); }
 };
 struct WrapperFront {
    using Form = Corenet::CompactIpPrefix;
+   static U64 untrackedBytes(const Routing::TrieWrapper& trie) {
+      return trie.v4v6() == Corenet::V4V6::v4 ? Rtrie::childArrayBytes(*trie.v4Trie()->root()) : 0;
+   }
    static auto make(Corenet::AddressFamily af) { return Routing::trieWrapperFactory(af); }
 };
 
@@ -69,8 +79,7 @@ class FrontEnd {
       return isNone(answer) ? std::nullopt : std::optional(Route<F>{answer.template bits<F::width>(), answer.len()});
    }
 
-   // Of what has a tracker: the arrays of children in the multibit trie have none.
-   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
+   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_ + Front::untrackedBytes(*trie_); }
 
   private:
    static bool isNone(const Corenet::CompactIpPrefix& p) {

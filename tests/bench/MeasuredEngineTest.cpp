@@ -1,0 +1,114 @@
+// MeasuredEngine: that its comparison with the oracle finds one wrong answer of each kind, and passes an engine without
+// any. The engines here are a std::map that answers one question wrongly.
+#include "bench/MeasuredEngine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "bench/engines/StdMap.h"
+
+namespace Bench {
+namespace {
+
+using testing::StartsWith;
+
+enum class Wrong { nothing, match, bulk, exact, parent, longer, next, walk, iterator, steps, insert };
+
+// Answers rightly but for what `wrong` says, and there of one route alone.
+template <class F, Wrong wrong>
+class Liar {
+  public:
+   using Key = Route<F>;
+   using Query = typename F::Bits;
+   using Answer = U32;
+   using BulkAnswer = U32;
+   static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
+
+   explicit Liar(const Workload<F>& work) : honest_(work) {}
+
+   static Key key(const Route<F>& route) { return route; }
+   static Query query(typename F::Bits address) { return address; }
+   static U64 token(Answer answer) { return answer; }
+   static std::optional<Route<F>> route(Answer answer, const Workload<F>& work) {
+      return answer == 0 ? std::optional<Route<F>>() : work.routeOf(answer);
+   }
+   static std::optional<Route<F>> bulkRoute(BulkAnswer answer, const Workload<F>& work) {
+      return route(answer, work);
+   }
+
+   bool insert(const Key& key, U32 id) { return honest_.insert(key, id) && !(wrong == Wrong::insert && id == lieId); }
+   bool erase(const Key& key) { return honest_.erase(key); }
+
+   Answer match(const Query& query) const { return twisted<Wrong::match>(honest_.match(query)); }
+   void matchBulk(std::span<const Query> queries, std::span<BulkAnswer> answers) const {
+      for (std::size_t i = 0; i < queries.size(); ++i) {
+         answers[i] = twisted<Wrong::bulk>(honest_.match(queries[i]));
+      }
+   }
+   bool exact(const Key& key) const { return twisted<Wrong::exact>(honest_.idOf(key)) != 0; }
+   Answer parent(const Key& key) const { return twisted<Wrong::parent>(honest_.parent(key)); }
+   bool longer(const Key& key) const { return honest_.longer(key) != (wrong == Wrong::longer && key.length == 24); }
+   Answer next(const Key& key) const { return twisted<Wrong::next>(honest_.next(key)); }
+   U64 walk() const { return honest_.walk() - (wrong == Wrong::walk ? 1 : 0); }
+   U64 walkIterator() const { return honest_.walk() + (wrong == Wrong::iterator ? 1 : 0); }
+   U64 walkNext() const { return wrong == Wrong::steps ? 0 : honest_.walk(); }
+
+   U64 bytes() const { return honest_.bytes(); }
+
+  private:
+   static constexpr U32 lieId = 7;
+
+   template <Wrong here>
+   static Answer twisted(Answer id) {
+      return wrong == here && id == lieId ? 0 : id;
+   }
+
+   StdMap<F> honest_;
+};
+
+// Routes in a row, each inside the one before: each is asked of, and all but the ends are a parent and follow one.
+template <class F>
+Workload<F> workload() {
+   std::vector<Route<F>> routes;
+   const auto one = typename F::Bits(typename F::Bits::Word{10} << (F::width - 8));
+   for (U32 length = 8; length <= 24; ++length) {
+      routes.push_back({one, length});
+   }
+   return makeWorkload<F>(routes, routes.size(), 300);
+}
+
+template <class F, Wrong wrong>
+std::string fault() {
+   const auto work = workload<F>();
+   EXPECT_EQ("", work.fault);
+   return MeasuredEngine<F, Liar<F, wrong>>(work).check();
+}
+
+template <class F>
+class MeasuredEngineTest : public testing::Test {};
+using Families = testing::Types<V4, V6>;
+TYPED_TEST_SUITE(MeasuredEngineTest, Families);
+
+TYPED_TEST(MeasuredEngineTest, PassesAnHonestEngine) { EXPECT_EQ("", (fault<TypeParam, Wrong::nothing>())); }
+
+TYPED_TEST(MeasuredEngineTest, FindsAWrongAnswerOfEachKind) {
+   EXPECT_THAT((fault<TypeParam, Wrong::match>()), StartsWith("longest match of "));
+   EXPECT_THAT((fault<TypeParam, Wrong::bulk>()), StartsWith("longest match in a burst of "));
+   EXPECT_THAT((fault<TypeParam, Wrong::exact>()), StartsWith("exact match of "));
+   EXPECT_THAT((fault<TypeParam, Wrong::parent>()), StartsWith("parent of "));
+   EXPECT_THAT((fault<TypeParam, Wrong::longer>()), StartsWith("longer route of "));
+   EXPECT_THAT((fault<TypeParam, Wrong::next>()), StartsWith("next route of "));
+   EXPECT_EQ((fault<TypeParam, Wrong::walk>()), "walk: 16 routes instead of 17");
+   EXPECT_EQ((fault<TypeParam, Wrong::iterator>()), "walk by iterator: 18 routes instead of 17");
+   EXPECT_EQ((fault<TypeParam, Wrong::steps>()), "walk by steps: 0 routes instead of 17");
+}
+
+TYPED_TEST(MeasuredEngineTest, RefusesAnEngineThatRefusesARoute) {
+   EXPECT_THROW((fault<TypeParam, Wrong::insert>()), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace Bench
