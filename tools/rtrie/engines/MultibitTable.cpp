@@ -57,15 +57,13 @@ class ChildVisitor final : public Routing::TrieWalkCallback {
    const RouteTable::Visit& visit_;
 };
 
+}  // namespace
+
 U64 childArrayBytes(const TrieNode& node) {
    U64 bytes = node.isIndirect() ? malloc_usable_size(node.u_.indirect_) + sizeof(std::size_t) : 0;
    forEachChild(node, [&](const TrieNode& child) { bytes += childArrayBytes(child); });
    return bytes;
 }
-
-}  // namespace
-
-U64 MultibitTable::untrackedBytes() const { return childArrayBytes(*trie_->root()); }
 
 std::vector<RouteTable::Level> MultibitTable::levels() const {
    Levels levels;

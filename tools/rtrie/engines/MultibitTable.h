@@ -10,6 +10,9 @@
 
 namespace Rtrie {
 
+// The bytes of the arrays of children beneath a node, which no tracker counts, as the C library handed them out.
+U64 childArrayBytes(const TrieImpl::TrieNode& node);
+
 class MultibitTable final : public RouteTable {
   public:
    explicit MultibitTable(Corenet::AddressFamily) : MultibitTable(Routing::trieFactory()) {}
@@ -18,8 +21,7 @@ class MultibitTable final : public RouteTable {
    U64 routes() const override { return U64{trie_->routes()} + U64{trie_->isDefaultRoutePresent()}; }
    U64 nodes() const override { return static_cast<U64>(trie_->nodes()); }
    std::vector<Level> levels() const override;
-   // The arrays of children, as the C library handed them out.
-   U64 untrackedBytes() const override;
+   U64 untrackedBytes() const override { return childArrayBytes(*trie_->root()); }
    Corvid::Node& object() const override { return *trie_; }
 
    Prefix longestMatch(const Prefix& query) const override { return known(trie_->longestMatch(query.v4Prefix())); }
