@@ -22,13 +22,13 @@ struct Description;
 
 namespace Routing {
 
-class ROUTETRIE_EXPORT PatriciaTrieDumpStateWalkCb : public PatriciaTrieWalkCb {
+// The fields of the two, over the callback of their prefix type.
+template <class WalkCb>
+class ROUTETRIE_EXPORT PatriciaTrieDumpStateWalkCbOf : public WalkCb {
   public:
    // Lines begin with `indentCount` blanks, with one if it is 0. A null context is standard output, without limits.
-   PatriciaTrieDumpStateWalkCb(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount)
+   PatriciaTrieDumpStateWalkCbOf(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount)
       : dumpCtx_(dumpCtx), indentCount_(indentCount) {}
-   ~PatriciaTrieDumpStateWalkCb() override;
-   Corvid::TypeData typeData() const override;
 
    const Corvid::Ptr<const Keel::DumpContext>& dumpCtx() const noexcept { return dumpCtx_; }
    U32 indentCount() const noexcept { return indentCount_; }
@@ -36,14 +36,6 @@ class ROUTETRIE_EXPORT PatriciaTrieDumpStateWalkCb : public PatriciaTrieWalkCb {
    U32 entries() const noexcept { return entries_; }
    void entriesIs(U32 value) noexcept { entries_ = value; }
    void entriesInc(U32 by) noexcept { entries_ += by; }
-
-   bool handlePrefixData(const Corenet::IpGenPrefix& p, const PrefixData* data) override;
-
-   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
-   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<PatriciaTrieDumpStateWalkCb>(bytes); }
-   static void operator delete(void* memory, std::size_t bytes) noexcept {
-      Corvid::releaseFor<PatriciaTrieDumpStateWalkCb>(memory, bytes);
-   }
 
   private:
    template <class T>
@@ -54,19 +46,27 @@ class ROUTETRIE_EXPORT PatriciaTrieDumpStateWalkCb : public PatriciaTrieWalkCb {
    U32 entries_ = 0;
 };
 
-class ROUTETRIE_EXPORT PatriciaTrieCompactDumpStateWalkCb : public PatriciaTrieCompactWalkCb {
+class ROUTETRIE_EXPORT PatriciaTrieDumpStateWalkCb : public PatriciaTrieDumpStateWalkCbOf<PatriciaTrieWalkCb> {
   public:
-   // As PatriciaTrieDumpStateWalkCb.
-   PatriciaTrieCompactDumpStateWalkCb(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 indentCount)
-      : dumpCtx_(dumpCtx), indentCount_(indentCount) {}
-   ~PatriciaTrieCompactDumpStateWalkCb() override;
+   using PatriciaTrieDumpStateWalkCbOf::PatriciaTrieDumpStateWalkCbOf;
+   ~PatriciaTrieDumpStateWalkCb() override;
    Corvid::TypeData typeData() const override;
 
-   const Corvid::Ptr<const Keel::DumpContext>& dumpCtx() const noexcept { return dumpCtx_; }
-   U32 indentCount() const noexcept { return indentCount_; }
-   U32 entries() const noexcept { return entries_; }
-   void entriesIs(U32 value) noexcept { entries_ = value; }
-   void entriesInc(U32 by) noexcept { entries_ += by; }
+   bool handlePrefixData(const Corenet::IpGenPrefix& p, const PrefixData* data) override;
+
+   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<PatriciaTrieDumpStateWalkCb>(bytes); }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<PatriciaTrieDumpStateWalkCb>(memory, bytes);
+   }
+};
+
+class ROUTETRIE_EXPORT PatriciaTrieCompactDumpStateWalkCb
+   : public PatriciaTrieDumpStateWalkCbOf<PatriciaTrieCompactWalkCb> {
+  public:
+   using PatriciaTrieDumpStateWalkCbOf::PatriciaTrieDumpStateWalkCbOf;
+   ~PatriciaTrieCompactDumpStateWalkCb() override;
+   Corvid::TypeData typeData() const override;
 
    bool handlePrefixData(const Corenet::CompactIpPrefix& p, const PrefixData* data) override;
 
@@ -77,14 +77,6 @@ class ROUTETRIE_EXPORT PatriciaTrieCompactDumpStateWalkCb : public PatriciaTrieC
    static void operator delete(void* memory, std::size_t bytes) noexcept {
       Corvid::releaseFor<PatriciaTrieCompactDumpStateWalkCb>(memory, bytes);
    }
-
-  private:
-   template <class T>
-   friend struct Corvid::Description;
-
-   const Corvid::Ptr<const Keel::DumpContext> dumpCtx_;
-   const U32 indentCount_;
-   U32 entries_ = 0;
 };
 
 }  // namespace Routing

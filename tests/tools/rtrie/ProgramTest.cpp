@@ -32,9 +32,10 @@ TEST(Program, helpHasAnExample) {
                                   HasSubstr("Example:\n  rtrie lookup --table")));
    EXPECT_EQ(0, program.status);
    const Ran lookup = rtrie({"lookup", "--help"});
-   EXPECT_THAT(lookup.out, AllOf(HasSubstr("--table FILE"), HasSubstr("--engine"), HasSubstr("--op"),
-                                 HasSubstr("--format"), HasSubstr("--strict"), HasSubstr("QUERY"),
-                                 HasSubstr("patricia-compact"), HasSubstr("Example:\n  rtrie lookup --table")));
+   EXPECT_THAT(lookup.out,
+               AllOf(HasSubstr("--table FILE"), HasSubstr("--engine ENGINE=auto"), HasSubstr("--op OP=match"),
+                     HasSubstr("--format"), HasSubstr("--strict"), HasSubstr("QUERY"), HasSubstr("patricia-compact"),
+                     HasSubstr("Example:\n  rtrie lookup --table")));
    EXPECT_EQ(0, lookup.status);
    const Ran stats = rtrie({"stats", "--help"});
    EXPECT_THAT(stats.out, AllOf(HasSubstr("--table FILE"), HasSubstr("Example:\n  rtrie stats --table")));

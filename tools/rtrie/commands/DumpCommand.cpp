@@ -56,7 +56,9 @@ Run addDump(CLI::App& app) {
    app.add_option("--limit", options->limit, "The most entries that a list may show")
       ->type_name("N")
       ->capture_default_str();
-   app.add_flag("--tree", options->tree, "The tree of nodes with their keys and bits, instead of the list of routes")
+   app.add_flag(
+         "--tree", options->tree,
+         "The tree of nodes with their keys and bits, instead of the list of routes; intrusive has the tree alone")
       ->excludes("--verbose", "--limit");
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
               helpSection("Example", "  rtrie dump --table routes.txt --limit 20"));
