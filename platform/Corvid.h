@@ -5,6 +5,7 @@
 #include "platform/Corvid/Assert.h"
 #include "platform/Corvid/Create.h"
 #include "platform/Corvid/Describe.h"
+#include "platform/Corvid/FieldAccess.h"
 #include "platform/Corvid/FieldDescriptor.h"
 #include "platform/Corvid/FieldId.h"
 #include "platform/Corvid/FormatAssert.h"

@@ -14,6 +14,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/trie/Publications.h"
 #include "tests/trie/Surface.h"
+#include "trie/PatriciaTrieIterator.h"
 
 namespace {
 
@@ -154,6 +155,36 @@ TEST_P(TrieGenOf, aRouteAddedTwice) {
    EXPECT_EQ((Changes{pulse(routes().wide)}), take());
    add(routes().narrow);
    EXPECT_EQ((Changes{"143: true -> false", engine(), pulse(routes().narrow)}), take());
+}
+
+// Where nobody follows, an addition asks the engine once and not twice.
+TEST_P(TrieGenOf, anAdditionEndsTheSameWhetherOrNotItIsFollowed) {
+   const auto followed = Routing::trieGenFactory("followed", routes().family);
+   const auto watch = followed->publisher()->subscribe([](const Corvid::Change&) {});
+   const auto state = [](const TrieGen& trie) {
+      return testing::Message() << trie.routeUpdated() << trie.defaultRoutePresent() << trie.isDefaultRoutePresent()
+                                << " changed " << trie.changedRoute() << " routes " << trie.routes() << " nodes "
+                                << trie.nodes();
+   };
+   // The null prefix is taken for a route of IPv4 alone.
+   const char* const odd = routes().family == Corenet::ipv4() ? routes().none : routes().other;
+   for (const char* route : {routes().wide, routes().wide, routes().narrow, odd, odd, routes().zero, routes().zero,
+                             routes().other, routes().wide, routes().narrow}) {
+      add(route);
+      followed->routeIs(p(route), true);
+      EXPECT_EQ(state(*followed).GetString(), state(*trie_).GetString()) << route;
+      EXPECT_EQ("", trie_->audit());
+   }
+}
+
+TEST(TrieGen, aPresentRouteMayBeAddedWhileAnIteratorLives) {
+   const auto trie = Routing::trieGenFactory("test", AddressFamily::ipv6);
+   trie->routeIs(p("2001:db8::/32"), true);
+   const auto routes = Routing::routesOf(trie->trie6().get());
+   const auto first = routes.begin();
+   trie->routeIs(p("2001:db8::/32"), true);
+   EXPECT_TRUE(trie->routeUpdated());
+   EXPECT_EQ(1u, trie->routes());
 }
 
 TEST_P(TrieGenOf, aDeletedRoute) {
