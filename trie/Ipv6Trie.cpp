@@ -30,7 +30,7 @@ void Ipv6Trie::routeIs(const Corvid::Ptr<Ipv6TrieRoute>& route) {
 }
 
 Corvid::Ptr<Ipv6TrieRoute> Ipv6Trie::routeDel(const Corenet::Ip6Prefix& prefix) {
-   const Corvid::Ptr<Ipv6TrieRoute> found(route(prefix));
+   Corvid::Ptr<Ipv6TrieRoute> found(route(prefix));
    if (found) {
       found->trieRemove();
       handleRoute(prefix, nullptr);

@@ -97,7 +97,10 @@ class PatriciaTrieIteratorImpl {
 
    // On the first route that is not left out. The callback may be null, and so may the trie, which then has no routes.
    PatriciaTrieIteratorImpl(const Corvid::Ptr<PatriciaTrie>& trie, const Corvid::Ptr<CallbackType>& callback);
+   // Both may raise std::bad_alloc: a deque allocates as it is made.
+   // NOLINTNEXTLINE(performance-noexcept-move-constructor)
    PatriciaTrieIteratorImpl(PatriciaTrieIteratorImpl&& other) : PatriciaTrieIteratorImpl() { swap(other); }
+   // NOLINTNEXTLINE(performance-noexcept-move-constructor)
    PatriciaTrieIteratorImpl& operator=(PatriciaTrieIteratorImpl&& other) {
       PatriciaTrieIteratorImpl(std::move(other)).swap(*this);
       return *this;

@@ -90,7 +90,7 @@ DataPtr PatriciaTrieWithNodeData::routeDelOrUpdateImpl(const PrefixType& prefix,
    ROUTETRIE_ASSERT(af() == prefix.af());
    const auto container = prefixDataContainerFactory();
    deleteRouteImpl(prefix, delData, container);
-   const DataPtr old = defaultRouteNodeData();
+   DataPtr old = defaultRouteNodeData();
    if (prefix.len() != 0 || !old) {
       return container->prefixData();
    }

@@ -87,7 +87,7 @@ Corvid::Ptr<T> adapterIs(Corvid::Publisher& publisher, Corvid::FieldId id, Corvi
 
 template <class T>
 Corvid::Ptr<T> adapterDel(Corvid::Publisher& publisher, Corvid::FieldId id, Corvid::Ptr<T>& adapter) {
-   const Corvid::Ptr<T> taken = adapter;
+   Corvid::Ptr<T> taken = adapter;
    publisher.attributeIs(id, adapter, Corvid::Ptr<T>());
    return taken;
 }

@@ -126,7 +126,7 @@ class ROUTETRIE_EXPORT TrieNode : public TrieNodeBase {
 
   private:
    const U8* bytes() const noexcept { return reinterpret_cast<const U8*>(this); }
-   void linkChild(TrieNode* child, TrieNode** array);
+   void linkChild(TrieNode* made, TrieNode** array);
 };
 
 // Levels 0 and 1; from the general heap.

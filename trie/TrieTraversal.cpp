@@ -204,7 +204,8 @@ Corenet::Prefix getNextRecurHelper(const TrieNode* node, U32 prefix, U32 start, 
 }  // namespace
 
 void Trie::preOrderWalk(const Corenet::Prefix& subtreeRoot, const Corvid::Ptr<TrieWalkCallback>& callback) const {
-   const Corvid::Ptr<TrieWalkCallback> held = callback;  // whatever becomes of the caller's reference
+   // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): whatever becomes of the caller's reference
+   const Corvid::Ptr<TrieWalkCallback> held = callback;
    if (subtreeRoot.len() == 0) {
       if (defaultRoutePresent_) {
          ROUTETRIE_TRACE(trieTrace, 6) << "preOrderWalk"

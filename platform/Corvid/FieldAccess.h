@@ -299,9 +299,9 @@ struct DeclaredAccess {
 };
 
 template <class Parameters>
-constexpr std::size_t sizeOf = 0;
+inline constexpr std::size_t sizeOf = 0;
 template <class... P>
-constexpr std::size_t sizeOf<TypeList<P...>> = sizeof...(P);
+inline constexpr std::size_t sizeOf<TypeList<P...>> = sizeof...(P);
 
 }  // namespace Impl
 

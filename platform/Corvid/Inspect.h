@@ -53,7 +53,7 @@ class ROUTETRIE_EXPORT Type {
    // The type's own fields, in the order of their ids.
    std::vector<Field> fields() const;
    // The field of that name, the type's own or the nearest base's.
-   std::optional<Field> field(std::string_view name) const;
+   std::optional<Field> field(std::string_view wanted) const;
    // Whether an object of this class is one of `other`.
    bool isA(const Type& other) const;
 

@@ -50,9 +50,9 @@ namespace Impl {
 //--- ids ---
 
 template <class Bases>
-constexpr FieldId firstIdUnder = 130;
+inline constexpr FieldId firstIdUnder = 130;
 template <class... Bases>
-constexpr FieldId firstIdUnder<TypeList<Bases...>> = static_cast<FieldId>(130 + 128 * sizeof...(Bases));
+inline constexpr FieldId firstIdUnder<TypeList<Bases...>> = static_cast<FieldId>(130 + 128 * sizeof...(Bases));
 
 template <Described T>
 constexpr bool isClass = std::derived_from<T, Node>;
@@ -534,6 +534,7 @@ struct ModuleTables<record, Name, TypeList<Types...>> {
 }  // namespace Corvid
 
 // Defines the record and announces it at load time.
+// NOLINTBEGIN(bugprone-macro-parentheses): it declares what it is given.
 #define ROUTETRIE_MODULE_RECORD(record)                                                                       \
    namespace {                                                                                                \
    struct NameOf##record {                                                                                    \
@@ -544,3 +545,4 @@ struct ModuleTables<record, Name, TypeList<Types...>> {
    namespace {                                                                                                \
    [[maybe_unused]] const bool announced##record = (record.loaded(), true);                                   \
    }
+// NOLINTEND(bugprone-macro-parentheses)

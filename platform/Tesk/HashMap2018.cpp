@@ -165,7 +165,11 @@ void HashMap2018IteratorGeneric::enter(HashMap2018Link* node) noexcept {
 
 void HashMap2018IteratorGeneric::leave() noexcept {
    HashMap2018Link* const node = std::exchange(current_, nullptr);
-   if (node != nullptr && --node->iterators_ == 0 && node->isStale_) {
+   if (node == nullptr) {
+      return;
+   }
+   --node->iterators_;
+   if (node->iterators_ == 0 && node->isStale_) {
       descriptor_.destroy(node);
    }
 }

@@ -46,6 +46,7 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
 
    std::vector<Bar> bars;
    const auto counts = routes.countByLength(af);
+   bars.reserve(counts.size());
    for (std::size_t length = 0; length < counts.size(); ++length) {
       bars.push_back({fmt::format("    /{}", length), counts[length]});
    }
@@ -55,6 +56,7 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    const auto levels = family.table->levels();
    const auto chart = [&](std::string_view title, U64 RouteTable::Level::*figure) {
       std::vector<Bar> levelBars;
+      levelBars.reserve(levels.size());
       for (const auto& level : levels) {
          levelBars.push_back({"    " + level.name, level.*figure});
       }

@@ -61,7 +61,8 @@ void printSummary(Output& output, const std::vector<BriskTrace::Entry>& entries)
       byCall[{placeOf(entry), entry.text}].push_back(entry.elapsedNs);
    }
    output.format("{:>12} {:>10} {:>10} {:>10} {:>12}  {}\n", "calls", "min ns", "median", "99%", "max ns", "call");
-   for (auto& [call, times] : byCall) {
+   for (auto& [call, itsTimes] : byCall) {
+      auto& times = itsTimes;  // clang 14 lets no lambda take what a structured binding names
       std::sort(times.begin(), times.end());
       const auto at = [&](std::size_t hundredths) { return times[(times.size() - 1) * hundredths / 100]; };
       output.format("{:>12} {:>10} {:>10} {:>10} {:>12}  {} {}\n", grouped(times.size()), times.front(), at(50),
