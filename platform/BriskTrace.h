@@ -3,3 +3,4 @@
 
 #include "platform/BriskTrace/BriskTrace.h"
 #include "platform/BriskTrace/TraceFile.h"
+#include "platform/BriskTrace/TraceHandle.h"

@@ -30,6 +30,7 @@
 #include "platform/Export.h"
 #include "platform/Keel/DumpContext.h"
 #include "platform/Types.h"
+#include "trie/TrieLengths.h"
 #include "trie/TrieModule.h"
 #include "trie/TrieNode.h"
 #include "trie/TrieWalkCallback.h"
@@ -93,14 +94,18 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
    //--- looking routes up ---
 
    // Whether the route is there. Of the null prefix it is said that it is, unless the default route is.
-   bool route(const Corenet::Prefix& prefix) const;
+   bool route(const Corenet::Prefix& prefix) const { return longestMatch(prefix) == prefix; }
    // The longest route that covers the prefix, the prefix itself included. The null prefix if there is none.
-   Corenet::Prefix longestMatch(const Corenet::Prefix& prefix) const;
+   Corenet::Prefix longestMatch(const Corenet::Prefix& prefix) const {
+      return longestMatchIn(root_, defaultRoutePresent_, prefix);
+   }
    // longestMatch for each prefix of a burst, several at a time: answers[i] is that of prefixes[i]. The two may be the same
    // span. Allocates nothing. Asserts "queries.size() == answers.size()".
    void longestMatchBulk(std::span<const Corenet::Prefix> prefixes, std::span<Corenet::Prefix> answers) const;
    // The longest route that covers the prefix and is shorter than it. The null prefix if there is none.
-   Corenet::Prefix findParent(const Corenet::Prefix& prefix) const;
+   Corenet::Prefix findParent(const Corenet::Prefix& prefix) const {
+      return parentIn(root_, defaultRoutePresent_, prefix);
+   }
    // Whether a route longer than the prefix lies beneath it.
    bool longerRoutePresent(const Corenet::Prefix& prefix) const;
 

@@ -11,6 +11,7 @@
 #include <span>
 
 #include "trie/BulkDescent.h"
+#include "trie/Trie.h"
 #include "trie/TrieLengths.h"
 
 namespace TrieImpl {

@@ -7,8 +7,6 @@
 #include "trie/PatriciaTrieBulk.h"
 #include "trie/Trie6Trace.h"
 #include "trie/TrieBulk.h"
-#include "trie/TrieGenTrace.h"
-#include "trie/TrieLengths.h"
 #include "trie/TrieTrace.h"
 
 namespace Routing {
@@ -30,14 +28,6 @@ enum Published : Corvid::FieldId {
    initializeId = 148,
    defaultRoutePresentId = 151,
 };
-
-// Whether calls are to leave lines or times behind.
-bool isTold() { return trieGenTrace.mask() != 0 || BriskTrace::defaultBriskTraceHandle.mtTraceFile() != nullptr; }
-
-template <class P>
-IpGenPrefix matchOrEmpty(const P& found) {
-   return found.isNullPrefix() ? IpGenPrefix() : found;
-}
 
 }  // namespace
 
@@ -192,17 +182,7 @@ bool TrieGen::route(const IpGenPrefix& p) const {
    return p.af() == af_ && longestMatch(p) == p;
 }
 
-IpGenPrefix TrieGen::longestMatch(const IpGenPrefix& p) const {
-   if (isTold()) [[unlikely]] {
-      return longestMatchTold(p, __PRETTY_FUNCTION__);
-   }
-   ROUTETRIE_ASSERT(p.af() == af());
-   return af_ == Corenet::ipv4()   ? matchOrEmpty(longestMatchIn(*trie4_, p.v4Prefix()))
-          : af_ == Corenet::ipv6() ? matchOrEmpty(trie6_->longestMatch(p.v6Prefix()))
-                                   : IpGenPrefix();
-}
-
-IpGenPrefix TrieGen::longestMatchTold(const IpGenPrefix& p, const char* function) const {
+void TrieGen::longestMatchTold(const IpGenPrefix& p, const char* function, IpGenPrefix& answer) const {
    ROUTETRIE_TRACE(trieGenTrace, 8, "longestMatch") << function << "( " << p << " )";
    ROUTETRIE_TIME_BLOCK_OF("TrieGen", function);
    ROUTETRIE_ASSERT(p.af() == af());
@@ -210,9 +190,9 @@ IpGenPrefix TrieGen::longestMatchTold(const IpGenPrefix& p, const char* function
       ROUTETRIE_TRACE(trieGenTrace, 8, "longestMatch") << "Longest Match returned " << found;
       return matchOrEmpty(found);
    };
-   return af_ == Corenet::ipv4()   ? told(trie4_->longestMatch(p.v4Prefix()))
-          : af_ == Corenet::ipv6() ? told(trie6_->longestMatch(p.v6Prefix()))
-                                   : IpGenPrefix();
+   answer = af_ == Corenet::ipv4()   ? told(trie4_->longestMatch(p.v4Prefix()))
+            : af_ == Corenet::ipv6() ? told(trie6_->longestMatch(p.v6Prefix()))
+                                     : IpGenPrefix();
 }
 
 namespace {
@@ -224,7 +204,7 @@ struct GenFace4 {
       ROUTETRIE_ASSERT(query.af() == Corenet::ipv4(), "p.af() == af()");
       return query.v4Prefix();
    }
-   static IpGenPrefix answered(const Corenet::Prefix& found) { return matchOrEmpty(found); }
+   static IpGenPrefix answered(const Corenet::Prefix& found) { return found.isNullPrefix() ? IpGenPrefix() : found; }
 };
 
 struct GenFace6 : OwnFace<IpGenPrefix> {

@@ -29,8 +29,10 @@
 #include <span>
 #include <string>
 
+#include "platform/BriskTrace/TraceHandle.h"
 #include "platform/Corenet/AddressFamily.h"
 #include "platform/Corenet/IpGenPrefix.h"
+#include "platform/Corvid/Assert.h"
 #include "platform/Corvid/Create.h"
 #include "platform/Corvid/Node.h"
 #include "platform/Corvid/Ptr.h"
@@ -41,6 +43,7 @@
 #include "trie/Trie.h"
 #include "trie/Trie6.h"
 #include "trie/TrieGenModule.h"
+#include "trie/TrieGenTrace.h"
 #include "trie/TrieGenWalkCallback.h"
 
 namespace Routing {
@@ -104,7 +107,18 @@ class ROUTETRIE_EXPORT TrieGen : public Corvid::Node {
    bool route(const Corenet::IpGenPrefix& p) const;
    // The longest route that covers the prefix, the prefix itself included; the empty value if there is none. Asserts
    // "p.af() == af()".
-   Corenet::IpGenPrefix longestMatch(const Corenet::IpGenPrefix& p) const;
+   Corenet::IpGenPrefix longestMatch(const Corenet::IpGenPrefix& p) const {
+      if (isTold()) [[unlikely]] {
+         // By a copy, so that the other answers can be made in registers.
+         Corenet::IpGenPrefix told;
+         longestMatchTold(p, __PRETTY_FUNCTION__, told);
+         return Corenet::IpGenPrefix(told);
+      }
+      ROUTETRIE_ASSERT(p.af() == af());
+      return af_ == Corenet::ipv4()   ? matchOrEmpty(trie4_->longestMatch(p.v4Prefix()))
+             : af_ == Corenet::ipv6() ? matchOrEmpty(trie6_->longestMatch(p.v6Prefix()))
+                                      : Corenet::IpGenPrefix();
+   }
    // longestMatch for each prefix of a burst, several at a time: answers[i] is that of prefixes[i]. The two may be the same
    // span. Allocates nothing. Asserts "queries.size() == answers.size()" and what longestMatch does.
    void longestMatchBulk(std::span<const Corenet::IpGenPrefix> prefixes,
@@ -141,10 +155,18 @@ class ROUTETRIE_EXPORT TrieGen : public Corvid::Node {
    template <class T>
    friend struct Corvid::Description;
 
+   // Whether calls are to leave lines or times behind.
+   static bool isTold() noexcept {
+      return trieGenTrace.mask() != 0 || BriskTrace::defaultBriskTraceHandle.mtTraceFile() != nullptr;
+   }
+   template <class P>
+   static Corenet::IpGenPrefix matchOrEmpty(const P& found) {
+      return found.isNullPrefix() ? Corenet::IpGenPrefix() : found;
+   }
    // longestMatch with its lines and its time, which stand apart since they would slow it down where neither is wanted.
    // `function` is its text.
-   [[gnu::cold, gnu::noinline]] Corenet::IpGenPrefix longestMatchTold(const Corenet::IpGenPrefix& p,
-                                                                      const char* function) const;
+   [[gnu::cold, gnu::noinline]] void longestMatchTold(const Corenet::IpGenPrefix& p, const char* function,
+                                                      Corenet::IpGenPrefix& answer) const;
    // notifyChangedRoute, where the trie is held.
    void announce(const Corenet::IpGenPrefix& p);
    // Whether anyone can tell in which order an addition asks, adds and announces, or whether a present route was added again:

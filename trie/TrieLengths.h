@@ -1,5 +1,5 @@
-// TrieLengths: the searches for one address in a multibit trie, for all that stands in front of the trie, too, since there the
-// call and what it hands over would cost more than some lookups.
+// TrieLengths: the searches for one address in a multibit trie. They are compiled into whoever searches: a lookup is so short
+// that a call, and an answer of five bytes that it hands over, would make it half as slow again.
 //
 // The route bytes on the way down an address, each shifted to its level's place, make one word: bit 32 - L is set exactly
 // if the trie has the route of the address's first L bits. Cut to the lengths that a question allows, the lowest bit of the
@@ -9,14 +9,16 @@
 
 #include <bit>
 
-#include "trie/Trie.h"
+#include "platform/Corenet/Prefix.h"
+#include "trie/TrieNode.h"
 
 namespace Routing {
 
 // The longest of these routes; without one the default route, or the null prefix.
 inline Corenet::Prefix longestOf(U32 lengths, U32 address, bool defaultRoutePresent) {
    if (lengths != 0) {
-      return pfx(address, 32 - static_cast<U32>(std::countr_zero(lengths)));
+      return Corenet::Prefix::cut(Corenet::AddressBits<32>(address),
+                                  32 - static_cast<U32>(std::countr_zero(lengths)));
    }
    return defaultRoutePresent ? Corenet::Prefix() : Corenet::Prefix::nullPrefix();
 }
@@ -58,17 +60,20 @@ inline Corenet::Prefix longestOf(U32 lengths, U32 address, bool defaultRoutePres
    return lengths | node->routeByteOfLeaf(keyi(5, address));
 }
 
-[[gnu::always_inline]] inline Corenet::Prefix longestMatchIn(const Trie& trie, const Corenet::Prefix& prefix) {
+// The longest route that covers the prefix, in the tree of that root.
+[[gnu::always_inline]] inline Corenet::Prefix longestMatchIn(const TrieImpl::TrieNode* root, bool defaultRoutePresent,
+                                                             const Corenet::Prefix& prefix) {
    const U32 address = prefix.bits().word();
    const U32 allowed = TrieImpl::lengthMask(prefix.len());
-   return longestOf(coveringLengths(trie.root(), address) & allowed, address, trie.defaultRoutePresent());
+   return longestOf(coveringLengths(root, address) & allowed, address, defaultRoutePresent);
 }
 
-[[gnu::always_inline]] inline Corenet::Prefix parentIn(const Trie& trie, const Corenet::Prefix& prefix) {
+// The same without the prefix itself.
+[[gnu::always_inline]] inline Corenet::Prefix parentIn(const TrieImpl::TrieNode* root, bool defaultRoutePresent,
+                                                       const Corenet::Prefix& prefix) {
    const U32 address = prefix.bits().word();
    const U32 allowed = TrieImpl::lengthMask(prefix.len()) << 1;
-   return longestOf(coveringLengths(trie.root(), address) & allowed, address,
-                    trie.defaultRoutePresent() && prefix.len() != 0);
+   return longestOf(coveringLengths(root, address) & allowed, address, defaultRoutePresent && prefix.len() != 0);
 }
 
 }  // namespace Routing

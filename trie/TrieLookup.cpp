@@ -1,18 +1,11 @@
 // The questions to a multibit trie: they change nothing, allocate nothing and visit at most six nodes.
 #include "platform/Corvid/Assert.h"
 #include "trie/Trie.h"
-#include "trie/TrieLengths.h"
 #include "trie/TrieTrace.h"
 
 namespace Routing {
 
 using namespace TrieImpl;
-
-bool Trie::route(const Corenet::Prefix& prefix) const { return longestMatch(prefix) == prefix; }
-
-Corenet::Prefix Trie::longestMatch(const Corenet::Prefix& prefix) const { return longestMatchIn(*this, prefix); }
-
-Corenet::Prefix Trie::findParent(const Corenet::Prefix& prefix) const { return parentIn(*this, prefix); }
 
 bool Trie::longerRoutePresent(const Corenet::Prefix& prefix) const {
    ROUTETRIE_TRACE(trieTrace, 8) << "longerRoutePresent"

@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "trie/TrieBulk.h"
-#include "trie/TrieLengths.h"
 
 namespace Routing {
 
@@ -50,24 +49,6 @@ Corvid::Ptr<TrieCompact> TrieWrapper::v6TrieIs(Corenet::AddressFamily af) {
 
 Corvid::Ptr<TrieCompact> TrieWrapper::v6TrieDel() { return std::exchange(v6Trie_, nullptr); }
 
-bool TrieWrapper::route(const Corenet::CompactIpPrefix& p) const {
-   switch (v4v6_) {
-      case Corenet::V4V6::v4: return v4Trie_->route(p.ipv4());
-      case Corenet::V4V6::v6: return v6Trie_->route(p);
-   }
-   ROUTETRIE_ASSERT(false);
-   return false;
-}
-
-Corenet::CompactIpPrefix TrieWrapper::longestMatch(const Corenet::CompactIpPrefix& p) const {
-   switch (v4v6_) {
-      case Corenet::V4V6::v4: return longestMatchIn(*v4Trie_, p.ipv4());
-      case Corenet::V4V6::v6: return v6Trie_->longestMatch(p);
-   }
-   ROUTETRIE_ASSERT(false);
-   return {};
-}
-
 namespace {
 
 struct WrapperFace4 {
@@ -85,15 +66,6 @@ void TrieWrapper::longestMatchBulk(std::span<const Corenet::CompactIpPrefix> pre
       case Corenet::V4V6::v6: v6Trie_->longestMatchBulk(prefixes, answers); return;
    }
    ROUTETRIE_ASSERT(false);
-}
-
-Corenet::CompactIpPrefix TrieWrapper::findParent(const Corenet::CompactIpPrefix& p) const {
-   switch (v4v6_) {
-      case Corenet::V4V6::v4: return parentIn(*v4Trie_, p.ipv4());
-      case Corenet::V4V6::v6: return v6Trie_->findParent(p);
-   }
-   ROUTETRIE_ASSERT(false);
-   return {};
 }
 
 std::string TrieWrapper::audit() const {

@@ -57,7 +57,14 @@ class ROUTETRIE_EXPORT TrieWrapper : public Corvid::Node {
 
    //--- routes: what the engine's operations of these names do ---
 
-   bool route(const Corenet::CompactIpPrefix& p) const;
+   bool route(const Corenet::CompactIpPrefix& p) const {
+      switch (v4v6_) {
+         case Corenet::V4V6::v4: return v4Trie_->route(p.ipv4());
+         case Corenet::V4V6::v6: return v6Trie_->route(p);
+      }
+      ROUTETRIE_ASSERT(false);
+      return false;
+   }
    void routeIs(const Corenet::CompactIpPrefix& p, bool value) {
       switch (v4v6_) {
          case Corenet::V4V6::v4: v4Trie_->routeIs(p.ipv4(), value); return;
@@ -97,7 +104,14 @@ class ROUTETRIE_EXPORT TrieWrapper : public Corvid::Node {
       ROUTETRIE_ASSERT(false);
       return false;
    }
-   Corenet::CompactIpPrefix longestMatch(const Corenet::CompactIpPrefix& p) const;
+   Corenet::CompactIpPrefix longestMatch(const Corenet::CompactIpPrefix& p) const {
+      switch (v4v6_) {
+         case Corenet::V4V6::v4: return v4Trie_->longestMatch(p.ipv4());
+         case Corenet::V4V6::v6: return v6Trie_->longestMatch(p);
+      }
+      ROUTETRIE_ASSERT(false);
+      return {};
+   }
    // longestMatch for each prefix of a burst, several at a time: answers[i] is that of prefixes[i]. The two may be the same
    // span. Asserts "queries.size() == answers.size()".
    void longestMatchBulk(std::span<const Corenet::CompactIpPrefix> prefixes,
@@ -110,7 +124,14 @@ class ROUTETRIE_EXPORT TrieWrapper : public Corvid::Node {
       ROUTETRIE_ASSERT(false);
       return false;
    }
-   Corenet::CompactIpPrefix findParent(const Corenet::CompactIpPrefix& p) const;
+   Corenet::CompactIpPrefix findParent(const Corenet::CompactIpPrefix& p) const {
+      switch (v4v6_) {
+         case Corenet::V4V6::v4: return v4Trie_->findParent(p.ipv4());
+         case Corenet::V4V6::v6: return v6Trie_->findParent(p);
+      }
+      ROUTETRIE_ASSERT(false);
+      return {};
+   }
    void preOrderWalkCompact(const Corenet::CompactIpPrefix& subtreeRoot, PatriciaTrieCompactWalkCb* callback) const {
       switch (v4v6_) {
          case Corenet::V4V6::v4:

@@ -74,7 +74,7 @@ class FrontEnd {
    Answer parent(const Key& key) const { return trie_->findParent(key); }
    bool longer(const Key& key) const { return trie_->longerRoutePresent(key); }
 
-   static U64 token(const Answer& answer) { return answer.len(); }
+   static U64 token(const Answer& answer) { return tokenOf<F::width>(answer); }
    static std::optional<Route<F>> route(const Answer& answer, const Workload<F>&) {
       return isNone(answer) ? std::nullopt : std::optional(Route<F>{answer.template bits<F::width>(), answer.len()});
    }

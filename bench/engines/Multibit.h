@@ -59,7 +59,7 @@ class Multibit {
       return callback->routes;
    }
 
-   static U64 token(const Answer& answer) { return answer.len(); }
+   static U64 token(const Answer& answer) { return tokenOf<32>(answer); }
    static std::optional<Route<V4>> route(const Answer& answer, const Workload<V4>&) {
       return answer.isNullPrefix() ? std::nullopt : std::optional(Route<V4>{answer.bits(), answer.len()});
    }

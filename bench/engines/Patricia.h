@@ -118,7 +118,7 @@ class Patricia {
       return routes;
    }
 
-   static U64 token(const Answer& answer) { return answer.len(); }
+   static U64 token(const Answer& answer) { return tokenOf<F::width>(answer); }
    static std::optional<Route<F>> route(const Answer& answer, const Workload<F>&) {
       if (answer.af() == Corenet::AddressFamily::none) {
          return {};

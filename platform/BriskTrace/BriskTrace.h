@@ -12,33 +12,14 @@
 // Tested by tests/platform/BriskTrace/BriskTraceTest.cpp.
 #pragma once
 
-#include <atomic>
-#include <memory>
 #include <string>
 
 #include "platform/BriskTrace/TraceFile.h"
+#include "platform/BriskTrace/TraceHandle.h"
 #include "platform/Export.h"
 #include "platform/Types.h"
 
 namespace BriskTrace {
-
-class ROUTETRIE_EXPORT TraceHandle {
-  public:
-   constexpr TraceHandle() noexcept = default;
-   TraceHandle(const TraceHandle&) = delete;
-   TraceHandle& operator=(const TraceHandle&) = delete;
-
-   // The file to record in; null if there is none.
-   TraceFile* mtTraceFile() const noexcept { return file_.load(std::memory_order_acquire); }
-   // Gives the handle its file, which then lives to the process's end. Asserts "!mtTraceFile()".
-   void traceFileIs(std::unique_ptr<TraceFile> file);
-
-  private:
-   std::atomic<TraceFile*> file_{nullptr};
-};
-
-// The process's.
-ROUTETRIE_EXPORT extern TraceHandle defaultBriskTraceHandle;
 
 // Registers a message: MsgDesc(file, &id, "Trie", __LINE__) << "text" and finish(). The id is written once; if it is not 0
 // already, or the file is null, nothing happens.
