@@ -68,7 +68,9 @@ class BasicAddr {
    U32 hash(U32 seed) const noexcept { return Impl::hashBits(seed, bits(), 0); }
 
    friend constexpr bool operator==(const BasicAddr& a, const BasicAddr& b) noexcept { return a.bits() == b.bits(); }
-   friend constexpr auto operator<=>(const BasicAddr& a, const BasicAddr& b) noexcept { return a.bits() <=> b.bits(); }
+   friend constexpr auto operator<=>(const BasicAddr& a, const BasicAddr& b) noexcept {
+      return a.bits() <=> b.bits();
+   }
 
   private:
    // The bytes as one word, at any alignment: an address is then passed, compared and given back in a register.

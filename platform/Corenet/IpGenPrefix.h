@@ -77,7 +77,8 @@ class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
    // The first `width` bits of the stored address, whatever the family.
    template <unsigned width>
    AddressBits<width> bits() const noexcept {
-      return AddressBits<width>(static_cast<typename AddressBits<width>::Word>(address_.bits().word() >> (128 - width)));
+      return AddressBits<width>(
+         static_cast<typename AddressBits<width>::Word>(address_.bits().word() >> (128 - width)));
    }
 
   private:
