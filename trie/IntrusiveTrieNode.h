@@ -331,6 +331,7 @@ template <class T, bool HasParentPointers, int Distinguisher>
 auto NodeBase<T, HasParentPointers, Distinguisher>::nextNode(bool skipSubtree, U8 minLength) const noexcept
    -> NodeBase* {
    if (!skipSubtree && left != nullptr) {
+      __builtin_prefetch(right);  // by its turn it is here
       return left;
    }
    if (!skipSubtree && right != nullptr) {

@@ -60,8 +60,10 @@ class Walk {
    }
 
    static void fetchChildren(const NodeClass& node) {
-      fetchAhead(static_cast<const NodeClass*>(node.left_));
-      fetchAhead(static_cast<const NodeClass*>(node.right_));
+      if (!node.isLeaf()) {
+         fetchAhead(static_cast<const NodeClass*>(node.left_));
+         fetchAhead(static_cast<const NodeClass*>(node.right_));
+      }
    }
 
    bool report(NodeClass& node, U32 black) const {
