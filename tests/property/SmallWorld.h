@@ -27,7 +27,7 @@ class SmallWorld {
    static constexpr U32 worldBits = 4;
 
    // A shape that was met before is asked again if `asksEachTime`.
-   explicit SmallWorld(U32 offset, bool asksEachTime = isFull()) : asksEachTime_(asksEachTime) {
+   explicit SmallWorld(U32 offset, bool asksEachTime) : asksEachTime_(asksEachTime) {
       for (U32 length = 0; length <= worldBits; ++length) {
          for (U32 value = 0; value < (1U << length); ++value) {
             prefixes_.push_back(prefixAt(offset, length, value));
