@@ -121,6 +121,7 @@ void TrieGen::routeIs(const IpGenPrefix& p, bool) {
    routeUpdatedIs(isPresent);
    if (!isPresent) {
       addToEngine(p);
+      followEngine();
    }
    announce(p);
 }
@@ -128,9 +129,15 @@ void TrieGen::routeIs(const IpGenPrefix& p, bool) {
 void TrieGen::addToEngine(const IpGenPrefix& p) {
    if (af_ == Corenet::ipv4()) {
       trie4_->routeIs(p.v4Prefix(), true);
-      defaultRoutePresentIs(trie4_->defaultRoutePresent());
    } else if (af_ == Corenet::ipv6()) {
       trie6_->routeIs(p.v6Prefix(), true);
+   }
+}
+
+void TrieGen::followEngine() {
+   if (af_ == Corenet::ipv4()) {
+      defaultRoutePresentIs(trie4_->defaultRoutePresent());
+   } else if (af_ == Corenet::ipv6()) {
       defaultRoutePresentIs(trie6_->defaultRoutePresent());
    }
 }
@@ -149,6 +156,10 @@ void TrieGen::addUnseen(const IpGenPrefix& p) {
    routeUpdated_ = false;
    addToEngine(p);
    routeUpdated_ = routes() == before;
+   if (!routeUpdated_) {
+      followEngine();
+   }
+   announce(p);
 }
 
 bool TrieGen::routeDel(const IpGenPrefix& p) {
@@ -159,11 +170,10 @@ bool TrieGen::routeDel(const IpGenPrefix& p) {
    bool wasThere = false;
    if (af_ == Corenet::ipv4()) {
       wasThere = trie4_->routeDel(p.v4Prefix());
-      defaultRoutePresentIs(trie4_->defaultRoutePresent());
    } else if (af_ == Corenet::ipv6()) {
       wasThere = trie6_->routeDel(p.v6Prefix());
-      defaultRoutePresentIs(trie6_->defaultRoutePresent());
    }
+   followEngine();
    announce(p);
    return wasThere;
 }

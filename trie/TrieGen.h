@@ -176,6 +176,8 @@ class ROUTETRIE_EXPORT TrieGen : public Corvid::Node {
    // a length from 1 to its family's width, and nobody follows.
    void addUnseen(const Corenet::IpGenPrefix& p);
    void addToEngine(const Corenet::IpGenPrefix& p);
+   // Takes over what the engine says of the default route.
+   void followEngine();
 
    Corenet::IpGenPrefix changedRoute_;
    const Corenet::AddressFamily af_;

@@ -168,6 +168,11 @@ TEST_P(TrieGenOf, anAdditionEndsTheSameWhetherOrNotItIsFollowed) {
    };
    // The null prefix is taken for a route of IPv4 alone.
    const char* const odd = routes().family == Corenet::ipv4() ? routes().none : routes().other;
+   // What callers may have set does not outlive an addition, and is not looked at by one of a present route.
+   for (TrieGen* const trie : {trie_.get(), followed.get()}) {
+      trie->changedRouteIs(p(routes().other));
+      trie->defaultRoutePresentIs(true);
+   }
    for (const char* route : {routes().wide, routes().wide, routes().narrow, odd, odd, routes().zero, routes().zero,
                              routes().other, routes().wide, routes().narrow}) {
       add(route);
