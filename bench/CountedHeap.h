@@ -5,15 +5,16 @@
 #include <malloc.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <new>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Bench {
 
 class CountedHeap {
   public:
-   static U64 liveBytes() noexcept { return live_; }
+   static std::uint64_t liveBytes() noexcept { return live_; }
 
    static void* take(std::size_t bytes) {
       void* memory = ::operator new(bytes);
@@ -26,9 +27,9 @@ class CountedHeap {
    }
 
   private:
-   static U64 held(void* memory) noexcept { return malloc_usable_size(memory) + sizeof(std::size_t); }
+   static std::uint64_t held(void* memory) noexcept { return malloc_usable_size(memory) + sizeof(std::size_t); }
 
-   static inline U64 live_ = 0;  // of the one thread that runs the benchmarks
+   static inline std::uint64_t live_ = 0;  // of the one thread that runs the benchmarks
 };
 
 template <class T>

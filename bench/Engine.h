@@ -7,19 +7,20 @@
 
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 
 #include "bench/Family.h"
 #include "bench/Workload.h"
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Bench {
 
 // The token of an answer that is a prefix: of the whole of it, so that a search that is compiled into the loop is not spared
 // the making of what it finds.
 template <unsigned width, class P>
-U64 tokenOf(const P& prefix) {
+std::uint64_t tokenOf(const P& prefix) {
    const auto bits = [&] {
       if constexpr (requires { prefix.template bits<width>(); }) {
          return prefix.template bits<width>();
@@ -27,7 +28,7 @@ U64 tokenOf(const P& prefix) {
          return prefix.bits();
       }
    }();
-   return static_cast<U64>(bits.word() >> (width > 64 ? 64 : 0)) + prefix.len();
+   return static_cast<std::uint64_t>(bits.word() >> (width > 64 ? 64 : 0)) + prefix.len();
 }
 
 template <class E, class F>
@@ -49,11 +50,11 @@ concept Engine = std::constructible_from < E,
 
    { asked.match(query) } -> std::same_as<typename E::Answer>;
    // Something that can only be known by having read the answer.
-   { E::token(answer) } -> std::convertible_to<U64>;
+   { E::token(answer) } -> std::convertible_to<std::uint64_t>;
    { E::route(answer, work) } -> std::same_as<std::optional<Route<F>>>;
 
    // Bytes of the table as it stands, right after it was loaded.
-   { asked.bytes() } -> std::convertible_to<U64>;
+   { asked.bytes() } -> std::convertible_to<std::uint64_t>;
 };
 
 // Each deletion takes room away for good, so that withdrawing and announcing routes comes to an end.
@@ -84,15 +85,15 @@ concept AnswersNext = requires(E& asked, const typename E::Key& key) {
 // Goes over all routes in order, and tells how many there were.
 template <class E>
 concept Walks = requires(const E& asked) {
-   { asked.walk() } -> std::same_as<U64>;
+   { asked.walk() } -> std::same_as<std::uint64_t>;
 };
 template <class E>
 concept Iterates = requires(const E& asked) {
-   { asked.walkIterator() } -> std::same_as<U64>;
+   { asked.walkIterator() } -> std::same_as<std::uint64_t>;
 };
 template <class E>
 concept StepsThrough = requires(const E& asked) {
-   { asked.walkNext() } -> std::same_as<U64>;
+   { asked.walkNext() } -> std::same_as<std::uint64_t>;
 };
 // Deletes the route that was inserted with that id, without a search for it.
 template <class E>

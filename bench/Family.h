@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Corenet.h"
-#include "platform/Types.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Types.h"
 
 namespace Bench {
 

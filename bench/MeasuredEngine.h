@@ -10,6 +10,7 @@
 #include <time.h>
 
 #include <array>
+#include <cstdint>
 #include <stdexcept>
 #include <vector>
 
@@ -195,11 +196,11 @@ class MeasuredEngine final : public Measured {
 
    void matchChain(benchmark::State& state, const std::vector<Query>& queries) {
       // A zero that neither the compiler nor the processor can foresee.
-      U64 zero = 0;
+      std::uint64_t zero = 0;
       benchmark::DoNotOptimize(zero);
       for (auto _ : state) {
          for (std::size_t i = 0; i < blockSize; ++i) {
-            const U64 token = E::token(engine_.match(queries[at_]));
+            const std::uint64_t token = E::token(engine_.match(queries[at_]));
             at_ += 1 + (token & zero);
             at_ = at_ >= queries.size() ? 0 : at_;
          }
@@ -225,12 +226,12 @@ class MeasuredEngine final : public Measured {
 
    void exact(benchmark::State& state) {
       if constexpr (AnswersExact<E>) {
-         inBlocks(state, work_.asked, [&](U32 at) { return U64{engine_.exact(keys_[at])}; });
+         inBlocks(state, work_.asked, [&](U32 at) { return std::uint64_t{engine_.exact(keys_[at])}; });
       }
    }
    void exactUniform(benchmark::State& state) {
       if constexpr (AnswersExact<E>) {
-         inBlocks(state, uniformKeys_, [&](const Key& key) { return U64{engine_.exact(key)}; });
+         inBlocks(state, uniformKeys_, [&](const Key& key) { return std::uint64_t{engine_.exact(key)}; });
       }
    }
    void parent(benchmark::State& state) {
@@ -240,12 +241,12 @@ class MeasuredEngine final : public Measured {
    }
    void longer(benchmark::State& state) {
       if constexpr (AnswersLonger<E>) {
-         inBlocks(state, work_.asked, [&](U32 at) { return U64{engine_.longer(keys_[at])}; });
+         inBlocks(state, work_.asked, [&](U32 at) { return std::uint64_t{engine_.longer(keys_[at])}; });
       }
    }
    void longerUniform(benchmark::State& state) {
       if constexpr (AnswersLonger<E>) {
-         inBlocks(state, uniformKeys_, [&](const Key& key) { return U64{engine_.longer(key)}; });
+         inBlocks(state, uniformKeys_, [&](const Key& key) { return std::uint64_t{engine_.longer(key)}; });
       }
    }
 
@@ -272,7 +273,7 @@ class MeasuredEngine final : public Measured {
    template <class Go>
    void eachTime(benchmark::State& state, const Go& goThrough) {
       for (auto _ : state) {
-         U64 routes = goThrough();
+         std::uint64_t routes = goThrough();
          benchmark::DoNotOptimize(routes);
       }
       opsAre(state, work_.routes.size());
@@ -281,7 +282,7 @@ class MeasuredEngine final : public Measured {
    template <class Item, class Ask>
    void inBlocks(benchmark::State& state, const std::vector<Item>& items, Ask&& ask) {
       for (auto _ : state) {
-         U64 sum = 0;
+         std::uint64_t sum = 0;
          for (std::size_t i = 0; i < blockSize; ++i) {
             sum += ask(items[at_ + i]);
          }
@@ -373,7 +374,7 @@ class MeasuredEngine final : public Measured {
 
    std::string checkWalks() {
       std::string fault;
-      const auto compare = [&](std::string_view what, U64 walked) {
+      const auto compare = [&](std::string_view what, std::uint64_t walked) {
          if (walked != work_.routes.size()) {
             fault = fmt::format("{}: {} routes instead of {}", what, walked, work_.routes.size());
          }
@@ -398,7 +399,7 @@ class MeasuredEngine final : public Measured {
 
    const Workload<F>& work_;
    E engine_;
-   U64 bytes_ = 0;
+   std::uint64_t bytes_ = 0;
    std::vector<Key> keys_;  // of work_.routes
    std::vector<Query> inside_;
    std::vector<Query> uniform_;

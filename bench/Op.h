@@ -4,7 +4,7 @@
 #include <array>
 #include <string_view>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Bench {
 

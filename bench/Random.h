@@ -3,29 +3,30 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <random>
 #include <utility>
 #include <vector>
 
 #include "bench/Family.h"
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Bench {
 
 class Random {
   public:
-   explicit Random(U64 seed) : source_(seed) {}
+   explicit Random(std::uint64_t seed) : source_(seed) {}
 
-   U64 word() { return source_(); }
+   std::uint64_t word() { return source_(); }
    // From 0 to `count` - 1. Requires: `count` is not 0.
-   std::size_t below(std::size_t count) { return static_cast<std::size_t>((U128{word()} * count) >> 64); }
+   std::size_t below(std::size_t count) { return static_cast<std::size_t>((Corenet::U128{word()} * count) >> 64); }
 
    template <class F>
    typename F::Bits address() {
       if constexpr (F::width == 32) {
          return typename F::Bits(static_cast<U32>(word() >> 32));
       } else {
-         const U128 high = word();
+         const Corenet::U128 high = word();
          return typename F::Bits(high << 64 | word());
       }
    }
@@ -44,7 +45,7 @@ class Random {
    }
 
   private:
-   using U128 = Corenet::U128;
+   using Corenet::U128 = Corenet::U128;
 
    std::mt19937_64 source_;
 };

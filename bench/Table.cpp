@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <set>
@@ -17,7 +18,7 @@ namespace Bench {
 
 namespace {
 
-constexpr U64 shuffleSeed = 0x7ab1e;
+constexpr std::uint64_t shuffleSeed = 0x7ab1e;
 
 //--- from files ---
 

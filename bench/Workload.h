@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <numeric>
 #include <string>
 #include <vector>
@@ -50,7 +51,7 @@ struct Workload {
    std::vector<PrefixCheck> prefixChecks;
    std::vector<RouteCheck> routeChecks;
 
-   const Route<F>& routeOf(U64 id) const { return routes[id - 1]; }
+   const Route<F>& routeOf(std::uint64_t id) const { return routes[id - 1]; }
 };
 
 namespace Impl {

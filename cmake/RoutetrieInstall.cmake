@@ -9,11 +9,8 @@ set(configDir "${CMAKE_INSTALL_LIBDIR}/cmake/routetrie")
 
 install(TARGETS routetrie EXPORT routetrieTargets
    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
-foreach(folder platform trie)
-   install(DIRECTORY "${PROJECT_SOURCE_DIR}/${folder}"
-      DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/routetrie"
-      FILES_MATCHING PATTERN "*.h")
-endforeach()
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/routetrie" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
+   FILES_MATCHING PATTERN "*.h")
 install(EXPORT routetrieTargets NAMESPACE routetrie:: DESTINATION "${configDir}")
 
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/routetrieConfig.cmake.in"

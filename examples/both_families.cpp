@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "trie/TrieGen.h"
+#include <routetrie/trie/front/TrieGen.h>
 
 namespace {
 

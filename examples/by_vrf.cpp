@@ -3,7 +3,7 @@
 
 #include <initializer_list>
 
-#include "trie/TrieGenByVrf.h"
+#include <routetrie/trie/front/TrieGenByVrf.h>
 
 namespace {
 

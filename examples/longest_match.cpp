@@ -1,6 +1,6 @@
 #include <fmt/core.h>
 
-#include "trie/PatriciaTrie.h"
+#include <routetrie/trie/patricia/PatriciaTrie.h>
 
 int main() {
    using Corenet::IpGenPrefix;

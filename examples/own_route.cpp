@@ -4,9 +4,9 @@
 #include <string>
 #include <utility>
 
-#include "platform/Corenet.h"
-#include "platform/Corvid.h"
-#include "trie/IntrusiveTrie.h"
+#include <routetrie/platform/Corenet.h>
+#include <routetrie/platform/Corvid.h>
+#include <routetrie/trie/intrusive/IntrusiveTrie.h>
 
 class Route : public Corvid::Node {
   public:

@@ -1,7 +1,7 @@
 // Told of every change of a trie as it happens, by the number of the attribute that changed.
 #include <fmt/core.h>
 
-#include "trie/TrieGen.h"
+#include <routetrie/trie/front/TrieGen.h>
 
 int main() {
    const auto trie = Routing::trieGenFactory("watched", Corenet::ipv4());

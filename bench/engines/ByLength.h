@@ -3,6 +3,7 @@
 // which lengths to try: `longestFirst()`.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "bench/CountedHeap.h"
@@ -25,12 +26,12 @@ class ByLength {
    bool exact(const Key& key) const { return self().idOf(key) != 0; }
    Answer parent(const Key& key) const { return longestUpTo(key.bits, key.length - 1); }
 
-   static U64 token(Answer answer) { return answer; }
+   static std::uint64_t token(Answer answer) { return answer; }
    static std::optional<Route<F>> route(Answer answer, const Workload<F>& work) {
       return answer == 0 ? std::optional<Route<F>>() : work.routeOf(answer);
    }
 
-   U64 bytes() const { return CountedHeap::liveBytes() - bytesBefore_; }
+   std::uint64_t bytes() const { return CountedHeap::liveBytes() - bytesBefore_; }
 
   private:
    const Self& self() const { return static_cast<const Self&>(*this); }
@@ -46,7 +47,7 @@ class ByLength {
       return 0;
    }
 
-   const U64 bytesBefore_ = CountedHeap::liveBytes();
+   const std::uint64_t bytesBefore_ = CountedHeap::liveBytes();
 };
 
 }  // namespace Bench

@@ -6,6 +6,7 @@
 #include <rte_log.h>
 #include <sched.h>
 
+#include <cstdint>
 #include <vector>
 
 namespace Bench {
@@ -49,18 +50,18 @@ std::string freshDpdkName() {
    return fmt::format("bench{}", ++made);
 }
 
-U64 dpdkHeapBytes() {
+std::uint64_t dpdkHeapBytes() {
    rte_malloc_socket_stats stats{};
    rte_malloc_get_socket_stats(0, &stats);
    return stats.heap_allocsz_bytes;
 }
 
-U64 dpdkNodeBytes(const std::string& ribName) {
+std::uint64_t dpdkNodeBytes(const std::string& ribName) {
    const rte_mempool* pool = rte_mempool_lookup(("MP_" + ribName).c_str());
    if (pool == nullptr) {
       throw std::runtime_error("no pool of nodes of the name that a RIB gives it");
    }
-   return U64{rte_mempool_in_use_count(pool)} * (pool->header_size + pool->elt_size + pool->trailer_size);
+   return std::uint64_t{rte_mempool_in_use_count(pool)} * (pool->header_size + pool->elt_size + pool->trailer_size);
 }
 
 }  // namespace Bench

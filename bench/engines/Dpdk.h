@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -36,10 +37,10 @@ Table* madeByDpdk(Table* table, const char* what) {
 }
 
 // Bytes that are allocated from DPDK's heap, pools included.
-U64 dpdkHeapBytes();
+std::uint64_t dpdkHeapBytes();
 // Bytes of the objects in use of the pool of nodes that a RIB of this name made, DPDK's header of each included. The
 // rest of a pool is room that its owner asked for, and depends on how well it could foresee the number of routes.
-U64 dpdkNodeBytes(const std::string& ribName);
+std::uint64_t dpdkNodeBytes(const std::string& ribName);
 
 // An address as DPDK's calls take it: a word in host order, or 16 bytes in network order.
 template <class F>
@@ -72,7 +73,7 @@ struct DpdkTable {
 
    static Key key(const Route<F>& route) { return {DpdkAddress<F>::of(route.bits), static_cast<U8>(route.length)}; }
    static Query query(typename F::Bits address) { return DpdkAddress<F>::of(address); }
-   static U64 token(Answer answer) { return answer; }
+   static std::uint64_t token(Answer answer) { return answer; }
    static std::optional<Route<F>> route(Answer answer, const Workload<F>& work) {
       return answer == 0 ? std::optional<Route<F>>() : work.routeOf(answer);
    }

@@ -9,6 +9,7 @@
 #include <rte_fib.h>
 #include <rte_fib6.h>
 
+#include <cstdint>
 #include <span>
 
 #include "bench/engines/Dpdk.h"
@@ -106,9 +107,9 @@ class DpdkFib : public DpdkTable<F> {
    }
 
    // The RIB's nodes and both levels of tables.
-   U64 bytes() const {
-      constexpr U64 nextHopBytes = 4;
-      return dpdkNodeBytes(name_) + ((U64{1} << 24) + U64{tablesUsed_} * 256) * nextHopBytes;
+   std::uint64_t bytes() const {
+      constexpr std::uint64_t nextHopBytes = 4;
+      return dpdkNodeBytes(name_) + ((std::uint64_t{1} << 24) + std::uint64_t{tablesUsed_} * 256) * nextHopBytes;
    }
 
   private:

@@ -5,6 +5,7 @@
 #include <rte_lpm.h>
 #include <rte_lpm6.h>
 
+#include <cstdint>
 #include <span>
 
 #include "bench/engines/Dpdk.h"
@@ -95,10 +96,10 @@ class DpdkLpm : public DpdkTable<F> {
    }
 
    // All of it comes from DPDK's heap, in tables made for this number of routes.
-   U64 bytes() const { return dpdkHeapBytes() - bytesBefore_; }
+   std::uint64_t bytes() const { return dpdkHeapBytes() - bytesBefore_; }
 
   private:
-   const U64 bytesBefore_ = (startDpdk(), dpdkHeapBytes());
+   const std::uint64_t bytesBefore_ = (startDpdk(), dpdkHeapBytes());
    typename Calls::Lpm* const lpm_;
 };
 

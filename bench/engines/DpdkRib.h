@@ -4,6 +4,8 @@
 #include <rte_rib.h>
 #include <rte_rib6.h>
 
+#include <cstdint>
+
 #include "bench/engines/Dpdk.h"
 
 namespace Bench {
@@ -88,15 +90,15 @@ class DpdkRib : public DpdkTable<F> {
    Answer parent(const Key& key) const { return idOf(Calls::parent(Calls::exact(rib_, key.address, key.length))); }
    bool longer(const Key& key) const { return Calls::next(rib_, key.address, key.length) != nullptr; }
 
-   U64 walk() const {
-      U64 routes = 0;
+   std::uint64_t walk() const {
+      std::uint64_t routes = 0;
       for (Node* node = Calls::following(rib_, nullptr); node != nullptr; node = Calls::following(rib_, node)) {
          routes += idOf(node) != 0;
       }
       return routes;
    }
 
-   U64 bytes() const { return dpdkNodeBytes(name_); }
+   std::uint64_t bytes() const { return dpdkNodeBytes(name_); }
 
   private:
    static Answer idOf(const Node* node) {

@@ -2,15 +2,16 @@
 // and to an update is the difference. Nothing is kept with a route, and nobody watches.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 
 #include "bench/Engine.h"
-#include "platform/Corenet.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/trie/front/TrieGen.h"
+#include "routetrie/trie/front/TrieWrapper.h"
 #include "tools/rtrie/TableSet.h"
 #include "tools/rtrie/engines/MultibitTable.h"
-#include "trie/TrieGen.h"
-#include "trie/TrieWrapper.h"
 
 namespace Bench {
 
@@ -18,24 +19,24 @@ namespace Bench {
 // multibit trie, if it stands on one.
 struct Trie6Front {
    using Form = Corenet::Ip6Prefix;
-   static U64 untrackedBytes(const Routing6::Trie&) { return 0; }
+   static std::uint64_t untrackedBytes(const Routing6::Trie&) { return 0; }
    static auto make(Corenet::AddressFamily) { return Routing6::trieFactory(); }
 };
 struct CompactFront {
    using Form = Corenet::CompactIpPrefix;
-   static U64 untrackedBytes(const Routing::TrieCompact&) { return 0; }
+   static std::uint64_t untrackedBytes(const Routing::TrieCompact&) { return 0; }
    static auto make(Corenet::AddressFamily af) { return Routing::trieCompactFactory(af); }
 };
 struct GenFront {
    using Form = Corenet::IpGenPrefix;
-   static U64 untrackedBytes(const Routing::TrieGen& trie) {
+   static std::uint64_t untrackedBytes(const Routing::TrieGen& trie) {
       return trie.trie4() ? Rtrie::childArrayBytes(*trie.trie4()->root()) : 0;
    }
    static auto make(Corenet::AddressFamily af) { return Routing::trieGenFactory("measured", af); }
 };
 struct WrapperFront {
    using Form = Corenet::CompactIpPrefix;
-   static U64 untrackedBytes(const Routing::TrieWrapper& trie) {
+   static std::uint64_t untrackedBytes(const Routing::TrieWrapper& trie) {
       return trie.v4v6() == Corenet::V4V6::v4 ? Rtrie::childArrayBytes(*trie.v4Trie()->root()) : 0;
    }
    static auto make(Corenet::AddressFamily af) { return Routing::trieWrapperFactory(af); }
@@ -74,12 +75,12 @@ class FrontEnd {
    Answer parent(const Key& key) const { return trie_->findParent(key); }
    bool longer(const Key& key) const { return trie_->longerRoutePresent(key); }
 
-   static U64 token(const Answer& answer) { return tokenOf<F::width>(answer); }
+   static std::uint64_t token(const Answer& answer) { return tokenOf<F::width>(answer); }
    static std::optional<Route<F>> route(const Answer& answer, const Workload<F>&) {
       return isNone(answer) ? std::nullopt : std::optional(Route<F>{answer.template bits<F::width>(), answer.len()});
    }
 
-   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_ + Front::untrackedBytes(*trie_); }
+   std::uint64_t bytes() const { return Rtrie::trackedBytes() - bytesBefore_ + Front::untrackedBytes(*trie_); }
 
   private:
    static bool isNone(const Corenet::CompactIpPrefix& p) {
@@ -89,7 +90,7 @@ class FrontEnd {
       return p.af() == Corenet::AddressFamily::none || p.len() == Corenet::nullPrefixLength;
    }
 
-   const U64 bytesBefore_;
+   const std::uint64_t bytesBefore_;
    const Trie trie_;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <unordered_map>
 #include <utility>
@@ -43,8 +44,8 @@ class HashByLength : public ByLength<HashByLength<F>, F> {
          if constexpr (F::width == 32) {
             return Corenet::Impl::hashMix(0, word);
          } else {
-            return Corenet::Impl::hashMix(Corenet::Impl::hashMix(0, static_cast<U64>(word >> 64)),
-                                          static_cast<U64>(word));
+            return Corenet::Impl::hashMix(Corenet::Impl::hashMix(0, static_cast<std::uint64_t>(word >> 64)),
+                                          static_cast<std::uint64_t>(word));
          }
       }
    };

@@ -3,15 +3,16 @@
 // out of the trie and does not destroy it.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <utility>
 #include <vector>
 
 #include "bench/Engine.h"
-#include "platform/Corenet.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/trie/intrusive/Ipv6Trie.h"
 #include "tools/rtrie/TableSet.h"
-#include "trie/Ipv6Trie.h"
 
 namespace Bench {
 
@@ -53,15 +54,15 @@ class Intrusive {
    bool exact(const Key& key) const { return trie_->route(key) != nullptr; }
    Answer parent(const Key& key) const { return trie_->route(key)->trieNode().parent(); }
    Answer next(const Key& key) const { return trie_->route(key)->trieNode().next(); }
-   U64 walk() const {
-      U64 routes = 0;
+   std::uint64_t walk() const {
+      std::uint64_t routes = 0;
       for (const auto* route = trie_->trie().first(); route != nullptr; route = route->trieNode().next()) {
          ++routes;
       }
       return routes;
    }
 
-   static U64 token(Answer answer) { return answer == nullptr ? 0 : answer->prefix().len(); }
+   static std::uint64_t token(Answer answer) { return answer == nullptr ? 0 : answer->prefix().len(); }
    static std::optional<Route<V6>> route(Answer answer, const Workload<V6>&) {
       if (answer == nullptr) {
          return {};
@@ -69,10 +70,10 @@ class Intrusive {
       return Route<V6>{answer->prefix().bits(), answer->prefix().len()};
    }
 
-   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
+   std::uint64_t bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
 
   private:
-   const U64 bytesBefore_;
+   const std::uint64_t bytesBefore_;
    const Corvid::Ptr<Sprig::Ipv6Trie> trie_;
    std::vector<Corvid::Ptr<Sprig::Ipv6TrieRoute>> handles_;  // by id
 };

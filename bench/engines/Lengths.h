@@ -6,7 +6,7 @@
 #include <functional>
 #include <vector>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Bench {
 

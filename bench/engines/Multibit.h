@@ -2,13 +2,14 @@
 // callback is told of.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <span>
 
 #include "bench/Engine.h"
+#include "routetrie/trie/multibit/Trie.h"
 #include "tools/rtrie/TableSet.h"
 #include "tools/rtrie/engines/MultibitTable.h"
-#include "trie/Trie.h"
 
 namespace Bench {
 
@@ -46,29 +47,31 @@ class Multibit {
       const Answer found = trie_->getNext(key);
       return found.len() == 0 ? Corenet::Prefix::nullPrefix() : found;
    }
-   U64 walk() const {
+   std::uint64_t walk() const {
       struct Counting : Routing::TrieWalkCallback {
          int handlePrefix(const Corenet::Prefix&) override {
             ++routes;
             return 1;
          }
-         U64 routes = 0;
+         std::uint64_t routes = 0;
       };
       const auto callback = Corvid::ptrIsImpl<Counting>();
       trie_->preOrderWalk(Corenet::Prefix(), callback);
       return callback->routes;
    }
 
-   static U64 token(const Answer& answer) { return tokenOf<32>(answer); }
+   static std::uint64_t token(const Answer& answer) { return tokenOf<32>(answer); }
    static std::optional<Route<V4>> route(const Answer& answer, const Workload<V4>&) {
       return answer.isNullPrefix() ? std::nullopt : std::optional(Route<V4>{answer.bits(), answer.len()});
    }
 
    // The nodes by their trackers, and the arrays of children, which have none, as the C library handed them out.
-   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_ + Rtrie::childArrayBytes(*trie_->root()); }
+   std::uint64_t bytes() const {
+      return Rtrie::trackedBytes() - bytesBefore_ + Rtrie::childArrayBytes(*trie_->root());
+   }
 
   private:
-   const U64 bytesBefore_;
+   const std::uint64_t bytesBefore_;
    const Corvid::Ptr<Routing::Trie> trie_;
 };
 

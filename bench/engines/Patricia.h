@@ -3,15 +3,16 @@
 #pragma once
 
 #include <concepts>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <type_traits>
 
 #include "bench/Engine.h"
-#include "platform/Corenet.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/trie/patricia/PatriciaTrie.h"
+#include "routetrie/trie/patricia/PatriciaTrieIterator.h"
 #include "tools/rtrie/TableSet.h"
-#include "trie/PatriciaTrie.h"
-#include "trie/PatriciaTrieIterator.h"
 
 namespace Bench {
 
@@ -82,13 +83,13 @@ class Patricia {
    Answer next(const Key& key) requires std::same_as<PrefixType, Corenet::CompactIpPrefix> {
       return trie_->getNext(key);
    }
-   U64 walk() const {
+   std::uint64_t walk() const {
       struct Count : std::conditional_t<isCompact, Routing::PatriciaTrieCompactWalkCb, Routing::PatriciaTrieWalkCb> {
          bool handlePrefixData(const PrefixType&, const Routing::PrefixData*) override {
             ++routes;
             return true;
          }
-         U64 routes = 0;
+         std::uint64_t routes = 0;
       };
       const auto count = Corvid::ptrIsImpl<Count>();
       const PrefixType all(typename F::Prefix{});
@@ -100,25 +101,25 @@ class Patricia {
       return count->routes;
    }
 
-   U64 walkIterator() const {
+   std::uint64_t walkIterator() const {
       using Iterator =
          std::conditional_t<isCompact, Routing::PatriciaTrieCompactIterator, Routing::PatriciaTrieIterator>;
-      U64 routes = 0;
+      std::uint64_t routes = 0;
       for (Iterator iterator(trie_, nullptr); iterator; ++iterator) {
          ++routes;
       }
       return routes;
    }
-   U64 walkNext() const requires std::same_as<PrefixType, Corenet::CompactIpPrefix> {
+   std::uint64_t walkNext() const requires std::same_as<PrefixType, Corenet::CompactIpPrefix> {
       const auto end = Corenet::CompactIpPrefix::getNull(F::af);
-      U64 routes = 0;
+      std::uint64_t routes = 0;
       for (auto p = trie_->getNext(Corenet::CompactIpPrefix()); p != end; p = trie_->getNext(p)) {
          ++routes;
       }
       return routes;
    }
 
-   static U64 token(const Answer& answer) { return tokenOf<F::width>(answer); }
+   static std::uint64_t token(const Answer& answer) { return tokenOf<F::width>(answer); }
    static std::optional<Route<F>> route(const Answer& answer, const Workload<F>&) {
       if (answer.af() == Corenet::AddressFamily::none) {
          return {};
@@ -131,12 +132,12 @@ class Patricia {
       return Route<F>{answer.template bits<F::width>(), answer.len()};
    }
 
-   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
+   std::uint64_t bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
 
   private:
    static constexpr bool isCompact = std::same_as<PrefixType, Corenet::CompactIpPrefix>;
 
-   const U64 bytesBefore_;
+   const std::uint64_t bytesBefore_;
    const Corvid::Ptr<Routing::PatriciaTrie> trie_;
 };
 

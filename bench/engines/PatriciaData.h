@@ -2,13 +2,14 @@
 // route's id, so that a match is what a caller who keeps data by route does: find it and read it.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "bench/Engine.h"
-#include "platform/Corenet.h"
-#include "platform/Corvid/Create.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Corvid/Create.h"
+#include "routetrie/trie/patricia/PatriciaTrieWithCompactNodeData.h"
 #include "tools/rtrie/TableSet.h"
-#include "trie/PatriciaTrieWithCompactNodeData.h"
 
 namespace Bench {
 
@@ -36,13 +37,13 @@ class PatriciaData {
    bool exact(const Key& key) const { return bool(trie_->routeCompact(key)); }
    bool longer(const Key& key) const { return trie_->longerRoutePresentCommonCompact(key); }
 
-   static U64 token(Answer answer) { return answer; }
+   static std::uint64_t token(Answer answer) { return answer; }
    static std::optional<Route<F>> route(Answer answer, const Workload<F>& work) {
       return answer == 0 ? std::optional<Route<F>>() : work.routeOf(answer);
    }
 
    // The payloads are in it.
-   U64 bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
+   std::uint64_t bytes() const { return Rtrie::trackedBytes() - bytesBefore_; }
 
   private:
    struct Payload final : Routing::PrefixData {
@@ -53,7 +54,7 @@ class PatriciaData {
       return data == nullptr ? 0 : static_cast<const Payload*>(data)->id;
    }
 
-   const U64 bytesBefore_;
+   const std::uint64_t bytesBefore_;
    const Corvid::Ptr<Routing::PatriciaTrieWithCompactNodeData> trie_;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <utility>
@@ -43,8 +44,8 @@ class StdMap : public ByLength<StdMap<F>, F> {
       const auto found = routes_.upper_bound(route);
       return found == routes_.end() ? 0 : found->second;
    }
-   U64 walk() const {
-      U64 routes = 0;
+   std::uint64_t walk() const {
+      std::uint64_t routes = 0;
       for (const auto& [route, id] : routes_) {
          routes += id != 0;
       }

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,7 @@ class Liar {
 
    static Key key(const Route<F>& route) { return route; }
    static Query query(typename F::Bits address) { return address; }
-   static U64 token(Answer answer) { return answer; }
+   static std::uint64_t token(Answer answer) { return answer; }
    static std::optional<Route<F>> route(Answer answer, const Workload<F>& work) {
       return answer == 0 ? std::optional<Route<F>>() : work.routeOf(answer);
    }
@@ -52,11 +53,11 @@ class Liar {
    Answer parent(const Key& key) const { return twisted<Wrong::parent>(honest_.parent(key)); }
    bool longer(const Key& key) const { return honest_.longer(key) != (wrong == Wrong::longer && key.length == 24); }
    Answer next(const Key& key) const { return twisted<Wrong::next>(honest_.next(key)); }
-   U64 walk() const { return honest_.walk() - (wrong == Wrong::walk ? 1 : 0); }
-   U64 walkIterator() const { return honest_.walk() + (wrong == Wrong::iterator ? 1 : 0); }
-   U64 walkNext() const { return wrong == Wrong::steps ? 0 : honest_.walk(); }
+   std::uint64_t walk() const { return honest_.walk() - (wrong == Wrong::walk ? 1 : 0); }
+   std::uint64_t walkIterator() const { return honest_.walk() + (wrong == Wrong::iterator ? 1 : 0); }
+   std::uint64_t walkNext() const { return wrong == Wrong::steps ? 0 : honest_.walk(); }
 
-   U64 bytes() const { return honest_.bytes(); }
+   std::uint64_t bytes() const { return honest_.bytes(); }
 
   private:
    static constexpr U32 lieId = 7;

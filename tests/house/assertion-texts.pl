@@ -1,5 +1,5 @@
 #!/usr/bin/perl
-# assertion-texts ROOT: fails if an assertion of platform/ or trie/ has a text that no death test under tests/ quotes.
+# assertion-texts ROOT: fails if an assertion of routetrie/ has a text that no death test under tests/ quotes.
 #
 # The text of ROUTETRIE_ASSERT(condition, text) is its second argument where it has one, else its condition with each
 # run of blanks made one. A test quotes it if a string literal in a file with a death test is the text, alone or within
@@ -74,7 +74,7 @@ sub arguments {
 
 my %asserted;    # text -> the first place that has it
 my $faults = 0;
-for my $file (sources('platform', 'trie')) {
+for my $file (sources('routetrie')) {
    my @lines = split /\n/, slurp($file);
    my $code = withoutComments(slurp($file));
    $code =~ s/^[ \t]*#[ \t]*define(?:[^\n]*\\\n)*[^\n]*/"\n" x ($& =~ tr|\n||)/gme;

@@ -1,20 +1,43 @@
 #!/usr/bin/env bash
 # include-arrows ROOT: fails where an include of the tree under ROOT points the wrong way.
 #
-#    tools/  bench/  examples/        may include trie/ and platform/
-#           trie/                     may include platform/
-#         platform/                   includes only itself, fmt and the system
+#    tools/  bench/  examples/        may include the library
+#       |
+#    routetrie/*.h  table/            the table and its faces: platform/, and nothing of trie/
+#    routetrie/trie/front/            multibit/, patricia/
+#    routetrie/trie/multibit/         of patricia/ one callback type, which its walks take too (and its place in a module record)
+#    routetrie/trie/patricia/         no other room
+#    routetrie/trie/intrusive/        no other room
+#    routetrie/trie/BulkDescent.h     what the engines share
+#    routetrie/trie/Patricia.h ...    the doors: each includes the room behind it
+#       |
+#    routetrie/platform/              only itself, fmt and the system
 #
-# In platform/ and trie/ every include is spelled from the root, as a user of the installed headers spells it.
+# In the library every include is spelled from the root, with the package's name, as a user of the installed headers
+# spells it. Examples are such users: <routetrie/...>.
 set -euo pipefail
 cd "${1:?usage: include-arrows.sh ROOT}"
 
-# mayInclude FOLDER: the folders that quoted includes in FOLDER may name; empty means any.
+# mayInclude FILE: the paths that includes in FILE may name, as an extended regular expression.
 mayInclude() {
+   local platform='routetrie/platform/.*|routetrie/platform/[A-Za-z]+\.h' shared='routetrie/trie/BulkDescent\.h'
+   local doors='routetrie/trie/(Patricia|Multibit|Intrusive|Fronts)\.h'
    case $1 in
-      platform) echo platform ;;
-      trie) echo 'platform|trie' ;;
-      examples) echo 'platform|trie|examples' ;;
+      routetrie/platform/*) echo "$platform" ;;
+      routetrie/trie/front/*) echo "$platform|$shared|routetrie/trie/(front|multibit|patricia)/.*" ;;
+      routetrie/trie/multibit/*)
+         echo "$platform|$shared|routetrie/trie/multibit/.*|routetrie/trie/patricia/PatriciaTrie(WalkCb|Module)\.h" ;;
+      routetrie/trie/patricia/*) echo "$platform|$shared|routetrie/trie/patricia/.*" ;;
+      routetrie/trie/intrusive/*) echo "$platform|$shared|routetrie/trie/intrusive/.*" ;;
+      routetrie/trie/Patricia.h) echo 'routetrie/trie/patricia/.*' ;;
+      routetrie/trie/Multibit.h) echo 'routetrie/trie/multibit/.*' ;;
+      routetrie/trie/Intrusive.h) echo 'routetrie/trie/intrusive/.*' ;;
+      routetrie/trie/Fronts.h) echo "routetrie/trie/front/.*|$doors" ;;
+      routetrie/trie/*) echo "$platform" ;;
+      routetrie/*) echo "$platform|routetrie/[a-z_0-9]+\.h|routetrie/table/.*" ;;
+      examples/*) echo 'routetrie/.*' ;;
+      bench/*) echo 'routetrie/.*|bench/.*|tools/.*' ;;
+      tools/*) echo 'routetrie/.*|tools/.*' ;;
    esac
 }
 
@@ -26,16 +49,20 @@ fault() {
 
 checkFile() {
    local file=$1 allowed line number name
-   allowed=$(mayInclude "${file%%/*}")
+   allowed=$(mayInclude "$file")
    while IFS=: read -r number line; do
       if [[ $line =~ ^[[:space:]]*#[[:space:]]*include[[:space:]]*\"([^\"]*)\" ]]; then
          name=${BASH_REMATCH[1]}
-         [[ $name =~ ^($allowed)/ ]] || fault "$file:$number: may not include \"$name\" (only $allowed/)"
+         [[ $name =~ ^($allowed)$ ]] || fault "$file:$number: may not include \"$name\""
+         [[ $file != examples/* ]] || fault "$file:$number: an example includes <$name>, as a user does"
          [[ -f $name ]] || fault "$file:$number: no file \"$name\" under the root"
       elif [[ $line =~ ^[[:space:]]*#[[:space:]]*include[[:space:]]*\<([^\>]*)\> ]]; then
          name=${BASH_REMATCH[1]}
-         if [[ $name == */* && ! $name =~ ^(fmt|sys|arpa|netinet|sanitizer)/ ]]; then
-            fault "$file:$number: may not include <$name> (of folders only fmt/ and those of the system)"
+         if [[ $file == examples/* && $name == routetrie/* ]]; then
+            [[ -f $name ]] || fault "$file:$number: no file \"$name\" under the root"
+         elif [[ ($file == routetrie/* || $file == examples/*) && $name == */* ]]; then
+            [[ $name =~ ^(fmt|sys|arpa|netinet|sanitizer)/ ]] ||
+               fault "$file:$number: may not include <$name> (of folders only fmt/ and those of the system)"
          fi
       else
          fault "$file:$number: an include that this check cannot read: $line"
@@ -47,7 +74,7 @@ files=0
 while IFS= read -r file; do
    checkFile "$file"
    files=$((files + 1))
-done < <(find platform trie examples -type f \( -name '*.h' -o -name '*.cpp' \) | sort)
+done < <(find routetrie examples bench tools -type f \( -name '*.h' -o -name '*.cpp' \) 2>/dev/null | sort)
 
 printf '%d files, %d includes that point the wrong way\n' "$files" "$faults"
 ((files > 0 && faults == 0))

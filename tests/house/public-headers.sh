@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# public-headers ROOT: fails where a header of platform/ or trie/ is no fit guest in a user's program. Each has to open
+# public-headers ROOT: fails where a header of routetrie/ is no fit guest in a user's program. Each has to open
 # with `#pragma once` before any code, to leave streams to <iosfwd>, to define no macro but the project's own
 # (ROUTETRIE_...), and to open no namespace for the user.
 set -euo pipefail
@@ -25,7 +25,7 @@ while IFS= read -r file; do
    while IFS= read -r line; do
       fault "$file:$line: opens a namespace for whoever includes it"
    done < <(grep -nE '^using namespace' "$file" || true)
-done < <(find platform trie -type f -name '*.h' | sort)
+done < <(find routetrie -type f -name '*.h' | sort)
 
 printf '%d headers, %d faults\n' "$files" "$faults"
 ((files > 0 && faults == 0))

@@ -8,12 +8,12 @@ trap 'rm -rf "$scratch"' EXIT
 
 tree() {
    rm -rf "$scratch/tree"
-   mkdir -p "$scratch"/tree/{platform/Corvid,trie,examples,tests}
+   mkdir -p "$scratch"/tree/{routetrie/{platform/Corvid,trie/{patricia,multibit,intrusive,front}},examples,bench,tools/rtrie,tests}
    cd "$scratch/tree"
-   printf '#pragma once\n\n#include <fmt/core.h>\n#include <iosfwd>\n' >platform/Corvid/Node.h
-   printf '// Trie: a header.\n#pragma once\n\n#include "platform/Corvid/Node.h"\n' >trie/Trie.h
-   printf '#include "trie/Trie.h"\n// #include "tools/Spoken.h"\nvoid f() { ROUTETRIE_ASSERT(word  <\n 4); }\n' >trie/Trie.cpp
-   printf '#include "trie/Trie.h"\nint main() {}\n' >examples/example.cpp
+   printf '#pragma once\n\n#include <fmt/core.h>\n#include <iosfwd>\n' >routetrie/platform/Corvid/Node.h
+   printf '// Trie: a header.\n#pragma once\n\n#include "routetrie/platform/Corvid/Node.h"\n' >routetrie/trie/patricia/Trie.h
+   printf '#include "routetrie/trie/patricia/Trie.h"\n// #include "tools/Spoken.h"\nvoid f() { ROUTETRIE_ASSERT(word  <\n 4); }\n' >routetrie/trie/patricia/Trie.cpp
+   printf '#include <routetrie/trie/patricia/Trie.h>\nint main() {}\n' >examples/example.cpp
    printf 'EXPECT_DEATH(f(), "word < 4");\n' >tests/TrieTest.cpp
 }
 
@@ -38,53 +38,66 @@ passes public-headers.sh
 passes assertion-texts.pl
 
 arrows=include-arrows.sh
-tree; echo '#include "trie/Trie.h"' >>platform/Corvid/Node.h
-catches 'platform/Corvid/Node.h:5: may not include "trie/Trie.h"' $arrows
-tree; echo '  #  include "tools/rtrie/Table.h"' >>trie/Trie.cpp
-catches 'trie/Trie.cpp:5: may not include "tools/rtrie/Table.h"' $arrows
-tree; echo '#include "bench/Bench.h"' >>trie/Trie.h
-catches 'trie/Trie.h:5: may not include "bench/Bench.h"' $arrows
-tree; echo '#include "Node.h"' >>platform/Corvid/Node.h
-catches 'platform/Corvid/Node.h:5: may not include "Node.h"' $arrows
-tree; echo '#include "platform/Corvid/Absent.h"' >>trie/Trie.h
-catches 'trie/Trie.h:5: no file "platform/Corvid/Absent.h"' $arrows
-tree; echo '#include <trie/Trie.h>' >>platform/Corvid/Node.h
-catches 'platform/Corvid/Node.h:5: may not include <trie/Trie.h>' $arrows
+tree; echo '#include "routetrie/trie/patricia/Trie.h"' >>routetrie/platform/Corvid/Node.h
+catches 'routetrie/platform/Corvid/Node.h:5: may not include "routetrie/trie/patricia/Trie.h"' $arrows
+tree; echo '  #  include "tools/rtrie/Table.h"' >>routetrie/trie/patricia/Trie.cpp
+catches 'routetrie/trie/patricia/Trie.cpp:5: may not include "tools/rtrie/Table.h"' $arrows
+tree; echo '#include "bench/Bench.h"' >>routetrie/trie/patricia/Trie.h
+catches 'routetrie/trie/patricia/Trie.h:5: may not include "bench/Bench.h"' $arrows
+tree; echo '#include "Node.h"' >>routetrie/platform/Corvid/Node.h
+catches 'routetrie/platform/Corvid/Node.h:5: may not include "Node.h"' $arrows
+tree; echo '#include "routetrie/platform/Corvid/Absent.h"' >>routetrie/trie/patricia/Trie.h
+catches 'routetrie/trie/patricia/Trie.h:5: no file "routetrie/platform/Corvid/Absent.h"' $arrows
+tree; echo '#include <routetrie/trie/patricia/Trie.h>' >>routetrie/platform/Corvid/Node.h
+catches 'routetrie/platform/Corvid/Node.h:5: may not include <routetrie/trie/patricia/Trie.h>' $arrows
+for arrow in patricia:multibit patricia:front patricia:intrusive multibit:patricia multibit:intrusive multibit:front \
+   intrusive:patricia intrusive:multibit intrusive:front front:intrusive; do
+   from=routetrie/trie/${arrow%:*}/From.h to=routetrie/trie/${arrow#*:}/To.h
+   tree; echo '#pragma once' >"$to"; echo "#include \"$to\"" >"$from"
+   catches "$from:1: may not include \"$to\"" $arrows
+done
+tree; echo '#pragma once' >routetrie/trie/patricia/PatriciaTrieWalkCb.h
+echo '#include "routetrie/trie/patricia/PatriciaTrieWalkCb.h"' >routetrie/trie/multibit/TrieWalkCallback.h
+passes $arrows
+tree; echo '#include "routetrie/trie/patricia/Trie.h"' >routetrie/table.h
+catches 'routetrie/table.h:1: may not include "routetrie/trie/patricia/Trie.h"' $arrows
+tree; echo '#include "routetrie/trie/patricia/Trie.h"' >>examples/example.cpp
+catches 'examples/example.cpp:3: an example includes <routetrie/trie/patricia/Trie.h>, as a user does' $arrows
 tree; echo '#include "tools/rtrie/Table.h"' >>examples/example.cpp
 catches 'examples/example.cpp:3: may not include' $arrows
-tree; echo '#include SOME_HEADER' >>trie/Trie.h
-catches 'trie/Trie.h:5: an include that this check cannot read' $arrows
-tree; rm -r platform trie examples; mkdir platform trie examples
+tree; echo '#include SOME_HEADER' >>routetrie/trie/patricia/Trie.h
+catches 'routetrie/trie/patricia/Trie.h:5: an include that this check cannot read' $arrows
+tree; rm -r routetrie examples; mkdir routetrie examples
 catches '0 files' $arrows
 
 headers=public-headers.sh
-tree; echo '#include <ostream>' >>trie/Trie.h
-catches 'trie/Trie.h:5:#include <ostream>: <iosfwd> has to do' $headers
-tree; echo '#include <iostream>' >>platform/Corvid/Node.h
-catches 'platform/Corvid/Node.h:5:#include <iostream>' $headers
-tree; echo '#define MAX_LEN 32' >>trie/Trie.h
-catches 'trie/Trie.h:5:#define MAX_LEN 32: a macro' $headers
-tree; echo 'using namespace std;' >>trie/Trie.h
-catches 'trie/Trie.h:5:using namespace std;: opens' $headers
-tree; sed -i 2d trie/Trie.h
-catches 'trie/Trie.h: the first line of code is not #pragma once' $headers
+tree; echo '#include <ostream>' >>routetrie/trie/patricia/Trie.h
+catches 'routetrie/trie/patricia/Trie.h:5:#include <ostream>: <iosfwd> has to do' $headers
+tree; echo '#include <iostream>' >>routetrie/platform/Corvid/Node.h
+catches 'routetrie/platform/Corvid/Node.h:5:#include <iostream>' $headers
+tree; echo '#define MAX_LEN 32' >>routetrie/trie/patricia/Trie.h
+catches 'routetrie/trie/patricia/Trie.h:5:#define MAX_LEN 32: a macro' $headers
+tree; echo 'using namespace std;' >>routetrie/trie/patricia/Trie.h
+catches 'routetrie/trie/patricia/Trie.h:5:using namespace std;: opens' $headers
+tree; sed -i 2d routetrie/trie/patricia/Trie.h
+catches 'routetrie/trie/patricia/Trie.h: the first line of code is not #pragma once' $headers
 
 texts=assertion-texts.pl
-tree; echo 'void g() { ROUTETRIE_ASSERT(len <= 32); }' >>trie/Trie.cpp
-catches 'trie/Trie.cpp:5: no death test quotes this assertion: len <= 32' $texts
-tree; echo 'void g() { ROUTETRIE_ASSERT(len <= 32); }  // cannot fail: it is masked' >>trie/Trie.cpp
+tree; echo 'void g() { ROUTETRIE_ASSERT(len <= 32); }' >>routetrie/trie/patricia/Trie.cpp
+catches 'routetrie/trie/patricia/Trie.cpp:5: no death test quotes this assertion: len <= 32' $texts
+tree; echo 'void g() { ROUTETRIE_ASSERT(len <= 32); }  // cannot fail: it is masked' >>routetrie/trie/patricia/Trie.cpp
 passes $texts
-tree; echo 'void g() { ROUTETRIE_ASSERT(len <= 32); }  // cannot fail:' >>trie/Trie.cpp
-catches 'trie/Trie.cpp:5: no death test quotes this assertion: len <= 32' $texts
+tree; echo 'void g() { ROUTETRIE_ASSERT(len <= 32); }  // cannot fail:' >>routetrie/trie/patricia/Trie.cpp
+catches 'routetrie/trie/patricia/Trie.cpp:5: no death test quotes this assertion: len <= 32' $texts
 tree; echo 'EXPECT_DEATH(f(), "word");' >tests/TrieTest.cpp
 catches 'no death test quotes this assertion: word < 4' $texts
 tree; echo '// EXPECT_DEATH(f(), "word < 4");' >tests/TrieTest.cpp
 catches 'no death test quotes this assertion: word < 4' $texts
 tree; echo 'EXPECT_EQ(f(), "word < 4");' >tests/TrieTest.cpp
 catches 'no death test quotes this assertion: word < 4' $texts
-tree; echo 'void g() { ROUTETRIE_ASSERT(ok, text); }' >>trie/Trie.cpp
-catches 'trie/Trie.cpp:5: the text of this assertion is neither' $texts
-tree; echo 'void g() { ROUTETRIE_ASSERT(set(a, b), "set( \"a\", b )"); }' >>trie/Trie.cpp
+tree; echo 'void g() { ROUTETRIE_ASSERT(ok, text); }' >>routetrie/trie/patricia/Trie.cpp
+catches 'routetrie/trie/patricia/Trie.cpp:5: the text of this assertion is neither' $texts
+tree; echo 'void g() { ROUTETRIE_ASSERT(set(a, b), "set( \"a\", b )"); }' >>routetrie/trie/patricia/Trie.cpp
 catches 'no death test quotes this assertion: set( "a", b )' $texts
 echo 'EXPECT_DEATH(g(), "set\\( \"a\", " "b \\)");' >>tests/TrieTest.cpp
 passes $texts

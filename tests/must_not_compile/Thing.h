@@ -1,8 +1,8 @@
 // Thing: a class to describe wrongly.
 #pragma once
 
-#include "platform/Corvid/Create.h"
-#include "platform/Corvid/ModuleTables.h"
+#include "routetrie/platform/Corvid/Create.h"
+#include "routetrie/platform/Corvid/ModuleTables.h"
 
 class Thing;
 class Other;

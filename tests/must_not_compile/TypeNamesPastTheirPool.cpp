@@ -1,5 +1,5 @@
 // expects: the module's type names are past the limit of their pool
-#include "platform/Corvid/ModuleTables.h"
+#include "routetrie/platform/Corvid/ModuleTables.h"
 
 struct AClassWithANameThatIsSoLongThatTwentyOfThemDoNotFitIntoOne00 {
    bool operator==(const AClassWithANameThatIsSoLongThatTwentyOfThemDoNotFitIntoOne00&) const = default;

@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/Corvid/ThreadControl.h"
+#include "routetrie/platform/Corvid/ThreadControl.h"
 
 namespace TestSupport {
 

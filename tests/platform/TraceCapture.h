@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Tesk/Trace.h"
+#include "routetrie/platform/Tesk/Trace.h"
 
 namespace TestSupport {
 

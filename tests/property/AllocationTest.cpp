@@ -7,6 +7,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -18,8 +19,8 @@
 namespace Property {
 namespace {
 
-U64 slabAllocations() {
-   U64 sum = 0;
+std::uint64_t slabAllocations() {
+   std::uint64_t sum = 0;
    for (const auto* tracker : Tesk::AllocTrackTypeInfo::all()) {
       sum += tracker->totalAllocations();
    }
@@ -29,13 +30,13 @@ U64 slabAllocations() {
 // What happened while a piece of code ran.
 struct Cost {
    std::size_t newCalls;
-   U64 slabAllocations;
+   std::uint64_t slabAllocations;
    std::size_t recordLookups;
 };
 
 template <class Work>
 Cost costOf(Work work) {
-   const U64 slabBefore = slabAllocations();
+   const std::uint64_t slabBefore = slabAllocations();
    const std::size_t recordsBefore = Corenet::PrefixDedup::acquisitions();
    const std::size_t newBefore = newCalls;
    work();
@@ -75,7 +76,7 @@ TYPED_TEST(AllocationTest, aLookupAllocatesNothing) {
          const auto check = [&](const Cost& cost, const PrefixType& answer) {
             const bool isShared = std::same_as<PrefixType, CompactIpPrefix> && answer.af() == Corenet::ipv6 &&
                                   answer.len() > 56 && answer != question;
-            const U64 most = isShared ? 1 : 0;
+            const std::uint64_t most = isShared ? 1 : 0;
             builtLong += most;
             EXPECT_EQ(0U, cost.newCalls) << question;
             EXPECT_LE(cost.slabAllocations, most) << question;

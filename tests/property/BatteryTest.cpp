@@ -7,10 +7,10 @@
 
 #include <vector>
 
+#include "routetrie/trie/patricia/PatriciaTrieData.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Ops.h"
 #include "tests/property/Workload.h"
-#include "trie/PatriciaTrieData.h"
 
 namespace Property {
 namespace {

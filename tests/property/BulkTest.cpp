@@ -3,18 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <random>
 #include <vector>
 
+#include "routetrie/trie/front/Trie6.h"
+#include "routetrie/trie/front/TrieCompact.h"
+#include "routetrie/trie/front/TrieGen.h"
+#include "routetrie/trie/front/TrieWrapper.h"
+#include "routetrie/trie/multibit/Trie.h"
+#include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "tests/property/CountedNew.h"
 #include "tests/property/Scale.h"
 #include "tests/property/Workload.h"
-#include "trie/PatriciaTrie.h"
-#include "trie/Trie.h"
-#include "trie/Trie6.h"
-#include "trie/TrieCompact.h"
-#include "trie/TrieGen.h"
-#include "trie/TrieWrapper.h"
 
 namespace Property {
 namespace {
@@ -37,7 +38,7 @@ IpGenPrefix defaultRoute(AddressFamily family) {
    return family == AddressFamily::ipv4 ? IpGenPrefix(Prefix()) : IpGenPrefix(Ip6Prefix());
 }
 
-Work workOf(AddressFamily family, const Mix& mix, U64 seed, std::size_t queries) {
+Work workOf(AddressFamily family, const Mix& mix, std::uint64_t seed, std::size_t queries) {
    Workload load(family, mix, seed);
    Work work;
    for (const Op& op : load.ops(mix.routes * 4)) {
@@ -94,7 +95,7 @@ void compare(const Work& work, Single single, Bulk bulk) {
 
 class Bulk : public testing::TestWithParam<Mix> {
   protected:
-   const U64 seed_ = seed();
+   const std::uint64_t seed_ = seed();
    const std::size_t queries_ = sized<std::size_t>(8'000, 40'000, 200'000);
 
    Work work(AddressFamily family) const { return workOf(family, GetParam(), seed_, queries_); }

@@ -10,9 +10,9 @@
 #include <sstream>
 #include <string>
 
+#include "routetrie/trie/patricia/PatriciaTrieIterator.h"
 #include "tests/property/PatriciaDataEngine.h"
 #include "tests/property/Scale.h"
-#include "trie/PatriciaTrieIterator.h"
 
 namespace Property {
 namespace {

@@ -12,11 +12,11 @@
 #include <sstream>
 #include <string>
 
+#include "routetrie/trie/patricia/PatriciaTrieIterator.h"
 #include "tests/property/CountedNew.h"
 #include "tests/property/Ops.h"
 #include "tests/property/PatriciaDataEngine.h"
 #include "tests/support/LossAllowed.h"
-#include "trie/PatriciaTrieIterator.h"
 
 namespace Property {
 namespace {

@@ -8,15 +8,16 @@
 #include <fmt/format.h>
 
 #include <concepts>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
-#include "platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/trie/front/TrieGen.h"
+#include "routetrie/trie/front/TrieWrapper.h"
 #include "tests/property/Battery.h"
 #include "tests/property/SlowTree.h"
-#include "trie/TrieGen.h"
-#include "trie/TrieWrapper.h"
 
 namespace Property {
 
@@ -194,8 +195,8 @@ class FrontEngine {
    Corvid::Ptr<Trie> trie_ = Front::make();
    SlowTree tree_;
    std::string fault_;
-   U64 changes_ = 0;
-   U64 told_ = 0;
+   std::uint64_t changes_ = 0;
+   std::uint64_t told_ = 0;
    Corvid::Subscription watch_ = watch();
 };
 

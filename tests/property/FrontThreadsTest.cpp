@@ -3,15 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstdint>
 #include <string>
 
+#include "routetrie/trie/front/TrieGenByVrf.h"
 #include "tests/platform/Threads.h"
 #include "tests/property/FrontEngine.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Ops.h"
 #include "tests/property/Scale.h"
 #include "tests/property/Workload.h"
-#include "trie/TrieGenByVrf.h"
 
 namespace Property {
 namespace {
@@ -25,7 +26,7 @@ using Wrapper6 = WrapperFront<AddressFamily::ipv6>;
 
 // Ops on prefixes that are mostly longer than 56 bits, so that in one-word form they are shared records. The threads are
 // given the same ones, and want the same records at the same time.
-Ops lengthyOps(AddressFamily family, U64 seed) {
+Ops lengthyOps(AddressFamily family, std::uint64_t seed) {
    return Workload(family, mixes[2], seed).ops(sized<std::size_t>(6'000, 40'000, 200'000));
 }
 
@@ -102,10 +103,10 @@ TEST_F(FrontThreads, oneKindBesideAnother) {
 
 // Tries come and go, so that slabs empty and fill and the last user of a record is by turns in either thread.
 TEST_F(FrontThreads, manyShortLives) {
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    this->agree([&](int) {
       std::string answers;
-      for (U64 life = 0; life < sized<U64>(60, 200, 1000); ++life) {
+      for (std::uint64_t life = 0; life < sized<std::uint64_t>(60, 200, 1000); ++life) {
          const Ops ops = Workload(AddressFamily::ipv6, mixes[2], number + life % 4).ops(200);
          answers += life % 2 == 0 ? answersOfNew<Compact6>(ops) : answersOfNew<Wrapper6>(ops);
       }
@@ -116,7 +117,7 @@ TEST_F(FrontThreads, manyShortLives) {
 // The members of one collection, handed out before the threads start: a collection is for one thread at a time, and its
 // members' tries are each a thread's own.
 TEST_F(FrontThreads, membersOfOneCollectionByVrf) {
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    const Ops ops4 = lengthyOps(AddressFamily::ipv4, number);
    const Ops ops6 = lengthyOps(AddressFamily::ipv6, number);
    const auto byVrf = Routing::trieGenByVrfFactory();

@@ -5,6 +5,7 @@
 
 #include <zlib.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <random>
@@ -38,7 +39,7 @@ inline constexpr LengthCount ipv6Lengths[] = {
    {122, 1},   {124, 4},   {125, 9},    {126, 19},  {127, 42},  {128, 6}};
 
 // A made-up table: of each length a share of one in `scale` (but at least one route), most of them beneath other routes.
-inline PrefixList syntheticTable(Corenet::AddressFamily family, U32 scale, U64 seed) {
+inline PrefixList syntheticTable(Corenet::AddressFamily family, U32 scale, std::uint64_t seed) {
    std::mt19937_64 random(seed);
    std::unordered_set<IpGenPrefix> known;
    PrefixList routes;

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <random>
 
 #include "tests/property/LengthTable.h"
@@ -19,7 +20,7 @@ namespace {
 // differs in one bit.
 class Questions {
   public:
-   Questions(const PrefixList& routes, U64 seed) : routes_(routes), random_(seed) {}
+   Questions(const PrefixList& routes, std::uint64_t seed) : routes_(routes), random_(seed) {}
 
    IpGenPrefix next() {
       const IpGenPrefix p = routes_[random_() % routes_.size()];
@@ -68,7 +69,7 @@ template <class E>
 class InternetTableTest : public testing::Test {
   protected:
    // The first difference between the engine and the oracle over `count` questions.
-   static std::string ask(const E& engine, const PrefixList& routes, std::size_t count, U64 seed) {
+   static std::string ask(const E& engine, const PrefixList& routes, std::size_t count, std::uint64_t seed) {
       const LengthTable table(routes);
       Questions questions(routes, seed);
       for (std::size_t i = 0; i < count; ++i) {
@@ -81,7 +82,7 @@ class InternetTableTest : public testing::Test {
       return "";
    }
 
-   static void loadAskAndDelete(PrefixList routes, U64 seed) {
+   static void loadAskAndDelete(PrefixList routes, std::uint64_t seed) {
       std::mt19937_64 random(seed);
       const LiveCounts before;
       {
@@ -122,7 +123,7 @@ TYPED_TEST_SUITE(InternetTableTest, Engines, EngineName);
 TYPED_TEST(InternetTableTest, wholeTable) {
    PrefixList routes = internetTable(ROUTETRIE_INTERNET_TABLE, TypeParam::family);
    ASSERT_GT(routes.size(), 100'000U);
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    if (isSanitized && !isFull()) {
       std::mt19937_64 random(number);
       std::shuffle(routes.begin(), routes.end(), random);
@@ -132,7 +133,7 @@ TYPED_TEST(InternetTableTest, wholeTable) {
 }
 
 TYPED_TEST(InternetTableTest, madeUpTable) {
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    this->loadAskAndDelete(syntheticTable(TypeParam::family, 10, number), number);
 }
 

@@ -14,10 +14,10 @@
 #include <unordered_map>
 #include <vector>
 
+#include "routetrie/trie/intrusive/IntrusiveTrie.h"
+#include "routetrie/trie/intrusive/Ipv6Trie.h"
 #include "tests/property/Battery.h"
-#include "tests/trie/IntrusiveKinds.h"
-#include "trie/IntrusiveTrie.h"
-#include "trie/Ipv6Trie.h"
+#include "tests/trie/intrusive/IntrusiveKinds.h"
 
 namespace Property {
 

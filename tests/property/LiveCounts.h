@@ -5,13 +5,14 @@
 
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <map>
 #include <string>
 
-#include "platform/CoreSlab/Slab.h"
-#include "platform/Corenet/PrefixDedup.h"
-#include "platform/Tesk/AllocTrack.h"
-#include "platform/Types.h"
+#include "routetrie/platform/CoreSlab/Slab.h"
+#include "routetrie/platform/Corenet/PrefixDedup.h"
+#include "routetrie/platform/Tesk/AllocTrack.h"
+#include "routetrie/platform/Types.h"
 
 namespace Property {
 
@@ -41,7 +42,7 @@ class LiveCounts {
       std::string text;
       for (const auto& [name, now] : LiveCounts().counts_) {
          const auto then = counts_.find(name);
-         const U64 before = then == counts_.end() ? 0 : then->second;
+         const std::uint64_t before = then == counts_.end() ? 0 : then->second;
          if (now != before) {
             text += fmt::format("{}: {} before, {} now; ", name, before, now);
          }
@@ -50,7 +51,7 @@ class LiveCounts {
    }
 
   private:
-   std::map<std::string, U64> counts_;
+   std::map<std::string, std::uint64_t> counts_;
 };
 
 }  // namespace Property

@@ -10,9 +10,9 @@
 #include <string>
 #include <string_view>
 
+#include "routetrie/trie/multibit/Trie.h"
+#include "routetrie/trie/multibit/TrieWalkCallbackTest.h"
 #include "tests/property/Battery.h"
-#include "trie/Trie.h"
-#include "trie/TrieWalkCallbackTest.h"
 
 namespace Property {
 

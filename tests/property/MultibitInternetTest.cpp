@@ -3,13 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <random>
 
+#include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "tests/property/InternetTable.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/MultibitEngine.h"
 #include "tests/property/Scale.h"
-#include "trie/PatriciaTrie.h"
 
 namespace Property {
 namespace {
@@ -71,7 +72,7 @@ class Pair {
 // Addresses, routes, what lies in, around and beneath them, and anything else.
 class RandomQueries {
   public:
-   RandomQueries(const PrefixList& routes, U64 seed) : routes_(routes), random_(seed) {}
+   RandomQueries(const PrefixList& routes, std::uint64_t seed) : routes_(routes), random_(seed) {}
 
    IpGenPrefix next() {
       const U32 any = static_cast<U32>(random_());
@@ -97,7 +98,7 @@ class RandomQueries {
 TEST(MultibitInternet, wholeTableAgreesWithThePatriciaTrie) {
    PrefixList routes = internetTable(ROUTETRIE_INTERNET_TABLE, Corenet::ipv4);
    ASSERT_GT(routes.size(), 100'000U);
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    std::mt19937_64 random(number);
    std::shuffle(routes.begin(), routes.end(), random);
    if (isSanitized && !isFull()) {
@@ -111,7 +112,7 @@ TEST(MultibitInternet, wholeTableAgreesWithThePatriciaTrie) {
       ASSERT_EQ("", pair.multibit_.audit());
       EXPECT_EQ(pair.ordered_, pair.multibit_.ordered());
 
-      U64 asks = number;
+      std::uint64_t asks = number;
       const auto ask = [&](auto fault, std::size_t count) {
          RandomQueries queries(routes, ++asks);
          for (std::size_t i = 0; i < count; ++i) {

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -35,7 +36,7 @@ TYPED_TEST(NodeDataTest, everySetInEveryOrder) {
 }
 
 TYPED_TEST(NodeDataTest, randomOps) {
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    for (const Mix& mix : mixes) {
       const Ops ops = Workload(TypeParam::family, mix, number).ops(sized<std::size_t>(3'000, 20'000, 100'000));
       EXPECT_EQ("", report<TypeParam>(ops, 250)) << mix.name;
@@ -50,7 +51,7 @@ class HookRun {
    using PrefixType = std::conditional_t<E::Plain::isCompact, CompactIpPrefix, IpGenPrefix>;
    using Calls = PatriciaCalls<PrefixType>;
 
-   explicit HookRun(U64 number) : workload_(E::family, mixes[4], number) {
+   explicit HookRun(std::uint64_t number) : workload_(E::family, mixes[4], number) {
       trie_->nodeDataEnabledIs(true);
       for (int id = 0; id < 40; ++id) {
          const auto manner = [&](int one, int two) {

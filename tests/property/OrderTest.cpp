@@ -3,14 +3,15 @@
 // subtree is all white, and the dump, which writes what the walk gives.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <sstream>
 #include <string>
 
+#include "routetrie/trie/patricia/PatriciaTrieIterator.h"
 #include "tests/property/Ops.h"
 #include "tests/property/PatriciaDataEngine.h"
 #include "tests/property/Scale.h"
 #include "tests/property/Workload.h"
-#include "trie/PatriciaTrieIterator.h"
 
 namespace Property {
 namespace {
@@ -102,7 +103,7 @@ class OrderTest : public testing::Test {
   protected:
    // Compares after every `each` ops of each mix, up to so many ops; how often an order ended early.
    static void run() {
-      const U64 number = seed();
+      const std::uint64_t number = seed();
       int early = 0;
       for (const Mix& mix : mixes) {
          E engine;

@@ -6,8 +6,8 @@
 
 #include <map>
 
+#include "routetrie/trie/patricia/PatriciaTrieData.h"
 #include "tests/property/PatriciaEngine.h"
-#include "trie/PatriciaTrieData.h"
 
 namespace Property {
 

@@ -9,10 +9,10 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "tests/property/Battery.h"
 #include "tests/property/SlowTree.h"
-#include "trie/PatriciaTrie.h"
 
 namespace Property {
 

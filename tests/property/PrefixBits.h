@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <array>
 
-#include "platform/Corenet/IpGenPrefix.h"
+#include "routetrie/platform/Corenet/IpGenPrefix.h"
 
 namespace Property {
 

@@ -2,16 +2,17 @@
 // comes back and every reference count is compared with what it should be, the default route's included.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <map>
 #include <new>
 #include <string>
 #include <vector>
 
+#include "routetrie/trie/patricia/PatriciaTrieWithNodeData.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/LoggedPayload.h"
 #include "tests/property/Scale.h"
 #include "tests/property/Workload.h"
-#include "trie/PatriciaTrieWithNodeData.h"
 
 namespace Property {
 namespace {
@@ -54,7 +55,7 @@ class RouteRun {
    using PrefixType = std::conditional_t<E::Plain::isCompact, CompactIpPrefix, IpGenPrefix>;
    using Calls = RouteCalls<PrefixType>;
 
-   explicit RouteRun(U64 number) : workload_(E::family, mixes[4], number) {
+   explicit RouteRun(std::uint64_t number) : workload_(E::family, mixes[4], number) {
       for (int id = 0; id < 40; ++id) {
          const auto manner = [&](int one, int two) {
             return id % one == 0 ? Manner::stays : id % two == 0 ? Manner::leavesAHeir : Manner::replaced;
@@ -212,7 +213,7 @@ using Engines = PatriciaDataEngines<testing::Types>;
 TYPED_TEST_SUITE(RouteDataTest, Engines, EngineName);
 
 TYPED_TEST(RouteDataTest, hooksPayloadsAndReferencesAreTheModels) {
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    SCOPED_TRACE("seed " + std::to_string(number));
    const LiveCounts before;
    {
@@ -267,7 +268,7 @@ void RouteRun<E>::starve() {
 }
 
 TYPED_TEST(RouteDataTest, memoryThatRunsOutLeavesTheTrieAsItWas) {
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    SCOPED_TRACE("seed " + std::to_string(number));
    const LiveCounts before;
    {

@@ -2,11 +2,12 @@
 // slow, gets a small one; and ROUTETRIE_SEED=number replaces the seed of everything random.
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 #include <iostream>
 #include <string>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Property {
 
@@ -34,9 +35,9 @@ Number sized(Number small, Number normal, Number full) {
 }
 
 // The seed of a test, told on standard output so that a failure can be repeated.
-inline U64 seed() {
+inline std::uint64_t seed() {
    const char* value = std::getenv("ROUTETRIE_SEED");
-   const U64 number = value != nullptr ? std::stoull(value) : 20260101;
+   const std::uint64_t number = value != nullptr ? std::stoull(value) : 20260101;
    std::cout << "ROUTETRIE_SEED=" << number << '\n';
    return number;
 }

@@ -3,12 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <barrier>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "platform/Corvid/ThreadControl.h"
+#include "routetrie/platform/Corvid/ThreadControl.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/PatriciaDataEngine.h"
 #include "tests/property/Scale.h"
@@ -80,7 +81,7 @@ TEST_F(Threads, eachOnACompactTrieOfTheSameLongPrefixes) {
 // Each thread its own ops over the same stems, on tries of all kinds by turns.
 TEST_F(Threads, eachOnTriesOfAllKinds) {
    const LiveCounts before;
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    const auto work = [&](unsigned i) {
       std::string answers;
       for (unsigned turn = 0; turn < 4; ++turn) {
@@ -131,7 +132,7 @@ TEST_F(Threads, payloadsAreSharedByTriesOfAllThreads) {
 // Without being told of more than one thread, tries that share nothing are still sound; only trackers may lose counts,
 // so this stands last in the file.
 TEST(ThreadsUntold, eachOnATrieThatSharesNothing) {
-   const U64 number = seed();
+   const std::uint64_t number = seed();
    const auto work = [&](unsigned i) {
       return answersOf<IpGenPrefix>(AddressFamily::ipv4,
                                     Workload(Corenet::ipv4, mixes[1], number + i).ops(opCount() / 2));

@@ -7,6 +7,7 @@
 //    scattered   addresses anywhere, lengths as they are on the Internet
 #pragma once
 
+#include <cstdint>
 #include <random>
 #include <string_view>
 #include <vector>
@@ -32,7 +33,8 @@ inline constexpr Mix mixes[] = {
 
 class Workload {
   public:
-   Workload(Corenet::AddressFamily family, const Mix& mix, U64 seed) : family_(family), mix_(mix), random_(seed) {
+   Workload(Corenet::AddressFamily family, const Mix& mix, std::uint64_t seed)
+      : family_(family), mix_(mix), random_(seed) {
       for (unsigned i = 0; i < mix.stems; ++i) {
          std::array<U8, 16> bytes;
          for (U8& byte : bytes) {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/Corvid/Publisher.h"
+#include "routetrie/platform/Corvid/Publisher.h"
 
 namespace TestSupport {
 

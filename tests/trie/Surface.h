@@ -4,10 +4,10 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Corvid/FieldDescriptor.h"
-#include "platform/Corvid/Inspect.h"
-#include "platform/Corvid/Node.h"
-#include "platform/Tesk/Module.h"
+#include "routetrie/platform/Corvid/FieldDescriptor.h"
+#include "routetrie/platform/Corvid/Inspect.h"
+#include "routetrie/platform/Corvid/Node.h"
+#include "routetrie/platform/Tesk/Module.h"
 
 namespace TestSupport {
 

@@ -5,9 +5,10 @@
 #pragma once
 
 #include <bit>
+#include <cstdint>
 
-#include "platform/Corenet.h"
-#include "platform/Types.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Types.h"
 
 namespace Rtrie {
 
@@ -17,13 +18,13 @@ template <class Number>
 inline constexpr unsigned widthBits = sizeof(Number) * 8;
 
 inline U32 numberOf(const Corenet::IpAddr& address) { return address.bits().word(); }
-inline U128 numberOf(const Corenet::Ip6Addr& address) { return address.bits().word(); }
+inline Corenet::U128 numberOf(const Corenet::Ip6Addr& address) { return address.bits().word(); }
 
 // Requires: no bit set at or past lengthBits; Corvid::RangeException otherwise.
 inline Corenet::IpGenPrefix prefixOf(U32 number, U8 lengthBits) {
    return Corenet::Prefix(Corenet::IpAddr(Corenet::AddressBits<32>(number)), lengthBits);
 }
-inline Corenet::IpGenPrefix prefixOf(U128 number, U8 lengthBits) {
+inline Corenet::IpGenPrefix prefixOf(Corenet::U128 number, U8 lengthBits) {
    return Corenet::Ip6Prefix(Corenet::Ip6Addr(Corenet::AddressBits<128>(number)), lengthBits);
 }
 
@@ -39,9 +40,9 @@ inline bool covers(const Corenet::IpGenPrefix& prefix, const Corenet::IpGenPrefi
 
 // Zero bits below the lowest set one; the whole width for 0.
 inline unsigned trailingZeros(U32 number) { return static_cast<unsigned>(std::countr_zero(number)); }
-inline unsigned trailingZeros(U128 number) {
-   const auto low = static_cast<U64>(number);
-   const auto high = static_cast<U64>(number >> 64);
+inline unsigned trailingZeros(Corenet::U128 number) {
+   const auto low = static_cast<std::uint64_t>(number);
+   const auto high = static_cast<std::uint64_t>(number >> 64);
    return static_cast<unsigned>(low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(high));
 }
 

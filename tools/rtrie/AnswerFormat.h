@@ -14,7 +14,7 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/Corenet.h"
+#include "routetrie/platform/Corenet.h"
 #include "tools/rtrie/Op.h"
 #include "tools/rtrie/Output.h"
 

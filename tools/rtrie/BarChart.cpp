@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <iterator>
 
 #include "tools/rtrie/Numbers.h"
@@ -11,7 +12,7 @@
 namespace Rtrie {
 
 std::string barChart(std::span<const Bar> bars, unsigned widthMarks) {
-   U64 greatest = 0;
+   std::uint64_t greatest = 0;
    std::size_t labelWidth = 0;
    for (const Bar& bar : bars) {
       if (bar.count == 0) {

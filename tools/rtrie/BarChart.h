@@ -6,16 +6,17 @@
 // Tested by tests/tools/rtrie/BarChartTest.cpp.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Rtrie {
 
 struct Bar {
    std::string label;
-   U64 count;
+   std::uint64_t count;
 };
 
 // One line a bar with a count, in the order given; a count of 0 has no line, every other has at least one mark.

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <utility>
@@ -31,7 +32,7 @@ class TableSource final : public ByteSource {
          throw DataError(fmt::format("{}: is a directory", name_));
       }
       if (S_ISREG(status.st_mode)) {
-         size_ = static_cast<U64>(status.st_size);
+         size_ = static_cast<std::uint64_t>(status.st_size);
       }
       file_ = gzdopen(descriptor, "rb");
       if (file_ == nullptr) {
@@ -63,16 +64,16 @@ class TableSource final : public ByteSource {
       }
    }
 
-   U64 position() const override {
+   std::uint64_t position() const override {
       const auto offset = gzoffset(file_);
-      return offset > 0 ? static_cast<U64>(offset) : 0;
+      return offset > 0 ? static_cast<std::uint64_t>(offset) : 0;
    }
-   U64 size() const override { return size_; }
+   std::uint64_t size() const override { return size_; }
 
   private:
    std::string name_;
    gzFile file_ = nullptr;
-   U64 size_ = 0;
+   std::uint64_t size_ = 0;
 };
 
 class DescriptorSource final : public ByteSource {

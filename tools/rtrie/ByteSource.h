@@ -4,11 +4,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Rtrie {
 
@@ -21,9 +22,9 @@ class ByteSource {
    virtual std::size_t read(char* to, std::size_t room) = 0;
 
    // Bytes of the file used so far, compressed ones for .gz.
-   virtual U64 position() const { return 0; }
+   virtual std::uint64_t position() const { return 0; }
    // Bytes of the whole file, 0 if that is not known beforehand (a pipe).
-   virtual U64 size() const { return 0; }
+   virtual std::uint64_t size() const { return 0; }
 };
 
 // A table: "-" is standard input. Whether it is .gz is told from its first bytes, not from its name.

@@ -8,7 +8,7 @@
 #include <span>
 #include <string_view>
 
-#include "platform/Corenet.h"
+#include "routetrie/platform/Corenet.h"
 #include "tools/rtrie/RouteTable.h"
 
 namespace Rtrie {

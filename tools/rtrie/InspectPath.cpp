@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Words.h"

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Corenet.h"
-#include "platform/Corvid/Inspect.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Corvid/Inspect.h"
 
 namespace Rtrie {
 

@@ -3,11 +3,12 @@
 // Tested by tests/tools/rtrie/LineReaderTest.cpp.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 #include "tools/rtrie/ByteSource.h"
 
 namespace Rtrie {
@@ -22,7 +23,7 @@ class LineReader {
    std::optional<std::string_view> next();
 
    // Of the line last returned, from 1; 0 before the first.
-   U64 lineNumber() const { return lineNumber_; }
+   std::uint64_t lineNumber() const { return lineNumber_; }
 
   private:
    std::string_view lineOf(std::size_t lineEnd);
@@ -33,7 +34,7 @@ class LineReader {
    std::size_t begin_ = 0;  // of the bytes not yet handed out
    std::size_t end_ = 0;    // of the bytes read
    bool atEnd_ = false;
-   U64 lineNumber_ = 0;
+   std::uint64_t lineNumber_ = 0;
 };
 
 }  // namespace Rtrie

@@ -6,14 +6,15 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <cstdint>
 #include <string>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Rtrie {
 
 // 1062046 -> "1,062,046"
-inline std::string grouped(U64 number) {
+inline std::string grouped(std::uint64_t number) {
    std::string text = fmt::format("{}", number);
    for (std::size_t at = text.size(); at > 3;) {
       text.insert(at -= 3, 1, ',');
@@ -22,8 +23,8 @@ inline std::string grouped(U64 number) {
 }
 
 // Per second, rounded; 0 if no time passed that the clock could tell.
-inline U64 perSecond(U64 count, double seconds) {
-   return seconds > 0 ? static_cast<U64>(std::llround(static_cast<double>(count) / seconds)) : 0;
+inline std::uint64_t perSecond(std::uint64_t count, double seconds) {
+   return seconds > 0 ? static_cast<std::uint64_t>(std::llround(static_cast<double>(count) / seconds)) : 0;
 }
 
 }  // namespace Rtrie

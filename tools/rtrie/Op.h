@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Corenet.h"
+#include "routetrie/platform/Corenet.h"
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/RouteTable.h"
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tools/rtrie/AddressNumber.h"
 #include "tools/rtrie/Errors.h"
 

@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-#include "platform/Corenet.h"
+#include "routetrie/platform/Corenet.h"
 
 namespace Rtrie {
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <utility>
 
@@ -20,7 +21,8 @@ void draw(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stde
 
 }  // namespace
 
-std::string progressLine(std::string_view name, U64 positionBytes, U64 sizeBytes, U64 lines) {
+std::string progressLine(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes,
+                         std::uint64_t lines) {
    if (sizeBytes == 0) {
       return fmt::format("{}  {} lines", name, grouped(lines));
    }
@@ -35,7 +37,8 @@ Progress::Progress(bool shown, std::function<Clock::time_point()> now)
 
 bool Progress::standardErrorShows() { return isatty(STDERR_FILENO) == 1; }
 
-void Progress::update(std::string_view name, U64 positionBytes, U64 sizeBytes, U64 lines) {
+void Progress::update(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes,
+                      std::uint64_t lines) {
    if (!shown_) {
       return;
    }

@@ -7,16 +7,18 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Rtrie {
 
 // The bar's line. sizeBytes 0: not known, and then there is no bar and no percentage.
-std::string progressLine(std::string_view name, U64 positionBytes, U64 sizeBytes, U64 lines);
+std::string progressLine(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes,
+                         std::uint64_t lines);
 
 class Progress {
   public:
@@ -32,7 +34,7 @@ class Progress {
    static bool standardErrorShows();
 
    // To be called now and then, at most every few thousand lines; draws when it is time to.
-   void update(std::string_view name, U64 positionBytes, U64 sizeBytes, U64 lines);
+   void update(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes, std::uint64_t lines);
 
    // Wipes the bar, before anything else is printed. The next update draws it again.
    void hide();

@@ -10,7 +10,7 @@
 
 #include <algorithm>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 #include "tools/rtrie/AddressNumber.h"
 
 namespace Rtrie {

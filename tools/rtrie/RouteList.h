@@ -13,16 +13,17 @@
 #include <algorithm>
 #include <array>
 #include <compare>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <vector>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 #include "tools/rtrie/AddressNumber.h"
 
 namespace Rtrie {
 
-// An address as stored: U32, or for 128 bits two words, high one first (a U128 would be padded to 32 bytes a route).
+// An address as stored: U32, or for 128 bits two words, high one first (a Corenet::U128 would be padded to 32 bytes a route).
 template <class Number>
 struct StoredNumber;
 template <>
@@ -33,10 +34,12 @@ struct StoredNumber<U32> {
    auto operator<=>(const StoredNumber&) const = default;
 };
 template <>
-struct StoredNumber<U128> {
-   std::array<U64, 2> words;
-   static StoredNumber of(U128 number) { return {{static_cast<U64>(number >> 64), static_cast<U64>(number)}}; }
-   U128 number() const { return (U128{words[0]} << 64) | words[1]; }
+struct StoredNumber<Corenet::U128> {
+   std::array<std::uint64_t, 2> words;
+   static StoredNumber of(Corenet::U128 number) {
+      return {{static_cast<std::uint64_t>(number >> 64), static_cast<std::uint64_t>(number)}};
+   }
+   Corenet::U128 number() const { return (Corenet::U128{words[0]} << 64) | words[1]; }
    auto operator<=>(const StoredNumber&) const = default;
 };
 
@@ -106,6 +109,6 @@ class RouteList {
 };
 
 static_assert(sizeof(RouteList<U32>::Route) == 12);
-static_assert(sizeof(RouteList<U128>::Route) == 24);
+static_assert(sizeof(RouteList<Corenet::U128>::Route) == 24);
 
 }  // namespace Rtrie

@@ -1,5 +1,7 @@
 #include "tools/rtrie/RouteSet.h"
 
+#include <cstdint>
+
 #include "tools/rtrie/RangeCut.h"
 
 namespace Rtrie {
@@ -26,9 +28,9 @@ void RouteSet::addRange(U32 first, U32 last, std::string_view payload) {
    cutRange(first, last, [&](U32 address, U8 lengthBits) { list4_.add(address, lengthBits, id); });
 }
 
-void RouteSet::addRange(U128 first, U128 last, std::string_view payload) {
+void RouteSet::addRange(Corenet::U128 first, Corenet::U128 last, std::string_view payload) {
    U32 const id = payloads_.idOf(payload);
-   cutRange(first, last, [&](U128 address, U8 lengthBits) { list6_.add(address, lengthBits, id); });
+   cutRange(first, last, [&](Corenet::U128 address, U8 lengthBits) { list6_.add(address, lengthBits, id); });
 }
 
 void RouteSet::seal() {
@@ -36,8 +38,8 @@ void RouteSet::seal() {
    list6_.seal();
 }
 
-U64 RouteSet::size(Corenet::AddressFamily af) const {
-   U64 size = 0;
+std::uint64_t RouteSet::size(Corenet::AddressFamily af) const {
+   std::uint64_t size = 0;
    onList(af, [&](const auto& list) { size = list.routes().size(); });
    return size;
 }
@@ -52,8 +54,8 @@ std::optional<std::string_view> RouteSet::payload(const Corenet::IpGenPrefix& pr
    return payloads_.text(*id);
 }
 
-std::vector<U64> RouteSet::countByLength(Corenet::AddressFamily af) const {
-   std::vector<U64> counts(af == Corenet::AddressFamily::ipv6 ? 129 : 33);
+std::vector<std::uint64_t> RouteSet::countByLength(Corenet::AddressFamily af) const {
+   std::vector<std::uint64_t> counts(af == Corenet::AddressFamily::ipv6 ? 129 : 33);
    onList(af, [&](const auto& list) {
       for (const auto& route : list.routes()) {
          ++counts[route.lengthBits];

@@ -3,12 +3,13 @@
 // Tested by tests/tools/rtrie/RouteSetTest.cpp.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 #include <vector>
 
-#include "platform/Corenet.h"
-#include "platform/Types.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Types.h"
 #include "tools/rtrie/RouteList.h"
 #include "tools/rtrie/StringPool.h"
 
@@ -20,18 +21,18 @@ class RouteSet {
    void add(const Corenet::IpGenPrefix& prefix, std::string_view payload);
    void withdraw(const Corenet::IpGenPrefix& prefix);
    void addRange(U32 first, U32 last, std::string_view payload);
-   void addRange(U128 first, U128 last, std::string_view payload);
+   void addRange(Corenet::U128 first, Corenet::U128 last, std::string_view payload);
    void seal();
 
    // Once sealed.
-   U64 size(Corenet::AddressFamily af) const;
-   U64 size() const { return list4_.routes().size() + list6_.routes().size(); }
+   std::uint64_t size(Corenet::AddressFamily af) const;
+   std::uint64_t size() const { return list4_.routes().size() + list6_.routes().size(); }
 
    // The payload of a route, nullopt if there is no such route. The view holds until the next add().
    std::optional<std::string_view> payload(const Corenet::IpGenPrefix& prefix) const;
 
    // Number of routes of each length, index 0 to 32 or 128.
-   std::vector<U64> countByLength(Corenet::AddressFamily af) const;
+   std::vector<std::uint64_t> countByLength(Corenet::AddressFamily af) const;
 
    // Calls each(IpGenPrefix, payload) for the routes of a family in ascending order. The payload's view holds as the one
    // of payload() does.
@@ -60,7 +61,7 @@ class RouteSet {
    }
 
    RouteList<U32> list4_;
-   RouteList<U128> list6_;
+   RouteList<Corenet::U128> list6_;
    StringPool payloads_;
 };
 

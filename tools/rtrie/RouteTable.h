@@ -7,6 +7,7 @@
 #pragma once
 
 #include <concepts>
+#include <cstdint>
 #include <functional>
 #include <iosfwd>
 #include <optional>
@@ -15,10 +16,10 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Corenet.h"
-#include "platform/Corvid/Node.h"
-#include "platform/Keel/DumpContext.h"
-#include "platform/Types.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Corvid/Node.h"
+#include "routetrie/platform/Keel/DumpContext.h"
+#include "routetrie/platform/Types.h"
 
 namespace Rtrie {
 
@@ -36,18 +37,18 @@ class RouteTable {
    virtual void routeIs(const Prefix& route) = 0;
    // The same with its payload, which an engine without payloads lets go.
    virtual void routeWithPayloadIs(const Prefix& route, std::string_view) { routeIs(route); }
-   virtual U64 routes() const = 0;
-   virtual U64 nodes() const = 0;
+   virtual std::uint64_t routes() const = 0;
+   virtual std::uint64_t nodes() const = 0;
 
    // What an engine of levels has at each of them, from the top; the default route is at none. Empty for any other engine.
    struct Level {
       std::string name;
-      U64 nodes = 0;
-      U64 routes = 0;
+      std::uint64_t nodes = 0;
+      std::uint64_t routes = 0;
    };
    virtual std::vector<Level> levels() const { return {}; }
    // The bytes that the engine holds and no allocation tracker counts.
-   virtual U64 untrackedBytes() const { return 0; }
+   virtual std::uint64_t untrackedBytes() const { return 0; }
 
    // The engine's own object, to be reached by name.
    virtual Corvid::Node& object() const = 0;

@@ -10,7 +10,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 
 namespace Rtrie {
 

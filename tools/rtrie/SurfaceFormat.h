@@ -11,7 +11,7 @@
 
 #include <span>
 
-#include "platform/Corvid/Inspect.h"
+#include "routetrie/platform/Corvid/Inspect.h"
 #include "tools/rtrie/Output.h"
 
 namespace Rtrie {

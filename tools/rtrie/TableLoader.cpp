@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <chrono>
+#include <cstdint>
 #include <vector>
 
 #include "tools/rtrie/ByteSource.h"
@@ -20,8 +21,8 @@ namespace {
 // Lines that decide on the format: enough for it to show through some bad lines at the top.
 constexpr std::size_t sampleLines = 200;
 // Bad lines that are printed for each table; more are only counted.
-constexpr U64 shownBadLines = 20;
-constexpr U64 linesPerUpdate = 1024;
+constexpr std::uint64_t shownBadLines = 20;
+constexpr std::uint64_t linesPerUpdate = 1024;
 
 bool isBlankOrComment(std::string_view trimmedLine) { return trimmedLine.empty() || trimmedLine.front() == '#'; }
 
@@ -37,7 +38,7 @@ class Loader {
         reader_(*source_) {}
 
    void load() {
-      std::vector<U64> numbers;
+      std::vector<std::uint64_t> numbers;
       std::vector<std::string> sample;
       while (sample.size() < sampleLines) {
          const auto text = nextLine();
@@ -59,8 +60,8 @@ class Loader {
       tellCount();
    }
 
-   U64 lines() const { return reader_.lineNumber(); }
-   U64 badLines() const { return badLines_; }
+   std::uint64_t lines() const { return reader_.lineNumber(); }
+   std::uint64_t badLines() const { return badLines_; }
    bool isEmpty() const { return entries_ == badLines_; }
    const std::string& name() const { return name_; }
 
@@ -78,7 +79,7 @@ class Loader {
       return std::nullopt;
    }
 
-   void parse(LineParser& parser, std::string_view text, U64 number) {
+   void parse(LineParser& parser, std::string_view text, std::uint64_t number) {
       ++entries_;
       try {
          parser.line(text, routes_);
@@ -111,8 +112,8 @@ class Loader {
    Progress& progress_;
    std::unique_ptr<ByteSource> source_;
    LineReader reader_;
-   U64 entries_ = 0;  // lines that are neither blank nor comments
-   U64 badLines_ = 0;
+   std::uint64_t entries_ = 0;  // lines that are neither blank nor comments
+   std::uint64_t badLines_ = 0;
 };
 
 }  // namespace

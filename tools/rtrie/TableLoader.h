@@ -4,17 +4,18 @@
 // Tested by tests/tools/rtrie/ProgramTest.cpp.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 
-#include "platform/Types.h"
+#include "routetrie/platform/Types.h"
 #include "tools/rtrie/RouteSet.h"
 
 namespace Rtrie {
 
 struct LoadReport {
-   U64 lines = 0;   // of all tables, comments and blank lines included
-   U64 faults = 0;  // bad lines, and tables without a route beside others that have some
+   std::uint64_t lines = 0;   // of all tables, comments and blank lines included
+   std::uint64_t faults = 0;  // bad lines, and tables without a route beside others that have some
    double seconds = 0;
 };
 

@@ -1,13 +1,14 @@
 #include "tools/rtrie/TableSet.h"
 
 #include <chrono>
+#include <cstdint>
 
-#include "platform/Tesk/AllocTrack.h"
+#include "routetrie/platform/Tesk/AllocTrack.h"
 
 namespace Rtrie {
 
-U64 trackedBytes() {
-   U64 bytes = 0;
+std::uint64_t trackedBytes() {
+   std::uint64_t bytes = 0;
    for (const auto& tracker : Tesk::AllocTrackTypeInfo::all()) {
       bytes += tracker->liveBytes();
    }

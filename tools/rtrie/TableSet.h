@@ -4,12 +4,13 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string_view>
 
-#include "platform/Corenet.h"
-#include "platform/Types.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Types.h"
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/RouteSet.h"
 
@@ -19,13 +20,13 @@ inline constexpr std::array<Corenet::AddressFamily, 2> families = {Corenet::Addr
                                                                    Corenet::AddressFamily::ipv6};
 
 // Bytes of all objects that the library's allocation trackers count as live.
-U64 trackedBytes();
+std::uint64_t trackedBytes();
 
 class TableSet {
   public:
    struct Family {
       std::unique_ptr<RouteTable> table;  // null if the engine does not hold the family, or there are no routes
-      U64 liveBytes = 0;
+      std::uint64_t liveBytes = 0;
       double seconds = 0;  // to insert the routes, in ascending order
    };
 

@@ -1,6 +1,6 @@
 #include <cstdio>
 
-#include "trie/PatriciaTrie.h"
+#include <routetrie/trie/patricia/PatriciaTrie.h>
 
 int main() {
    auto trie = Routing::patriciaTrieFactory(Corenet::ipv4, false);

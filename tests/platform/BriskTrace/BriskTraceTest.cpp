@@ -1,4 +1,4 @@
-#include "platform/BriskTrace/BriskTrace.h"
+#include "routetrie/platform/BriskTrace/BriskTrace.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -19,7 +20,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tests/platform/Threads.h"
 
 namespace {
@@ -49,7 +50,7 @@ TEST(TraceFile, holdsRecordsWithTheirMessages) {
    const U32 insert = file->messageIs("Trie", 12, "insert");
    const U32 match = file->messageIs("TrieGen", 99, "match");
    EXPECT_NE(insert, match);
-   const U64 begun = timeStamp();
+   const std::uint64_t begun = timeStamp();
    std::this_thread::sleep_for(std::chrono::milliseconds(3));
    file->record(insert, begun);
    file->record(match, timeStamp());
@@ -247,10 +248,10 @@ TEST(BriskTraceDeathTest, aSecondFileIsRefused) {
 TEST(TraceFile, threads) {
    const TestSupport::MultiThreaded multiThreaded;
    const auto file = TraceFile::inMemory(16);
-   constexpr U64 records = 2000;
+   constexpr std::uint64_t records = 2000;
    TestSupport::runThreads(4, [&](int thread) {
       const std::string source = fmt::format("thread {}", thread);
-      for (U64 i = 0; i < records; ++i) {
+      for (std::uint64_t i = 0; i < records; ++i) {
          if (thread == 0) {
             if (i % 100 == 0) {
                for (const Entry& entry : file->entries()) {

@@ -1,4 +1,4 @@
-#include "platform/CoreFmt/Format.h"
+#include "routetrie/platform/CoreFmt/Format.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

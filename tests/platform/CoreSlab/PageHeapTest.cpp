@@ -1,4 +1,4 @@
-#include "platform/CoreSlab/PageHeap.h"
+#include "routetrie/platform/CoreSlab/PageHeap.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/CoreSlab/SizeClass.h"
+#include "routetrie/platform/CoreSlab/SizeClass.h"
 
 namespace {
 

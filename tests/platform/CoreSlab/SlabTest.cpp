@@ -1,4 +1,4 @@
-#include "platform/CoreSlab/Slab.h"
+#include "routetrie/platform/CoreSlab/Slab.h"
 
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/Corvid/ThreadControl.h"
+#include "routetrie/platform/Corvid/ThreadControl.h"
 
 // The heaps of the address and thread sanitizers end the process where they have no memory.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

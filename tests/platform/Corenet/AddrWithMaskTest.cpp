@@ -1,11 +1,11 @@
-#include "platform/Corenet/AddrWithMask.h"
+#include "routetrie/platform/Corenet/AddrWithMask.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
 
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"

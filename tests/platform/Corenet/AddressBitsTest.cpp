@@ -1,4 +1,4 @@
-#include "platform/Corenet/AddressBits.h"
+#include "routetrie/platform/Corenet/AddressBits.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/Corenet/AddressFamily.h"
+#include "routetrie/platform/Corenet/AddressFamily.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-#include "platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/platform/Corenet/CompactIpPrefix.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "platform/CoreSlab/Slab.h"
+#include "routetrie/platform/CoreSlab/Slab.h"
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"

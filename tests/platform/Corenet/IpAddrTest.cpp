@@ -1,4 +1,4 @@
-#include "platform/Corenet/IpAddr.h"
+#include "routetrie/platform/Corenet/IpAddr.h"
 
 #include <arpa/inet.h>
 #include <gmock/gmock.h>
@@ -9,7 +9,7 @@
 #include <limits>
 #include <vector>
 
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 

@@ -1,4 +1,4 @@
-#include "platform/Corenet/IpGenAddr.h"
+#include "routetrie/platform/Corenet/IpGenAddr.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "platform/Corenet/IpGenPrefix.h"
+#include "routetrie/platform/Corenet/IpGenPrefix.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 

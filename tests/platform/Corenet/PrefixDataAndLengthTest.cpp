@@ -1,4 +1,4 @@
-#include "platform/Corenet/PrefixDataAndLength.h"
+#include "routetrie/platform/Corenet/PrefixDataAndLength.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/Corenet/Ip6Prefix.h"
+#include "routetrie/platform/Corenet/Ip6Prefix.h"
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 

@@ -1,4 +1,4 @@
-#include "platform/Corenet/PrefixDedup.h"
+#include "routetrie/platform/Corenet/PrefixDedup.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <set>
 #include <vector>
 
-#include "platform/CoreSlab/Slab.h"
-#include "platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/platform/CoreSlab/Slab.h"
+#include "routetrie/platform/Corenet/CompactIpPrefix.h"
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/platform/Threads.h"
 #include "tests/property/LiveCounts.h"

@@ -1,12 +1,12 @@
-#include "platform/Corenet/Prefix.h"
+#include "routetrie/platform/Corenet/Prefix.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <type_traits>
 
-#include "platform/Corenet/Ip6Prefix.h"
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corenet/Ip6Prefix.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
-#include "platform/Corenet/AddrWithMask.h"
-#include "platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/platform/Corenet/AddrWithMask.h"
+#include "routetrie/platform/Corenet/CompactIpPrefix.h"
 
 namespace TestSupport {
 

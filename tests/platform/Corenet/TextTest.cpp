@@ -1,4 +1,4 @@
-#include "platform/Corenet/Text.h"
+#include "routetrie/platform/Corenet/Text.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -9,8 +9,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "platform/Corenet.h"
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 

@@ -4,7 +4,7 @@
 #include <cassert>
 #define NDEBUG
 
-#include "platform/Corvid/Assert.h"
+#include "routetrie/platform/Corvid/Assert.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

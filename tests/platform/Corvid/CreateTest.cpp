@@ -1,13 +1,14 @@
-#include "platform/Corvid/Create.h"
+#include "routetrie/platform/Corvid/Create.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 
-#include "platform/CoreSlab/Slab.h"
-#include "platform/Corvid/Node.h"
-#include "platform/Tesk/AllocTrack.h"
+#include "routetrie/platform/CoreSlab/Slab.h"
+#include "routetrie/platform/Corvid/Node.h"
+#include "routetrie/platform/Tesk/AllocTrack.h"
 #include "tests/property/LiveCounts.h"
 
 namespace {
@@ -67,8 +68,12 @@ class Refusing : public Counted {
    Ptr<Counted> part_;
 };
 
-U64 liveObjects(const Tesk::AllocTrackTypeInfo* tracker) { return tracker == nullptr ? 0 : tracker->liveObjects(); }
-U64 liveBytes(const Tesk::AllocTrackTypeInfo* tracker) { return tracker == nullptr ? 0 : tracker->liveBytes(); }
+std::uint64_t liveObjects(const Tesk::AllocTrackTypeInfo* tracker) {
+   return tracker == nullptr ? 0 : tracker->liveObjects();
+}
+std::uint64_t liveBytes(const Tesk::AllocTrackTypeInfo* tracker) {
+   return tracker == nullptr ? 0 : tracker->liveBytes();
+}
 
 TEST(Create, aNewObjectIsHeldByItsOneReferenceAndCounted) {
    const LiveCounts before;
@@ -123,7 +128,7 @@ TEST(Create, aConstructorThatRaisesLeavesNothingBehind) {
    ptrIsImpl<Refusing>(false);  // the trackers are there
    const LiveCounts before;
    const auto slab = CoreSlab::stats();
-   const U64 allocations = Counted::memAllocationTracker_->totalAllocations();
+   const std::uint64_t allocations = Counted::memAllocationTracker_->totalAllocations();
    for (int i = 0; i < 10; ++i) {
       try {
          ptrIsImpl<Refusing>(true);

@@ -1,4 +1,4 @@
-#include "platform/Corvid/FormatAssert.h"
+#include "routetrie/platform/Corvid/FormatAssert.h"
 
 #include <gtest/gtest.h>
 

@@ -4,8 +4,8 @@
 #include <new>
 #include <set>
 
-#include "platform/Corvid/FieldDescriptor.h"
-#include "platform/Corvid/ModuleTables.h"
+#include "routetrie/platform/Corvid/FieldDescriptor.h"
+#include "routetrie/platform/Corvid/ModuleTables.h"
 #include "tests/platform/Corvid/Sample.h"
 
 namespace {

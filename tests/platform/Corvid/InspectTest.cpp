@@ -1,4 +1,4 @@
-#include "platform/Corvid/Inspect.h"
+#include "routetrie/platform/Corvid/Inspect.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Corvid/ModuleTables.h"
+#include "routetrie/platform/Corvid/ModuleTables.h"
 #include "tests/platform/Corvid/Sample.h"
 
 namespace {

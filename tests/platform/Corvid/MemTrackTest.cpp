@@ -1,4 +1,4 @@
-#include "platform/Corvid/MemTrack.h"
+#include "routetrie/platform/Corvid/MemTrack.h"
 
 #include <gtest/gtest.h>
 

@@ -1,14 +1,15 @@
-#include "platform/Corvid/Node.h"
+#include "routetrie/platform/Corvid/Node.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cstdint>
 #include <cstring>
 #include <string>
 #include <vector>
 
-#include "platform/Corvid/Create.h"
-#include "platform/Corvid/Ptr.h"
+#include "routetrie/platform/Corvid/Create.h"
+#include "routetrie/platform/Corvid/Ptr.h"
 #include "tests/platform/Threads.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
@@ -216,8 +217,8 @@ TEST(NodeMemory, aClassWithoutATrackerCountsOnNode) {
    const LiveCounts before;
    {
       const auto first = ptrIsImpl<Uncounted>();  // makes the tracker if there is none yet
-      const U64 objects = Node::memAllocationTracker_->liveObjects();
-      const U64 bytes = Node::memAllocationTracker_->liveBytes();
+      const std::uint64_t objects = Node::memAllocationTracker_->liveObjects();
+      const std::uint64_t bytes = Node::memAllocationTracker_->liveBytes();
       const auto second = ptrIsImpl<Uncounted>();
       EXPECT_EQ(objects + 1, Node::memAllocationTracker_->liveObjects());
       EXPECT_EQ(bytes + sizeof(Uncounted), Node::memAllocationTracker_->liveBytes());

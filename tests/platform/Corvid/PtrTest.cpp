@@ -1,4 +1,4 @@
-#include "platform/Corvid/Ptr.h"
+#include "routetrie/platform/Corvid/Ptr.h"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +7,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "platform/Corvid/Create.h"
-#include "platform/Corvid/Node.h"
+#include "routetrie/platform/Corvid/Create.h"
+#include "routetrie/platform/Corvid/Node.h"
 #include "tests/property/LiveCounts.h"
 
 namespace {

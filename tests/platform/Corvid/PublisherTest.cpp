@@ -1,4 +1,4 @@
-#include "platform/Corvid/Publisher.h"
+#include "routetrie/platform/Corvid/Publisher.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,8 +10,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "platform/Corvid/Create.h"
-#include "platform/Corvid/Node.h"
+#include "routetrie/platform/Corvid/Create.h"
+#include "routetrie/platform/Corvid/Node.h"
 
 namespace {
 

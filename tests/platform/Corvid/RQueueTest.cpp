@@ -1,13 +1,14 @@
-#include "platform/Corvid/RQueue.h"
+#include "routetrie/platform/Corvid/RQueue.h"
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <deque>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/platform/Corenet/CompactIpPrefix.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
@@ -116,7 +117,7 @@ TEST(RQueue, behavesAsADeque) {
       Prefixes queue;
       std::deque<Corenet::CompactIpPrefix> oracle;
       for (int step = 0; step < 20000; ++step) {
-         const U64 r = random();
+         const std::uint64_t r = random();
          if (r % 1000 == 0) {
             queue.memberDelAll();
             oracle.clear();

@@ -1,4 +1,4 @@
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "tests/platform/Corvid/Sample.h"
 
-#include "platform/Corvid/ModuleTables.h"
-#include "platform/Tesk/Strep.h"
+#include "routetrie/platform/Corvid/ModuleTables.h"
+#include "routetrie/platform/Tesk/Strep.h"
 
 namespace Sample {
 

@@ -6,14 +6,14 @@
 #include <set>
 #include <string>
 
-#include "platform/Corenet/Module.h"
-#include "platform/Corvid/Create.h"
-#include "platform/Corvid/ModulePlace.h"
-#include "platform/Corvid/Node.h"
-#include "platform/Corvid/Ptr.h"
-#include "platform/Corvid/RangeException.h"
-#include "platform/Corvid/String.h"
-#include "platform/Tesk/CharRange.h"
+#include "routetrie/platform/Corenet/Module.h"
+#include "routetrie/platform/Corvid/Create.h"
+#include "routetrie/platform/Corvid/ModulePlace.h"
+#include "routetrie/platform/Corvid/Node.h"
+#include "routetrie/platform/Corvid/Ptr.h"
+#include "routetrie/platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/String.h"
+#include "routetrie/platform/Tesk/CharRange.h"
 
 namespace Sample {
 class Shelf;

@@ -1,4 +1,4 @@
-#include "platform/Corvid/String.h"
+#include "routetrie/platform/Corvid/String.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

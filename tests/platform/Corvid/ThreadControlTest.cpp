@@ -1,4 +1,4 @@
-#include "platform/Corvid/ThreadControl.h"
+#include "routetrie/platform/Corvid/ThreadControl.h"
 
 #include <gtest/gtest.h>
 

@@ -1,15 +1,17 @@
-#include "platform/Keel/DisplayPointer.h"
+#include "routetrie/platform/Keel/DisplayPointer.h"
+
+#include <cstdint>
 
 #include <gtest/gtest.h>
 
-#include "platform/CoreFmt/Format.h"
-#include "platform/Types.h"
+#include "routetrie/platform/CoreFmt/Format.h"
+#include "routetrie/platform/Types.h"
 
 namespace {
 
 using Keel::DisplayPointer;
 
-const void* at(U64 address) { return reinterpret_cast<const void*>(address); }
+const void* at(std::uint64_t address) { return reinterpret_cast<const void*>(address); }
 
 TEST(DisplayPointer, sixteenDigitsOrNull) {
    EXPECT_EQ("NULL", CoreFmt::format("{}", DisplayPointer(nullptr)));

@@ -1,12 +1,12 @@
-#include "platform/Keel/DumpContext.h"
+#include "routetrie/platform/Keel/DumpContext.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 #include <string>
 
-#include "platform/Corvid/Inspect.h"
-#include "platform/Keel/DumpList.h"
+#include "routetrie/platform/Corvid/Inspect.h"
+#include "routetrie/platform/Keel/DumpList.h"
 #include "tests/property/LiveCounts.h"
 
 namespace {

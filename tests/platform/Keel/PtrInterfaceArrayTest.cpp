@@ -1,16 +1,17 @@
-#include "platform/Keel/PtrInterfaceArray.h"
+#include "routetrie/platform/Keel/PtrInterfaceArray.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cstdint>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "platform/CoreSlab/Slab.h"
-#include "platform/Corvid/Create.h"
-#include "platform/Corvid/Node.h"
+#include "routetrie/platform/CoreSlab/Slab.h"
+#include "routetrie/platform/Corvid/Create.h"
+#include "routetrie/platform/Corvid/Node.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
@@ -34,10 +35,14 @@ struct LargerPayload : Payload {
 using Array = Keel::PtrInterfaceArray<Payload>;
 static_assert(std::is_same_v<Array, Keel::PtrInterfaceArray<Payload, void, false, void, false>>);
 
-constexpr U64 emptyWord = ~U64{1};
+constexpr std::uint64_t emptyWord = ~std::uint64_t{1};
 
-U64 liveBlocks() { return Array::memAllocationTracker_ == nullptr ? 0 : Array::memAllocationTracker_->liveObjects(); }
-U64 liveBytes() { return Array::memAllocationTracker_ == nullptr ? 0 : Array::memAllocationTracker_->liveBytes(); }
+std::uint64_t liveBlocks() {
+   return Array::memAllocationTracker_ == nullptr ? 0 : Array::memAllocationTracker_->liveObjects();
+}
+std::uint64_t liveBytes() {
+   return Array::memAllocationTracker_ == nullptr ? 0 : Array::memAllocationTracker_->liveBytes();
+}
 
 // Every test leaves as many objects, blocks and bytes as it found.
 class PtrInterfaceArrayTest : public testing::Test {
@@ -60,7 +65,7 @@ TEST_F(PtrInterfaceArrayTest, isOneWord) { static_assert(sizeof(Array) == 8 && a
 TEST_F(PtrInterfaceArrayTest, emptyIsAllOnesButBitZero) {
    const Array array;
    EXPECT_EQ(emptyWord, array.word());
-   EXPECT_EQ(static_cast<U64>(-2), array.word());
+   EXPECT_EQ(static_cast<std::uint64_t>(-2), array.word());
    EXPECT_EQ(0u, array.size());
    EXPECT_EQ(emptyWord, Array(0).word());
 }
@@ -72,7 +77,7 @@ TEST_F(PtrInterfaceArrayTest, oneElementIsTheWord) {
    EXPECT_EQ(1u, array.size());
    EXPECT_EQ(nullptr, array.elementMaybeCompressed(0));
    array.elementIs(0, payload.get());
-   EXPECT_EQ(std::bit_cast<U64>(payload.get()), array.word());
+   EXPECT_EQ(std::bit_cast<std::uint64_t>(payload.get()), array.word());
    EXPECT_EQ(1u, array.size());
    EXPECT_EQ(payload.get(), array.elementMaybeCompressed(0));
 }
@@ -83,14 +88,14 @@ TEST_F(PtrInterfaceArrayTest, moreElementsAreABlockWithItsSizeInFront) {
       Array array(size);
       ASSERT_EQ(size, array.size());
       ASSERT_EQ(1u, array.word() & 1);
-      const auto* block = std::bit_cast<const U64*>(array.word() & ~U64{1});
+      const auto* block = std::bit_cast<const std::uint64_t*>(array.word() & ~std::uint64_t{1});
       EXPECT_EQ(size, block[0] & 0xffffffff);
       for (U32 i = 0; i < size; ++i) {
          ASSERT_EQ(nullptr, array.elementMaybeCompressed(i)) << i;
          ASSERT_EQ(0u, block[1 + i]);
       }
       array.elementIs(size - 1, payload.get());
-      EXPECT_EQ(std::bit_cast<U64>(payload.get()), block[size]);
+      EXPECT_EQ(std::bit_cast<std::uint64_t>(payload.get()), block[size]);
       EXPECT_EQ(payload.get(), array.elementMaybeCompressed(size - 1));
       EXPECT_EQ(size, array.size());
    }
@@ -101,8 +106,8 @@ TEST_F(PtrInterfaceArrayTest, onlyBlocksTakeMemoryAndExactlyOneWordMoreThanEleme
    const Array none;
    Array one(1);
    EXPECT_EQ(slab, CoreSlab::stats().liveBlocks);
-   const U64 blocks = liveBlocks();
-   const U64 bytes = liveBytes();
+   const std::uint64_t blocks = liveBlocks();
+   const std::uint64_t bytes = liveBytes();
    {
       const Array two(2);
       EXPECT_EQ(slab + 1, CoreSlab::stats().liveBlocks);
@@ -255,7 +260,7 @@ TEST_F(PtrInterfaceArrayTest, destructionGivesUpTheOnlyReferences) {
 TEST_F(PtrInterfaceArrayTest, movesKeepTheWord) {
    for (const U32 size : {0u, 1u, 2u}) {
       Array from(size);
-      const U64 word = from.word();
+      const std::uint64_t word = from.word();
       Array to(std::move(from));
       EXPECT_EQ(word, to.word());
       EXPECT_EQ(emptyWord, from.word());
@@ -273,7 +278,7 @@ TEST_F(PtrInterfaceArrayTest, movesKeepTheWord) {
 // Arrays of random size, written, cleared and moved at random, against a vector of counted pointers.
 TEST_F(PtrInterfaceArrayTest, randomHandling) {
    std::mt19937_64 random(Property::seed());
-   const auto below = [&](U64 limit) { return static_cast<U32>(random() % limit); };
+   const auto below = [&](std::uint64_t limit) { return static_cast<U32>(random() % limit); };
    std::vector<Ptr<Payload>> model;
    Array array;
    for (int step = 0; step < Property::sized(5'000, 50'000, 500'000); ++step) {
@@ -340,8 +345,8 @@ TEST_F(PtrInterfaceArrayDeathTest, indexIsBelowTheSize) {
 struct Told {
    std::string what;
    const void* block;
-   U64 liveBlocks;  // as the tracker has it at that moment
-   U64 size;        // as the block has it
+   std::uint64_t liveBlocks;  // as the tracker has it at that moment
+   std::uint64_t size;        // as the block has it
 
    bool operator==(const Told&) const = default;
 };
@@ -359,7 +364,7 @@ class HeapCheckerTest : public PtrInterfaceArrayTest {
       PtrInterfaceArrayTest::TearDown();
    }
    static void note(const char* what, const void* block) {
-      told.push_back({what, block, liveBlocks(), *static_cast<const U64*>(block)});
+      told.push_back({what, block, liveBlocks(), *static_cast<const std::uint64_t*>(block)});
    }
 };
 
@@ -374,11 +379,11 @@ TEST_F(HeapCheckerTest, hearsOfBlocksAlone) {
 
 // A new block is made known before it is counted; at the end it is undone the other way round, and freed last.
 TEST_F(HeapCheckerTest, hearsOfEachBlockAtBothEnds) {
-   const U64 blocks = liveBlocks();
+   const std::uint64_t blocks = liveBlocks();
    const void* block = nullptr;
    {
       const Array array(3);
-      block = std::bit_cast<const void*>(array.word() & ~U64{1});
+      block = std::bit_cast<const void*>(array.word() & ~std::uint64_t{1});
       EXPECT_EQ((std::vector<Told>{{"ignore", block, blocks, 3}}), told);
    }
    EXPECT_EQ((std::vector<Told>{{"ignore", block, blocks, 3}, {"unIgnore", block, blocks, 3}}), told);

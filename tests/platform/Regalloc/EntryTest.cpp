@@ -1,5 +1,5 @@
 // Entry: what the environment says is read at load time, so the tests run this program anew and ask its exit status.
-#include "platform/Regalloc/Entry.h"
+#include "routetrie/platform/Regalloc/Entry.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <string>
 
-#include "platform/Corvid/Util.h"
+#include "routetrie/platform/Corvid/Util.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/Tesk/AllocTrack.h"
+#include "routetrie/platform/Tesk/AllocTrack.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/Corvid/ThreadControl.h"
+#include "routetrie/platform/Corvid/ThreadControl.h"
 
 struct TrackedHere {
    int value;

@@ -1,9 +1,9 @@
-#include "platform/Tesk/CharRange.h"
+#include "routetrie/platform/Tesk/CharRange.h"
 
 #include <gtest/gtest.h>
 
-#include "platform/Corenet/IpGenPrefix.h"
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corenet/IpGenPrefix.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 
 namespace {
 

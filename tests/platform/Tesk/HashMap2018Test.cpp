@@ -1,9 +1,10 @@
-#include "platform/Tesk/HashMap2018.h"
+#include "routetrie/platform/Tesk/HashMap2018.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -11,10 +12,10 @@
 #include <set>
 #include <vector>
 
-#include "platform/CoreSlab/Slab.h"
-#include "platform/Corvid/Create.h"
-#include "platform/Corvid/Node.h"
-#include "platform/Tesk/HashHelper.h"
+#include "routetrie/platform/CoreSlab/Slab.h"
+#include "routetrie/platform/Corvid/Create.h"
+#include "routetrie/platform/Corvid/Node.h"
+#include "routetrie/platform/Tesk/HashHelper.h"
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
@@ -363,7 +364,7 @@ TEST(HashMap2018, behavesAsASet) {
       std::optional<NumberIterator> iterator;
       std::set<U32> due;  // members that the iterator has still to meet
       for (int step = 0; step < Property::sized(20000, 200000, 2000000); ++step) {
-         const U64 r = random();
+         const std::uint64_t r = random();
          const U32 key = static_cast<U32>(r >> 32) % 200;
          if (r % 8 < 3) {
             if (oracle.insert(key).second) {

@@ -1,11 +1,11 @@
-#include "platform/Tesk/Strep.h"
+#include "routetrie/platform/Tesk/Strep.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "platform/Corenet/IpGenPrefix.h"
-#include "platform/Vrf/VrfIdMap.h"
+#include "routetrie/platform/Corenet/IpGenPrefix.h"
+#include "routetrie/platform/Vrf/VrfIdMap.h"
 
 namespace {
 

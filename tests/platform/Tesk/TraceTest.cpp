@@ -1,4 +1,4 @@
-#include "platform/Tesk/Trace.h"
+#include "routetrie/platform/Tesk/Trace.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 #include <string>
 #include <thread>
 
-#include "platform/Corenet/Prefix.h"
+#include "routetrie/platform/Corenet/Prefix.h"
 #include "tests/platform/Threads.h"
 #include "tests/platform/TraceCapture.h"
 

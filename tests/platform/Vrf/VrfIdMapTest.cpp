@@ -1,10 +1,10 @@
-#include "platform/Vrf/VrfIdMap.h"
+#include "routetrie/platform/Vrf/VrfIdMap.h"
 
 #include <gtest/gtest.h>
 
 #include <sstream>
 
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 
 namespace {
 

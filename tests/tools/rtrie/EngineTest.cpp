@@ -72,7 +72,7 @@ struct Oracle {
 
 IpGenPrefix prefixOfPair(AddressFamily af, std::pair<unsigned, unsigned> pair) {
    const auto length = static_cast<U8>(pair.second);
-   return af == AddressFamily::ipv6 ? prefixOf(U128{pair.first} << 122, length)
+   return af == AddressFamily::ipv6 ? prefixOf(Corenet::U128{pair.first} << 122, length)
                                     : prefixOf(U32{pair.first} << 26, length);
 }
 

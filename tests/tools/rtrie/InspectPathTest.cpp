@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
+#include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "tools/rtrie/Errors.h"
-#include "trie/PatriciaTrie.h"
 
 namespace Rtrie {
 namespace {

@@ -1,6 +1,8 @@
 // Numbers: grouping and rates.
 #include "tools/rtrie/Numbers.h"
 
+#include <cstdint>
+
 #include <gtest/gtest.h>
 
 namespace Rtrie {
@@ -11,7 +13,7 @@ TEST(Numbers, grouped) {
    EXPECT_EQ("999", grouped(999));
    EXPECT_EQ("1,000", grouped(1000));
    EXPECT_EQ("1,062,046", grouped(1062046));
-   EXPECT_EQ("18,446,744,073,709,551,615", grouped(~U64{0}));
+   EXPECT_EQ("18,446,744,073,709,551,615", grouped(~std::uint64_t{0}));
 }
 
 TEST(Numbers, perSecond) {

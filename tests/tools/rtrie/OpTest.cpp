@@ -1,6 +1,7 @@
 // Op: what each asks of a table, and engines that lack it.
 #include "tools/rtrie/Op.h"
 
+#include <cstdint>
 #include <sstream>
 #include <stdexcept>
 
@@ -18,8 +19,8 @@ class OneRoute : public RouteTable {
   public:
    explicit OneRoute(Prefix route = {}) : route_(route) {}
    void routeIs(const Prefix& route) override { route_ = route; }
-   U64 routes() const override { return 1; }
-   U64 nodes() const override { return 1; }
+   std::uint64_t routes() const override { return 1; }
+   std::uint64_t nodes() const override { return 1; }
    Corvid::Node& object() const override { throw std::logic_error("there is no trie behind this one"); }
    Prefix longestMatch(const Prefix&) const override { return route_; }
 

@@ -2,7 +2,7 @@
 #include "tools/rtrie/engines/PatriciaDataTable.h"
 
 #include "Support.h"
-#include "platform/Tesk/AllocTrack.h"
+#include "routetrie/platform/Tesk/AllocTrack.h"
 
 namespace Rtrie {
 namespace {

@@ -63,18 +63,19 @@ TEST(RangeCut, coversEachRangeWithTheFewestPrefixes) {
    cutsAllRangesOfAWindow<U32>(0);
    cutsAllRangesOfAWindow<U32>(0x0a000010);
    cutsAllRangesOfAWindow<U32>(0xfffffff0);
-   cutsAllRangesOfAWindow<U128>(0);
-   cutsAllRangesOfAWindow<U128>((U128{0x20010db8} << 96) + (U128{1} << 64) - 16);  // next to the middle word
-   cutsAllRangesOfAWindow<U128>(~U128{0} - 15);
+   cutsAllRangesOfAWindow<Corenet::U128>(0);
+   cutsAllRangesOfAWindow<Corenet::U128>((Corenet::U128{0x20010db8} << 96) + (Corenet::U128{1} << 64) -
+                                         16);  // next to the middle word
+   cutsAllRangesOfAWindow<Corenet::U128>(~Corenet::U128{0} - 15);
 }
 
 TEST(RangeCut, wholeSpacesAndWhatLacksOneAddress) {
    EXPECT_EQ((std::vector<Cut<U32>>{{0, 0}}), cutsOf<U32>(0, 0xffffffff));
-   EXPECT_EQ((std::vector<Cut<U128>>{{0, 0}}), cutsOf<U128>(0, ~U128{0}));
+   EXPECT_EQ((std::vector<Cut<Corenet::U128>>{{0, 0}}), cutsOf<Corenet::U128>(0, ~Corenet::U128{0}));
    EXPECT_EQ(32U, cutsOf<U32>(1, 0xffffffff).size());
    EXPECT_EQ(32U, cutsOf<U32>(0, 0xfffffffe).size());
    EXPECT_EQ(62U, cutsOf<U32>(1, 0xfffffffe).size());  // the most that an IPv4 range can take
-   EXPECT_EQ(254U, cutsOf<U128>(1, ~U128{0} - 1).size());
+   EXPECT_EQ(254U, cutsOf<Corenet::U128>(1, ~Corenet::U128{0} - 1).size());
 }
 
 TEST(RangeCut, namedExample) {
@@ -83,9 +84,9 @@ TEST(RangeCut, namedExample) {
 
 TEST(AddressNumber, prefixesAndBack) {
    EXPECT_EQ(Support::prefix("10.0.0.0/8"), prefixOf(U32{0x0a000000}, 8));
-   EXPECT_EQ(Support::prefix("2001:db8::1/128"), prefixOf((U128{0x20010db8} << 96) | 1, 128));
+   EXPECT_EQ(Support::prefix("2001:db8::1/128"), prefixOf((Corenet::U128{0x20010db8} << 96) | 1, 128));
    EXPECT_EQ(0x0a000000U, numberOf(Corenet::IpAddr::fromString("10.0.0.0")));
-   EXPECT_TRUE(((U128{0x20010db8} << 96) | 1) == numberOf(Corenet::Ip6Addr::fromString("2001:db8::1")));
+   EXPECT_TRUE(((Corenet::U128{0x20010db8} << 96) | 1) == numberOf(Corenet::Ip6Addr::fromString("2001:db8::1")));
 }
 
 }  // namespace

@@ -67,7 +67,7 @@ void randomHistory(unsigned seed, unsigned addresses, unsigned steps) {
 TEST(RouteList, remembersTheLastWordOnEachPrefix) {
    for (unsigned seed = 0; seed < 50; ++seed) {
       randomHistory<U32>(seed, 16, 200);
-      randomHistory<U128>(seed, 16, 200);
+      randomHistory<Corenet::U128>(seed, 16, 200);
    }
 }
 
@@ -87,7 +87,7 @@ TEST(RouteList, sealsItselfWhileOnePrefixIsToldOverAndOver) {
 }
 
 TEST(RouteList, anEmptyListHasNothing) {
-   RouteList<U128> list;
+   RouteList<Corenet::U128> list;
    EXPECT_EQ(std::nullopt, list.payloadOf(0, 0));
    list.seal();
    EXPECT_EQ(std::nullopt, list.payloadOf(0, 0));

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Corenet.h"
+#include "routetrie/platform/Corenet.h"
 #include "tools/rtrie/RouteSet.h"
 #include "tools/rtrie/TableFormat.h"
 

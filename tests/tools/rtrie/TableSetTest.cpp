@@ -1,6 +1,8 @@
 // TableSet: a table for each family, and the bytes that it takes.
 #include "tools/rtrie/TableSet.h"
 
+#include <cstdint>
+
 #include "Support.h"
 #include "tools/rtrie/Registry.h"
 
@@ -39,17 +41,17 @@ TEST(TableSet, liveBytesAreThoseOfTheNodes) {
    RouteSet routes;
    for (U32 i = 0; i < count; ++i) {
       routes.add(prefixOf(i << 22, 32), "");
-      routes.add(prefixOf(U128{i} << 118, 128), "");
+      routes.add(prefixOf(Corenet::U128{i} << 118, 128), "");
    }
    routes.seal();
-   const U64 before = trackedBytes();
+   const std::uint64_t before = trackedBytes();
    {
       const TableSet tables(rowNamed(engines(), "engine", "patricia"), routes);
       const auto& ipv4 = tables.of(Corenet::ipv4);
       const auto& ipv6 = tables.of(Corenet::ipv6);
       EXPECT_EQ(2 * count - 1, ipv4.table->nodes());
       EXPECT_EQ(2 * count - 1, ipv6.table->nodes());
-      constexpr U64 trieBytes = 256;  // room for the trie object itself
+      constexpr std::uint64_t trieBytes = 256;  // room for the trie object itself
       EXPECT_GE(ipv4.liveBytes, 32 * ipv4.table->nodes());
       EXPECT_LE(ipv4.liveBytes, 32 * ipv4.table->nodes() + trieBytes);
       EXPECT_GE(ipv6.liveBytes, 56 * ipv6.table->nodes());

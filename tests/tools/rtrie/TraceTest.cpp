@@ -2,7 +2,7 @@
 #include "tools/rtrie/commands/TraceCommand.h"
 
 #include "Support.h"
-#include "platform/BriskTrace.h"
+#include "routetrie/platform/BriskTrace.h"
 
 namespace Rtrie {
 namespace {

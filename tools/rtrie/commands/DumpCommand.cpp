@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "platform/Keel/DumpContext.h"
+#include "routetrie/platform/Keel/DumpContext.h"
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/OutputStream.h"
 #include "tools/rtrie/Registry.h"

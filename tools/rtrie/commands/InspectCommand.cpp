@@ -3,13 +3,14 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
-#include "platform/Corvid/Inspect.h"
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/Inspect.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/InspectPath.h"
 #include "tools/rtrie/Messages.h"
@@ -89,7 +90,7 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
    const auto report = loadTables(options.table.tables, options.table.strict, routes);
    const TableSet tables(engine, routes);
    Output output(STDOUT_FILENO);
-   U64 faults = report.faults;
+   std::uint64_t faults = report.faults;
    for (const InspectPath& path : paths) {
       bool asked = false;
       for (const auto af : families) {

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <memory>
 
 #include "tools/rtrie/AnswerFormat.h"
@@ -34,7 +35,7 @@ class Lookup {
       : engine_(engine), op_(op), routes_(routes), tables_(tables), writer_(writer) {}
 
    // lineNumber: of the query in standard input, 0 if it is an argument.
-   void query(std::string_view text, U64 lineNumber) {
+   void query(std::string_view text, std::uint64_t lineNumber) {
       try {
          const auto query = prefixOfText(text);
          const RouteTable& table = tableFor(query.af(), text);
@@ -48,7 +49,7 @@ class Lookup {
       }
    }
 
-   U64 faults() const { return faults_; }
+   std::uint64_t faults() const { return faults_; }
 
   private:
    const RouteTable& tableFor(Corenet::AddressFamily af, std::string_view text) const {
@@ -67,7 +68,7 @@ class Lookup {
    const TableSet& tables_;
    AnswerWriter& writer_;
    Answer answer_;
-   U64 faults_ = 0;
+   std::uint64_t faults_ = 0;
 };
 
 void answerStandardInput(Lookup& lookup, AnswerWriter& writer) {

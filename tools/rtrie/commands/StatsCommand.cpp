@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <memory>
 
 #include "tools/rtrie/BarChart.h"
@@ -19,7 +20,7 @@ namespace {
 
 constexpr unsigned chartMarks = 50;
 
-std::string timeAndRate(double seconds, U64 count, std::string_view what) {
+std::string timeAndRate(double seconds, std::uint64_t count, std::string_view what) {
    return fmt::format("{:.3f} s ({} {} a second)", seconds, grouped(perSecond(count, seconds)), what);
 }
 
@@ -37,7 +38,7 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
       line("routes", fmt::format("{} in the tables: engine {} holds none", grouped(routes.size(af)), engine.name));
       return;
    }
-   U64 const count = family.table->routes();
+   std::uint64_t const count = family.table->routes();
    line("routes", grouped(count));
    line("nodes", grouped(family.table->nodes()));
    line("live bytes", grouped(family.liveBytes));
@@ -54,7 +55,7 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    output.text(barChart(bars, chartMarks));
 
    const auto levels = family.table->levels();
-   const auto chart = [&](std::string_view title, U64 RouteTable::Level::*figure) {
+   const auto chart = [&](std::string_view title, std::uint64_t RouteTable::Level::*figure) {
       std::vector<Bar> levelBars;
       levelBars.reserve(levels.size());
       for (const auto& level : levels) {

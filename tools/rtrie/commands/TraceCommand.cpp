@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <span>
@@ -12,8 +13,8 @@
 #include <tuple>
 #include <vector>
 
-#include "platform/BriskTrace.h"
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/BriskTrace.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tools/rtrie/ByteSource.h"
 #include "tools/rtrie/Numbers.h"
 #include "tools/rtrie/Output.h"
@@ -56,7 +57,7 @@ void printList(Output& output, const std::vector<BriskTrace::Entry>& entries) {
 
 // By call: how often, and the time of the fastest, the median, the 99th in a hundred and the slowest.
 void printSummary(Output& output, const std::vector<BriskTrace::Entry>& entries) {
-   std::map<std::tuple<std::string, std::string>, std::vector<U64>> byCall;
+   std::map<std::tuple<std::string, std::string>, std::vector<std::uint64_t>> byCall;
    for (const auto& entry : entries) {
       byCall[{placeOf(entry), entry.text}].push_back(entry.elapsedNs);
    }

@@ -4,12 +4,14 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/Corvid/Inspect.h"
+#include "routetrie/platform/Corvid/Inspect.h"
+#include "routetrie/trie/front/TrieGen.h"
 #include "tools/rtrie/LineReader.h"
 #include "tools/rtrie/Messages.h"
 #include "tools/rtrie/Output.h"
@@ -17,7 +19,6 @@
 #include "tools/rtrie/TableLoader.h"
 #include "tools/rtrie/TableSet.h"
 #include "tools/rtrie/Words.h"
-#include "trie/TrieGen.h"
 
 namespace Rtrie {
 namespace {
@@ -102,7 +103,7 @@ ExitStatus run(const WatchOptions& options) {
       }
    }
    RouteSet routes;
-   U64 faults = loadTables(options.tables, options.strict, routes).faults;
+   std::uint64_t faults = loadTables(options.tables, options.strict, routes).faults;
    std::array<WatchedTrie, 2> tries = {WatchedTrie(Corenet::ipv4()), WatchedTrie(Corenet::ipv6())};
    const auto trieOf = [&](Corenet::AddressFamily af) -> WatchedTrie& {
       return tries[af == Corenet::ipv6() ? 1 : 0];

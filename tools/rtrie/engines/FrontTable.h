@@ -8,15 +8,16 @@
 #pragma once
 
 #include <concepts>
+#include <cstdint>
 #include <memory>
 
-#include "platform/Corvid/Inspect.h"
+#include "routetrie/platform/Corvid/Inspect.h"
+#include "routetrie/trie/front/TrieGen.h"
+#include "routetrie/trie/front/TrieWrapper.h"
 #include "tools/rtrie/RouteTable.h"
 #include "tools/rtrie/engines/MultibitTable.h"
 #include "tools/rtrie/engines/PatriciaTable.h"
 #include "tools/rtrie/engines/RouteVisitor.h"
-#include "trie/TrieGen.h"
-#include "trie/TrieWrapper.h"
 
 namespace Rtrie {
 
@@ -96,10 +97,10 @@ class FrontTable final : public RouteTable {
       : trie_(FrontType::make(af)), beneath_(FrontType::beneath(*trie_)) {}
 
    void routeIs(const Prefix& route) override { trie_->routeIs(form(route), true); }
-   U64 routes() const override { return beneath_->routes(); }
-   U64 nodes() const override { return beneath_->nodes(); }
+   std::uint64_t routes() const override { return beneath_->routes(); }
+   std::uint64_t nodes() const override { return beneath_->nodes(); }
    std::vector<Level> levels() const override { return beneath_->levels(); }
-   U64 untrackedBytes() const override { return beneath_->untrackedBytes(); }
+   std::uint64_t untrackedBytes() const override { return beneath_->untrackedBytes(); }
    Corvid::Node& object() const override { return *trie_; }
    Corvid::Node& objectWith(std::string_view field) const override {
       const auto has = [&](Corvid::Node& node) {

@@ -1,5 +1,6 @@
 #include "tools/rtrie/engines/IntrusiveTable.h"
 
+#include <cstdint>
 #include <vector>
 
 #include "tools/rtrie/AddressNumber.h"
@@ -33,8 +34,8 @@ void IntrusiveTable::routeIs(const Prefix& route) {
    }
 }
 
-U64 IntrusiveTable::nodes() const {
-   U64 count = 0;
+std::uint64_t IntrusiveTable::nodes() const {
+   std::uint64_t count = 0;
    for (const Node* node = trie_->trie().root(); node != nullptr; node = node->nextNode(false, 0)) {
       ++count;
    }

@@ -3,8 +3,10 @@
 // Tested by tests/tools/rtrie/EngineTest.cpp.
 #pragma once
 
+#include <cstdint>
+
+#include "routetrie/trie/intrusive/Ipv6Trie.h"
 #include "tools/rtrie/RouteTable.h"
-#include "trie/Ipv6Trie.h"
 
 namespace Rtrie {
 
@@ -13,9 +15,9 @@ class IntrusiveTable final : public RouteTable {
    // Requires: `af` is IPv6.
    explicit IntrusiveTable(Corenet::AddressFamily af);
    void routeIs(const Prefix& route) override;
-   U64 routes() const override { return routes_; }
+   std::uint64_t routes() const override { return routes_; }
    // Routes and the nodes that join them.
-   U64 nodes() const override;
+   std::uint64_t nodes() const override;
    Corvid::Node& object() const override { return *trie_; }
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
@@ -40,7 +42,7 @@ class IntrusiveTable final : public RouteTable {
    void walk(const Prefix& query, Each&& each) const;
 
    Corvid::Ptr<Sprig::Ipv6Trie> trie_ = Sprig::ipv6TrieFactory();
-   U64 routes_ = 0;
+   std::uint64_t routes_ = 0;
 };
 
 }  // namespace Rtrie

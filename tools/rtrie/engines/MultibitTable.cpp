@@ -4,6 +4,7 @@
 #include <malloc.h>
 
 #include <array>
+#include <cstdint>
 
 namespace Rtrie {
 namespace {
@@ -59,8 +60,8 @@ class ChildVisitor final : public Routing::TrieWalkCallback {
 
 }  // namespace
 
-U64 childArrayBytes(const TrieNode& node) {
-   U64 bytes = node.isIndirect() ? malloc_usable_size(node.u_.indirect_) + sizeof(std::size_t) : 0;
+std::uint64_t childArrayBytes(const TrieNode& node) {
+   std::uint64_t bytes = node.isIndirect() ? malloc_usable_size(node.u_.indirect_) + sizeof(std::size_t) : 0;
    forEachChild(node, [&](const TrieNode& child) { bytes += childArrayBytes(child); });
    return bytes;
 }

@@ -3,25 +3,28 @@
 // Tested by tests/tools/rtrie/MultibitTableTest.cpp and tests/tools/rtrie/EngineTest.cpp.
 #pragma once
 
+#include <cstdint>
 #include <utility>
 
+#include "routetrie/trie/multibit/Trie.h"
 #include "tools/rtrie/RouteTable.h"
-#include "trie/Trie.h"
 
 namespace Rtrie {
 
 // The bytes of the arrays of children beneath a node, which no tracker counts, as the C library handed them out.
-U64 childArrayBytes(const TrieImpl::TrieNode& node);
+std::uint64_t childArrayBytes(const TrieImpl::TrieNode& node);
 
 class MultibitTable final : public RouteTable {
   public:
    explicit MultibitTable(Corenet::AddressFamily) : MultibitTable(Routing::trieFactory()) {}
    explicit MultibitTable(Corvid::Ptr<Routing::Trie> trie) : trie_(std::move(trie)) {}
    void routeIs(const Prefix& route) override { trie_->routeIs(route.v4Prefix(), true); }
-   U64 routes() const override { return U64{trie_->routes()} + U64{trie_->isDefaultRoutePresent()}; }
-   U64 nodes() const override { return static_cast<U64>(trie_->nodes()); }
+   std::uint64_t routes() const override {
+      return std::uint64_t{trie_->routes()} + std::uint64_t{trie_->isDefaultRoutePresent()};
+   }
+   std::uint64_t nodes() const override { return static_cast<std::uint64_t>(trie_->nodes()); }
    std::vector<Level> levels() const override;
-   U64 untrackedBytes() const override { return childArrayBytes(*trie_->root()); }
+   std::uint64_t untrackedBytes() const override { return childArrayBytes(*trie_->root()); }
    Corvid::Node& object() const override { return *trie_; }
 
    Prefix longestMatch(const Prefix& query) const override { return known(trie_->longestMatch(query.v4Prefix())); }

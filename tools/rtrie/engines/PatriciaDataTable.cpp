@@ -1,6 +1,6 @@
 #include "tools/rtrie/engines/PatriciaDataTable.h"
 
-#include "platform/Corvid/Create.h"
+#include "routetrie/platform/Corvid/Create.h"
 
 namespace Rtrie {
 

@@ -7,8 +7,8 @@
 #include <map>
 #include <string>
 
+#include "routetrie/trie/patricia/PatriciaTrieWithCompactNodeData.h"
 #include "tools/rtrie/engines/PatriciaTable.h"
-#include "trie/PatriciaTrieWithCompactNodeData.h"
 
 namespace Rtrie {
 

@@ -4,18 +4,19 @@
 // Tested by tests/tools/rtrie/EngineTest.cpp.
 #pragma once
 
+#include <cstdint>
 #include <utility>
 
+#include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "tools/rtrie/RouteTable.h"
-#include "trie/PatriciaTrie.h"
 
 namespace Rtrie {
 
 // What needs no prefix, and so is one for both.
 class PatriciaTrieTable : public RouteTable {
   public:
-   U64 routes() const override { return trie_->routes(); }
-   U64 nodes() const override { return static_cast<U64>(trie_->nodes()); }
+   std::uint64_t routes() const override { return trie_->routes(); }
+   std::uint64_t nodes() const override { return static_cast<std::uint64_t>(trie_->nodes()); }
    Corvid::Node& object() const override { return *trie_; }
    void covering(const Prefix& query, const Visit& visit) const override { coveringByParents(query, visit); }
    Prefix next(const Prefix& query) const override;

@@ -3,9 +3,9 @@
 // Tested by tests/tools/rtrie/EngineTest.cpp.
 #pragma once
 
+#include "routetrie/trie/patricia/PatriciaTrieWalkCb.h"
 #include "tools/rtrie/AddressNumber.h"
 #include "tools/rtrie/RouteTable.h"
-#include "trie/PatriciaTrieWalkCb.h"
 
 namespace Rtrie {
 

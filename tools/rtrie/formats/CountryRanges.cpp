@@ -5,7 +5,7 @@
 #include <charconv>
 #include <limits>
 
-#include "platform/Corvid/RangeException.h"
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "tools/rtrie/AddressNumber.h"
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/Words.h"
@@ -34,7 +34,7 @@ U32 ipv4Number(std::string_view text, std::string_view line) {
    return number;
 }
 
-U128 ipv6Number(std::string_view text) {
+Corenet::U128 ipv6Number(std::string_view text) {
    try {
       return numberOf(Corenet::Ip6Addr::fromString(text));
    } catch (const Corvid::RangeException& error) {

@@ -52,7 +52,7 @@ std::optional<AddressFamily> familyOfAttributes(std::string_view attributes) {
 }
 
 Corenet::IpGenPrefix defaultOf(AddressFamily family) {
-   return family == AddressFamily::ipv6 ? prefixOf(U128{0}, 0) : prefixOf(U32{0}, 0);
+   return family == AddressFamily::ipv6 ? prefixOf(Corenet::U128{0}, 0) : prefixOf(U32{0}, 0);
 }
 
 struct Line {

@@ -17,7 +17,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Corenet.h"
+#include "routetrie/platform/Corenet.h"
 #include "tools/rtrie/TableFormat.h"
 
 namespace Rtrie {

@@ -1,4 +1,0 @@
-// CoreFmt: formatting by the rules of fmt.
-#pragma once
-
-#include "platform/CoreFmt/Format.h"

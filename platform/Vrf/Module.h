@@ -1,7 +1,0 @@
-// The record of the identities of VRFs.
-#pragma once
-
-#include "platform/Corvid/ModulePlace.h"
-#include "platform/Vrf/VrfIdMap.h"
-
-ROUTETRIE_MODULE(_Vrf_c40b97e2135fd868_teskModule, Vrf::VrfIdMap::VrfId)

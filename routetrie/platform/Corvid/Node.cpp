@@ -1,0 +1,36 @@
+#include "routetrie/platform/Corvid/Node.h"
+
+#include "routetrie/platform/Corvid/Create.h"
+
+namespace Corvid {
+
+Tesk::AllocTrackTypeInfo* Node::memAllocationTracker_ = nullptr;
+
+Node::~Node() { nodeFlagSet(nodeFlagAlive, false); }
+
+void Node::lastUserGone() { delete this; }
+
+Publisher* Node::publisher() const { return nullptr; }
+
+TypeData Node::typeData() const { return {}; }
+
+void Node::decUseImpl() const {
+   U32 before = 0;
+   if (ThreadControl::multiThreaded()) {
+      before = uses_.fetch_sub(1, std::memory_order_acq_rel);
+   } else {
+      before = uses_.load(std::memory_order_relaxed);
+      uses_.store(before - 1, std::memory_order_relaxed);
+   }
+   // Below zero the count only wraps: an object that is being destroyed may drop a link to itself.
+   if (before == 1) {
+      const_cast<Node*>(this)->lastUserGone();
+   }
+}
+
+void Node::nodeFlagSet(NodeFlag flag, bool value) const { flags_ = value ? flags_ | flag : flags_ & ~U32{flag}; }
+
+void* Node::operator new(std::size_t bytes) { return allocateFor<Node>(bytes); }
+void Node::operator delete(void* memory, std::size_t bytes) noexcept { releaseFor<Node>(memory, bytes); }
+
+}  // namespace Corvid

@@ -1,9 +1,0 @@
-#include "trie/PatriciaTrieWalkCb.h"
-
-namespace Routing {
-
-PatriciaTrieWalkCb::~PatriciaTrieWalkCb() { nodeFlagSet(Corvid::nodeFlagAlive, false); }
-
-PatriciaTrieCompactWalkCb::~PatriciaTrieCompactWalkCb() { nodeFlagSet(Corvid::nodeFlagAlive, false); }
-
-}  // namespace Routing
