@@ -45,8 +45,6 @@ class Random {
    }
 
   private:
-   using Corenet::U128 = Corenet::U128;
-
    std::mt19937_64 source_;
 };
 

@@ -4,6 +4,7 @@
 #include "routetrie/platform/Corenet/AddrWithMask.h"
 #include "routetrie/platform/Corenet/AddressBits.h"
 #include "routetrie/platform/Corenet/AddressFamily.h"
+#include "routetrie/platform/Corenet/AddressText.h"
 #include "routetrie/platform/Corenet/BasicAddr.h"
 #include "routetrie/platform/Corenet/BasicPrefix.h"
 #include "routetrie/platform/Corenet/CompactIpPrefix.h"

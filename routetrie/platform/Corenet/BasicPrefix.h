@@ -35,26 +35,26 @@ class BasicPrefix {
    using Bits = typename Address::Bits;
    using AddressType = Address;
 
-   BasicPrefix() noexcept = default;  // all zero: the default route
+   constexpr BasicPrefix() noexcept = default;  // all zero: the default route
    // Raises Corvid::RangeException if the two make no valid prefix.
-   BasicPrefix(const Address& address, U32 length) : address_(address), length_(static_cast<U8>(length)) {
+   constexpr BasicPrefix(const Address& address, U32 length) : address_(address), length_(static_cast<U8>(length)) {
       if (!validAsPrefix(address, length)) {
          Impl::throwInvalidPrefix(family);
       }
    }
 
    // The prefix of the first `length` bits. Requires: `length` is at most `width`.
-   static Self cut(Bits bits, U32 length) {
+   static constexpr Self cut(Bits bits, U32 length) {
       return length <= width ? ofValid(Address(bits.cut(length)), length) : Self(Address(bits), length);
    }
    // Requires: the two make a valid prefix, which is not looked at.
-   static Self ofValid(const Address& address, U32 length) noexcept {
+   static constexpr Self ofValid(const Address& address, U32 length) noexcept {
       Self prefix;
       prefix.address_ = address;
       prefix.length_ = static_cast<U8>(length);
       return prefix;
    }
-   static Self nullPrefix() { return Self(Address(), nullPrefixLength); }
+   static constexpr Self nullPrefix() { return Self(Address(), nullPrefixLength); }
 
    // Reads "10.0.0.0/8"; the length 255 spells the null prefix. Raises Corvid::RangeException that quotes bad text.
    static Self fromString(std::string_view text) {
@@ -70,17 +70,17 @@ class BasicPrefix {
    }
    Corvid::String stringValue() const { return Impl::prefixText(address_.stringValue(), length_); }
 
-   const Address& address() const noexcept { return address_; }
-   U8 len() const noexcept { return length_; }  // bits
-   Bits bits() const noexcept { return address_.bits(); }
+   constexpr const Address& address() const noexcept { return address_; }
+   constexpr U8 len() const noexcept { return length_; }  // bits
+   constexpr Bits bits() const noexcept { return address_.bits(); }
    U32 hash(U32 seed) const noexcept { return Impl::hashBits(seed, bits(), length_); }
 
-   static bool validAsPrefix(const Address& address, U32 length) noexcept {
+   static constexpr bool validAsPrefix(const Address& address, U32 length) noexcept {
       return length == nullPrefixLength || (length <= width && address.bits().isZeroPast(length));
    }
-   bool validAsPrefix() const noexcept { return validAsPrefix(address_, length_); }
-   bool isNullPrefix() const noexcept { return length_ == nullPrefixLength; }
-   bool isDefaultRoutePrefix() const noexcept { return length_ == 0; }
+   constexpr bool validAsPrefix() const noexcept { return validAsPrefix(address_, length_); }
+   constexpr bool isNullPrefix() const noexcept { return length_ == nullPrefixLength; }
+   constexpr bool isDefaultRoutePrefix() const noexcept { return length_ == 0; }
 
    // Compares two values behind untyped pointers, both of this class.
    static bool isEq(const void* a, const void* b) noexcept {

@@ -1,12 +1,12 @@
 #include "routetrie/platform/Corenet/IpAddr.h"
 
-#include <arpa/inet.h>
 #include <fmt/format.h>
 
 #include <array>
 #include <cstddef>
 #include <iterator>
 
+#include "routetrie/platform/Corenet/AddressText.h"
 #include "routetrie/platform/Corvid/RangeException.h"
 
 namespace Corenet {
@@ -36,21 +36,6 @@ Run longestZeroRun(const Groups& groups) {
       }
    }
    return best.size > 1 ? best : Run{};
-}
-
-template <unsigned width>
-bool parse(int family, std::string_view text, AddressBits<width>& bits) {
-   char terminated[INET6_ADDRSTRLEN];
-   if (text.size() >= sizeof terminated || text.find('\0') != std::string_view::npos) {
-      return false;
-   }
-   terminated[text.copy(terminated, text.size())] = '\0';
-   U8 bytes[width / 8];
-   if (inet_pton(family, terminated, bytes) != 1) {
-      return false;
-   }
-   bits = AddressBits<width>::load(bytes);
-   return true;
 }
 
 }  // namespace
@@ -86,9 +71,9 @@ Corvid::String addressText(AddressBits<128> bits) {
    return std::string_view(text.data(), text.size());
 }
 
-bool addressFromText(std::string_view text, AddressBits<32>& bits) { return parse(AF_INET, text, bits); }
+bool addressFromText(std::string_view text, AddressBits<32>& bits) { return readAddress(text, bits); }
 
-bool addressFromText(std::string_view text, AddressBits<128>& bits) { return parse(AF_INET6, text, bits); }
+bool addressFromText(std::string_view text, AddressBits<128>& bits) { return readAddress(text, bits); }
 
 }  // namespace Impl
 }  // namespace Corenet

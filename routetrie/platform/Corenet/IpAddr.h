@@ -12,9 +12,9 @@ namespace Corenet {
 class IpAddr : public BasicAddr<IpAddr, 32, AddressFamily::ipv4> {
   public:
    using BasicAddr::BasicAddr;
-   explicit IpAddr(U32 hostOrder) noexcept : BasicAddr(Bits(hostOrder)) {}
+   constexpr explicit IpAddr(U32 hostOrder) noexcept : BasicAddr(Bits(hostOrder)) {}
 
-   U32 hostOrder() const noexcept { return bits().word(); }
+   constexpr U32 hostOrder() const noexcept { return bits().word(); }
 };
 
 class Ip6Addr : public BasicAddr<Ip6Addr, 128, AddressFamily::ipv6> {

@@ -28,8 +28,8 @@ class IpGenPrefixBase {
       return *static_cast<const IpGenPrefixBase*>(a) == *static_cast<const IpGenPrefixBase*>(b);
    }
 
-   friend bool operator==(const IpGenPrefixBase&, const IpGenPrefixBase&) noexcept = default;
-   friend std::strong_ordering operator<=>(const IpGenPrefixBase& a, const IpGenPrefixBase& b) noexcept {
+   friend constexpr bool operator==(const IpGenPrefixBase&, const IpGenPrefixBase&) noexcept = default;
+   friend constexpr std::strong_ordering operator<=>(const IpGenPrefixBase& a, const IpGenPrefixBase& b) noexcept {
       if (a.family_ != b.family_) {
          return a.family_ <=> b.family_;
       }
@@ -38,7 +38,9 @@ class IpGenPrefixBase {
    }
 
   protected:
-   IpGenPrefixBase() noexcept = default;
+   constexpr IpGenPrefixBase() noexcept = default;
+   constexpr IpGenPrefixBase(const Ip6Addr& address, U8 length, AddressFamily family) noexcept
+      : address_(address), length_(length), family_(family) {}
 
    Ip6Addr address_;  // the bytes of either family
    U8 length_ = 0;
@@ -47,9 +49,12 @@ class IpGenPrefixBase {
 
 class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
   public:
-   IpGenPrefix() noexcept = default;  // the empty value
-   IpGenPrefix(const Prefix& prefix) noexcept : IpGenPrefix(prefix.bits(), prefix.len(), AddressFamily::ipv4) {}
-   IpGenPrefix(const Ip6Prefix& prefix) noexcept : IpGenPrefix(prefix.bits(), prefix.len(), AddressFamily::ipv6) {}
+   constexpr IpGenPrefix() noexcept = default;  // the empty value
+   constexpr IpGenPrefix(const Prefix& prefix) noexcept
+      : IpGenPrefixBase(Ip6Addr(AddressBits<128>(U128{prefix.bits().word()} << 96)), prefix.len(),
+                        AddressFamily::ipv4) {}
+   constexpr IpGenPrefix(const Ip6Prefix& prefix) noexcept
+      : IpGenPrefixBase(prefix.address(), prefix.len(), AddressFamily::ipv6) {}
 
    // Reads a prefix of either family, or "none" for the empty value. Raises Corvid::RangeException that quotes bad
    // text.
@@ -59,8 +64,16 @@ class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
    // does, and is then unchanged.
    void handleInitialized(const Corvid::String& text);
 
-   AddressFamily af() const noexcept { return family_; }
-   U8 len() const noexcept { return length_; }  // bits
+   // Beside the base's, so that a prefix of one family is compared as well.
+   friend constexpr bool operator==(const IpGenPrefix& a, const IpGenPrefix& b) noexcept {
+      return static_cast<const IpGenPrefixBase&>(a) == static_cast<const IpGenPrefixBase&>(b);
+   }
+   friend constexpr std::strong_ordering operator<=>(const IpGenPrefix& a, const IpGenPrefix& b) noexcept {
+      return static_cast<const IpGenPrefixBase&>(a) <=> static_cast<const IpGenPrefixBase&>(b);
+   }
+
+   constexpr AddressFamily af() const noexcept { return family_; }
+   constexpr U8 len() const noexcept { return length_; }  // bits
    IpGenAddr address() const noexcept {
       switch (family_) {
          case AddressFamily::ipv4: return IpAddr(bits<32>());
@@ -71,25 +84,19 @@ class ROUTETRIE_EXPORT IpGenPrefix : public IpGenPrefixBase {
 
    // The value as a prefix of that family. A prefix of another family gives the null prefix, and the empty value
    // gives the zero-length prefix.
-   Prefix v4Prefix() const noexcept { return as<Prefix>(); }
-   Ip6Prefix v6Prefix() const noexcept { return as<Ip6Prefix>(); }
+   constexpr Prefix v4Prefix() const noexcept { return as<Prefix>(); }
+   constexpr Ip6Prefix v6Prefix() const noexcept { return as<Ip6Prefix>(); }
 
    // The first `width` bits of the stored address, whatever the family.
    template <unsigned width>
-   AddressBits<width> bits() const noexcept {
+   constexpr AddressBits<width> bits() const noexcept {
       return AddressBits<width>(
          static_cast<typename AddressBits<width>::Word>(address_.bits().word() >> (128 - width)));
    }
 
   private:
-   template <unsigned width>
-   IpGenPrefix(AddressBits<width> bits, U8 length, AddressFamily family) noexcept {
-      address_ = Ip6Addr(AddressBits<128>(U128{bits.word()} << (128 - width)));
-      length_ = length;
-      family_ = family;
-   }
    template <class P>
-   P as() const noexcept {
+   constexpr P as() const noexcept {
       if (family_ == P::family) {
          return P::ofValid(typename P::AddressType(bits<P::width>()), length_);
       }

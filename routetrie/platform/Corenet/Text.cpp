@@ -25,6 +25,4 @@ AddressAndLength splitPrefixText(std::string_view text, U32 width) {
    return {text.substr(0, slash), length};
 }
 
-bool looksLikeIpv6(std::string_view text) { return text.find(':') != std::string_view::npos; }
-
 }  // namespace Corenet::Impl

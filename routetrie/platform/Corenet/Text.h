@@ -10,6 +10,7 @@
 #include <iosfwd>
 #include <string_view>
 
+#include "routetrie/platform/Corenet/AddressText.h"
 #include "routetrie/platform/Corenet/Integers.h"
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "routetrie/platform/Corvid/String.h"
@@ -44,8 +45,6 @@ struct AddressAndLength {
 // Takes "address/length" apart. The length may be 0 to `width` bits, or 255 for the null prefix; raises with the
 // text quoted when a part is missing, is too much or is out of range.
 ROUTETRIE_EXPORT AddressAndLength splitPrefixText(std::string_view text, U32 width);
-
-ROUTETRIE_EXPORT bool looksLikeIpv6(std::string_view text);
 
 }  // namespace Impl
 }  // namespace Corenet

@@ -10,7 +10,7 @@ RangeException::~RangeException() = default;
 
 void RangeException::throwException(const char* text) { throw RangeException(text); }
 
-void throwBadText(std::string_view fault, std::string_view text) {
+std::string badText(std::string_view fault, std::string_view text) {
    std::string message(fault);
    message += ": \"";
    for (const char c : text) {
@@ -21,7 +21,11 @@ void throwBadText(std::string_view fault, std::string_view text) {
       }
    }
    message += '"';
-   RangeException::throwException(message.c_str());
+   return message;
+}
+
+void throwBadText(std::string_view fault, std::string_view text) {
+   RangeException::throwException(badText(fault, text).c_str());
 }
 
 }  // namespace Corvid

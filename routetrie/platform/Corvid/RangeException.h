@@ -3,6 +3,7 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
 #include <string_view>
 
 #include "routetrie/platform/Export.h"
@@ -18,8 +19,10 @@ class ROUTETRIE_EXPORT RangeException : public std::range_error {
    [[noreturn]] static void throwException(const char* text);
 };
 
-// Raises a RangeException with `fault`, a colon and the text in quotes, where a control character is spelled \xNN: the
-// message stays one line, and a NUL in the text does not end it.
+// `fault`, a colon and the text in quotes, where a control character is spelled \xNN: the message stays one line, and a NUL in
+// the text does not end it.
+ROUTETRIE_EXPORT std::string badText(std::string_view fault, std::string_view text);
+// Raises a RangeException with that message.
 [[noreturn]] ROUTETRIE_EXPORT void throwBadText(std::string_view fault, std::string_view text);
 
 }  // namespace Corvid

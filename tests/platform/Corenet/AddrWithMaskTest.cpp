@@ -45,7 +45,7 @@ TEST(IpAddrWithMask, subnetOfEveryLengthKeepsThatManyBits) {
    RandomValues random(Property::seed());
    for (U32 length = 0; length <= 32; ++length) {
       const auto address = random.address<IpAddr>();
-      const U64 host = length == 32 ? 0 : 0xffffffffu >> length;
+      const std::uint64_t host = length == 32 ? 0 : 0xffffffffu >> length;
       const auto subnet = IpAddrWithMask(address, length).subnet();
       EXPECT_EQ(IpAddr(static_cast<U32>(address.hostOrder() & ~host)), subnet.address());
       EXPECT_EQ(length, subnet.len());

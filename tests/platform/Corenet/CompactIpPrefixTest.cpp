@@ -22,15 +22,15 @@ using namespace Corenet;
 using Property::LiveCounts;
 using TestSupport::RandomValues;
 
-constexpr U64 nullCompactWord = 3;
+constexpr std::uint64_t nullCompactWord = 3;
 
-U64 wordOf(const CompactIpPrefixImpl& value) {
-   U64 word;
+std::uint64_t wordOf(const CompactIpPrefixImpl& value) {
+   std::uint64_t word;
    std::memcpy(&word, &value, sizeof word);
    return word;
 }
 std::array<U8, 8> bytesOf(const CompactIpPrefix& value) { return std::bit_cast<std::array<U8, 8>>(wordOf(value)); }
-U64 tagOf(const CompactIpPrefix& value) { return wordOf(value) & 3; }
+std::uint64_t tagOf(const CompactIpPrefix& value) { return wordOf(value) & 3; }
 
 CompactIpPrefix compact(std::string_view text) { return CompactIpPrefix::fromString(text); }
 
@@ -63,7 +63,7 @@ TEST(CompactIpPrefix, bytesOfTheWord) {
 // One prefix has one word, wherever it comes from; the word's tag and unused bytes are as told.
 template <class P>
 void expectOneWordFor(const P& prefix) {
-   const U64 word = wordOf(CompactIpPrefix(prefix));
+   const std::uint64_t word = wordOf(CompactIpPrefix(prefix));
    const CompactIpPrefix first(prefix);
    const CompactIpPrefix second(P(prefix.address(), prefix.len()));
    const CompactIpPrefix fromGen((IpGenPrefix(prefix)));
@@ -122,8 +122,8 @@ TEST(CompactIpPrefix, wordsAreEqualExactlyIfPrefixesAre) {
    const LiveCounts before;
    RandomValues random(Property::seed());
    {
-      std::map<IpGenPrefix, U64> words;
-      std::map<U64, IpGenPrefix> prefixes;
+      std::map<IpGenPrefix, std::uint64_t> words;
+      std::map<std::uint64_t, IpGenPrefix> prefixes;
       std::vector<CompactIpPrefix> held;
       for (int round = 0; round < Property::sized(3000, 30'000, 300'000); ++round) {
          const auto prefix = random.genPrefix();
@@ -143,7 +143,7 @@ TEST(CompactIpPrefix, neighboursHaveOtherWords) {
       const CompactIpPrefix shorter(Ip6Prefix::cut(AddressBits<128>(bits.cut(length)), length));
       const CompactIpPrefix longer(Ip6Prefix::cut(AddressBits<128>(bits.cut(length)), length + 1));
       const CompactIpPrefix sibling(
-         Ip6Prefix::cut(AddressBits<128>(bits.cut(length).word() | U128{1} << (127 - length)), length + 1));
+         Ip6Prefix::cut(AddressBits<128>(bits.cut(length).word() | Corenet::U128{1} << (127 - length)), length + 1));
       ASSERT_FALSE(shorter == longer) << length;
       ASSERT_FALSE(longer == sibling) << length;
       ASSERT_FALSE(shorter == sibling) << length;
@@ -253,7 +253,7 @@ TEST(CompactIpPrefix, ipv6NullPrefix) {
 TEST(CompactIpPrefix, recordOfAShortPrefixIsRead) {
    struct WithRecord : CompactIpPrefix {
       explicit WithRecord(const Ip6Prefix& prefix) {
-         word_ = std::bit_cast<U64>(PrefixDedup::acquire(prefix.bits(), prefix.len()));
+         word_ = std::bit_cast<std::uint64_t>(PrefixDedup::acquire(prefix.bits(), prefix.len()));
       }
    };
    const LiveCounts before;

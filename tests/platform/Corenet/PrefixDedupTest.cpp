@@ -25,7 +25,7 @@ using TestSupport::runThreads;
 AddressBits<128> bitsOf(std::string_view text) { return Ip6Addr::fromString(text).bits(); }
 
 // The i-th /64 of 2001:db8::/32.
-AddressBits<128> subnet(U32 i) { return AddressBits<128>(bitsOf("2001:db8::").word() | U128{i} << 64); }
+AddressBits<128> subnet(U32 i) { return AddressBits<128>(bitsOf("2001:db8::").word() | Corenet::U128{i} << 64); }
 
 TEST(PrefixDedup, equalPrefixesShareARecord) {
    const LiveCounts before;
@@ -56,12 +56,13 @@ TEST(PrefixDedup, otherAddressOrLengthIsAnotherRecord) {
    records.push_back(PrefixDedup::acquire(bitsOf("2001:db8::"), 255));
    records.push_back(PrefixDedup::acquire(bitsOf("::"), 255));
    for (U32 n = 0; n < 128; ++n) {
-      records.push_back(PrefixDedup::acquire(AddressBits<128>(bitsOf("2001:db8::").word() ^ U128{1} << n), 128));
+      records.push_back(
+         PrefixDedup::acquire(AddressBits<128>(bitsOf("2001:db8::").word() ^ Corenet::U128{1} << n), 128));
    }
    EXPECT_EQ(records.size(), (std::set<PrefixDedup::Record*>(records.begin(), records.end()).size()));
    EXPECT_EQ(records.size(), PrefixDedup::liveRecords());
    for (auto* record : records) {
-      EXPECT_EQ(0u, std::bit_cast<U64>(record) & 3) << "the low bits are the tag of a compact value";
+      EXPECT_EQ(0u, std::bit_cast<std::uint64_t>(record) & 3) << "the low bits are the tag of a compact value";
       PrefixDedup::release(record);
    }
    EXPECT_EQ("", before.changes());
@@ -137,7 +138,7 @@ TEST(PrefixDedup, withoutMemoryNothingIsLeftBehind) {
 // up while another thread looks the same prefix up. Every value must read as its prefix at every moment.
 void handleFromManyThreads(U32 distinct, int rounds) {
    runThreads(8, [=](int thread) {
-      RandomValues random(static_cast<U64>(thread));
+      RandomValues random(static_cast<std::uint64_t>(thread));
       std::vector<CompactIpPrefix> held(4);
       for (int round = 0; round < rounds; ++round) {
          const U32 i = random.below(distinct);

@@ -4,19 +4,21 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <random>
 #include <vector>
 
 #include "routetrie/platform/Corenet/AddrWithMask.h"
 #include "routetrie/platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/platform/Types.h"
 
 namespace TestSupport {
 
 class RandomValues {
   public:
-   explicit RandomValues(U64 seed) : engine_(seed) {}
+   explicit RandomValues(std::uint64_t seed) : engine_(seed) {}
 
-   U64 word() { return engine_(); }
+   std::uint64_t word() { return engine_(); }
    U32 below(U32 limit) { return static_cast<U32>(word() % limit); }
 
    template <unsigned width>
