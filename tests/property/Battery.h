@@ -45,6 +45,8 @@ struct Habits {
    bool endsAtWhite = false;
    // children() of the zero-length prefix are none while it is absent.
    bool absentDefaultIsChildless = false;
+   // shape() is that of the set of routes, whatever changes led to it.
+   bool setHasOneTree = false;
 };
 
 template <class E>

@@ -2,7 +2,7 @@
 // wrapper, for each family that they serve. What a front end tells by special values, and the value is a different one for
 // almost each, is checked here and turned into the battery's plain answers; what it publishes is counted.
 //
-// Used by tests/property/FrontRandomTest.cpp.
+// Used by tests/property/FrontTest.cpp.
 #pragma once
 
 #include <fmt/format.h>
@@ -199,13 +199,6 @@ class FrontEngine {
    std::uint64_t told_ = 0;
    Corvid::Subscription watch_ = watch();
 };
-
-// For typed tests: one of testing::Types or of another list.
-template <template <class...> class List>
-using FrontEngines = List<FrontEngine<Trie6Front>, FrontEngine<CompactFront<AddressFamily::ipv4>>,
-                          FrontEngine<CompactFront<AddressFamily::ipv6>>, FrontEngine<GenFront<AddressFamily::ipv4>>,
-                          FrontEngine<GenFront<AddressFamily::ipv6>>, FrontEngine<WrapperFront<AddressFamily::ipv4>>,
-                          FrontEngine<WrapperFront<AddressFamily::ipv6>>>;
 
 static_assert(Engine<FrontEngine<Trie6Front>> && Engine<FrontEngine<GenFront<AddressFamily::ipv4>>>);
 

@@ -4,7 +4,7 @@
 // Each answer is asked in more than one way, and all have to agree: a longest match from the root and from every node
 // that covers the query; a removal by prefix or, with the object alone, by its handle; an addition of what is there by a
 // new object, by the same object again, or by handing the place over. Which way is taken goes by turns.
-// Used by the tests of this folder that are named for it.
+// Used by tests/property/IntrusiveTest.cpp and tests/property/IntrusiveInternetTest.cpp.
 #pragma once
 
 #include <fmt/format.h>
@@ -81,7 +81,7 @@ class IntrusiveEngine {
    static constexpr std::string_view name = Face::name;
    static constexpr U32 abilities = parentAbility | longerAbility | nextAbility | coveringAbility | subtreeAbility |
                                     childrenAbility | orderedAbility;
-   static constexpr Habits habits{};
+   static constexpr Habits habits{.setHasOneTree = true};
 
    void add(const IpGenPrefix& p) {
       ++turn_;

@@ -1,6 +1,6 @@
 // LoggedPayload: a payload that writes down each call of its hooks, and answers them as it was made to: replaced by what
 // comes, staying, or leaving an heir in its place.
-// Used by tests/property/NodeDataTest.cpp and tests/property/RouteDataTest.cpp.
+// Used by tests/property/PayloadTest.cpp.
 #pragma once
 
 #include <string>

@@ -1,7 +1,7 @@
 // PatriciaDataEngine: a PatriciaTrie whose routes have payloads, behind the battery's adapter. Every route gets an object
 // of its own, and an answer counts only if it comes with the object of its route: otherwise the adapter leaves the route
 // out, which the battery notices.
-// Tested by tests/property/NodeDataTest.cpp.
+// Used by tests/property/PatriciaDataTest.cpp and tests/property/OrderTest.cpp.
 #pragma once
 
 #include <map>
@@ -126,9 +126,12 @@ class PatriciaDataEngine {
    std::map<IpGenPrefix, DataPtr> payloads_;
 };
 
+using Ipv4DataEngine = PatriciaDataEngine<AddressFamily::ipv4, IpGenPrefix>;
+using Ipv4CompactDataEngine = PatriciaDataEngine<AddressFamily::ipv4, CompactIpPrefix>;
+using Ipv6LegacyDataEngine = PatriciaDataEngine<AddressFamily::ipv6, IpGenPrefix>;
+using Ipv6CompactDataEngine = PatriciaDataEngine<AddressFamily::ipv6, CompactIpPrefix>;
+
 template <template <class...> class List>
-using PatriciaDataEngines = List<
-   PatriciaDataEngine<AddressFamily::ipv4, IpGenPrefix>, PatriciaDataEngine<AddressFamily::ipv4, CompactIpPrefix>,
-   PatriciaDataEngine<AddressFamily::ipv6, IpGenPrefix>, PatriciaDataEngine<AddressFamily::ipv6, CompactIpPrefix>>;
+using PatriciaDataEngines = List<Ipv4DataEngine, Ipv4CompactDataEngine, Ipv6LegacyDataEngine, Ipv6CompactDataEngine>;
 
 }  // namespace Property

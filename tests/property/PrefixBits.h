@@ -7,6 +7,7 @@
 #include <array>
 
 #include "routetrie/platform/Corenet/IpGenPrefix.h"
+#include "routetrie/platform/Types.h"
 
 namespace Property {
 

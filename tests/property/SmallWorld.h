@@ -5,7 +5,7 @@
 //
 // An engine that can tell its shape is asked once for each shape, unless ROUTETRIE_FULL=1; its soundness is checked at
 // each step all the same.
-// Tested by tests/property/SmallWorldTest.cpp.
+// Used by tests/property/EngineTests.h.
 #pragma once
 
 #include <algorithm>
@@ -20,6 +20,9 @@
 #include "tests/property/Scale.h"
 
 namespace Property {
+
+// Sets of up to so many routes; a sanitizer has time for pairs only.
+inline std::size_t largestSet() { return sized<std::size_t>(2, 3, 3); }
 
 template <Engine E>
 class SmallWorld {
@@ -48,9 +51,6 @@ class SmallWorld {
          questions_.push_back(flipped(cut(p, width), width - 1));
       }
    }
-
-   // Sets of up to so many routes; a sanitizer has time for pairs only.
-   static std::size_t largestSet() { return sized<std::size_t>(2, 3, 3); }
 
    // The first fault with the ops that lead to it, or nothing.
    std::string run() {

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <ostream>
 #include <random>
 #include <string_view>
 #include <vector>
@@ -24,6 +25,8 @@ struct Mix {
    unsigned loosePercent;  // prefixes with random bits in their last eight
    std::size_t routes;     // how many routes the table hovers at
 };
+
+inline void PrintTo(const Mix& mix, std::ostream* out) { *out << mix.name; }
 
 inline constexpr Mix mixes[] = {
    {"nested", 6, {1, 1}, {32, 128}, 15, 60},     {"clustered", 12, {6, 28}, {14, 42}, 90, 250},
