@@ -60,7 +60,7 @@ class TrieDescent {
       const Corenet::Prefix asked = Face::asked(query);
       state.address = asked.bits().word();
       state.allowed = TrieImpl::lengthMask(asked.len());
-      state.lengths = routesAt<0>(root_, state.address);
+      state.lengths = lengthsAt<0>(root_, state.address);
       goTo<1>(state, root_.child(keyi(0, state.address)));
    }
 
@@ -73,7 +73,7 @@ class TrieDescent {
          state.place = TrieImpl::childPlace(*state.node, keyi(level, state.address));
          __builtin_prefetch(state.place);
       } else {
-         state.lengths |= routesAt<level>(*state.node, state.address);
+         state.lengths |= lengthsAt<level>(*state.node, state.address);
          goTo<level + 1>(state, *state.place);
       }
    }
@@ -83,12 +83,6 @@ class TrieDescent {
    }
 
   private:
-   // Bit 32 - L for each length L of a route that the node has on the way to the address.
-   template <U32 level>
-   static U32 routesAt(const TrieImpl::TrieNode& node, U32 address) {
-      return U32{node.routeByteAboveLeaf(keyi(level, address))} << (32 - TrieImpl::levelEndBit[level]);
-   }
-
    template <U32 level>
    [[gnu::always_inline]] static void goTo(State& state, const TrieImpl::TrieNode* node) {
       state.node = node != nullptr ? node : &TrieImpl::bareNode;
@@ -98,14 +92,14 @@ class TrieDescent {
 
    // Level 3, and what there is below.
    [[gnu::always_inline]] static void finish(State& state) {
-      state.lengths |= routesAt<3>(*state.node, state.address);
+      state.lengths |= lengthsAt<3>(*state.node, state.address);
       if (state.node->children() == 0) [[likely]] {
          return;
       }
       if (const auto* node = state.node->child(keyi(3, state.address))) {
-         state.lengths |= routesAt<4>(*node, state.address);
+         state.lengths |= lengthsAt<4>(*node, state.address);
          if (const auto* leaf = node->child(keyi(4, state.address))) {
-            state.lengths |= leaf->routeByteOfLeaf(keyi(5, state.address));
+            state.lengths |= lengthsAt<5>(*leaf, state.address);
          }
       }
    }

@@ -23,41 +23,49 @@ inline Corenet::Prefix longestOf(U32 lengths, U32 address, bool defaultRoutePres
    return defaultRoutePresent ? Corenet::Prefix() : Corenet::Prefix::nullPrefix();
 }
 
-// Bit 32 - L set for each length L of a route that covers the host-order address. Written out level by level, because
-// this is where a router spends its time: each level is a load of the child, a load of the byte, and one branch.
+// Bit 32 - L set for each length L of a route that the node, of that level, has on the way to the host-order address.
+template <U32 level>
+[[gnu::always_inline]] inline U32 lengthsAt(const TrieImpl::TrieNode& node, U32 address) {
+   const U32 key = keyi(level, address);
+   const U8 routes = level == TrieImpl::leafLevel ? node.routeByteOfLeaf(key) : node.routeByteAboveLeaf(key);
+   return U32{routes} << (32 - TrieImpl::levelEndBit[level]);
+}
+
+// The same of all routes that cover the address. Written out level by level, because this is where a router spends its
+// time: each level is a load of the child, a load of the byte, and one branch. As a recursion over the levels it took two
+// to four instructions in a hundred more.
 [[gnu::always_inline]] inline U32 coveringLengths(const TrieImpl::TrieNode* node, U32 address) {
-   using namespace TrieImpl;
-   U32 lengths = U32{node->routeByteAboveLeaf(keyi(0, address))} << 24;
+   U32 lengths = lengthsAt<0>(*node, address);
 
    node = node->child(keyi(0, address));
    if (node == nullptr) {
       return lengths;
    }
-   lengths |= U32{node->routeByteAboveLeaf(keyi(1, address))} << 16;
+   lengths |= lengthsAt<1>(*node, address);
 
    node = node->child(keyi(1, address));
    if (node == nullptr) {
       return lengths;
    }
-   lengths |= U32{node->routeByteAboveLeaf(keyi(2, address))} << 12;
+   lengths |= lengthsAt<2>(*node, address);
 
    node = node->child(keyi(2, address));
    if (node == nullptr) {
       return lengths;
    }
-   lengths |= U32{node->routeByteAboveLeaf(keyi(3, address))} << 8;
+   lengths |= lengthsAt<3>(*node, address);
 
    node = node->child(keyi(3, address));
    if (node == nullptr) {
       return lengths;
    }
-   lengths |= U32{node->routeByteAboveLeaf(keyi(4, address))} << 4;
+   lengths |= lengthsAt<4>(*node, address);
 
    node = node->child(keyi(4, address));
    if (node == nullptr) {
       return lengths;
    }
-   return lengths | node->routeByteOfLeaf(keyi(5, address));
+   return lengths | lengthsAt<5>(*node, address);
 }
 
 // The longest route that covers the prefix, in the tree of that root.
