@@ -7,8 +7,17 @@ include(CMakePackageConfigHelpers)
 
 set(configDir "${CMAKE_INSTALL_LIBDIR}/cmake/routetrie")
 
-install(TARGETS routetrie EXPORT routetrieTargets
-   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}")
+set(targets routetrie)
+set(ROUTETRIE_PC_LIBS "-lroutetrie")
+set(ROUTETRIE_PC_LIBS_PRIVATE "-pthread")
+if(NOT ROUTETRIE_SHARED)
+   list(APPEND targets routetrieArchive)
+   set(ROUTETRIE_PC_LIBS "-Wl,--whole-archive -lroutetrie -Wl,--no-whole-archive -pthread")
+   set(ROUTETRIE_PC_LIBS_PRIVATE)
+endif()
+install(TARGETS ${targets} EXPORT routetrieTargets
+   LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
+   ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/routetrie" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}"
    FILES_MATCHING PATTERN "*.h")
 install(EXPORT routetrieTargets NAMESPACE routetrie:: DESTINATION "${configDir}")

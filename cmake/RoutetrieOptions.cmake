@@ -1,6 +1,8 @@
-# RoutetrieOptions: what a build can be asked for, and the flags that all of the project's own code is built with.
+# RoutetrieOptions: what a build can be asked for, and the flags that all of the project's own code is built with. As a part
+# of another project (add_subdirectory, FetchContent) it is the library alone unless that one asks for more, and nothing
+# that is the other's to choose is set: no build type, no compiler launcher.
 
-option(ROUTETRIE_BUILD_TOOL "Build the command rtrie" ON)
+option(ROUTETRIE_BUILD_TOOL "Build the command rtrie" ${PROJECT_IS_TOP_LEVEL})
 option(ROUTETRIE_BUILD_TESTS "Build the tests" ${PROJECT_IS_TOP_LEVEL})
 option(ROUTETRIE_BUILD_BENCH "Build the benchmarks" OFF)
 option(ROUTETRIE_BUILD_FUZZ "Build the fuzz targets with libFuzzer (clang); otherwise they only replay their corpus" OFF)
@@ -9,16 +11,22 @@ option(ROUTETRIE_FAULT_INJECTION "Let tests make the n-th allocation fail" OFF)
 option(ROUTETRIE_WERROR "Treat warnings as errors" ${PROJECT_IS_TOP_LEVEL})
 set(ROUTETRIE_SANITIZE "" CACHE STRING "Sanitizers to build with, as for -fsanitize= (address,undefined or thread)")
 
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
-   set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
+# BUILD_SHARED_LIBS is the usual word; a shared library unless it says otherwise.
+set(ROUTETRIE_SHARED ON)
+if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+   set(ROUTETRIE_SHARED OFF)
 endif()
 
 set(CMAKE_CXX_EXTENSIONS OFF)
-set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-
-find_program(CCACHE_PROGRAM ccache)
-if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-   set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+if(PROJECT_IS_TOP_LEVEL)
+   if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+      set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "Build type" FORCE)
+   endif()
+   set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+   find_program(CCACHE_PROGRAM ccache)
+   if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+      set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+   endif()
 endif()
 
 # Linked by every target of the project, exported to none.
