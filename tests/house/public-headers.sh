@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # public-headers ROOT: fails where a header of routetrie/ is no fit guest in a user's program. Each has to open
 # with `#pragma once` before any code, to leave streams to <iosfwd>, to define no macro but the project's own
-# (ROUTETRIE_...), and to open no namespace for the user.
+# (ROUTETRIE_...), and to open no namespace for the user. X.cpp beside X.h has to include that one before anything else, for
+# then its object shows that the header needs nothing before it.
 set -euo pipefail
 cd "${1:?usage: public-headers.sh ROOT}"
 
@@ -25,6 +26,11 @@ while IFS= read -r file; do
    while IFS= read -r line; do
       fault "$file:$line: opens a namespace for whoever includes it"
    done < <(grep -nE '^using namespace' "$file" || true)
+   source=${file%.h}.cpp
+   if [[ -f $source ]]; then
+      first=$(grep -m 1 -E '^[[:space:]]*#[[:space:]]*include' "$source" || true)
+      [[ $first == "#include \"$file\"" ]] || fault "$source: the first include is not \"$file\""
+   fi
 done < <(find routetrie -type f -name '*.h' | sort)
 
 printf '%d headers, %d faults\n' "$files" "$faults"

@@ -71,6 +71,8 @@ tree; rm -r routetrie examples; mkdir routetrie examples
 catches '0 files' $arrows
 
 headers=public-headers.sh
+tree; sed -i '1i #include <vector>' routetrie/trie/patricia/Trie.cpp
+catches 'routetrie/trie/patricia/Trie.cpp: the first include is not "routetrie/trie/patricia/Trie.h"' $headers
 tree; echo '#include <ostream>' >>routetrie/trie/patricia/Trie.h
 catches 'routetrie/trie/patricia/Trie.h:5:#include <ostream>: <iosfwd> has to do' $headers
 tree; echo '#include <iostream>' >>routetrie/platform/Corvid/Node.h
