@@ -1,10 +1,10 @@
 #include "tools/rtrie/SurfaceFormat.h"
 
-#include <nlohmann/json.hpp>
-
 #include <array>
 #include <string>
 #include <vector>
+
+#include "tools/rtrie/JsonLine.h"
 
 namespace Rtrie {
 namespace {
@@ -13,7 +13,6 @@ using Corvid::AccessKind;
 using Corvid::Inspect::Field;
 using Corvid::Inspect::Parameter;
 using Corvid::Inspect::Type;
-using Json = nlohmann::ordered_json;
 
 struct KindName {
    AccessKind kind;
@@ -92,8 +91,6 @@ Json jsonOf(const std::vector<Parameter>& parameters) {
    }
    return list;
 }
-
-Json textOrNull(std::string_view text) { return text.empty() ? Json() : Json(text); }
 
 Json jsonOf(const Field& field) {
    return {{"id", field.id()},

@@ -82,7 +82,7 @@ TraceFile::TraceFile(void* bytes, std::size_t size, U32 records) noexcept
      header_(*::new (bytes) Header{}),
      pool_(static_cast<char*>(bytes) + sizeof(Header)),
      ring_(reinterpret_cast<Record*>(pool_ + poolBytes)) {
-   static_assert(sizeof(Header) == 64 && sizeof(Record) == 32);
+   static_assert(sizeof(Header) == headerBytes && sizeof(Record) == 32);
    static_assert(std::atomic<std::uint64_t>::is_always_lock_free && std::atomic<U32>::is_always_lock_free);
    std::memcpy(header_.magic, magic, sizeof magic);
    header_.records = records;
@@ -214,7 +214,7 @@ U32 TraceFile::messageIs(std::string_view source, U32 line, std::string_view tex
 
 //--- reading ---
 
-std::vector<Entry> TraceFile::entries() const {
+Snapshot TraceFile::entries() const {
    std::vector<std::byte> copy(size_);
    {
       const std::lock_guard guard(adding_);
@@ -241,28 +241,45 @@ std::vector<Entry> TraceFile::entries() const {
       // One that was overwritten meanwhile is left out.
       to->number = from.number.load(std::memory_order_relaxed) == number ? number : 0;
    }
-   return entriesOf(copy);
+   auto entries = entriesOf(copy);
+   return {std::move(copy), std::move(entries)};
 }
 
-std::vector<Entry> TraceFile::entriesOf(std::span<const std::byte> bytes) {
-   const auto word = [&]<class T>(T, std::size_t at) {
-      T value;
-      std::memcpy(&value, bytes.data() + at, sizeof value);
-      return value;
-   };
+namespace {
+
+template <class T>
+T wordAt(std::span<const std::byte> bytes, std::size_t at) {
+   T value;
+   std::memcpy(&value, bytes.data() + at, sizeof value);
+   return value;
+}
+
+}  // namespace
+
+std::uint64_t TraceFile::sizeOf(std::span<const std::byte> bytes) {
    if (bytes.size() < sizeof(Header) || std::memcmp(bytes.data(), magic, sizeof magic) != 0) {
       Corvid::RangeException::throwException("not a trace file");
    }
+   const auto records = wordAt<U32>(bytes, offsetof(Header, records));
+   const auto pool = wordAt<U32>(bytes, offsetof(Header, pool));
+   if (!std::has_single_bit(records) || wordAt<U32>(bytes, offsetof(Header, poolUsed)) > pool ||
+       wordAt<std::uint64_t>(bytes, offsetof(Header, ticksPerSecond)) == 0) {
+      Corvid::RangeException::throwException("the sizes in the trace file's header are wrong");
+   }
+   return sizeof(Header) + std::uint64_t{pool} + std::uint64_t{records} * sizeof(Record);
+}
+
+std::vector<Entry> TraceFile::entriesOf(std::span<const std::byte> bytes) {
+   if (sizeOf(bytes) != bytes.size()) {
+      Corvid::RangeException::throwException("the sizes in the trace file's header are wrong");
+   }
+   const auto word = [&]<class T>(T, std::size_t at) { return wordAt<T>(bytes, at); };
    const U32 records = word(U32{}, offsetof(Header, records));
    const U32 pool = word(U32{}, offsetof(Header, pool));
    const U32 poolUsed = word(U32{}, offsetof(Header, poolUsed));
    const std::uint64_t next = word(std::uint64_t{}, offsetof(Header, next));
    const std::uint64_t startTicks = word(std::uint64_t{}, offsetof(Header, startTicks));
    const std::uint64_t perSecond = word(std::uint64_t{}, offsetof(Header, ticksPerSecond));
-   if (!std::has_single_bit(records) || poolUsed > pool || perSecond == 0 ||
-       bytes.size() != sizeof(Header) + std::size_t{pool} + std::size_t{records} * sizeof(Record)) {
-      Corvid::RangeException::throwException("the sizes in the trace file's header are wrong");
-   }
    std::vector<Message> messages;
    std::string_view rest(reinterpret_cast<const char*>(bytes.data()) + sizeof(Header), poolUsed);
    while (const auto message = takeMessage(rest)) {
@@ -280,9 +297,10 @@ std::vector<Entry> TraceFile::entriesOf(std::span<const std::byte> bytes) {
       entries.push_back({.startNs = nsOf(word(std::uint64_t{}, at + offsetof(Record, start)) - startTicks, perSecond),
                          .elapsedNs = nsOf(word(std::uint64_t{}, at + offsetof(Record, elapsed)), perSecond),
                          .thread = word(U32{}, at + offsetof(Record, thread)),
-                         .source = std::string(text.source),
+                         .message = message,
                          .line = text.line,
-                         .text = std::string(text.text)});
+                         .source = text.source,
+                         .text = text.text});
    }
    return entries;
 }

@@ -23,6 +23,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "routetrie/platform/Export.h"
@@ -43,14 +44,38 @@ inline std::uint64_t timeStamp() noexcept {
 #endif
 }
 
-// One record, with its message.
+// One record, with its message. The texts are views into the bytes that it was read from: many records share a message, so
+// that a copy for each could take the file's size times the number of its records.
 struct Entry {
    std::uint64_t startNs = 0;  // since the trace file was made
    std::uint64_t elapsedNs = 0;
    U32 thread = 0;
-   std::string source;
+   U32 message = 0;  // its id: entries of one call have the same
    U32 line = 0;
-   std::string text;
+   std::string_view source;
+   std::string_view text;
+};
+
+// What a ring held at one moment: the bytes, and the entries in them. The views hold as long as the snapshot does, also
+// once it was moved.
+class Snapshot {
+  public:
+   Snapshot(std::vector<std::byte>&& bytes, std::vector<Entry>&& entries) noexcept
+      : bytes_(std::move(bytes)), entries_(std::move(entries)) {}
+   Snapshot(const Snapshot&) = delete;
+   Snapshot& operator=(const Snapshot&) = delete;
+   Snapshot(Snapshot&&) noexcept = default;
+   Snapshot& operator=(Snapshot&&) noexcept = default;
+
+   bool empty() const noexcept { return entries_.empty(); }
+   std::size_t size() const noexcept { return entries_.size(); }
+   auto begin() const noexcept { return entries_.begin(); }
+   auto end() const noexcept { return entries_.end(); }
+   const Entry& operator[](std::size_t at) const { return entries_[at]; }
+
+  private:
+   std::vector<std::byte> bytes_;
+   std::vector<Entry> entries_;
 };
 
 class ROUTETRIE_EXPORT TraceFile {
@@ -71,8 +96,12 @@ class ROUTETRIE_EXPORT TraceFile {
    U32 messageIs(std::string_view source, U32 line, std::string_view text);
 
    // What the ring holds now, from the oldest on.
-   std::vector<Entry> entries() const;
-   // What the bytes of a file hold; raises Corvid::RangeException that says what is wrong with them.
+   Snapshot entries() const;
+   // The bytes of a file that begins with these, which are at least headerBytes; raises as entriesOf() does.
+   static constexpr std::size_t headerBytes = 64;
+   static std::uint64_t sizeOf(std::span<const std::byte> bytes);
+   // What the bytes of a file hold, as views into them; raises Corvid::RangeException that says what is wrong with them.
+   // Takes memory for the entries and the list of messages alone.
    static std::vector<Entry> entriesOf(std::span<const std::byte> bytes);
 
    // So far, those that the ring has lost included.

@@ -119,7 +119,8 @@ TEST(TraceFile, aFileOutlivesItsMaker) {
       file->record(file->messageIs("Trie", 3, "kept"), timeStamp());
       EXPECT_EQ(1u, TraceFile::entriesOf(bytesOf(path)).size()) << "readable while it is written";
    }
-   const auto entries = TraceFile::entriesOf(bytesOf(path));
+   const auto bytes = bytesOf(path);
+   const auto entries = TraceFile::entriesOf(bytes);
    ASSERT_EQ(1u, entries.size());
    EXPECT_EQ("kept", entries[0].text);
    EXPECT_EQ(64u + 65536u + 16 * 32, std::filesystem::file_size(path));
@@ -127,6 +128,29 @@ TEST(TraceFile, aFileOutlivesItsMaker) {
    const auto again = TraceFile::inFile(path, 16);
    EXPECT_TRUE(TraceFile::entriesOf(bytesOf(path)).empty()) << "a new file replaces the old";
    std::filesystem::remove(path);
+}
+
+// A copy for each record would take the square of the file's size.
+TEST(TraceFile, textsAreViewsIntoTheBytes) {
+   const std::string path = pathOf("views");
+   const auto file = TraceFile::inFile(path, 4);
+   const U32 id = file->messageIs("Trie", 3, "text");
+   file->record(id, timeStamp());
+   file->record(id, timeStamp());
+   const auto bytes = bytesOf(path);
+   std::filesystem::remove(path);
+   const auto entries = TraceFile::entriesOf(bytes);
+   ASSERT_EQ(2u, entries.size());
+   for (const Entry& entry : entries) {
+      EXPECT_EQ(static_cast<const void*>(bytes.data() + TraceFile::headerBytes + 2), entry.source.data());
+      EXPECT_EQ(entry.source.data() + 5, entry.text.data());
+      EXPECT_EQ(id, entry.message);
+   }
+   auto snapshot = file->entries();
+   const auto moved = std::move(snapshot);
+   EXPECT_EQ("text", moved[1].text);
+   EXPECT_EQ(bytes.size(), TraceFile::sizeOf(std::span(bytes).first(TraceFile::headerBytes)));
+   EXPECT_THROW(TraceFile::sizeOf(std::span(bytes).first(TraceFile::headerBytes - 1)), Corvid::RangeException);
 }
 
 TEST(TraceFile, aFileThatCantBeMadeIsAnError) {

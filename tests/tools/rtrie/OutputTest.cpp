@@ -6,7 +6,9 @@
 
 #include "Support.h"
 #include "tools/rtrie/Errors.h"
+#include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/OutputStream.h"
+#include "tools/rtrie/TsvField.h"
 
 namespace Rtrie {
 namespace {
@@ -39,6 +41,15 @@ TEST_F(OutputTest, writesOnceThereIsEnough) {
    output.text(line);
    output.lineDone();
    EXPECT_EQ(line, Support::contentOf(path_));
+}
+
+TEST_F(OutputTest, jsonLinesAndTsvFields) {
+   Output output(descriptor_);
+   jsonLine(output, {{"z", 1}, {"a", textOrNull("")}, {"m", textOrNull("caf\xe9")}});
+   output.flush();
+   EXPECT_EQ("{\"z\":1,\"a\":null,\"m\":\"caf\xef\xbf\xbd\"}\n", Support::contentOf(path_));
+   EXPECT_EQ("a\\tb\\nc\\rd\\\\e", tsvField("a\tb\nc\rd\\e"));
+   EXPECT_EQ("", tsvField(""));
 }
 
 TEST(Output, aFullDeviceIsAFault) {

@@ -3,11 +3,13 @@
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <spawn.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <zlib.h>
 
 #include <array>
+#include <cstdint>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -90,8 +92,10 @@ Ran rtrie(const std::vector<std::string>& arguments, std::string_view input) {
       throw std::runtime_error("cannot run " RTRIE_PROGRAM);
    }
    int status = 0;
-   waitpid(child, &status, 0);
-   return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), contentOf(out), contentOf(err)};
+   rusage usage{};
+   wait4(child, &status, 0, &usage);
+   return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), contentOf(out), contentOf(err),
+           static_cast<std::uint64_t>(usage.ru_maxrss) * 1024};
 }
 
 std::vector<std::string> textOf(RouteSet& routes) {

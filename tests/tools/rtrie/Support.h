@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -40,6 +41,7 @@ struct Ran {
    int status = -1;  // exit status; 128 and the number if a signal ended it
    std::string out;
    std::string err;
+   std::uint64_t peakBytes = 0;  // of memory, at the most
 };
 
 // Runs the built program to its end.

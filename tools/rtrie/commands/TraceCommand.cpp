@@ -10,75 +10,179 @@
 #include <memory>
 #include <span>
 #include <string>
-#include <tuple>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "routetrie/platform/BriskTrace.h"
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "tools/rtrie/ByteSource.h"
+#include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/Numbers.h"
 #include "tools/rtrie/Output.h"
+#include "tools/rtrie/Registry.h"
 
 namespace Rtrie {
 namespace {
 
-struct TraceOptions {
-   std::string file;
-   bool isList = false;
-};
-
-std::vector<BriskTrace::Entry> entriesOf(const std::string& path) {
-   constexpr std::size_t pieceBytes = std::size_t{1} << 20;
-   const auto source = openTable(path);
-   std::string bytes;
-   for (std::size_t got = 1; got != 0;) {
-      const std::size_t size = bytes.size();
-      bytes.resize(size + pieceBytes);
-      got = source->read(bytes.data() + size, pieceBytes);
-      bytes.resize(size + got);
-   }
+// What `read` gives; its fault as one of the file.
+template <class Read>
+auto checked(const std::string& path, Read&& read) {
    try {
-      return BriskTrace::TraceFile::entriesOf(std::as_bytes(std::span(bytes)));
+      return read();
    } catch (const Corvid::RangeException& fault) {
       throw DataError(tableName(path) + ": " + fault.what());
    }
 }
 
-std::string placeOf(const BriskTrace::Entry& entry) { return fmt::format("{}:{}", entry.source, entry.line); }
+// The bytes of a file of timed blocks, and what they hold, as views into them.
+class TraceContent {
+  public:
+   explicit TraceContent(const std::string& path)
+      : bytes_(bytesOf(path)),
+        entries_(checked(path, [&] { return BriskTrace::TraceFile::entriesOf(std::as_bytes(std::span(bytes_))); })) {}
+   const std::vector<BriskTrace::Entry>& entries() const { return entries_; }
 
-void printList(Output& output, const std::vector<BriskTrace::Entry>& entries) {
-   output.format("{:>14} {:>12} {:>8}  {}\n", "start us", "took ns", "thread", "call");
-   for (const auto& entry : entries) {
-      output.format("{:>10}.{:03} {:>12} {:>8}  {} {}\n", entry.startNs / 1000, entry.startNs % 1000, entry.elapsedNs,
-                    entry.thread, placeOf(entry), entry.text);
-      output.lineDone();
+  private:
+   // The whole file, and what lies behind it only as far as it takes to tell: what is unpacked may have no end.
+   static std::string bytesOf(const std::string& path) {
+      constexpr std::size_t pieceBytes = std::size_t{1} << 16;
+      const auto source = openTable(path);
+      std::string bytes;
+      std::uint64_t wanted = pieceBytes;
+      for (std::size_t got = 1; got != 0 && bytes.size() <= wanted;) {
+         const std::size_t size = bytes.size();
+         bytes.resize(size + pieceBytes);
+         got = source->read(bytes.data() + size, pieceBytes);
+         bytes.resize(size + got);
+         if (size < BriskTrace::TraceFile::headerBytes && bytes.size() >= BriskTrace::TraceFile::headerBytes) {
+            wanted = checked(path, [&] { return BriskTrace::TraceFile::sizeOf(std::as_bytes(std::span(bytes))); });
+         }
+      }
+      return bytes;
    }
+
+   std::string bytes_;
+   std::vector<BriskTrace::Entry> entries_;
+};
+
+// A call's place and text. Those of programs are short; of any other file that claims to be one, as much is shown.
+struct Call {
+   static constexpr std::size_t mostBytes = 1024;
+
+   std::string source;
+   U32 line;
+   std::string text;
+
+   explicit Call(const BriskTrace::Entry& entry)
+      : source(shown(entry.source)), line(entry.line), text(shown(entry.text)) {}
+   auto operator<=>(const Call&) const = default;
+
+   static std::string shown(std::string_view text) {
+      return text.size() <= mostBytes ? std::string(text) : std::string(text.substr(0, mostBytes)) + "...";
+   }
+};
+
+void addTo(Json& object, const Call& call) {
+   object["source"] = call.source;
+   object["line"] = call.line;
+   object["text"] = call.text;
 }
 
-// By call: how often, and the time of the fastest, the median, the 99th in a hundred and the slowest.
-void printSummary(Output& output, const std::vector<BriskTrace::Entry>& entries) {
-   std::map<std::tuple<std::string, std::string>, std::vector<std::uint64_t>> byCall;
+// Of one call: how often, and the time of the fastest, the median, the 99th in a hundred and the slowest.
+struct Times {
+   Call call;
+   std::size_t calls;
+   std::uint64_t minNs;
+   std::uint64_t medianNs;
+   std::uint64_t p99Ns;
+   std::uint64_t maxNs;
+};
+
+std::vector<Times> timesOf(const std::vector<BriskTrace::Entry>& entries) {
+   // By the message's id first: its texts are looked at once, and not for each entry.
+   std::map<U32, std::pair<const BriskTrace::Entry*, std::vector<std::uint64_t>>> byMessage;
    for (const auto& entry : entries) {
-      byCall[{placeOf(entry), entry.text}].push_back(entry.elapsedNs);
+      auto& [first, times] = byMessage[entry.message];
+      first = &entry;
+      times.push_back(entry.elapsedNs);
    }
-   output.format("{:>12} {:>10} {:>10} {:>10} {:>12}  {}\n", "calls", "min ns", "median", "99%", "max ns", "call");
+   std::map<Call, std::vector<std::uint64_t>> byCall;
+   for (auto& [message, calls] : byMessage) {
+      auto& times = byCall[Call(*calls.first)];
+      times.insert(times.end(), calls.second.begin(), calls.second.end());
+   }
+   std::vector<Times> all;
    for (auto& [call, itsTimes] : byCall) {
       auto& times = itsTimes;  // clang 14 lets no lambda take what a structured binding names
       std::sort(times.begin(), times.end());
       const auto at = [&](std::size_t hundredths) { return times[(times.size() - 1) * hundredths / 100]; };
-      output.format("{:>12} {:>10} {:>10} {:>10} {:>12}  {} {}\n", grouped(times.size()), times.front(), at(50),
-                    at(99), times.back(), std::get<0>(call), std::get<1>(call));
+      all.push_back({call, times.size(), times.front(), at(50), at(99), times.back()});
+   }
+   return all;
+}
+
+void printListText(const std::vector<BriskTrace::Entry>& entries, Output& output) {
+   output.format("{:>14} {:>12} {:>8}  {}\n", "start us", "took ns", "thread", "call");
+   for (const auto& entry : entries) {
+      const Call call(entry);
+      output.format("{:>10}.{:03} {:>12} {:>8}  {}:{} {}\n", entry.startNs / 1000, entry.startNs % 1000,
+                    entry.elapsedNs, entry.thread, call.source, call.line, call.text);
+      output.lineDone();
    }
 }
 
-ExitStatus run(const TraceOptions& options) {
-   const auto entries = entriesOf(options.file);
-   Output output(STDOUT_FILENO);
-   if (options.isList) {
-      printList(output, entries);
-   } else {
-      printSummary(output, entries);
+void printListJson(const std::vector<BriskTrace::Entry>& entries, Output& output) {
+   for (const auto& entry : entries) {
+      Json object = {{"startNs", entry.startNs}, {"elapsedNs", entry.elapsedNs}, {"thread", entry.thread}};
+      addTo(object, Call(entry));
+      jsonLine(output, object);
    }
+}
+
+void printSummaryText(const std::vector<BriskTrace::Entry>& entries, Output& output) {
+   output.format("{:>12} {:>10} {:>10} {:>10} {:>12}  {}\n", "calls", "min ns", "median", "99%", "max ns", "call");
+   for (const Times& times : timesOf(entries)) {
+      output.format("{:>12} {:>10} {:>10} {:>10} {:>12}  {}:{} {}\n", grouped(times.calls), times.minNs,
+                    times.medianNs, times.p99Ns, times.maxNs, times.call.source, times.call.line, times.call.text);
+   }
+}
+
+void printSummaryJson(const std::vector<BriskTrace::Entry>& entries, Output& output) {
+   for (const Times& times : timesOf(entries)) {
+      Json object = {{"calls", times.calls},
+                     {"minNs", times.minNs},
+                     {"medianNs", times.medianNs},
+                     {"p99Ns", times.p99Ns},
+                     {"maxNs", times.maxNs}};
+      addTo(object, times.call);
+      jsonLine(output, object);
+   }
+}
+
+struct TraceFormat {
+   std::string_view name;
+   std::string_view summary;
+   void (*summaryOf)(const std::vector<BriskTrace::Entry>& entries, Output& output);
+   void (*listOf)(const std::vector<BriskTrace::Entry>& entries, Output& output);
+};
+
+constexpr TraceFormat formats[] = {
+   {"text", "for people", printSummaryText, printListText},
+   {"json", "one object a line, times in nanoseconds", printSummaryJson, printListJson},
+};
+
+struct TraceOptions {
+   std::string file;
+   std::string format = std::string(formats[0].name);
+   bool isList = false;
+};
+
+ExitStatus run(const TraceOptions& options) {
+   const TraceFormat& format = rowNamed(std::span<const TraceFormat>(formats), "format", options.format);
+   const TraceContent content(options.file);
+   Output output(STDOUT_FILENO);
+   (options.isList ? format.listOf : format.summaryOf)(content.entries(), output);
    output.flush();
    return ExitStatus::ok;
 }
@@ -90,7 +194,9 @@ Run addTrace(CLI::App& app) {
    app.add_option("FILE", options->file, "A file of timed blocks that a program left; - is standard input")
       ->required();
    app.add_flag("--list", options->isList, "Show each call by itself, the oldest first");
-   app.footer(helpSection("Example", "  rtrie trace trie.brisk"));
+   app.add_option("--format", options->format, "How it is printed")->type_name("FORMAT")->capture_default_str();
+   app.footer(helpSection("Formats", summariesOf(std::span<const TraceFormat>(formats))) + "\n" +
+              helpSection("Example", "  rtrie trace trie.brisk"));
    return [options] { return run(*options); };
 }
 
