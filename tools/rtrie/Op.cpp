@@ -19,15 +19,14 @@ constexpr Op rows[] = {
     }},
    {"parent", "the longest route that covers the query and is shorter", Questions::parent, AnswerKind::routes, false,
     [](const RouteTable& table, const Query& query, Answer& answer) { answer.routeIs(table.parent(query)); }},
-   {"longer", "yes if the query covers a longer route; of length 0, always no", Questions::longerPresent,
-    AnswerKind::yesNo, false,
+   {"longer", "yes if the query covers a longer route", Questions::longerPresent, AnswerKind::yesNo, false,
     [](const RouteTable& table, const Query& query, Answer& answer) { answer.yes = table.longerPresent(query); }},
    {"covering", "the routes that cover the query, shortest first", Questions::covering, AnswerKind::routes, false,
     [](const RouteTable& table, const Query& query, Answer& answer) {
        table.covering(query, [&](const Query& route) { answer.routeIs(route); });
     }},
-   {"children", "the longer routes under the query with no other between; of length 0, none if it is no route",
-    Questions::children, AnswerKind::routes, false,
+   {"children", "the longer routes under the query with no other between", Questions::children, AnswerKind::routes,
+    false,
     [](const RouteTable& table, const Query& query, Answer& answer) {
        table.children(query, [&](const Query& route) { answer.routeIs(route); });
     }},

@@ -59,14 +59,13 @@ class RouteTable {
    virtual Prefix longestMatch(const Prefix&) const { notAnswered(); }
    // The longest route that covers the query and is shorter.
    virtual Prefix parent(const Prefix&) const { notAnswered(); }
-   // Whether the query covers a route that is longer. A zero-length query is answered with no.
+   // Whether the query covers a route that is longer; for a zero-length query, whether there is any but the default route.
    virtual bool longerPresent(const Prefix&) const { notAnswered(); }
    // Visits the routes that cover the query, shortest first: the default route, and at last the query itself.
    virtual void covering(const Prefix&, const Visit&) const { notAnswered(); }
    // Visits the routes that the query covers, itself included, in order.
    virtual void subtree(const Prefix&, const Visit&) const { notAnswered(); }
-   // Visits those of them that are longer than the query, and that no other such route covers, in order. For a
-   // zero-length query there are none unless it is itself a route.
+   // Visits those of them that are longer than the query, and that no other such route covers, in order.
    virtual void children(const Prefix&, const Visit&) const { notAnswered(); }
    // The first route after the query, in order; never the default route.
    virtual Prefix next(const Prefix&) const { notAnswered(); }
@@ -80,6 +79,11 @@ class RouteTable {
   protected:
    // covering() of an engine that has no operation for it: a search for each route. Requires: longestMatch and parent.
    void coveringByParents(const Prefix& query, const Visit& visit) const;
+   // Whether there is a route but the default one, for engines that say no to each zero-length query for a longer route.
+   // Requires: next.
+   bool hasLongerThanDefault(const Prefix& zeroLength) const {
+      return next(zeroLength).af() != Corenet::AddressFamily::none;
+   }
 
   private:
    [[noreturn]] static void notAnswered() {

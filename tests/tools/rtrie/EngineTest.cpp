@@ -47,9 +47,6 @@ struct Oracle {
    }
    std::vector<std::pair<unsigned, unsigned>> children(std::pair<unsigned, unsigned> query) const {
       std::vector<std::pair<unsigned, unsigned>> found;
-      if (query.second == 0 && !routes.contains(query)) {
-         return found;
-      }
       for (const auto& route : subtree(query)) {
          if (route.second > query.second &&
              std::none_of(found.begin(), found.end(), [&](const auto& other) { return covers(other, route); })) {
@@ -64,9 +61,8 @@ struct Oracle {
       return found == routes.end() ? std::nullopt : std::optional(*found);
    }
    bool longer(std::pair<unsigned, unsigned> query) const {
-      return query.second != 0 && std::any_of(routes.begin(), routes.end(), [&](const auto& route) {
-                return covers(query, route) && route.second > query.second;
-             });
+      return std::any_of(routes.begin(), routes.end(),
+                         [&](const auto& route) { return covers(query, route) && route.second > query.second; });
    }
 };
 

@@ -113,7 +113,7 @@ class FrontTable final : public RouteTable {
    Prefix longestMatch(const Prefix& query) const override { return known(trie_->longestMatch(form(query))); }
    Prefix parent(const Prefix& query) const override { return known(trie_->findParent(form(query))); }
    bool longerPresent(const Prefix& query) const override {
-      return query.len() != 0 && trie_->longerRoutePresent(form(query));
+      return query.len() == 0 ? hasLongerThanDefault(query) : trie_->longerRoutePresent(form(query));
    }
    void covering(const Prefix& query, const Visit& visit) const override { coveringByParents(query, visit); }
    void subtree(const Prefix& query, const Visit& visit) const override {

@@ -94,9 +94,7 @@ void IntrusiveTable::walk(const Prefix& query, Each&& each) const {
    }
 }
 
-bool IntrusiveTable::longerPresent(const Prefix& query) const {
-   return query.len() != 0 && covers(query, next(query));
-}
+bool IntrusiveTable::longerPresent(const Prefix& query) const { return covers(query, next(query)); }
 
 void IntrusiveTable::subtree(const Prefix& query, const Visit& visit) const {
    walk(query, [&](const Prefix& route) {
@@ -106,9 +104,6 @@ void IntrusiveTable::subtree(const Prefix& query, const Visit& visit) const {
 }
 
 void IntrusiveTable::children(const Prefix& query, const Visit& visit) const {
-   if (query.len() == 0 && trie_->route(Corenet::Ip6Prefix()) == nullptr) {
-      return;
-   }
    walk(query, [&](const Prefix& route) {
       if (route != query) {
          visit(route);

@@ -81,9 +81,7 @@ void MultibitTable::subtree(const Prefix& query, const Visit& visit) const {
 }
 
 void MultibitTable::children(const Prefix& query, const Visit& visit) const {
-   if (query.len() != 0 || trie_->isDefaultRoutePresent()) {
-      trie_->preOrderWalk(query.v4Prefix(), Corvid::ptrIsImpl<ChildVisitor>(query.v4Prefix(), visit));
-   }
+   trie_->preOrderWalk(query.v4Prefix(), Corvid::ptrIsImpl<ChildVisitor>(query.v4Prefix(), visit));
 }
 
 RouteTable::Prefix MultibitTable::next(const Prefix& query) const {

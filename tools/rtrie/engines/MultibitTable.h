@@ -30,7 +30,7 @@ class MultibitTable final : public RouteTable {
    Prefix longestMatch(const Prefix& query) const override { return known(trie_->longestMatch(query.v4Prefix())); }
    Prefix parent(const Prefix& query) const override { return known(trie_->findParent(query.v4Prefix())); }
    bool longerPresent(const Prefix& query) const override {
-      return query.len() != 0 && trie_->longerRoutePresent(query.v4Prefix());
+      return query.len() == 0 ? hasLongerThanDefault(query) : trie_->longerRoutePresent(query.v4Prefix());
    }
    void covering(const Prefix& query, const Visit& visit) const override { coveringByParents(query, visit); }
    void subtree(const Prefix& query, const Visit& visit) const override;

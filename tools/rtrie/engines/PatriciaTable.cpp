@@ -57,12 +57,18 @@ RouteTable::Prefix PatriciaTable::longestMatch(const Prefix& query) const {
 RouteTable::Prefix PatriciaTable::parent(const Prefix& query) const {
    return parentOrNone(trie_->findParentCommon(query, nullptr, nullptr));
 }
-bool PatriciaTable::longerPresent(const Prefix& query) const { return trie_->longerRoutePresentCommon(query); }
+bool PatriciaTable::longerPresent(const Prefix& query) const {
+   return query.len() == 0 ? hasLongerThanDefault(query) : trie_->longerRoutePresentCommon(query);
+}
 void PatriciaTable::subtree(const Prefix& query, const Visit& visit) const {
    trie_->preOrderWalk(query, Corvid::ptrIsImpl<GenVisitor>(query, visit).get());
 }
 void PatriciaTable::children(const Prefix& query, const Visit& visit) const {
-   trie_->findImmediateChildren(query, Corvid::ptrIsImpl<GenVisitor>(query, visit).get());
+   if (query.len() == 0) {
+      trie_->preOrderWalk(query, Corvid::ptrIsImpl<GenTopVisitor>(visit).get());
+   } else {
+      trie_->findImmediateChildren(query, Corvid::ptrIsImpl<GenVisitor>(query, visit).get());
+   }
 }
 
 CompactPatriciaTable::CompactPatriciaTable(Corenet::AddressFamily af)
@@ -77,13 +83,19 @@ RouteTable::Prefix CompactPatriciaTable::parent(const Prefix& query) const {
    return parentOrNone(trie_->findParentCommonCompact(CompactIpPrefix(query), nullptr, nullptr).genPrefix());
 }
 bool CompactPatriciaTable::longerPresent(const Prefix& query) const {
-   return trie_->longerRoutePresentCommonCompact(CompactIpPrefix(query));
+   return query.len() == 0 ? hasLongerThanDefault(query)
+                           : trie_->longerRoutePresentCommonCompact(CompactIpPrefix(query));
 }
 void CompactPatriciaTable::subtree(const Prefix& query, const Visit& visit) const {
    trie_->preOrderWalkCompact(CompactIpPrefix(query), Corvid::ptrIsImpl<CompactVisitor>(query, visit).get());
 }
 void CompactPatriciaTable::children(const Prefix& query, const Visit& visit) const {
-   trie_->findImmediateChildrenCompact(CompactIpPrefix(query), Corvid::ptrIsImpl<CompactVisitor>(query, visit).get());
+   if (query.len() == 0) {
+      trie_->preOrderWalkCompact(CompactIpPrefix(query), Corvid::ptrIsImpl<CompactTopVisitor>(visit).get());
+   } else {
+      trie_->findImmediateChildrenCompact(CompactIpPrefix(query),
+                                          Corvid::ptrIsImpl<CompactVisitor>(query, visit).get());
+   }
 }
 
 }  // namespace Rtrie

@@ -1,4 +1,5 @@
-// RouteVisitor: the callback of a Patricia trie's walks that hands on the routes under a query.
+// RouteVisitor: the callback of a Patricia trie's walks that hands on the routes under a query. TopVisitor: the one for a
+// zero-length query for children, of which the trie itself finds none unless the default route is there.
 //
 // Tested by tests/tools/rtrie/EngineTest.cpp.
 #pragma once
@@ -38,7 +39,26 @@ class RouteVisitor final : public Callback {
    const RouteTable::Visit& visit_;
 };
 
+// Hands on the routes that no other one but the default route covers.
+template <class Callback, class PrefixType>
+class TopVisitor final : public Callback {
+  public:
+   explicit TopVisitor(const RouteTable::Visit& visit) : visit_(visit) {}
+
+   bool handlePrefixData(const PrefixType& p, const Routing::PrefixData*) override {
+      if (p.len() != 0) {
+         visit_(genPrefixOf(p));
+      }
+      return p.len() == 0;
+   }
+
+  private:
+   const RouteTable::Visit& visit_;
+};
+
 using GenVisitor = RouteVisitor<Routing::PatriciaTrieWalkCb, Corenet::IpGenPrefix>;
+using GenTopVisitor = TopVisitor<Routing::PatriciaTrieWalkCb, Corenet::IpGenPrefix>;
 using CompactVisitor = RouteVisitor<Routing::PatriciaTrieCompactWalkCb, Corenet::CompactIpPrefix>;
+using CompactTopVisitor = TopVisitor<Routing::PatriciaTrieCompactWalkCb, Corenet::CompactIpPrefix>;
 
 }  // namespace Rtrie
