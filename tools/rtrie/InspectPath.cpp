@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "routetrie/platform/Corvid/RangeException.h"
+#include "tools/rtrie/CallCheck.h"
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Words.h"
@@ -45,23 +46,47 @@ std::vector<Inspect::Given> completed(const Inspect::Field& field, const std::ve
    return all;
 }
 
-Inspect::Value readStep(Corvid::Node& node, const InspectPath::Step& step) {
+// The field's own name, once it is made sure that the object is of the class before it.
+std::string fieldNameOf(const Corvid::Node& node, const std::string& name) {
+   const auto colons = name.rfind("::");
+   if (colons == std::string::npos) {
+      return name;
+   }
+   const std::string className = name.substr(0, colons);
    const auto type = Inspect::typeOf(node);
-   const auto field = type ? type->field(step.field) : std::nullopt;
-   if (!field) {
-      return Inspect::get(node, step.field);  // which says what is wrong
+   auto named = type;  // the first of the object's classes that is called so, with or without its namespaces
+   while (named && named->name() != className && !named->name().ends_with("::" + className)) {
+      named = named->base();
    }
-   if (field->takes(Corvid::AccessKind::call)) {
-      return Inspect::call(node, step.field, completed(*field, step.arguments));
-   }
-   if (step.arguments.empty()) {
-      return field->shape() == Tesk::Shape::queue ? Inspect::front(node, step.field) : Inspect::get(node, step.field);
-   }
-   if (step.arguments.size() > 1) {
+   if (!named) {
       Corvid::RangeException::throwException(
-         fmt::format("{} has one key, not {}", step.field, step.arguments.size()).c_str());
+         fmt::format("{} is no {}", type ? type->name() : "the object", className).c_str());
    }
-   return Inspect::get(node, step.field, step.arguments.front());
+   return name.substr(colons + 2);
+}
+
+InspectPath::Read readStep(Corvid::Node& node, const InspectPath::Step& step) {
+   const auto name = fieldNameOf(node, step.field);
+   const auto type = Inspect::typeOf(node);
+   const auto field = type ? type->field(name) : std::nullopt;
+   if (!field) {
+      return {Inspect::get(node, name), {}};  // which says what is wrong
+   }
+   const auto typeName = field->typeName();
+   if (field->takes(Corvid::AccessKind::call)) {
+      const auto arguments = completed(*field, step.arguments);
+      requireHarmless(node, *field, arguments);
+      return {Inspect::call(node, name, arguments), typeName};
+   }
+   const std::vector<Inspect::Given> key(step.arguments.begin(), step.arguments.end());
+   requireHarmless(node, *field, key);
+   if (key.empty()) {
+      return {field->shape() == Tesk::Shape::queue ? Inspect::front(node, name) : Inspect::get(node, name), typeName};
+   }
+   if (key.size() > 1) {
+      Corvid::RangeException::throwException(fmt::format("{} has one key, not {}", name, key.size()).c_str());
+   }
+   return {Inspect::get(node, name, key.front()), typeName};
 }
 
 }  // namespace
@@ -108,15 +133,15 @@ bool InspectPath::suits(Corenet::AddressFamily af) const {
    return true;
 }
 
-Inspect::Value InspectPath::read(Corvid::Node& node) const {
-   Inspect::Value value;
+InspectPath::Read InspectPath::read(Corvid::Node& node) const {
+   Read value;
    Corvid::Node* at = &node;
    for (const Step& step : steps_) {
       if (at == nullptr) {
          Corvid::RangeException::throwException(
             fmt::format("nothing has a {}: what comes before it is no object", step.field).c_str());
       }
-      Inspect::Value next = readStep(*at, step);
+      Read next = readStep(*at, step);
       value = std::move(next);
       at = const_cast<Corvid::Node*>(value.object.get());
    }
