@@ -1,10 +1,12 @@
 #include "tools/rtrie/AnswerFormat.h"
 
 #include <array>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "tools/rtrie/JsonLine.h"
+#include "tools/rtrie/TsvField.h"
 
 namespace Rtrie {
 namespace {
@@ -14,28 +16,34 @@ using Corenet::IpGenPrefix;
 constexpr std::string_view noAnswer = "-";
 constexpr std::string_view yesOrNo(bool yes) { return yes ? "yes" : "no"; }
 
+template <bool hasPayload>
 class TsvWriter final : public AnswerWriter {
   public:
    using AnswerWriter::AnswerWriter;
 
    void write(const IpGenPrefix& query, const Answer& answer) override {
       if (op_.kind == AnswerKind::yesNo) {
-         line(query, yesOrNo(answer.yes));
+         line(query, yesOrNo(answer.yes), answer.yes && op_.isAboutQuery ? &query : nullptr);
          return;
       }
       if (answer.routes.empty()) {
-         line(query, noAnswer);
+         line(query, noAnswer, nullptr);
       }
       for (const IpGenPrefix& route : answer.routes) {
-         line(query, route.stringValue());
+         line(query, route.stringValue(), &route);
       }
    }
 
   private:
-   void line(const IpGenPrefix& query, std::string_view answer) {
+   // route: the one whose payload it is, or null.
+   void line(const IpGenPrefix& query, std::string_view answer, const IpGenPrefix* route) {
       output_.text(query.stringValue());
       output_.text("\t");
       output_.text(answer);
+      if constexpr (hasPayload) {
+         output_.text("\t");
+         output_.text(route == nullptr ? "" : tsvField(payloadOf_(*route).value_or("")));
+      }
       output_.text("\n");
       output_.lineDone();
    }
@@ -120,8 +128,6 @@ class JsonWriter final : public AnswerWriter {
    }
 
   private:
-   using Json = nlohmann::ordered_json;
-
    Json payload(const IpGenPrefix& route) const {
       const auto text = payloadOf_(route);
       return text ? Json(*text) : Json();
@@ -132,10 +138,7 @@ class JsonWriter final : public AnswerWriter {
       object["query"] = std::string(query.stringValue());
       object["answer"] = std::move(answer);
       object["payload"] = std::move(payload);
-      // A payload may be any bytes; what is no UTF-8 becomes U+FFFD.
-      output_.text(object.dump(-1, ' ', false, Json::error_handler_t::replace));
-      output_.text("\n");
-      output_.lineDone();
+      jsonLine(output_, object);
    }
 };
 
@@ -146,7 +149,8 @@ std::unique_ptr<AnswerWriter> make(Output& output, PayloadOf payloadOf, const Op
 
 constexpr AnswerFormat rows[] = {
    {"text", "aligned, with the payload", make<TextWriter>},
-   {"tsv", "query, tab, answer", make<TsvWriter>},
+   {"tsv", "query, tab, answer", make<TsvWriter<false>>},
+   {"tsv-payload", "query, tab, answer, tab, payload", make<TsvWriter<true>>},
    {"json", "one object a line: query, answer, payload", make<JsonWriter>},
 };
 

@@ -2,6 +2,7 @@
 //
 //    text   for people: columns for the query, the answer and the payload
 //    tsv    QUERY<TAB>ANSWER, "-" for no answer, "yes" or "no"; an op with many answers has a line for each
+//    tsv-payload   the same and <TAB>PAYLOAD, empty if there is none (see TsvField)
 //    json   one object a line: query, answer (null for none; true or false), payload (null if there is no route)
 //
 // To add a format, give it a row in AnswerFormat.cpp. Tested by tests/tools/rtrie/AnswerFormatTest.cpp.

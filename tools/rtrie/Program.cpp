@@ -46,6 +46,7 @@ ExitStatus runCommandLine(int argc, char** argv) {
    CLI::App app("Keeps IP routes in tries and answers questions about them", "rtrie");
    app.set_version_flag("--version", std::string("rtrie ") + RTRIE_VERSION);
    app.footer(helpSection("Table formats, told by content", summariesOf(tableFormats())) + "\n" +
+              helpSection("Exit status", exitStatusHelp) + "\n" +
               helpSection("Example", "  rtrie lookup --table routes.txt 192.0.2.1"));
    app.require_subcommand(0, 1);  // so that a query may be spelled as another command
    std::vector<std::pair<CLI::App*, Run>> runs;
@@ -88,11 +89,11 @@ int runProgram(int argc, char** argv) {
       } catch (const UsageError& error) {
          return failed(error.what(), ExitStatus::badUsage);
       } catch (const DataError& error) {
-         return failed(error.what(), ExitStatus::badData);
+         return failed(error.what(), ExitStatus::nothingUsable);
       } catch (const std::bad_alloc&) {
-         return failed("out of memory", ExitStatus::badData);
+         return failed("out of memory", ExitStatus::nothingUsable);
       } catch (const std::exception& error) {
-         return failed(error.what(), ExitStatus::badData);
+         return failed(error.what(), ExitStatus::nothingUsable);
       }
    }();
    return static_cast<int>(status);

@@ -66,6 +66,14 @@ TEST_F(AnswerFormatTest, tsv) {
       "10.1.0.0/16\t10.0.0.0/8\n"
       "10.1.0.0/16\t10.1.0.0/16\n",
       printed("tsv", "match", matches_));
+   EXPECT_EQ(
+      "10.2.0.0/16\t10.0.0.0/8\tprivate \"use\"\n"
+      "2001:db8::/32\t-\t\n"
+      "10.1.2.3/32\t10.1.0.0/16\t\n"
+      "10.1.0.0/16\t10.0.0.0/8\tprivate \"use\"\n"
+      "10.1.0.0/16\t10.1.0.0/16\t\n",
+      printed("tsv-payload", "match", matches_));
+   EXPECT_EQ("10.0.0.0/8\tyes\tprivate \"use\"\n12.0.0.0/8\tno\t\n", printed("tsv-payload", "exact", yesNo_));
    EXPECT_EQ("10.0.0.0/8\tyes\n12.0.0.0/8\tno\n", printed("tsv", "exact", yesNo_));
    EXPECT_EQ("10.0.0.0/8\tyes\n12.0.0.0/8\tno\n", printed("tsv", "longer", yesNo_));
 }

@@ -25,12 +25,14 @@ class Dump : public testing::Test {
 };
 
 constexpr auto whole =
+   "IPv4  routes = 4\n"
    "PatriciaTrie\n"
    "  route[] #4\n"
    "    0.0.0.0/0\n"
    "    10.0.0.0/8\n"
    "    10.128.0.0/16\n"
    "    11.0.0.0/8\n"
+   "IPv6  routes = 1\n"
    "PatriciaTrie\n"
    "  route[] #1\n"
    "    2001:db8::/32\n";
@@ -43,12 +45,14 @@ TEST_F(Dump, listOfRoutesByFamily) {
 
 TEST_F(Dump, limitCutsTheNormalFormOnly) {
    EXPECT_EQ(
+      "IPv4  routes = 4\n"
       "PatriciaTrie\n"
       "  route[] #4\n"
       "  -- The following list will be truncated, use verbose option to display all 4 entries --\n"
       "    0.0.0.0/0\n"
       "    10.0.0.0/8\n"
       "  -- This list has been truncated, use verbose option to display all 4 entries --\n"
+      "IPv6  routes = 1\n"
       "PatriciaTrie\n"
       "  route[] #1\n"
       "    2001:db8::/32\n",

@@ -75,9 +75,40 @@ TEST(InspectCommand, readsALoadedTable) {
    const Ran json = rtrie({"inspect", "--table", table, "--format", "json", "--engine", "patricia-compact", "nodes"});
    EXPECT_EQ(0, json.status);
    EXPECT_EQ(
-      "{\"family\":\"ipv4\",\"path\":\"nodes\",\"value\":\"1\"}\n"
-      "{\"family\":\"ipv6\",\"path\":\"nodes\",\"value\":\"1\"}\n",
+      "{\"family\":\"ipv4\",\"path\":\"nodes\",\"value\":1}\n"
+      "{\"family\":\"ipv6\",\"path\":\"nodes\",\"value\":1}\n",
       json.out);
+}
+
+TEST(InspectCommand, jsonHasNumbersTruthsAndNulls) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8\n");
+   const Ran ran = rtrie({"inspect", "--table", table, "--format", "json", "--engine", "patricia", "routes", "empty",
+                          "defaultRouteNodeData", "longestMatchCommon(10.1.2.3/32)", "updateRoute(11.0.0.0/8)"});
+   EXPECT_EQ(
+      "{\"family\":\"ipv4\",\"path\":\"routes\",\"value\":1}\n"
+      "{\"family\":\"ipv4\",\"path\":\"empty\",\"value\":false}\n"
+      "{\"family\":\"ipv4\",\"path\":\"defaultRouteNodeData\",\"value\":null}\n"
+      "{\"family\":\"ipv4\",\"path\":\"longestMatchCommon(10.1.2.3/32)\",\"value\":\"10.0.0.0/8\"}\n"
+      "{\"family\":\"ipv4\",\"path\":\"updateRoute(11.0.0.0/8)\",\"value\":null}\n",
+      ran.out);
+   EXPECT_EQ("", ran.err);
+   EXPECT_EQ(0, ran.status);
+}
+
+// Each of these ended the program by a signal.
+TEST(InspectCommand, whatWouldBreakTheTableIsRefused) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8\n10.1.0.0/16\n");
+   for (const auto& [engine, path] :
+        {std::pair{"patricia", "preOrderWalk(10.0.0.0/8)"}, std::pair{"gen", "longerRoutePresent(none)"},
+         std::pair{"multibit", "handleDeletion"}, std::pair{"gen", "cb4.handlePrefix(10.0.0.0/8)"},
+         std::pair{"patricia", "dumpState(null, 0)"}}) {
+      const Ran ran = rtrie({"inspect", "--table", table, "--engine", engine, path, "routes"});
+      EXPECT_EQ("IPv4  routes = 2\n", ran.out) << path;
+      EXPECT_EQ(1, std::count(ran.err.begin(), ran.err.end(), '\n')) << ran.err;
+      EXPECT_EQ(1, ran.status) << path;
+   }
 }
 
 // Of "name" the trie of the front end tells, of "empty" alone the engine beneath, which can also be named.
@@ -109,9 +140,10 @@ TEST(InspectCommand, whatCantBeHadIsOneClearLine) {
    EXPECT_EQ("rtrie: Routing::TrieGen has no field \"nothing\"\n", noField.err);
    EXPECT_EQ("IPv4  routes = 1\n", noField.out);
    EXPECT_EQ(1, noField.status);
+   EXPECT_EQ(3, rtrie({"inspect", "--table", table, "nothing"}).status);
    const Ran family = rtrie({"inspect", "--table", table, "longestMatch(2001:db8::/32)"});
    EXPECT_EQ("rtrie: no table of engine \"auto\" is of the family of \"longestMatch(2001:db8::/32)\"\n", family.err);
-   EXPECT_EQ(1, family.status);
+   EXPECT_EQ(3, family.status);
    EXPECT_EQ(2, rtrie({"inspect", "--format", "xml"}).status);
 }
 

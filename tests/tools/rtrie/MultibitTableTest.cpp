@@ -66,8 +66,9 @@ TEST_F(Multibit, nextOfWhatIsNoRouteLeavesNothingBehind) {
 TEST_F(Multibit, dumpsItsRoutesAndItsNodes) {
    EXPECT_THAT(
       ran({"dump", "--limit", "2"}),
-      testing::StartsWith("Trie\n  route[] #7\n  -- The following list will be truncated, use verbose option to "
-                          "display all 7 entries --\n    0.0.0.0/0\n    10.0.0.0/8\n"));
+      testing::StartsWith(
+         "IPv4  routes = 8\nTrie\n  route[] #7\n  -- The following list will be truncated, use verbose option to "
+         "display all 7 entries --\n    0.0.0.0/0\n    10.0.0.0/8\n"));
    EXPECT_THAT(ran({"dump", "--tree"}),
                testing::AllOf(testing::StartsWith(" ->[0.0.0.0/8 0x"), HasSubstr("   [00000001 10.0.0.0]\n")));
 }

@@ -71,8 +71,8 @@ TEST(PatriciaDataTable, theProgramPrintsThePayloadOfTheEngine) {
       run({"lookup", "--op", "covering", "--format", "tsv", "10.1.0.0/16", "2001:db9::/32"}));
    EXPECT_EQ("0.0.0.0/0 up\n10.0.0.0/8 private\n10.1.0.0/16\n2001:db8::/32 docs\n", run({"walk"}));
    EXPECT_EQ(
-      "PatriciaTrie\n  route[] #3\n    0.0.0.0/0\n    10.0.0.0/8\n    10.1.0.0/16\n"
-      "PatriciaTrie\n  route[] #1\n    2001:db8::/32\n",
+      "IPv4  routes = 3\nPatriciaTrie\n  route[] #3\n    0.0.0.0/0\n    10.0.0.0/8\n    10.1.0.0/16\n"
+      "IPv6  routes = 1\nPatriciaTrie\n  route[] #1\n    2001:db8::/32\n",
       run({"dump"}));
 }
 

@@ -30,6 +30,9 @@ TEST(Program, helpHasAnExample) {
    const Ran program = rtrie({"--help"});
    EXPECT_THAT(program.out, AllOf(HasSubstr("lookup"), HasSubstr("stats"), HasSubstr("bgpdump"),
                                   HasSubstr("Example:\n  rtrie lookup --table")));
+   EXPECT_THAT(program.out,
+               HasSubstr("Exit status:\n  0                 all was answered\n  1                 some input was "
+                         "bad, and the rest was answered\n  2  "));
    EXPECT_EQ(0, program.status);
    const Ran lookup = rtrie({"lookup", "--help"});
    EXPECT_THAT(lookup.out,
@@ -121,7 +124,7 @@ TEST(Program, aFullOutputIsAFault) {
    const std::string command =
       std::string(RTRIE_PROGRAM) + " lookup --table " + table + " 10.0.0.1 >/dev/full 2>" + errors;
    const int status = std::system(command.c_str());
-   EXPECT_EQ(1, WEXITSTATUS(status));
+   EXPECT_EQ(3, WEXITSTATUS(status));
    EXPECT_EQ("rtrie: cannot write the output: No space left on device\n", Support::contentOf(errors));
 }
 

@@ -1,6 +1,8 @@
 // StatsCommand: the program, run over small tables.
 #include "tools/rtrie/commands/StatsCommand.h"
 
+#include <nlohmann/json.hpp>
+
 #include "Support.h"
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/Registry.h"
@@ -57,6 +59,52 @@ TEST(Stats, aFamilyWithoutRoutes) {
    EXPECT_EQ(0, ran.status);
 }
 
+// One count for both families, and beside it what the engine says of itself.
+TEST(Stats, theDefaultRouteIsCountedByEveryEngine) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "0.0.0.0/0\n10.0.0.0/8\n::/0\n2001:db8::/32\n");
+   for (const Engine& engine : engines()) {
+      SCOPED_TRACE(engine.name);
+      const std::string name(engine.name);
+      const Ran stats = rtrie({"stats", "--table", table, "--engine", name});
+      const Ran inspect = rtrie({"inspect", "--table", table, "--engine", name, "routes"});
+      const Ran dump = rtrie({"dump", "--table", table, "--engine", name});
+      for (const std::string family : {"IPv4", "IPv6"}) {
+         if (engine.holds(family == "IPv4" ? Corenet::AddressFamily::ipv4 : Corenet::AddressFamily::ipv6)) {
+            EXPECT_THAT(stats.out, HasSubstr("\n" + family + "\n  routes         2\n"));
+            EXPECT_THAT("\n" + inspect.out, HasSubstr("\n" + family + "  routes = 2\n"));
+            EXPECT_THAT("\n" + dump.out, HasSubstr("\n" + family + "  routes = 2\n"));
+         }
+      }
+   }
+   const Ran multibit = rtrie({"stats", "--table", table, "--engine", "multibit"});
+   EXPECT_THAT(multibit.out, HasSubstr("\n  routes         2\n  engine counts  1 (Routing::Trie::routes)\n"));
+   const Ran own = rtrie({"inspect", "--table", table, "--engine", "multibit", "Trie::routes"});
+   EXPECT_EQ("IPv4  Trie::routes = 1\n", own.out);
+}
+
+TEST(Stats, speaksJson) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "0.0.0.0/0\n10.0.0.0/8\n10.1.0.0/16\n2001:db8::/32\n");
+   const Ran ran = rtrie({"stats", "--table", table, "--engine", "multibit", "--format", "json"});
+   EXPECT_EQ("", ran.err);
+   const auto json = nlohmann::json::parse(ran.out);
+   EXPECT_EQ("multibit", json["engine"]);
+   EXPECT_EQ(4, json["routes"]);
+   EXPECT_EQ(4, json["lines"]);
+   EXPECT_TRUE(json["readSeconds"].is_number());
+   const auto& ipv4 = json["families"][0];
+   EXPECT_EQ("ipv4", ipv4["family"]);
+   EXPECT_EQ(3, ipv4["routes"]);
+   EXPECT_EQ(true, ipv4["held"]);
+   EXPECT_EQ(2, ipv4["engineCounts"]["Routing::Trie::routes"]);
+   EXPECT_EQ(nlohmann::json({{"0", 1}, {"8", 1}, {"16", 1}}), ipv4["routesByLength"]);
+   EXPECT_TRUE(ipv4["liveBytes"].is_number_unsigned());
+   EXPECT_EQ(6U, ipv4["levels"].size());
+   EXPECT_EQ(false, json["families"][1]["held"]);
+   EXPECT_EQ(2, rtrie({"stats", "--table", table, "--format", "xml"}).status);
+}
+
 TEST(Stats, badLinesAndTables) {
    const Support::Folder folder;
    const auto bad = folder.file("bad", "10.0.0.0/8\n10.0.0.0/33\n");
@@ -69,11 +117,11 @@ TEST(Stats, badLinesAndTables) {
 
    ran = rtrie({"stats", "--strict", "--table", bad});
    EXPECT_EQ("", ran.out);
-   EXPECT_EQ(1, ran.status);
+   EXPECT_EQ(3, ran.status);
 
    ran = rtrie({"stats", "--table", folder.file("empty", "")});
    EXPECT_THAT(ran.err, testing::EndsWith("empty: the table has no routes\n"));
-   EXPECT_EQ(1, ran.status);
+   EXPECT_EQ(3, ran.status);
 
    ran = rtrie({"stats", "--table", bad, "--engine", "radix"});
    EXPECT_EQ("rtrie: unknown engine \"radix\": known are " + namesOf(engines()) + "\n", ran.err);

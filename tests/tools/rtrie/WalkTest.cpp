@@ -86,6 +86,18 @@ TEST_F(Walk, familyWithoutRoutesIsEmpty) {
    EXPECT_EQ(0, ran.status);
 }
 
+TEST_F(Walk, printsTabsAndJson) {
+   const auto table = folder_.file("payloads", "10.0.0.0/8 a\tb \\ \"c\"\n10.1.0.0/16\n");
+   const auto printed = [&](const char* format) { return rtrie({"walk", "--table", table, "--format", format}).out; };
+   EXPECT_EQ("10.0.0.0/8\n10.1.0.0/16\n", printed("tsv"));
+   EXPECT_EQ("10.0.0.0/8\ta\\tb \\\\ \"c\"\n10.1.0.0/16\t\n", printed("tsv-payload"));
+   EXPECT_EQ(
+      "{\"prefix\":\"10.0.0.0/8\",\"length\":8,\"payload\":\"a\\tb \\\\ \\\"c\\\"\"}\n"
+      "{\"prefix\":\"10.1.0.0/16\",\"length\":16,\"payload\":\"\"}\n",
+      printed("json"));
+   EXPECT_EQ(2, walk({"--format", "xml"}).status);
+}
+
 TEST_F(Walk, badUsageIsOneLine) {
    const Ran ran = walk({"10.0.0.1/8"});
    EXPECT_THAT(ran.err, testing::AllOf(testing::StartsWith("rtrie: "), testing::HasSubstr("\"10.0.0.1/8\"")));

@@ -7,6 +7,7 @@
 #include "routetrie/platform/Keel/DumpContext.h"
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/OutputStream.h"
+#include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Registry.h"
 #include "tools/rtrie/TableLoader.h"
 #include "tools/rtrie/TableSet.h"
@@ -39,6 +40,8 @@ ExitStatus run(const DumpOptions& options) {
          if (options.tree) {
             table->dumpTree(stream);
          } else {
+            // The engine's own list or count may be without the default route.
+            output.format("{}  routes = {}\n", familyName(af), table->routes());
             table->dump(context);
          }
       }
@@ -60,8 +63,11 @@ Run addDump(CLI::App& app) {
          "--tree", options->tree,
          "The tree of nodes with their keys and bits, instead of the list of routes; intrusive has the tree alone")
       ->excludes("--verbose", "--limit");
-   app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
-              helpSection("Example", "  rtrie dump --table routes.txt --limit 20"));
+   app.footer(
+      "For each family the count of its routes, then what the engine writes of itself, which is made for people: "
+      "for records take walk --format json.\n\n" +
+      helpSection("Engines", summariesOf(engines())) + "\n" +
+      helpSection("Example", "  rtrie dump --table routes.txt --limit 20"));
    return [options] { return run(*options); };
 }
 

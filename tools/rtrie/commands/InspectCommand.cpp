@@ -5,7 +5,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -13,6 +12,7 @@
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/InspectPath.h"
+#include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/Messages.h"
 #include "tools/rtrie/Output.h"
 #include "tools/rtrie/PrefixText.h"
@@ -31,19 +31,30 @@ struct InspectFormat {
    std::string_view name;
    std::string_view summary;
    void (*types)(std::span<const Inspect::Type> types, Output& output);
-   void (*value)(Corenet::AddressFamily af, std::string_view path, const Inspect::Value& value, Output& output);
+   void (*value)(Corenet::AddressFamily af, std::string_view path, const InspectPath::Read& value, Output& output);
 };
 
-void printValueText(Corenet::AddressFamily af, std::string_view path, const Inspect::Value& value, Output& output) {
+void printValueText(Corenet::AddressFamily af, std::string_view path, const InspectPath::Read& value,
+                    Output& output) {
    output.format("{}  {} = {}\n", familyName(af), path, value.text);
 }
 
-// {"family": "ipv4", "path": .., "value": ..}; numbers and truth values stay text, as the types' own texts are.
-void printValueJson(Corenet::AddressFamily af, std::string_view path, const Inspect::Value& value, Output& output) {
-   const nlohmann::ordered_json line = {
-      {"family", Corenet::stringValue(af).view()}, {"path", path}, {"value", value.text}};
-   output.text(line.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
-   output.text("\n");
+// Numbers, truth values, null objects and no result as JSON has them; of all other types the text.
+Json jsonOf(const InspectPath::Read& value) {
+   const auto type = value.typeName;
+   const auto described = Inspect::findType(type);
+   const bool isObject = described && described->isClass();
+   if (type == "void" || (isObject && !value.object)) {
+      return nullptr;
+   }
+   const bool isPlain = type == "bool" || type == "U8" || type == "U16" || type == "U32" || type == "S32";
+   return isPlain ? Json::parse(value.text) : Json(value.text);
+}
+
+// {"family": "ipv4", "path": .., "value": ..}
+void printValueJson(Corenet::AddressFamily af, std::string_view path, const InspectPath::Read& value,
+                    Output& output) {
+   jsonLine(output, {{"family", Corenet::stringValue(af).view()}, {"path", path}, {"value", jsonOf(value)}});
 }
 
 constexpr InspectFormat formats[] = {
@@ -79,6 +90,15 @@ ExitStatus showTypes(const InspectOptions& options, const InspectFormat& format)
    return ExitStatus::ok;
 }
 
+// The table's own count goes before the engines', of which some leave the default route out.
+InspectPath::Read readOf(const RouteTable& table, const InspectPath& path) {
+   const auto& first = path.steps().front();
+   if (path.steps().size() == 1 && first.field == "routes" && first.arguments.empty()) {
+      return {{fmt::format("{}", table.routes()), nullptr}, "U32"};
+   }
+   return path.read(table.objectWith(first.field));
+}
+
 ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& format) {
    options.table.check();
    const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
@@ -91,6 +111,7 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
    const TableSet tables(engine, routes);
    Output output(STDOUT_FILENO);
    std::uint64_t faults = report.faults;
+   std::uint64_t values = 0;
    for (const InspectPath& path : paths) {
       bool asked = false;
       for (const auto af : families) {
@@ -100,9 +121,9 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
          }
          asked = true;
          try {
-            const Inspect::Value value = path.read(table->objectWith(path.steps().front().field));
-            format.value(af, path.text(), value, output);
+            format.value(af, path.text(), readOf(*table, path), output);
             output.lineDone();
+            ++values;
          } catch (const Corvid::RangeException& fault) {
             ++faults;
             say(fault.what());
@@ -114,7 +135,7 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
       }
    }
    output.flush();
-   return faults == 0 ? ExitStatus::ok : ExitStatus::badData;
+   return exitStatusOf(faults, values != 0);
 }
 
 ExitStatus run(const InspectOptions& options) {
@@ -128,15 +149,17 @@ Run addInspect(CLI::App& app) {
    auto options = std::make_shared<InspectOptions>();
    options->table.addTo(app, false);
    app.add_option("--format", options->format, "How it is printed")->type_name("FORMAT")->capture_default_str();
-   app.add_option("NAME", options->names,
-                  "Without --table, a class; without any, all are shown. With it, what is to be read: an attribute, "
-                  "name(key) or name(argument, ...), joined by dots where one leads to the next")
+   app.add_option(
+         "NAME", options->names,
+         "Without --table, a class; without any, all are shown. With it, what is to be read: an attribute, "
+         "name(key) or name(argument, ...), joined by dots where one leads to the next. routes is the table's "
+         "count; Class::routes is what an engine of that class counts")
       ->type_name("");
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
               helpSection("Formats", summariesOf(std::span<const InspectFormat>(formats))) + "\n" +
               helpSection("Examples",
                           "  rtrie inspect TrieGen\n"
-                          "  rtrie inspect --table routes.txt routes \"longestMatch(10.1.2.3/32)\""));
+                          "  rtrie inspect --table routes.txt routes TrieGen::routes \"longestMatch(10.1.2.3/32)\""));
    return [options] { return run(*options); };
 }
 

@@ -43,6 +43,7 @@ class Lookup {
          answer_.routes.clear();
          op_.ask(table, query, answer_);
          writer_.write(query, answer_);
+         ++answered_;
       } catch (const BadText& fault) {
          ++faults_;
          say(lineNumber == 0 ? fault.what() : fmt::format("<stdin>:{}: {}", lineNumber, fault.what()));
@@ -50,6 +51,7 @@ class Lookup {
    }
 
    std::uint64_t faults() const { return faults_; }
+   std::uint64_t answered() const { return answered_; }
 
   private:
    const RouteTable& tableFor(Corenet::AddressFamily af, std::string_view text) const {
@@ -69,6 +71,7 @@ class Lookup {
    AnswerWriter& writer_;
    Answer answer_;
    std::uint64_t faults_ = 0;
+   std::uint64_t answered_ = 0;
 };
 
 void answerStandardInput(Lookup& lookup, AnswerWriter& writer) {
@@ -106,7 +109,8 @@ ExitStatus run(const LookupOptions& options) {
       answerStandardInput(lookup, *writer);
    }
    writer->flush();
-   return report.faults + lookup.faults() == 0 ? ExitStatus::ok : ExitStatus::badData;
+   const bool isUsable = lookup.faults() == 0 || lookup.answered() != 0;
+   return exitStatusOf(report.faults + lookup.faults(), isUsable);
 }
 
 }  // namespace

@@ -6,8 +6,11 @@
 #include <cstdint>
 #include <memory>
 
+#include "routetrie/platform/Corvid/Inspect.h"
 #include "tools/rtrie/BarChart.h"
 #include "tools/rtrie/Engine.h"
+#include "tools/rtrie/InspectPath.h"
+#include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/Numbers.h"
 #include "tools/rtrie/Output.h"
 #include "tools/rtrie/PrefixText.h"
@@ -22,6 +25,23 @@ constexpr unsigned chartMarks = 50;
 
 std::string timeAndRate(double seconds, std::uint64_t count, std::string_view what) {
    return fmt::format("{:.3f} s ({} {} a second)", seconds, grouped(perSecond(count, seconds)), what);
+}
+
+// What the engine's own object counts, which may be without the default route, and the name of that field; none if it
+// does not count.
+struct OwnCount {
+   std::string name;
+   std::uint64_t routes = 0;
+};
+std::optional<OwnCount> ownCountOf(const RouteTable& table) {
+   auto& object = table.object();
+   const auto type = Corvid::Inspect::typeOf(object);
+   const auto field = type ? type->field("routes") : std::nullopt;
+   if (!field) {
+      return std::nullopt;
+   }
+   return OwnCount{fmt::format("{}::routes", field->owner().name()),
+                   std::stoull(InspectPath("routes").read(object).text)};
 }
 
 void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af, const RouteSet& routes,
@@ -40,6 +60,9 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    }
    std::uint64_t const count = family.table->routes();
    line("routes", grouped(count));
+   if (const auto own = ownCountOf(*family.table)) {
+      line("engine counts", fmt::format("{} ({})", grouped(own->routes), own->name));
+   }
    line("nodes", grouped(family.table->nodes()));
    line("live bytes", grouped(family.liveBytes));
    line("bytes a route", fmt::format("{:.2f}", static_cast<double>(family.liveBytes) / static_cast<double>(count)));
@@ -70,18 +93,17 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    }
 }
 
-ExitStatus run(const TableOptions& options) {
-   options.check();
-   const Engine& engine = rowNamed(engines(), "engine", options.engine);
-   RouteSet routes;
-   const auto report = loadTables(options.tables, options.strict, routes);
-   const TableSet tables(engine, routes);
+// What the command found out, for either form.
+struct Figures {
+   const Engine& engine;
+   const RouteSet& routes;
+   const TableSet& tables;
+   const LoadReport& report;
+   double insertSeconds;
+};
 
-   double insertSeconds = 0;
-   for (auto af : families) {
-      insertSeconds += tables.of(af).seconds;
-   }
-   Output output(STDOUT_FILENO);
+void printText(const Figures& figures, Output& output) {
+   const auto& [engine, routes, tables, report, insertSeconds] = figures;
    output.format("{:<17}{}\n", "engine", engine.name);
    output.format("{:<17}{}\n", "routes", grouped(routes.size()));
    output.format("{:<17}{}\n", "load time", timeAndRate(report.seconds + insertSeconds, routes.size(), "routes"));
@@ -90,6 +112,81 @@ ExitStatus run(const TableOptions& options) {
    for (auto af : families) {
       printFamily(output, engine, af, routes, tables.of(af));
    }
+}
+
+Json familyJson(Corenet::AddressFamily af, const RouteSet& routes, const TableSet::Family& family) {
+   Json object = {{"family", Corenet::stringValue(af).view()}, {"routes", routes.size(af)}};
+   object["held"] = family.table != nullptr;
+   if (!family.table) {
+      return object;
+   }
+   if (const auto own = ownCountOf(*family.table)) {
+      object["engineCounts"] = {{own->name, own->routes}};
+   }
+   object["nodes"] = family.table->nodes();
+   object["liveBytes"] = family.liveBytes;
+   object["bytesARoute"] = static_cast<double>(family.liveBytes) / static_cast<double>(routes.size(af));
+   object["insertSeconds"] = family.seconds;
+   Json byLength = Json::object();
+   const auto counts = routes.countByLength(af);
+   for (std::size_t length = 0; length < counts.size(); ++length) {
+      if (counts[length] != 0) {
+         byLength[std::to_string(length)] = counts[length];
+      }
+   }
+   object["routesByLength"] = std::move(byLength);
+   Json levels = Json::array();
+   for (const auto& level : family.table->levels()) {
+      levels.push_back({{"name", level.name}, {"nodes", level.nodes}, {"routes", level.routes}});
+   }
+   object["levels"] = std::move(levels);
+   return object;
+}
+
+// One object; times in seconds.
+void printJson(const Figures& figures, Output& output) {
+   Json families = Json::array();
+   for (auto af : Rtrie::families) {
+      families.push_back(familyJson(af, figures.routes, figures.tables.of(af)));
+   }
+   jsonLine(output, {{"engine", figures.engine.name},
+                     {"routes", figures.routes.size()},
+                     {"lines", figures.report.lines},
+                     {"readSeconds", figures.report.seconds},
+                     {"insertSeconds", figures.insertSeconds},
+                     {"families", std::move(families)}});
+}
+
+struct StatsFormat {
+   std::string_view name;
+   std::string_view summary;
+   void (*print)(const Figures& figures, Output& output);
+};
+
+constexpr StatsFormat formats[] = {
+   {"text", "for people", printText},
+   {"json", "one object", printJson},
+};
+
+struct StatsOptions {
+   TableOptions table;
+   std::string format = std::string(formats[0].name);
+};
+
+ExitStatus run(const StatsOptions& options) {
+   options.table.check();
+   const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
+   const StatsFormat& format = rowNamed(std::span<const StatsFormat>(formats), "format", options.format);
+   RouteSet routes;
+   const auto report = loadTables(options.table.tables, options.table.strict, routes);
+   const TableSet tables(engine, routes);
+
+   double insertSeconds = 0;
+   for (auto af : families) {
+      insertSeconds += tables.of(af).seconds;
+   }
+   Output output(STDOUT_FILENO);
+   format.print({engine, routes, tables, report, insertSeconds}, output);
    output.flush();
    return report.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
 }
@@ -97,9 +194,13 @@ ExitStatus run(const TableOptions& options) {
 }  // namespace
 
 Run addStats(CLI::App& app) {
-   auto options = std::make_shared<TableOptions>();
-   options->addTo(app);
+   auto options = std::make_shared<StatsOptions>();
+   options->table.addTo(app);
+   app.add_option("--format", options->format, "How the figures are printed")
+      ->type_name("FORMAT")
+      ->capture_default_str();
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
+              helpSection("Formats", summariesOf(std::span<const StatsFormat>(formats))) + "\n" +
               helpSection("Example", "  rtrie stats --table /usr/share/tor/geoip --engine patricia-compact"));
    return [options] { return run(*options); };
 }

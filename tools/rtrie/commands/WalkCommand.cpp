@@ -5,33 +5,64 @@
 #include <memory>
 
 #include "tools/rtrie/Engine.h"
+#include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/Output.h"
 #include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Registry.h"
 #include "tools/rtrie/TableLoader.h"
 #include "tools/rtrie/TableSet.h"
+#include "tools/rtrie/TsvField.h"
 
 namespace Rtrie {
 namespace {
 
+// How one route is printed.
+struct WalkFormat {
+   std::string_view name;
+   std::string_view summary;
+   void (*route)(const RouteTable::Prefix& route, std::string_view payload, Output& output);
+};
+
+constexpr WalkFormat formats[] = {
+   {"text", "the route, and behind a blank its payload: a table of routes again",
+    [](const RouteTable::Prefix& route, std::string_view payload, Output& output) {
+       output.text(route.stringValue());
+       output.text(payload.empty() ? "" : " ");
+       output.text(payload);
+       output.text("\n");
+    }},
+   {"tsv", "the route alone",
+    [](const RouteTable::Prefix& route, std::string_view, Output& output) {
+       output.text(route.stringValue());
+       output.text("\n");
+    }},
+   {"tsv-payload", "route, tab, payload",
+    [](const RouteTable::Prefix& route, std::string_view payload, Output& output) {
+       output.text(route.stringValue());
+       output.text("\t");
+       output.text(tsvField(payload));
+       output.text("\n");
+    }},
+   {"json", "one object a line: prefix, length, payload",
+    [](const RouteTable::Prefix& route, std::string_view payload, Output& output) {
+       jsonLine(output,
+                {{"prefix", std::string(route.stringValue())}, {"length", route.len()}, {"payload", payload}});
+    }},
+};
+
 struct WalkOptions {
    TableOptions table;
+   std::string format = std::string(formats[0].name);
    std::string prefix;
 };
 
-// One route a line, and behind a blank its payload: a table of routes again.
-void walk(const TableSet& tables, const RouteTable::Prefix& prefix, Output& output) {
+void walk(const TableSet& tables, const RouteTable::Prefix& prefix, const WalkFormat& format, Output& output) {
    const auto* table = tables.of(prefix.af()).table.get();
    if (table == nullptr) {
       return;
    }
    table->subtree(prefix, [&](const RouteTable::Prefix& route) {
-      output.text(route.stringValue());
-      if (const auto payload = tables.payload(route); payload && !payload->empty()) {
-         output.text(" ");
-         output.text(*payload);
-      }
-      output.text("\n");
+      format.route(route, tables.payload(route).value_or(""), output);
       output.lineDone();
    });
 }
@@ -40,6 +71,7 @@ ExitStatus run(const WalkOptions& options) {
    options.table.check();
    const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
    requireAnswers(engine, Questions::subtree, "walk", engines());
+   const WalkFormat& format = rowNamed(std::span<const WalkFormat>(formats), "format", options.format);
    RouteTable::Prefix prefix;
    if (!options.prefix.empty()) {
       try {
@@ -53,10 +85,10 @@ ExitStatus run(const WalkOptions& options) {
    const TableSet tables(engine, routes);
    Output output(STDOUT_FILENO);
    if (!options.prefix.empty()) {
-      walk(tables, prefix, output);
+      walk(tables, prefix, format, output);
    } else {
-      walk(tables, Corenet::Prefix(), output);
-      walk(tables, Corenet::Ip6Prefix(), output);
+      walk(tables, Corenet::Prefix(), format, output);
+      walk(tables, Corenet::Ip6Prefix(), format, output);
    }
    output.flush();
    return report.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
@@ -67,8 +99,10 @@ ExitStatus run(const WalkOptions& options) {
 Run addWalk(CLI::App& app) {
    auto options = std::make_shared<WalkOptions>();
    options->table.addTo(app);
+   app.add_option("--format", options->format, "How routes are printed")->type_name("FORMAT")->capture_default_str();
    app.add_option("PREFIX", options->prefix, "Only the routes that it covers; without it, all")->type_name("");
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
+              helpSection("Formats", summariesOf(std::span<const WalkFormat>(formats))) + "\n" +
               helpSection("Example", "  rtrie walk --table routes.txt 10.0.0.0/8"));
    return [options] { return run(*options); };
 }
