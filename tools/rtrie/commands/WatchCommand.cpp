@@ -3,32 +3,101 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "routetrie/platform/Corvid/Inspect.h"
 #include "routetrie/trie/front/TrieGen.h"
+#include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/LineReader.h"
 #include "tools/rtrie/Messages.h"
+#include "tools/rtrie/Numbers.h"
 #include "tools/rtrie/Output.h"
 #include "tools/rtrie/PrefixText.h"
+#include "tools/rtrie/Registry.h"
 #include "tools/rtrie/TableLoader.h"
 #include "tools/rtrie/TableSet.h"
-#include "tools/rtrie/Words.h"
+#include "tools/rtrie/TsvField.h"
+#include "tools/rtrie/UpdateLines.h"
 
 namespace Rtrie {
 namespace {
 
-struct WatchOptions {
-   std::vector<std::string> tables;
-   bool strict = false;
+// What an update did. Only the first three are changes.
+enum class Kind : U8 { add, replace, remove, same, absent };
+
+constexpr std::string_view nameOf(Kind kind) {
+   switch (kind) {
+      case Kind::add: return "add";
+      case Kind::replace: return "replace";
+      case Kind::remove: return "delete";
+      case Kind::same: return "same";
+      case Kind::absent: return "absent";
+   }
+   return "";
+}
+
+// Payloads of the route that answers, before and after; none if there was or is none.
+struct Effect {
+   Kind kind;
+   Corenet::IpGenPrefix prefix;
+   std::optional<std::string> before;
+   std::optional<std::string> after;
 };
 
-// The trie of one family, whose publications go to the output: "IPv4 changedRoute none -> 10.0.0.0/8".
+struct WatchFormat {
+   std::string_view name;
+   std::string_view summary;
+   void (*print)(const Effect& effect, Output& output);
+};
+
+void printText(const Effect& effect, Output& output) {
+   const auto shown = [](const std::optional<std::string>& payload) {
+      return payload && !payload->empty() ? std::string_view(*payload) : std::string_view("-");
+   };
+   output.format("{:<7}  {}", nameOf(effect.kind), effect.prefix.stringValue());
+   if (effect.kind == Kind::replace) {
+      output.format("  {} -> {}", shown(effect.before), shown(effect.after));
+   } else if (const auto& one = effect.before ? effect.before : effect.after; one && !one->empty()) {
+      output.format("  {}", *one);
+   }
+   output.text("\n");
+}
+
+void printTsv(const Effect& effect, Output& output) {
+   output.format("{}\t{}\t{}\t{}\n", nameOf(effect.kind), effect.prefix.stringValue(),
+                 tsvField(effect.before.value_or("")), tsvField(effect.after.value_or("")));
+}
+
+void printJson(const Effect& effect, Output& output) {
+   const auto json = [](const std::optional<std::string>& payload) { return payload ? Json(*payload) : Json(); };
+   jsonLine(output, {{"change", nameOf(effect.kind)},
+                     {"prefix", std::string(effect.prefix.stringValue())},
+                     {"old", json(effect.before)},
+                     {"new", json(effect.after)}});
+}
+
+constexpr WatchFormat formats[] = {
+   {"text", "the change, the prefix, and its payload: OLD -> NEW where it is replaced", printText},
+   {"tsv", "change, tab, prefix, tab, old payload, tab, new payload", printTsv},
+   {"json", "one object a line: change, prefix, old, new", printJson},
+};
+
+struct WatchOptions {
+   std::vector<std::string> tables;
+   std::string format = std::string(formats[0].name);
+   bool strict = false;
+   bool isPublications = false;
+};
+
+// The trie of one family, and what it publishes: "IPv4 changedRoute none -> 10.0.0.0/8".
 class WatchedTrie {
   public:
    explicit WatchedTrie(Corenet::AddressFamily af)
@@ -69,31 +138,114 @@ class WatchedTrie {
    Corvid::Subscription watch_;
 };
 
-struct Update {
-   bool isWithdrawal;
-   Corenet::IpGenPrefix prefix;
+// The routes, with all that a kernel has at a prefix. What was loaded stays in the set that it was read to until it is
+// touched.
+class WatchedTable {
+  public:
+   explicit WatchedTable(const RouteSet& loaded) : loaded_(loaded) {
+      for (const auto af : families) {
+         loaded.forEach(af, [&](const Corenet::IpGenPrefix& route) { trie(af).routeIs(route, true); });
+      }
+   }
+
+   void watch(Output& output) {
+      for (auto& each : tries_) {
+         each.watch(output);
+      }
+   }
+
+   Effect apply(const RouteUpdate& update) {
+      auto& routes = routesAt(update.prefix);
+      const auto before = answering(routes);
+      if (update.isWithdrawal) {
+         withdraw(routes, update);
+      } else {
+         add(routes, update);
+      }
+      const auto after = answering(routes);
+      auto& engine = trie(update.prefix.af());
+      if (update.isWithdrawal ? before && !after : true) {
+         // An addition of what is there already is published, too.
+         update.isWithdrawal ? static_cast<void>(engine.routeDel(update.prefix))
+                             : engine.routeIs(update.prefix, true);
+      }
+      if (routes.empty()) {
+         touched_.erase(update.prefix);
+      }
+      return {kindOf(before, after), update.prefix, before, after};
+   }
+
+  private:
+   struct Route {
+      KernelPlace place;
+      std::string payload;
+   };
+
+   Routing::TrieGen& trie(Corenet::AddressFamily af) { return tries_[af == Corenet::ipv6() ? 1 : 0].trie(); }
+
+   std::vector<Route>& routesAt(const Corenet::IpGenPrefix& prefix) {
+      const auto [place, isNew] = touched_.try_emplace(prefix);
+      if (isNew && trie(prefix.af()).route(prefix)) {
+         const std::string payload(loaded_.payload(prefix).value_or(""));
+         place->second.push_back({kernelPlaceOf(payload), payload});
+      }
+      return place->second;
+   }
+
+   // The payload of the route with the lowest metric, of two the first; none if there is none.
+   static std::optional<std::string> answering(const std::vector<Route>& routes) {
+      const auto best = std::min_element(routes.begin(), routes.end(), [](const Route& a, const Route& b) {
+         return a.place.metric < b.place.metric;
+      });
+      return best == routes.end() ? std::nullopt : std::optional(best->payload);
+   }
+
+   static void add(std::vector<Route>& routes, const RouteUpdate& update) {
+      const Route route{kernelPlaceOf(update.payload), update.payload};
+      const auto there =
+         std::find_if(routes.begin(), routes.end(), [&](const Route& each) { return each.place == route.place; });
+      if (!update.isKernels) {
+         routes.assign(1, route);
+      } else if (there != routes.end()) {
+         *there = route;
+      } else {
+         routes.push_back(route);
+      }
+   }
+
+   // A kernel can have more than one route at a place, of which the last that was told of is kept: one by other next hops
+   // is not that one.
+   static void withdraw(std::vector<Route>& routes, const RouteUpdate& update) {
+      const auto place = kernelPlaceOf(update.payload);
+      const auto hops = nextHopsOf(update.payload);
+      std::erase_if(routes, [&](const Route& each) {
+         const auto its = nextHopsOf(each.payload);
+         return !update.isKernels || (each.place == place && (hops.empty() || its.empty() || hops == its));
+      });
+   }
+
+   static Kind kindOf(const std::optional<std::string>& before, const std::optional<std::string>& after) {
+      if (!before) {
+         return after ? Kind::add : Kind::absent;
+      }
+      return !after ? Kind::remove : *before == *after ? Kind::same : Kind::replace;
+   }
+
+   const RouteSet& loaded_;
+   std::array<WatchedTrie, 2> tries_ = {WatchedTrie(Corenet::ipv4()), WatchedTrie(Corenet::ipv6())};
+   std::map<Corenet::IpGenPrefix, std::vector<Route>> touched_;
 };
 
-// "+ PREFIX" or "- PREFIX", or "TIME a PREFIX ..." or "TIME w PREFIX ...". Raises BadText.
-Update updateOf(std::string_view line) {
-   const std::string_view whole = line;
-   std::string_view kind = takeWord(line);
-   const bool hasTime = kind != "+" && kind != "-";
-   if (hasTime) {
-      kind = takeWord(line);
-   }
-   const bool isWithdrawal = kind == (hasTime ? "w" : "-");
-   if (!isWithdrawal && kind != (hasTime ? "a" : "+")) {
-      throw BadText(
-         fmt::format("not an update, known are \"+ PREFIX\", \"- PREFIX\", \"TIME a PREFIX\" and "
-                     "\"TIME w PREFIX\": \"{}\"",
-                     whole));
-   }
-   const std::string_view prefix = takeWord(line);
-   if (!hasTime && !trimmed(line).empty()) {
-      throw BadText(fmt::format("more than a prefix: \"{}\"", whole));
-   }
-   return {isWithdrawal, prefixOfText(prefix)};
+// Lines that were passed over are no faults, but whoever waits for one of them wants to know.
+void tellPassedOver(const UpdateLines& lines) {
+   const auto tell = [](std::uint64_t count, std::string_view what) {
+      if (count != 0) {
+         say(fmt::format("<stdin>: passed over {} {}", grouped(count), what));
+      }
+   };
+   tell(lines.otherTables(), "of other routing tables");
+   tell(lines.forSources(), "of routes for some sources alone");
+   tell(lines.otherObjects(), "of links, addresses, neighbours and other objects");
 }
 
 ExitStatus run(const WatchOptions& options) {
@@ -102,41 +254,43 @@ ExitStatus run(const WatchOptions& options) {
          throw UsageError("standard input holds the updates, and can't be the table");
       }
    }
+   const WatchFormat& format = rowNamed(std::span<const WatchFormat>(formats), "format", options.format);
    RouteSet routes;
    std::uint64_t faults = loadTables(options.tables, options.strict, routes).faults;
-   std::array<WatchedTrie, 2> tries = {WatchedTrie(Corenet::ipv4()), WatchedTrie(Corenet::ipv6())};
-   const auto trieOf = [&](Corenet::AddressFamily af) -> WatchedTrie& {
-      return tries[af == Corenet::ipv6() ? 1 : 0];
-   };
+   const std::uint64_t tableFaults = faults;
+   WatchedTable table(routes);
    Output output(STDOUT_FILENO);
-   for (const auto af : families) {
-      routes.forEach(af, [&](const Corenet::IpGenPrefix& route) { trieOf(af).trie().routeIs(route, true); });
-      trieOf(af).watch(output);
+   if (options.isPublications) {
+      table.watch(output);
    }
+   std::uint64_t applied = 0;
+   UpdateLines lines([&](const RouteUpdate& update) {
+      const Effect effect = table.apply(update);
+      ++applied;
+      if (!options.isPublications) {
+         format.print(effect, output);
+         output.lineDone();
+      }
+   });
 
    // Whoever writes the updates may wait for what they do.
-   const auto source = descriptorSource(STDIN_FILENO, "<stdin>", [&] { output.flush(); });
+   const auto source = descriptorSource(STDIN_FILENO, "<stdin>", [&] {
+      lines.flush();
+      output.flush();
+   });
    LineReader reader(*source);
    while (const auto line = reader.next()) {
-      const auto text = withoutComment(trimmed(*line));
-      if (text.empty()) {
-         continue;
-      }
       try {
-         const Update update = updateOf(text);
-         Routing::TrieGen& trie = trieOf(update.prefix.af()).trie();
-         if (update.isWithdrawal) {
-            trie.routeDel(update.prefix);
-         } else {
-            trie.routeIs(update.prefix, true);
-         }
+         lines.line(*line);
       } catch (const BadText& fault) {
          ++faults;
          say(fmt::format("<stdin>:{}: {}", reader.lineNumber(), fault.what()));
       }
    }
+   lines.flush();
    output.flush();
-   return faults == 0 ? ExitStatus::ok : ExitStatus::badData;
+   tellPassedOver(lines);
+   return exitStatusOf(faults, applied != 0 || faults == tableFaults);
 }
 
 }  // namespace
@@ -147,11 +301,27 @@ Run addWatch(CLI::App& app) {
       ->type_name("FILE")
       ->allow_extra_args(false)
       ->required();
+   auto* const format = app.add_option("--format", options->format, "How changes are printed")
+                           ->type_name("FORMAT")
+                           ->capture_default_str();
+   app.add_flag("--publications", options->isPublications,
+                "Print what the trie tells its watchers, attribute by attribute, instead of the changes of routes")
+      ->excludes(format);
    app.add_flag("--strict", options->strict, "Stop at the first bad line of a table");
-   app.footer(helpSection("Updates, one a line of standard input",
-                          "  + PREFIX, TIME a PREFIX ...   add the route\n"
-                          "  - PREFIX, TIME w PREFIX ...   take it away") +
-              "\n" + helpSection("Example", "  echo '+ 192.0.2.0/24' | rtrie watch --table routes.txt"));
+   app.footer(
+      helpSection("Updates, one a line of standard input",
+                  "  + PREFIX PAYLOAD, TIME a PREFIX PAYLOAD   add the route, or replace its payload\n"
+                  "  - PREFIX, TIME w PREFIX                   take it away\n"
+                  "  what ip monitor route prints              as a kernel does, which takes the lowest metric\n") +
+      "\n" +
+      helpSection("Answers, one a line of standard output",
+                  "  add, replace, delete   the route that answers for the prefix is another now\n"
+                  "  same                   it is the one that it was\n"
+                  "  absent                 there was none to take away\n") +
+      "\n" + helpSection("Formats", summariesOf(std::span<const WatchFormat>(formats))) + "\n" +
+      helpSection("Examples",
+                  "  echo '+ 192.0.2.0/24 via 198.51.100.1' | rtrie watch --table routes.txt\n"
+                  "  ip monitor route | rtrie watch --table <(ip route show)"));
    return [options] { return run(*options); };
 }
 

@@ -1,0 +1,223 @@
+#include "tools/rtrie/UpdateLines.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+
+#include "tools/rtrie/Errors.h"
+#include "tools/rtrie/PrefixText.h"
+#include "tools/rtrie/RouteSet.h"
+#include "tools/rtrie/TableSet.h"
+#include "tools/rtrie/Words.h"
+
+namespace Rtrie {
+namespace {
+
+using namespace std::string_view_literals;
+
+template <std::size_t n>
+bool isOneOf(std::string_view word, const std::array<std::string_view, n>& words) {
+   return std::find(words.begin(), words.end(), word) != words.end();
+}
+
+// The word after `name`; none if it is not there.
+std::optional<std::string_view> valueOf(std::string_view name, std::string_view attributes) {
+   for (auto word = takeWord(attributes); !word.empty(); word = takeWord(attributes)) {
+      if (word == name) {
+         return takeWord(attributes);
+      }
+   }
+   return std::nullopt;
+}
+
+// What stands before the words of a line of `ip monitor`: [TIME], [nsid 0], [ROUTE]. The label is left of these; empty if
+// there is none.
+std::string_view takeLabel(std::string_view& line) {
+   std::string_view label;
+   while (line.starts_with('[')) {
+      const auto close = line.find(']');
+      if (close == std::string_view::npos) {
+         return label;
+      }
+      const auto inside = line.substr(1, close - 1);
+      if (inside.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ") == std::string_view::npos) {
+         label = inside;
+      }
+      line = trimmed(line.substr(close + 1));
+   }
+   return label;
+}
+
+// Lines of `ip monitor` about anything but routes, by their first word.
+bool startsAnotherObject(std::string_view first) {
+   constexpr std::array words = {"id"sv,     "prefix"sv, "inet"sv, "inet6"sv, "ipv4"sv,    "ipv6"sv, "mpls"sv,
+                                 "bridge"sv, "dev"sv,    "nsid"sv, "group"sv, "Unknown"sv, "fdb"sv};
+   const auto colon = first.find(':');
+   const bool isNumbered =  // a link or address by its index, a rule by its priority
+      colon != std::string_view::npos && colon > 0 && first.find_first_not_of("0123456789") == colon &&
+      colon + 1 == first.size();
+   return isNumbered || first.starts_with('(') || isOneOf(first, words);
+}
+
+// A neighbour has the state of its entry last, and most have a link address.
+bool isNeighbour(std::string_view words) {
+   constexpr std::array states = {"PERMANENT"sv,  "NOARP"sv, "REACHABLE"sv, "STALE"sv, "NONE"sv,
+                                  "INCOMPLETE"sv, "DELAY"sv, "PROBE"sv,     "FAILED"sv};
+   if (valueOf("lladdr", words)) {
+      return true;
+   }
+   const auto lastBlank = words.find_last_of(blanks);
+   return lastBlank != std::string_view::npos && isOneOf(words.substr(lastBlank + 1), states);
+}
+
+bool isRouteType(std::string_view word) {
+   constexpr std::array types = {"unicast"sv,   "local"sv,    "broadcast"sv,   "multicast"sv, "anycast"sv,
+                                 "blackhole"sv, "prohibit"sv, "unreachable"sv, "throw"sv,     "nat"sv};
+   return isOneOf(word, types);
+}
+
+}  // namespace
+
+KernelPlace kernelPlaceOf(std::string_view attributes) {
+   KernelPlace place;
+   if (const auto metric = valueOf("metric", attributes)) {
+      std::from_chars(metric->data(), metric->data() + metric->size(), place.metric);
+   }
+   place.tos = valueOf("tos", attributes).value_or("");
+   return place;
+}
+
+std::string nextHopsOf(std::string_view attributes) {
+   std::string all;
+   for (auto word = takeWord(attributes); !word.empty(); word = takeWord(attributes)) {
+      if (word == "via" || word == "dev") {
+         all += word;
+         all += ' ';
+         all += takeWord(attributes);
+         all += ' ';
+      }
+   }
+   return all;
+}
+
+void UpdateLines::line(std::string_view line) {
+   std::string_view words = trimmed(line);
+   if (words.empty() || words.starts_with('#') || words.starts_with("Timestamp: ")) {
+      return;
+   }
+   const std::string_view label = takeLabel(words);
+   if (label.empty() && isContinuation(line, words)) {
+      return;
+   }
+   flush();
+   if (!label.empty() && label != "ROUTE") {
+      passOver(otherObjects_);
+      return;
+   }
+   if (label.empty() && takeSigned(words)) {
+      return;
+   }
+   constexpr std::string_view deleted = "Deleted ";
+   const bool isWithdrawal = words.starts_with(deleted);
+   if (isWithdrawal) {
+      words = trimmed(words.substr(deleted.size()));
+   }
+   std::string_view rest = words;
+   std::string_view first = takeWord(rest);
+   if (label.empty() && (startsAnotherObject(first) || isNeighbour(words))) {
+      passOver(otherObjects_);
+      return;
+   }
+   if (isRouteType(first)) {
+      first = takeWord(rest);
+   } else if (first != "default" && first.find_first_of(".:") == std::string_view::npos) {
+      throw BadText(
+         fmt::format("not an update, known are \"+ PREFIX\", \"- PREFIX\", \"TIME a PREFIX\", "
+                     "\"TIME w PREFIX\" and what ip monitor prints: \"{}\"",
+                     trimmed(line)));
+   }
+   if (first != "default") {
+      prefixOfText(first);  // here, where the line is known
+   }
+   if (const auto table = valueOf("table", rest); table && *table != "main" && *table != "254") {
+      passOver(otherTables_);
+   } else if (valueOf("from", rest)) {
+      passOver(forSources_);
+   } else {
+      hold(words, isWithdrawal);
+   }
+}
+
+// Lines that go on with what came before: next hops, and the indented ones of a link or an address.
+bool UpdateLines::isContinuation(std::string_view line, std::string_view words) {
+   if (last_ == Last::none) {
+      return false;
+   }
+   std::string_view rest = words;
+   const auto first = takeWord(rest);
+   if (first == "nexthop") {
+      if (last_ == Last::passedOver || (last_ == Last::applied && isWithdrawal_)) {
+         return true;
+      }
+      route_ += ' ';
+      route_ += words;
+      last_ = Last::held;
+      return true;
+   }
+   const bool isIndented = blanks.find(line.front()) != std::string_view::npos;
+   const bool isUpdate = first == "+" || first == "-" || first == "Deleted" || first == "default" ||
+                         isRouteType(first) || isPrefixText(first);
+   return isIndented && !isUpdate && (last_ == Last::passedOver || first == "cache");
+}
+
+// "+ PREFIX ..", "- PREFIX", "TIME a PREFIX ..", "TIME w PREFIX ..": false if it is none of these.
+bool UpdateLines::takeSigned(std::string_view words) {
+   words = withoutComment(words);
+   std::string_view kind = takeWord(words);
+   const bool hasTime = !kind.empty() && kind.find_first_not_of("0123456789.") == std::string_view::npos;
+   if (hasTime) {
+      kind = takeWord(words);
+   }
+   const bool isWithdrawal = kind == (hasTime ? "w" : "-");
+   if (!isWithdrawal && kind != (hasTime ? "a" : "+")) {
+      return false;
+   }
+   last_ = Last::none;
+   const auto prefix = prefixOfText(takeWord(words));
+   apply_(
+      {.prefix = prefix, .payload = std::string(trimmed(words)), .isWithdrawal = isWithdrawal, .isKernels = false});
+   return true;
+}
+
+void UpdateLines::passOver(std::uint64_t& count) {
+   ++count;
+   last_ = Last::passedOver;
+}
+
+void UpdateLines::hold(std::string_view route, bool isWithdrawal) {
+   route_ = route;
+   isWithdrawal_ = isWithdrawal;
+   last_ = Last::held;
+}
+
+void UpdateLines::flush() {
+   if (last_ != Last::held) {
+      return;
+   }
+   last_ = Last::applied;
+   RouteSet routes;
+   parser_.line(route_, routes);
+   parser_.end(routes);
+   routes.seal();
+   for (const auto af : families) {
+      routes.forEachWithPayload(af, [&](const Corenet::IpGenPrefix& prefix, std::string_view payload) {
+         apply_(
+            {.prefix = prefix, .payload = std::string(payload), .isWithdrawal = isWithdrawal_, .isKernels = true});
+      });
+   }
+}
+
+}  // namespace Rtrie
