@@ -81,13 +81,15 @@ bool isRouteType(std::string_view word) {
 
 }  // namespace
 
-KernelPlace kernelPlaceOf(std::string_view attributes) {
-   KernelPlace place;
-   if (const auto metric = valueOf("metric", attributes)) {
-      std::from_chars(metric->data(), metric->data() + metric->size(), place.metric);
+U32 metricOf(std::string_view attributes) {
+   U32 metric = 0;
+   if (const auto text = valueOf("metric", attributes)) {
+      const auto* const end = text->data() + text->size();
+      if (const auto read = std::from_chars(text->data(), end, metric); read.ec != std::errc{} || read.ptr != end) {
+         throw BadText(fmt::format("metric is no number of 32 bits: \"{}\"", *text));
+      }
    }
-   place.tos = valueOf("tos", attributes).value_or("");
-   return place;
+   return metric;
 }
 
 std::string nextHopsOf(std::string_view attributes) {
@@ -139,13 +141,15 @@ void UpdateLines::line(std::string_view line) {
                      "\"TIME w PREFIX\" and what ip monitor prints: \"{}\"",
                      trimmed(line)));
    }
+   // Here, where the line is known.
    if (first != "default") {
-      prefixOfText(first);  // here, where the line is known
+      prefixOfText(first);
    }
+   metricOf(rest);
    if (const auto table = valueOf("table", rest); table && *table != "main" && *table != "254") {
       passOver(otherTables_);
-   } else if (valueOf("from", rest)) {
-      passOver(forSources_);
+   } else if (valueOf("from", rest) || valueOf("tos", rest)) {
+      passOver(forSomePackets_);
    } else {
       hold(words, isWithdrawal);
    }

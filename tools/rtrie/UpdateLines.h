@@ -9,7 +9,7 @@
 //            nexthop via 192.0.2.7 dev eth0 weight 1
 //
 // `ip monitor` tells of more than routes of the main table. Its lines about links, addresses, neighbours, rules and other
-// objects, of other routing tables and of routes for some sources alone are passed over and counted.
+// objects, of other routing tables and of routes for packets of some source or type of service alone are passed over and counted.
 //
 // Tested by tests/tools/rtrie/UpdateLinesTest.cpp.
 #pragma once
@@ -26,15 +26,9 @@
 
 namespace Rtrie {
 
-// Of several routes to one prefix, a kernel takes the one with the lowest metric. Two with the same metric and type of
-// service are the same place in its table.
-struct KernelPlace {
-   U32 metric = 0;
-   std::string tos;
-   bool operator==(const KernelPlace&) const = default;
-};
-// As the words after a route's destination tell it.
-KernelPlace kernelPlaceOf(std::string_view attributes);
+// Of several routes to one prefix, a kernel takes the one with the lowest metric; 0 if the words after the destination tell
+// none. Raises BadText for what is no number of 32 bits.
+U32 metricOf(std::string_view attributes);
 // The gateways and devices among them, as one text; empty if there are none.
 std::string nextHopsOf(std::string_view attributes);
 
@@ -42,7 +36,7 @@ struct RouteUpdate {
    Corenet::IpGenPrefix prefix;
    std::string payload;
    bool isWithdrawal = false;
-   bool isKernels = false;  // of one place in a kernel's table; else of the prefix, whatever there is
+   bool isKernels = false;  // of the one route with its metric; else of the prefix, whatever there is
 };
 
 class UpdateLines {
@@ -57,7 +51,7 @@ class UpdateLines {
    void flush();
 
    std::uint64_t otherTables() const { return otherTables_; }
-   std::uint64_t forSources() const { return forSources_; }
+   std::uint64_t forSomePackets() const { return forSomePackets_; }
    std::uint64_t otherObjects() const { return otherObjects_; }
 
   private:
@@ -74,7 +68,7 @@ class UpdateLines {
    std::string route_;  // the last route's line, with its next hops
    bool isWithdrawal_ = false;
    std::uint64_t otherTables_ = 0;
-   std::uint64_t forSources_ = 0;
+   std::uint64_t forSomePackets_ = 0;
    std::uint64_t otherObjects_ = 0;
 };
 

@@ -31,8 +31,8 @@ TEST(Trace, callsBySummaryAndByList) {
    EXPECT_EQ("", summary.err);
    EXPECT_EQ(0, summary.status);
    EXPECT_THAT(summary.out, MatchesRegex(" +calls +min ns +median +99% +max ns  call\n"
-                                         " +1,200 +[0-9]+ +[0-9]+ +[0-9]+ +[0-9]+  TrieGen:12 void routeIs\\(\\)\n"
-                                         " +1 +[0-9]+ +[0-9]+ +[0-9]+ +[0-9]+  TrieGen:7 bool route\\(\\)\n"));
+                                         " +1 +[0-9]+ +[0-9]+ +[0-9]+ +[0-9]+  TrieGen:7 bool route\\(\\)\n"
+                                         " +1,200 +[0-9]+ +[0-9]+ +[0-9]+ +[0-9]+  TrieGen:12 void routeIs\\(\\)\n"));
    const Ran list = rtrie({"trace", "--list", path});
    const Ran json = rtrie({"trace", "--format", "json", path});
    EXPECT_THAT(json.out, MatchesRegex("\\{\"calls\":1,.*\n\\{\"calls\":1200,\"minNs\":[0-9]+,\"medianNs\":[0-9]+,"

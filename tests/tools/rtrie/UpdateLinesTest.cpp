@@ -19,7 +19,7 @@ struct Collected {
    std::vector<std::string> updates;
    std::vector<std::string> faults;
    std::uint64_t otherTables = 0;
-   std::uint64_t forSources = 0;
+   std::uint64_t forSomePackets = 0;
    std::uint64_t otherObjects = 0;
 };
 
@@ -43,7 +43,7 @@ Collected collected(const std::vector<std::string>& lines, bool flushesAfterEach
    }
    reader.flush();
    all.otherTables = reader.otherTables();
-   all.forSources = reader.forSources();
+   all.forSomePackets = reader.forSomePackets();
    all.otherObjects = reader.otherObjects();
    return all;
 }
@@ -86,7 +86,7 @@ TEST(UpdateLines, RoutesAsTheKernelTellsThem) {
          "-k ::/0 via 2001:db8::7 dev d0 metric 1024 pref medium",
          "+k 2001:db8:2::/48 metric 1024 pref medium nexthop via 2001:db8::7 dev d0 weight 1 nexthop via "
          "2001:db8::8 dev d0 weight 1"));
-   EXPECT_EQ(0U, all.otherTables + all.forSources + all.otherObjects);
+   EXPECT_EQ(0U, all.otherTables + all.forSomePackets + all.otherObjects);
 }
 
 TEST(UpdateLines, TimesAndLabels) {
@@ -112,12 +112,13 @@ TEST(UpdateLines, WhatIsNoRouteOfTheMainTableIsPassedOver) {
        "    link/ether 5a:44:1b:15:f0:d0 brd ff:ff:ff:ff:ff:ff", "[ROUTE]10.3.0.0/16 via 192.0.2.7 dev d0 table 100 ",
        "[ROUTE]Deleted local 192.0.2.1 dev d0 table local proto kernel scope host src 192.0.2.1 ",
        "[ROUTE]default proto static table 100 ", "\tnexthop via 192.0.2.7 dev d0 weight 1 ",
+       "[ROUTE]10.3.0.0/16 tos 0x10 via 192.0.2.7 dev d0 ",
        "[ROUTE]default from 2001:db8::/64 via 2001:db8::7 dev d0 metric 1024 pref medium"});
    EXPECT_THAT(all.faults, IsEmpty());
    EXPECT_THAT(all.updates, IsEmpty());
    EXPECT_EQ(6U, all.otherObjects);
    EXPECT_EQ(3U, all.otherTables);
-   EXPECT_EQ(1U, all.forSources);
+   EXPECT_EQ(2U, all.forSomePackets);
    all = collected({"192.0.2.7 dev d0 lladdr 02:00:00:00:00:01 PERMANENT ", "Deleted 192.0.2.7 dev d0 FAILED ",
                     "id 1 via 192.0.2.8 dev d0 scope link ", "32765:\tfrom 10.0.0.0/8 lookup 100",
                     "Deleted 3: d0    inet 192.0.2.99/24 scope global secondary d0",
@@ -142,22 +143,25 @@ TEST(UpdateLines, NextHopsThatComeLateAreTakenIn) {
 }
 
 TEST(UpdateLines, WhatIsNoneIsQuoted) {
-   const auto all = collected({"* 10.0.0.0/8", "+ 10.0.0.0/33", "+", "10.0.0.0/33 via 192.0.2.7",
-                               "1700000000 x 10.0.0.0/8", "Deleted nothing", "unreachable"});
+   const auto all =
+      collected({"* 10.0.0.0/8", "+ 10.0.0.0/33", "+", "10.0.0.0/33 via 192.0.2.7", "1700000000 x 10.0.0.0/8",
+                 "Deleted nothing", "unreachable", "10.0.0.0/8 via 192.0.2.7 metric ton"});
    EXPECT_THAT(all.updates, IsEmpty());
-   ASSERT_EQ(7U, all.faults.size());
+   ASSERT_EQ(8U, all.faults.size());
    EXPECT_EQ(
       "not an update, known are \"+ PREFIX\", \"- PREFIX\", \"TIME a PREFIX\", \"TIME w PREFIX\" and what ip monitor "
       "prints: \"* 10.0.0.0/8\"",
       all.faults[0]);
    EXPECT_EQ("prefix length 33 exceeds 32: \"10.0.0.0/33\"", all.faults[1]);
+   EXPECT_EQ("metric is no number of 32 bits: \"ton\"", all.faults[7]);
 }
 
-TEST(UpdateLines, PlaceAndNextHopsOfARoute) {
-   EXPECT_EQ(0U, kernelPlaceOf("via 192.0.2.7 dev d0").metric);
-   EXPECT_EQ(50U, kernelPlaceOf("via 192.0.2.7 metric 50 tos 0x10").metric);
-   EXPECT_EQ("0x10", kernelPlaceOf("via 192.0.2.7 metric 50 tos 0x10").tos);
-   EXPECT_EQ(0U, kernelPlaceOf("metric ton").metric);
+TEST(UpdateLines, MetricAndNextHopsOfARoute) {
+   EXPECT_EQ(0U, metricOf("via 192.0.2.7 dev d0"));
+   EXPECT_EQ(50U, metricOf("via 192.0.2.7 metric 50 mtu 1400"));
+   EXPECT_EQ(4294967295U, metricOf("metric 4294967295"));
+   EXPECT_THROW(metricOf("metric 4294967296"), BadText);
+   EXPECT_THROW(metricOf("metric ton"), BadText);
    EXPECT_EQ("", nextHopsOf("unreachable metric 5"));
    EXPECT_EQ("via 192.0.2.7 dev d0 ", nextHopsOf("via 192.0.2.7 dev d0 expires 9sec"));
 }

@@ -81,6 +81,15 @@ TEST(Watch, followsAKernel) {
    EXPECT_EQ(0, ran.status);
 }
 
+TEST(Watch, aPayloadMaySayAnything) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8 metric ton\n");
+   const Ran ran = rtrie({"watch", "--table", table}, "+ 10.0.0.0/8 metric pound\n");
+   EXPECT_EQ("", ran.err);
+   EXPECT_EQ("replace  10.0.0.0/8  metric ton -> metric pound\n", ran.out);
+   EXPECT_EQ(0, ran.status);
+}
+
 TEST(Watch, printsEachPublication) {
    const Support::Folder folder;
    const auto table = folder.file("table", "10.0.0.0/8\n2001:db8::/32\n");

@@ -177,9 +177,18 @@ class WatchedTable {
 
   private:
    struct Route {
-      KernelPlace place;
+      U32 metric;
       std::string payload;
    };
+
+   // A payload that a table brought may say anything.
+   static U32 metricIn(std::string_view payload) {
+      try {
+         return metricOf(payload);
+      } catch (const BadText&) {
+         return 0;
+      }
+   }
 
    Routing::TrieGen& trie(Corenet::AddressFamily af) { return tries_[af == Corenet::ipv6() ? 1 : 0].trie(); }
 
@@ -187,23 +196,22 @@ class WatchedTable {
       const auto [place, isNew] = touched_.try_emplace(prefix);
       if (isNew && trie(prefix.af()).route(prefix)) {
          const std::string payload(loaded_.payload(prefix).value_or(""));
-         place->second.push_back({kernelPlaceOf(payload), payload});
+         place->second.push_back({metricIn(payload), payload});
       }
       return place->second;
    }
 
    // The payload of the route with the lowest metric, of two the first; none if there is none.
    static std::optional<std::string> answering(const std::vector<Route>& routes) {
-      const auto best = std::min_element(routes.begin(), routes.end(), [](const Route& a, const Route& b) {
-         return a.place.metric < b.place.metric;
-      });
+      const auto best = std::min_element(routes.begin(), routes.end(),
+                                         [](const Route& a, const Route& b) { return a.metric < b.metric; });
       return best == routes.end() ? std::nullopt : std::optional(best->payload);
    }
 
    static void add(std::vector<Route>& routes, const RouteUpdate& update) {
-      const Route route{kernelPlaceOf(update.payload), update.payload};
+      const Route route{metricIn(update.payload), update.payload};
       const auto there =
-         std::find_if(routes.begin(), routes.end(), [&](const Route& each) { return each.place == route.place; });
+         std::find_if(routes.begin(), routes.end(), [&](const Route& each) { return each.metric == route.metric; });
       if (!update.isKernels) {
          routes.assign(1, route);
       } else if (there != routes.end()) {
@@ -213,14 +221,14 @@ class WatchedTable {
       }
    }
 
-   // A kernel can have more than one route at a place, of which the last that was told of is kept: one by other next hops
+   // A kernel can have more than one route of a metric, of which the last that was told of is kept: one by other next hops
    // is not that one.
    static void withdraw(std::vector<Route>& routes, const RouteUpdate& update) {
-      const auto place = kernelPlaceOf(update.payload);
+      const U32 metric = metricIn(update.payload);
       const auto hops = nextHopsOf(update.payload);
       std::erase_if(routes, [&](const Route& each) {
          const auto its = nextHopsOf(each.payload);
-         return !update.isKernels || (each.place == place && (hops.empty() || its.empty() || hops == its));
+         return !update.isKernels || (each.metric == metric && (hops.empty() || its.empty() || hops == its));
       });
    }
 
@@ -244,7 +252,7 @@ void tellPassedOver(const UpdateLines& lines) {
       }
    };
    tell(lines.otherTables(), "of other routing tables");
-   tell(lines.forSources(), "of routes for some sources alone");
+   tell(lines.forSomePackets(), "of routes for some packets alone");
    tell(lines.otherObjects(), "of links, addresses, neighbours and other objects");
 }
 
