@@ -29,7 +29,7 @@ constexpr Command commands[] = {
    {"dump", "Load tables and print the state of the engine that holds them", addDump},
    {"inspect", "Show the library's classes, or load tables and read an engine's attributes, all by name", addInspect},
    {"trace", "Show how long the calls took that a program recorded", addTrace},
-   {"watch", "Apply updates to a table and print what is published", addWatch},
+   {"watch", "Apply updates to a table and print what each of them changed", addWatch},
 };
 
 // The argument parser's text as a message: one line, lower case, without a full stop.
@@ -53,6 +53,7 @@ ExitStatus runCommandLine(int argc, char** argv) {
    for (const Command& command : commands) {
       CLI::App* part = app.add_subcommand(std::string(command.name), std::string(command.summary));
       runs.emplace_back(part, command.add(*part));
+      part->footer(part->get_footer() + "\n\n" + helpSection("Exit status", exitStatusHelp));
    }
    try {
       app.parse(argc, argv);

@@ -39,6 +39,7 @@ TEST(Program, helpHasAnExample) {
                AllOf(HasSubstr("--table FILE"), HasSubstr("--engine ENGINE=auto"), HasSubstr("--op OP=match"),
                      HasSubstr("--format"), HasSubstr("--strict"), HasSubstr("QUERY"), HasSubstr("patricia-compact"),
                      HasSubstr("Example:\n  rtrie lookup --table")));
+   EXPECT_THAT(lookup.out, HasSubstr("\n\nExit status:\n  0                 all was answered\n"));
    EXPECT_EQ(0, lookup.status);
    const Ran stats = rtrie({"stats", "--help"});
    EXPECT_THAT(stats.out, AllOf(HasSubstr("--table FILE"), HasSubstr("Example:\n  rtrie stats --table")));
