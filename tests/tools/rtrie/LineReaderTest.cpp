@@ -1,10 +1,12 @@
 // LineReader: lines, whatever the pieces that the source gives.
 #include "tools/rtrie/LineReader.h"
 
+#include <cstdint>
 #include <cstring>
 #include <random>
 
 #include "Support.h"
+#include "tools/rtrie/Errors.h"
 
 namespace Rtrie {
 namespace {
@@ -30,7 +32,7 @@ class TextSource final : public ByteSource {
 
 std::vector<std::string> linesOf(const std::string& text, std::size_t piece = 1000, std::size_t chunk = 16) {
    TextSource source(text, piece);
-   LineReader reader(source, chunk);
+   LineReader reader(source, nullptr, chunk);
    std::vector<std::string> lines;
    while (const auto line = reader.next()) {
       lines.emplace_back(*line);
@@ -75,6 +77,68 @@ TEST(LineReader, piecesDoNotMatter) {
       ASSERT_EQ(expected, linesOf(text, piece)) << piece;
       ASSERT_EQ(expected, linesOf(text, 1000, piece)) << piece;
    }
+}
+
+struct Limited {
+   std::vector<std::string> lines;
+   std::vector<std::uint64_t> tooLong;
+   std::string fault;
+};
+
+Limited limited(const std::string& text, std::size_t piece, std::size_t chunk, LineLimits limits) {
+   TextSource source(text, piece);
+   Limited result;
+   LineReader reader(
+      source, [&](std::uint64_t number, const std::string&) { result.tooLong.push_back(number); }, chunk, limits);
+   try {
+      while (const auto line = reader.next()) {
+         result.lines.emplace_back(*line);
+      }
+   } catch (const DataError& fault) {
+      result.fault = fault.what();
+   }
+   return result;
+}
+
+TEST(LineReader, aLineThatIsTooLongIsToldAndPassedOver) {
+   const std::string ten(10, 'x');
+   const std::string text = ten + "\na\n" + ten + "y\nb\n" + std::string(1000, 'z') + "\n" + ten + "\n" + ten + "end";
+   for (std::size_t piece = 1; piece < 60; ++piece) {
+      for (const std::size_t chunk : {1U, 7U, 16U, 64U}) {
+         const auto result = limited(text, piece, chunk, {10, 100'000});
+         ASSERT_THAT(result.lines, ElementsAre(ten, "a", "b", ten)) << piece << " " << chunk;
+         ASSERT_THAT(result.tooLong, ElementsAre(3, 5, 7));
+         ASSERT_EQ("", result.fault);
+      }
+   }
+}
+
+TEST(LineReader, aLineThatDoesNotEndIsNoText) {
+   const auto result = limited("a\n" + std::string(1000, 'z') + "\nb\n", 7, 16, {10, 500});
+   EXPECT_THAT(result.lines, ElementsAre("a"));
+   EXPECT_THAT(result.tooLong, ElementsAre(2));
+   EXPECT_EQ("<input>:2: line has no end within 500 bytes: this is no text", result.fault);
+}
+
+TEST(LineReader, byDefaultALineHas64KiB) {
+   constexpr std::size_t most = std::size_t{1} << 16;
+   EXPECT_THAT(linesOf(std::string(most, 'x') + "\n"), ElementsAre(std::string(most, 'x')));
+   try {
+      linesOf("a\n" + std::string(most + 1, 'x') + "\n");
+      FAIL();
+   } catch (const DataError& fault) {
+      EXPECT_STREQ("<input>:2: line longer than 65536 bytes", fault.what());
+   }
+}
+
+TEST(LineReader, aheadTakesNothing) {
+   TextSource source("abc\ndef", 2);
+   LineReader reader(source, nullptr, 16);
+   EXPECT_EQ("abc\n", reader.ahead(3));
+   EXPECT_EQ("abc\ndef", reader.ahead(16));
+   EXPECT_EQ("abc", reader.next());
+   EXPECT_EQ("def", reader.next());
+   EXPECT_EQ("", reader.ahead(1));
 }
 
 }  // namespace
