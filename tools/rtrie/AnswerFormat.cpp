@@ -1,12 +1,15 @@
 #include "tools/rtrie/AnswerFormat.h"
 
 #include <array>
+#include <charconv>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "tools/rtrie/JsonLine.h"
+#include "tools/rtrie/NextHops.h"
 #include "tools/rtrie/TsvField.h"
+#include "tools/rtrie/Words.h"
 
 namespace Rtrie {
 namespace {
@@ -133,11 +136,76 @@ class JsonWriter final : public AnswerWriter {
       return text ? Json(*text) : Json();
    }
 
-   void line(const IpGenPrefix& query, Json answer, Json payload) {
+   static void payloadIs(Json& object, const Json& payload) {
+      object["payload"] = payload;
+      if (payload.is_string()) {
+         if (const auto hops = nextHopsOf(payload.get_ref<const std::string&>()); !hops.empty()) {
+            for (const NextHop& hop : hops) {
+               object["nexthops"].push_back(nextHopJson(hop));
+            }
+         }
+      }
+   }
+
+   // Spelled as `ip -j` spells it.
+   static Json nextHopJson(const NextHop& hop) {
+      Json object = Json::object();
+      if (!hop.encap.empty()) {
+         object["encap"] = std::string(hop.encap);
+      }
+      if (!hop.gateway.empty()) {
+         object["gateway"] = std::string(hop.gateway);
+      }
+      if (!hop.device.empty()) {
+         object["dev"] = std::string(hop.device);
+      }
+      object["weight"] = hop.weight;
+      object["flags"] = Json::array();
+      for (const auto flag : hop.flags) {
+         object["flags"].push_back(std::string(flag));
+      }
+      return object;
+   }
+
+   // {"payload": .., "chosen": .., "answers": ..} and who offers it: "peer", "as", "path_id" or "table", "metric".
+   static Json candidateJson(const Candidate& candidate) {
+      Json object = Json::object();
+      payloadIs(object, std::string(candidate.payload));
+      auto source = candidate.source;
+      if (candidate.choice == Choice::asPath) {
+         object["peer"] = std::string(takeWord(source));
+         object["as"] = numberOrText(takeWord(source));
+         if (const auto pathId = takeWord(source); !pathId.empty()) {
+            object["path_id"] = numberOrText(pathId);
+         }
+      } else if (candidate.choice == Choice::metric) {
+         if (!source.empty()) {
+            object["table"] = std::string(source);
+         }
+         object["metric"] = metricOfRank(candidate.rank);
+      }
+      object["chosen"] = candidate.chosen;
+      object["answers"] = candidate.answers;
+      return object;
+   }
+
+   static Json numberOrText(std::string_view text) {
+      U32 number = 0;
+      const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+      return error == std::errc{} && end == text.data() + text.size() ? Json(number) : Json(std::string(text));
+   }
+
+   void line(const IpGenPrefix& query, Json answer, const Json& payload) {
       Json object;
       object["query"] = std::string(query.stringValue());
       object["answer"] = std::move(answer);
-      object["payload"] = std::move(payload);
+      payloadIs(object, payload);
+      if (candidatesOf_) {
+         object["candidates"] = Json::array();
+         for (const Candidate& candidate : candidatesOf_(query)) {
+            object["candidates"].push_back(candidateJson(candidate));
+         }
+      }
       jsonLine(output_, object);
    }
 };
@@ -151,7 +219,7 @@ constexpr AnswerFormat rows[] = {
    {"text", "aligned, with the payload", make<TextWriter>},
    {"tsv", "query, tab, answer", make<TsvWriter<false>>},
    {"tsv-payload", "query, tab, answer, tab, payload", make<TsvWriter<true>>},
-   {"json", "one object a line: query, answer, payload", make<JsonWriter>},
+   {"json", "one object a line: query, answer, payload; with --op exact, all candidates", make<JsonWriter>, true},
 };
 
 }  // namespace

@@ -8,9 +8,9 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "tools/rtrie/Errors.h"
+#include "tools/rtrie/TableLoader.h"
 
 namespace Rtrie {
 
@@ -24,13 +24,14 @@ struct Command {
    Run (*add)(CLI::App& app);
 };
 
-// What every command over a table takes.
-struct TableOptions {
-   std::vector<std::string> tables;
-   std::string engine;
-   bool strict = false;
+// Adds --table, which a command may need, --strict, --peer and --route-table. The options must outlive the app's parsing.
+void addLoadOptions(CLI::App& app, LoadOptions& options, bool needsTable = true);
 
-   // Adds --table, which a command may need, --engine and --strict. The options must outlive the app's parsing.
+// What every command over a table in an engine takes.
+struct TableOptions : LoadOptions {
+   std::string engine;
+
+   // Adds the load options and --engine. The options must outlive the app's parsing.
    void addTo(CLI::App& app, bool needsTable = true);
    // Raises UsageError if standard input is named more than once.
    void check() const;

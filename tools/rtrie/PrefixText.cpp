@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <bit>
 #include <string>
 
 #include "routetrie/platform/Corvid/RangeException.h"
@@ -55,6 +56,21 @@ bool isPrefixText(std::string_view text) {
    } catch (const BadText&) {
       return false;
    }
+}
+
+bool isAddressText(std::string_view text) { return text.find('/') == std::string_view::npos && isPrefixText(text); }
+
+std::optional<U8> netmaskLength(std::string_view text) {
+   if (text.find_first_not_of("0123456789.") != std::string_view::npos || !isAddressText(text)) {
+      return std::nullopt;
+   }
+   const U32 mask = numberOf(Corenet::IpAddr::fromString(text));
+   const auto length = static_cast<U8>(std::countl_one(mask));
+   return std::popcount(mask) == length ? std::optional(length) : std::nullopt;
+}
+
+Corenet::IpGenPrefix prefixOfMask(std::string_view address, U8 lengthBits) {
+   return prefixOfText(fmt::format("{}/{}", address, lengthBits));
 }
 
 std::string_view familyName(Corenet::AddressFamily af) {

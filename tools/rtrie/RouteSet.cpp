@@ -6,20 +6,39 @@
 
 namespace Rtrie {
 
-void RouteSet::add(const Corenet::IpGenPrefix& prefix, std::string_view payload) {
-   U32 const id = payloads_.idOf(payload);
-   if (prefix.af() == Corenet::AddressFamily::ipv6) {
-      list6_.add(numberOf(prefix.v6Prefix().address()), prefix.len(), id);
-   } else {
-      list4_.add(numberOf(prefix.v4Prefix().address()), prefix.len(), id);
-   }
+void RouteSet::candidatesAreKept() {
+   keepsCandidates_ = true;
+   list4_.othersAreKept();
+   list6_.othersAreKept();
 }
 
-void RouteSet::withdraw(const Corenet::IpGenPrefix& prefix) {
+void RouteSet::add(const Corenet::IpGenPrefix& prefix, std::string_view payload) {
+   addOffer(prefix, payloads_.idOf(payload));
+}
+
+void RouteSet::add(const Corenet::IpGenPrefix& prefix, const OfferText& text) {
+   Offer offer;
+   offer.payload = payloads_.idOf(text.payload);
+   offer.source = payloads_.idOf(text.source);
+   offer.choice = text.choice;
+   offer.rank = text.rank;
+   offer.answers = text.answers;
+   offer.replaces = text.replaces;
+   addOffer(prefix, offers_.idOf(offer));
+}
+
+void RouteSet::withdraw(const Corenet::IpGenPrefix& prefix, std::string_view source) {
+   Offer offer;
+   offer.source = payloads_.idOf(source);
+   offer.isWithdrawal = true;
+   addOffer(prefix, offers_.idOf(offer));
+}
+
+void RouteSet::addOffer(const Corenet::IpGenPrefix& prefix, U32 offer) {
    if (prefix.af() == Corenet::AddressFamily::ipv6) {
-      list6_.withdraw(numberOf(prefix.v6Prefix().address()), prefix.len());
+      list6_.add(numberOf(prefix.v6Prefix().address()), prefix.len(), offer);
    } else {
-      list4_.withdraw(numberOf(prefix.v4Prefix().address()), prefix.len());
+      list4_.add(numberOf(prefix.v4Prefix().address()), prefix.len(), offer);
    }
 }
 
@@ -36,6 +55,10 @@ void RouteSet::addRange(Corenet::U128 first, Corenet::U128 last, std::string_vie
 void RouteSet::seal() {
    list4_.seal();
    list6_.seal();
+   if (!keepsCandidates_) {
+      list4_.dropOthers();
+      list6_.dropOthers();
+   }
 }
 
 std::uint64_t RouteSet::size(Corenet::AddressFamily af) const {
@@ -45,13 +68,36 @@ std::uint64_t RouteSet::size(Corenet::AddressFamily af) const {
 }
 
 std::optional<std::string_view> RouteSet::payload(const Corenet::IpGenPrefix& prefix) const {
-   auto id = prefix.af() == Corenet::AddressFamily::ipv6
-                ? list6_.payloadOf(numberOf(prefix.v6Prefix().address()), prefix.len())
-                : list4_.payloadOf(numberOf(prefix.v4Prefix().address()), prefix.len());
+   const auto id = prefix.af() == Corenet::AddressFamily::ipv6
+                      ? list6_.offerOf(numberOf(prefix.v6Prefix().address()), prefix.len())
+                      : list4_.offerOf(numberOf(prefix.v4Prefix().address()), prefix.len());
    if (!id) {
       return std::nullopt;
    }
-   return payloads_.text(*id);
+   return payloads_.text(offers_.payloadOf(*id));
+}
+
+std::vector<Candidate> RouteSet::candidates(const Corenet::IpGenPrefix& prefix) const {
+   std::vector<Candidate> candidates;
+   const auto add = [&](U32 id, bool chosen) {
+      const Offer offer = offers_.of(id);
+      candidates.push_back({payloads_.text(offer.payload), payloads_.text(offer.source), offer.choice, offer.rank,
+                            offer.answers, chosen});
+   };
+   const auto addAll = [&](const auto& list, auto address) {
+      if (const auto best = list.offerOf(address, prefix.len())) {
+         add(*best, true);
+      }
+      for (const U32 id : list.othersOf(address, prefix.len())) {
+         add(id, false);
+      }
+   };
+   if (prefix.af() == Corenet::AddressFamily::ipv6) {
+      addAll(list6_, numberOf(prefix.v6Prefix().address()));
+   } else {
+      addAll(list4_, numberOf(prefix.v4Prefix().address()));
+   }
+   return candidates;
 }
 
 std::vector<std::uint64_t> RouteSet::countByLength(Corenet::AddressFamily af) const {

@@ -1,28 +1,38 @@
 #include "tools/rtrie/TableFormat.h"
 
 #include <algorithm>
+#include <concepts>
 #include <iterator>
 
 #include "tools/rtrie/formats/BgpDumpLines.h"
 #include "tools/rtrie/formats/CountryRanges.h"
 #include "tools/rtrie/formats/IpRouteLines.h"
+#include "tools/rtrie/formats/NetstatLines.h"
 #include "tools/rtrie/formats/PrefixLines.h"
 
 namespace Rtrie {
 namespace {
 
 template <class Parser>
-std::unique_ptr<LineParser> make() {
-   return std::make_unique<Parser>();
+std::unique_ptr<LineParser> make(const Selection& selection) {
+   if constexpr (std::constructible_from<Parser, const Selection&>) {
+      return std::make_unique<Parser>(selection);
+   } else {
+      return std::make_unique<Parser>();
+   }
 }
 
 // A prefix a line comes last: what `ip route` prints looks like it too.
 constexpr TableFormat formats[] = {
-   {"bgpdump", "lines of bgpdump -m; the payload is the AS path", BgpDumpLines::looksLike, make<BgpDumpLines>},
-   {"ranges", "FIRST,LAST,COUNTRY: IPv4 as decimal numbers, IPv6 as addresses", CountryRanges::looksLike,
+   {"bgpdump", "lines of bgpdump -m; the payload is the AS path", BgpDumpLines::looksLike, make<BgpDumpLines>,
+    SelectedBy::peer},
+   {"ranges", "FIRST,LAST,COUNTRY: addresses, IPv4 ones as decimal numbers too", CountryRanges::looksLike,
     make<CountryRanges>},
-   {"ip-route", "what ip route show and ip -6 route show print", IpRouteLines::looksLike, make<IpRouteLines>},
-   {"prefixes", "a prefix or address a line, the payload after it", PrefixLines::looksLike, make<PrefixLines>},
+   {"netstat", "what netstat -rn and route -n print, for either family", NetstatLines::looksLike, make<NetstatLines>},
+   {"ip-route", "what ip route show and ip -6 route show print", IpRouteLines::looksLike, make<IpRouteLines>,
+    SelectedBy::routeTable},
+   {"prefixes", "a prefix, address, address and netmask, or FIRST - LAST a line, the payload after it",
+    PrefixLines::looksLike, make<PrefixLines>},
 };
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "tools/rtrie/RouteSet.h"
+#include "tools/rtrie/Selection.h"
 
 namespace Rtrie {
 
@@ -23,13 +24,26 @@ class LineParser {
 
    // Called after the last line, for what could not be decided before.
    virtual void end(RouteSet&) {}
+
+   // Lines that were left out because they are not of what was selected.
+   const LeftOut& leftOut() const { return leftOut_; }
+
+  protected:
+   void leaveOut(std::string_view name) { leftOut_.add(name); }
+
+  private:
+   LeftOut leftOut_;
 };
+
+// What a table of some format can be selected by.
+enum class SelectedBy : U8 { nothing, peer, routeTable };
 
 struct TableFormat {
    std::string_view name;
    std::string_view summary;
    bool (*looksLike)(std::string_view line);  // a guess for one line
-   std::unique_ptr<LineParser> (*parser)();
+   std::unique_ptr<LineParser> (*parser)(const Selection& selection);
+   SelectedBy selectedBy = SelectedBy::nothing;
 };
 
 // In the order in which they are preferred when as many lines look like one as like the other.

@@ -111,6 +111,18 @@ TEST_F(AnswerFormatTest, jsonIsUtf8WhateverThePayload) {
              printed("json", "match", {{"11.0.0.1/32", false, {"11.0.0.0/8"}}}));
 }
 
+TEST_F(AnswerFormatTest, jsonHasNextHopsAsAnArray) {
+   routes_.add(prefix("12.0.0.0/8"),
+               "proto static nexthop via 192.0.2.1 dev eth0 weight 3 nexthop dev eth1 weight 1 onlink");
+   routes_.seal();
+   EXPECT_EQ(
+      "{\"query\":\"12.0.0.1/32\",\"answer\":\"12.0.0.0/8\",\"payload\":\"proto static nexthop via 192.0.2.1 dev "
+      "eth0 "
+      "weight 3 nexthop dev eth1 weight 1 onlink\",\"nexthops\":[{\"gateway\":\"192.0.2.1\",\"dev\":\"eth0\","
+      "\"weight\":3,\"flags\":[]},{\"dev\":\"eth1\",\"weight\":1,\"flags\":[\"onlink\"]}]}\n",
+      printed("json", "match", {{"12.0.0.1/32", false, {"12.0.0.0/8"}}}));
+}
+
 TEST_F(AnswerFormatTest, textOfManyBatches) {
    std::vector<Case> cases(10000, matches_[2]);
    cases.push_back(matches_[1]);

@@ -66,5 +66,15 @@ TEST(CountryRanges, looksLike) {
    EXPECT_FALSE(CountryRanges::looksLike(""));
 }
 
+TEST(CountryRanges, dottedAddresses) {
+   EXPECT_TRUE(CountryRanges::looksLike("1.0.1.0,1.0.3.255,CN"));
+   EXPECT_TRUE(CountryRanges::looksLike("224.0.0.0,255.255.255.255,ZZ"));
+   EXPECT_FALSE(CountryRanges::looksLike("10.2.0.0,255.255.0.0,lan"));  // a netmask
+   EXPECT_FALSE(CountryRanges::looksLike("10.0.0.1,192.0.2.1"));        // nobody knows
+   const auto parsed = Support::parsedBy<CountryRanges>({"1.0.1.0,1.0.3.255,CN", "1.0.4.0,1.0.4.256,CN"});
+   EXPECT_THAT(parsed.routes, testing::ElementsAre("1.0.1.0/24 CN", "1.0.2.0/23 CN"));
+   EXPECT_EQ(1U, parsed.faults.size());
+}
+
 }  // namespace
 }  // namespace Rtrie

@@ -56,5 +56,18 @@ TEST(PrefixText, familyNames) {
    EXPECT_EQ("IPv6", familyName(Corenet::ipv6));
 }
 
+TEST(PrefixText, netmasks) {
+   EXPECT_EQ(16, netmaskLength("255.255.0.0"));
+   EXPECT_EQ(0, netmaskLength("0.0.0.0"));
+   EXPECT_EQ(32, netmaskLength("255.255.255.255"));
+   for (const auto text : {"255.0.255.0", "0.0.255.255", "10.0.0.0", "255.255.0.0/16", "::", "", "x"}) {
+      EXPECT_EQ(std::nullopt, netmaskLength(text)) << text;
+   }
+   EXPECT_EQ("10.2.0.0/16", prefixOfMask("10.2.0.0", 16).stringValue());
+   EXPECT_THROW(prefixOfMask("10.2.0.1", 16), BadText);
+   EXPECT_TRUE(isAddressText("2001:db8::1"));
+   EXPECT_FALSE(isAddressText("10.0.0.0/8"));
+}
+
 }  // namespace
 }  // namespace Rtrie

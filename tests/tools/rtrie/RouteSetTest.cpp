@@ -1,6 +1,8 @@
 // RouteSet: both families with their payloads.
 #include "tools/rtrie/RouteSet.h"
 
+#include <cstdint>
+
 #include "Support.h"
 
 namespace Rtrie {
@@ -30,15 +32,65 @@ TEST(RouteSet, theLastPayloadOfAPrefixCounts) {
    EXPECT_THAT(Support::textOf(routes), ElementsAre("10.0.0.0/8 new", "11.0.0.0/8 other"));
 }
 
-TEST(RouteSet, withdrawing) {
+OfferText byPeer(std::string_view peer, std::string_view path, std::uint64_t rank) {
+   OfferText offer;
+   offer.payload = path;
+   offer.source = peer;
+   offer.choice = Choice::asPath;
+   offer.rank = rank;
+   return offer;
+}
+
+TEST(RouteSet, aSourceWithdrawsWhatItOffers) {
    RouteSet routes;
-   routes.withdraw(prefix("12.0.0.0/8"));
-   routes.add(prefix("10.0.0.0/8"), "a");
-   routes.withdraw(prefix("10.0.0.0/8"));
-   routes.add(prefix("2001:db8::/32"), "b");
-   routes.withdraw(prefix("2001:db8::/32"));
-   routes.add(prefix("2001:db8::/32"), "c");
-   EXPECT_THAT(Support::textOf(routes), ElementsAre("2001:db8::/32 c"));
+   routes.withdraw(prefix("12.0.0.0/8"), "a");
+   routes.add(prefix("10.0.0.0/8"), byPeer("a", "1 2", 2));
+   routes.add(prefix("10.0.0.0/8"), byPeer("b", "1 2 3", 3));
+   routes.withdraw(prefix("10.0.0.0/8"), "a");
+   routes.add(prefix("2001:db8::/32"), byPeer("a", "1", 1));
+   routes.withdraw(prefix("2001:db8::/32"), "b");
+   routes.add(prefix("2001:db9::/32"), byPeer("a", "1", 1));
+   routes.withdraw(prefix("2001:db9::/32"), "a");
+   EXPECT_THAT(Support::textOf(routes), ElementsAre("10.0.0.0/8 1 2 3", "2001:db8::/32 1"));
+   EXPECT_EQ(0U, routes.lost());
+}
+
+TEST(RouteSet, candidatesBestFirst) {
+   RouteSet routes;
+   routes.candidatesAreKept();
+   auto bound = byPeer("c", "for some", 0);
+   bound.answers = false;
+   routes.add(prefix("10.0.0.0/8"), bound);
+   routes.add(prefix("10.0.0.0/8"), byPeer("a", "1 2 3", 3));
+   routes.add(prefix("10.0.0.0/8"), byPeer("b", "4 5", 2));
+   routes.add(prefix("11.0.0.0/8"), "alone");
+   routes.add(prefix("12.0.0.0/8"), bound);
+   routes.seal();
+   EXPECT_EQ("4 5", routes.payload(prefix("10.0.0.0/8")));
+   const auto candidates = routes.candidates(prefix("10.0.0.0/8"));
+   ASSERT_EQ(3U, candidates.size());
+   EXPECT_EQ("4 5", candidates[0].payload);
+   EXPECT_EQ("b", candidates[0].source);
+   EXPECT_TRUE(candidates[0].chosen);
+   EXPECT_EQ("1 2 3", candidates[1].payload);
+   EXPECT_FALSE(candidates[1].chosen);
+   EXPECT_EQ("for some", candidates[2].payload);
+   EXPECT_FALSE(candidates[2].answers);
+   EXPECT_EQ(1U, routes.candidates(prefix("11.0.0.0/8")).size());
+   EXPECT_EQ(1U, routes.candidates(prefix("12.0.0.0/8")).size());
+   EXPECT_EQ(std::nullopt, routes.payload(prefix("12.0.0.0/8")));
+   EXPECT_TRUE(routes.candidates(prefix("13.0.0.0/8")).empty());
+   EXPECT_EQ(1U, routes.lost());
+   EXPECT_EQ(2U, routes.bound());
+}
+
+TEST(RouteSet, withoutBeingAskedForThemCandidatesAreCountedAndLetGo) {
+   RouteSet routes;
+   routes.add(prefix("10.0.0.0/8"), byPeer("a", "1 2 3", 3));
+   routes.add(prefix("10.0.0.0/8"), byPeer("b", "4 5", 2));
+   routes.seal();
+   EXPECT_EQ(1U, routes.candidates(prefix("10.0.0.0/8")).size());
+   EXPECT_EQ(1U, routes.lost());
 }
 
 TEST(RouteSet, payloadOfWhatIsThere) {

@@ -1,12 +1,15 @@
 #include "Support.h"
 
+#include <bzlib.h>
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <lzma.h>
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <zlib.h>
+#include <zstd.h>
 
 #include <array>
 #include <cstdint>
@@ -56,6 +59,43 @@ std::string gz(std::string_view content) {
    if (code != Z_STREAM_END) {
       throw std::runtime_error("zlib does not end");
    }
+   return output;
+}
+
+std::string bz2(std::string_view content) {
+   std::string input(content);
+   std::string output(input.size() + input.size() / 50 + 700, '\0');
+   auto size = static_cast<unsigned>(output.size());
+   if (BZ2_bzBuffToBuffCompress(output.data(), &size, input.data(), static_cast<unsigned>(input.size()), 9, 0, 0) !=
+       BZ_OK) {
+      throw std::runtime_error("bzip2 does not end");
+   }
+   output.resize(size);
+   return output;
+}
+
+std::string xz(std::string_view content) {
+   std::string output(lzma_stream_buffer_bound(content.size()), '\0');
+   std::size_t size = 0;
+   if (lzma_easy_buffer_encode(6, LZMA_CHECK_CRC64, nullptr, reinterpret_cast<const uint8_t*>(content.data()),
+                               content.size(), reinterpret_cast<uint8_t*>(output.data()), &size,
+                               output.size()) != LZMA_OK) {
+      throw std::runtime_error("xz does not end");
+   }
+   output.resize(size);
+   return output;
+}
+
+std::string zst(std::string_view content) {
+   ZSTD_CCtx* context = ZSTD_createCCtx();
+   ZSTD_CCtx_setParameter(context, ZSTD_c_checksumFlag, 1);
+   std::string output(ZSTD_compressBound(content.size()), '\0');
+   const auto size = ZSTD_compress2(context, output.data(), output.size(), content.data(), content.size());
+   ZSTD_freeCCtx(context);
+   if (ZSTD_isError(size) != 0) {
+      throw std::runtime_error("zstd does not end");
+   }
+   output.resize(size);
    return output;
 }
 
@@ -111,6 +151,7 @@ std::vector<std::string> textOf(RouteSet& routes) {
 
 Parsed parsed(LineParser& parser, const std::vector<std::string>& lines) {
    RouteSet routes;
+   routes.candidatesAreKept();
    Parsed result;
    for (const auto& line : lines) {
       try {
@@ -121,6 +162,17 @@ Parsed parsed(LineParser& parser, const std::vector<std::string>& lines) {
    }
    parser.end(routes);
    result.routes = textOf(routes);
+   for (auto af : families) {
+      routes.forEach(af, [&](const Corenet::IpGenPrefix& route) {
+         for (const Candidate& candidate : routes.candidates(route)) {
+            if (!candidate.chosen) {
+               result.candidates.push_back(fmt::format("{} {}{}", route.stringValue(), candidate.payload,
+                                                       candidate.answers ? "" : " (bound)"));
+            }
+         }
+      });
+   }
+   result.leftOut = parser.leftOut().names();
    return result;
 }
 

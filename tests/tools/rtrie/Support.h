@@ -33,8 +33,11 @@ class Folder {
    std::filesystem::path folder_;
 };
 
-// The bytes of a .gz with that content.
+// The bytes of a compressed file with that content.
 std::string gz(std::string_view content);
+std::string bz2(std::string_view content);
+std::string xz(std::string_view content);
+std::string zst(std::string_view content);
 std::string contentOf(const std::string& path);
 
 struct Ran {
@@ -54,12 +57,15 @@ std::vector<std::string> textOf(RouteSet& routes);
 struct Parsed {
    std::vector<std::string> routes;
    std::vector<std::string> faults;
+   std::vector<std::string>
+      candidates;        // "10.0.0.0/8 payload" for those that lost, "... (bound)" if they could not win
+   std::string leftOut;  // names and counts of what was not selected
 };
 Parsed parsed(LineParser& parser, const std::vector<std::string>& lines);
 
-template <class Parser>
-Parsed parsedBy(const std::vector<std::string>& lines) {
-   Parser parser;
+template <class Parser, class... Arguments>
+Parsed parsedBy(const std::vector<std::string>& lines, const Arguments&... arguments) {
+   Parser parser(arguments...);
    return parsed(parser, lines);
 }
 

@@ -19,6 +19,12 @@ TEST(TableFormat, eachIsToldByItsLines) {
    EXPECT_EQ("bgpdump", named({"BGP4MP|1|W|192.0.2.1|65000|10.0.0.0/8"}));
    EXPECT_EQ("ip-route", named({"default via 192.0.2.1 dev eth0", "192.0.2.0/24 dev eth0 proto kernel scope link"}));
    EXPECT_EQ("ip-route", named({"blackhole 10.1.0.0/16"}));
+   EXPECT_EQ("ip-route", named({"10.5.0.0/16", "nexthop via 192.0.2.1 dev eth0 weight 3"}));
+   EXPECT_EQ("ip-route", named({"10.5.0.0/16 \\\tnexthop via 192.0.2.1 dev eth0 weight 3"}));
+   EXPECT_EQ("netstat", named({"10.5.0.0 192.0.2.1 255.255.0.0 UG 0 0 0 eth0"}));
+   EXPECT_EQ("netstat", named({"Kernel IPv6 routing table", "2001:db8:7::/48 2001:db8::1 UG 1024 1 0 eth0"}));
+   EXPECT_EQ("ranges", named({"1.0.1.0,1.0.3.255,CN"}));
+   EXPECT_EQ("prefixes", named({"1.0.1.0 - 1.0.3.255", "1.0.4.0-1.0.4.255", "10.2.0.0 255.255.0.0 lan"}));
    EXPECT_EQ("ip-route", named({"fe80::/64 dev eth0 proto kernel metric 256 pref medium"}));
 }
 
@@ -37,9 +43,9 @@ TEST(TableFormat, namesAreDifferent) {
    std::set<std::string_view> names;
    for (const auto& format : tableFormats()) {
       EXPECT_TRUE(names.insert(format.name).second) << format.name;
-      EXPECT_NE(nullptr, format.parser());
+      EXPECT_NE(nullptr, format.parser(Selection()));
    }
-   EXPECT_EQ(4U, names.size());
+   EXPECT_EQ(5U, names.size());
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ ExitStatus run(const DumpOptions& options) {
    requireAnswers(engine, options.tree ? Questions::dumpTree : Questions::dump, options.tree ? "dump --tree" : "dump",
                   engines());
    RouteSet routes;
-   const auto report = loadTables(options.table.tables, options.table.strict, routes);
+   const auto report = loadTables(options.table, routes);
    const TableSet tables(engine, routes);
    Output output(STDOUT_FILENO);
    OutputStream stream(output);

@@ -107,7 +107,7 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
       throw UsageError("what is to be read of the table? give a path, such as routes");
    }
    RouteSet routes;
-   const auto report = loadTables(options.table.tables, options.table.strict, routes);
+   const auto report = loadTables(options.table, routes);
    const TableSet tables(engine, routes);
    Output output(STDOUT_FILENO);
    std::uint64_t faults = report.faults;

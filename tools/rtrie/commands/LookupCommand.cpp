@@ -38,16 +38,22 @@ class Lookup {
    void query(std::string_view text, std::uint64_t lineNumber) {
       try {
          const auto query = prefixOfText(text);
-         const RouteTable& table = tableFor(query.af(), text);
          answer_.yes = false;
          answer_.routes.clear();
-         op_.ask(table, query, answer_);
+         // Where all routes of a family hold for some packets alone there is no table to ask, but there are candidates.
+         if (!writer_.tellsCandidates() || tables_.of(query.af()).table || routes_.candidates(query).empty()) {
+            op_.ask(tableFor(query.af(), text), query, answer_);
+         }
          writer_.write(query, answer_);
          ++answered_;
       } catch (const BadText& fault) {
-         ++faults_;
-         say(lineNumber == 0 ? fault.what() : fmt::format("<stdin>:{}: {}", lineNumber, fault.what()));
+         bad(fault.what(), lineNumber);
       }
+   }
+
+   void bad(std::string_view what, std::uint64_t lineNumber) {
+      ++faults_;
+      say(lineNumber == 0 ? std::string(what) : fmt::format("<stdin>:{}: {}", lineNumber, what));
    }
 
    std::uint64_t faults() const { return faults_; }
@@ -77,7 +83,7 @@ class Lookup {
 void answerStandardInput(Lookup& lookup, AnswerWriter& writer) {
    // Whoever writes the queries may wait for the answers.
    const auto source = descriptorSource(STDIN_FILENO, "<stdin>", [&] { writer.flush(); });
-   LineReader reader(*source);
+   LineReader reader(*source, [&](std::uint64_t number, const std::string& what) { lookup.bad(what, number); });
    while (const auto line = reader.next()) {
       const auto text = withoutComment(trimmed(*line));
       if (!text.empty()) {
@@ -96,11 +102,18 @@ ExitStatus run(const LookupOptions& options) {
    }
 
    RouteSet routes;
-   const auto report = loadTables(options.table.tables, options.table.strict, routes);
+   const bool tellsCandidates = op.isAboutQuery && format.tellsCandidates;
+   if (tellsCandidates) {
+      routes.candidatesAreKept();
+   }
+   const auto report = loadTables(options.table, routes);
    Output output(STDOUT_FILENO);
    const TableSet tables(engine, routes);
    const auto writer = format.writer(
       output, [&](const Corenet::IpGenPrefix& route) { return tables.payload(route); }, op);
+   if (tellsCandidates) {
+      writer->candidatesAre([&](const Corenet::IpGenPrefix& route) { return routes.candidates(route); });
+   }
    Lookup lookup(engine, op, routes, tables, *writer);
    for (const std::string& query : options.queries) {
       lookup.query(query, 0);

@@ -178,7 +178,7 @@ ExitStatus run(const StatsOptions& options) {
    const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
    const StatsFormat& format = rowNamed(std::span<const StatsFormat>(formats), "format", options.format);
    RouteSet routes;
-   const auto report = loadTables(options.table.tables, options.table.strict, routes);
+   const auto report = loadTables(options.table, routes);
    const TableSet tables(engine, routes);
 
    double insertSeconds = 0;

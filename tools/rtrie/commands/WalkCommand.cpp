@@ -81,7 +81,7 @@ ExitStatus run(const WalkOptions& options) {
       }
    }
    RouteSet routes;
-   const auto report = loadTables(options.table.tables, options.table.strict, routes);
+   const auto report = loadTables(options.table, routes);
    const TableSet tables(engine, routes);
    Output output(STDOUT_FILENO);
    if (!options.prefix.empty()) {

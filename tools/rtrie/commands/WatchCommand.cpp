@@ -90,10 +90,8 @@ constexpr WatchFormat formats[] = {
    {"json", "one object a line: change, prefix, old, new", printJson},
 };
 
-struct WatchOptions {
-   std::vector<std::string> tables;
+struct WatchOptions : LoadOptions {
    std::string format = std::string(formats[0].name);
-   bool strict = false;
    bool isPublications = false;
 };
 
@@ -264,7 +262,7 @@ ExitStatus run(const WatchOptions& options) {
    }
    const WatchFormat& format = rowNamed(std::span<const WatchFormat>(formats), "format", options.format);
    RouteSet routes;
-   std::uint64_t faults = loadTables(options.tables, options.strict, routes).faults;
+   std::uint64_t faults = loadTables(options, routes).faults;
    const std::uint64_t tableFaults = faults;
    WatchedTable table(routes);
    Output output(STDOUT_FILENO);
@@ -286,7 +284,10 @@ ExitStatus run(const WatchOptions& options) {
       lines.flush();
       output.flush();
    });
-   LineReader reader(*source);
+   LineReader reader(*source, [&](std::uint64_t number, const std::string& what) {
+      ++faults;
+      say(fmt::format("<stdin>:{}: {}", number, what));
+   });
    while (const auto line = reader.next()) {
       try {
          lines.line(*line);
@@ -305,17 +306,13 @@ ExitStatus run(const WatchOptions& options) {
 
 Run addWatch(CLI::App& app) {
    auto options = std::make_shared<WatchOptions>();
-   app.add_option("--table", options->tables, "A table of routes, plain or .gz. Can be given again")
-      ->type_name("FILE")
-      ->allow_extra_args(false)
-      ->required();
+   addLoadOptions(app, *options);
    auto* const format = app.add_option("--format", options->format, "How changes are printed")
                            ->type_name("FORMAT")
                            ->capture_default_str();
    app.add_flag("--publications", options->isPublications,
                 "Print what the trie tells its watchers, attribute by attribute, instead of the changes of routes")
       ->excludes(format);
-   app.add_flag("--strict", options->strict, "Stop at the first bad line of a table");
    app.footer(
       helpSection("Updates, one a line of standard input",
                   "  + PREFIX PAYLOAD, TIME a PREFIX PAYLOAD   add the route, or replace its payload\n"

@@ -8,6 +8,7 @@
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "tools/rtrie/AddressNumber.h"
 #include "tools/rtrie/Errors.h"
+#include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Words.h"
 
 namespace Rtrie {
@@ -22,7 +23,27 @@ bool isIpv6Shaped(std::string_view text) {
           text.find_first_not_of("0123456789abcdefABCDEF:.") == std::string_view::npos;
 }
 
+// Dotted addresses are the ends of a range only if something follows them, and if the second is not the netmask of the
+// first: 10.0.0.0,255.0.0.0,lan
+bool isDottedRange(std::string_view first, std::string_view last, std::string_view rest) {
+   const auto isDotted = [](std::string_view text) {
+      return text.find_first_not_of("0123456789.") == std::string_view::npos && isAddressText(text);
+   };
+   if (rest.empty() || !isDotted(first) || !isDotted(last)) {
+      return false;
+   }
+   const auto mask = netmaskLength(last);
+   return !mask || *mask == 32 || *mask == 0 || !isPrefixText(fmt::format("{}/{}", first, *mask));
+}
+
 U32 ipv4Number(std::string_view text, std::string_view line) {
+   if (text.find('.') != std::string_view::npos) {
+      try {
+         return numberOf(Corenet::IpAddr::fromString(text));
+      } catch (const Corvid::RangeException& error) {
+         throw BadText(error.what());
+      }
+   }
    U32 number = 0;
    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
    if (error == std::errc::result_out_of_range) {
@@ -55,7 +76,8 @@ void addRange(Number first, Number last, std::string_view country, std::string_v
 bool CountryRanges::looksLike(std::string_view line) {
    const auto first = trimmed(takeField(line, ','));
    const auto last = trimmed(takeField(line, ','));
-   return (isDigits(first) && isDigits(last)) || (isIpv6Shaped(first) && isIpv6Shaped(last));
+   return (isDigits(first) && isDigits(last)) || (isIpv6Shaped(first) && isIpv6Shaped(last)) ||
+          isDottedRange(first, last, trimmed(line));
 }
 
 void CountryRanges::line(std::string_view text, RouteSet& routes) {
