@@ -80,13 +80,16 @@ std::string onATerminal(bool slow) {
    }
    close(table[0]);
    std::thread writer([&] {
-      std::string lines;
+      std::string lines = "10.0.0.0/8\n";
       for (int i = 0; i < (slow ? 2048 : 10); ++i) {
-         lines += "10.0.0.0/8\n";
+         lines += "# a line\n";
       }
       for (int i = 0; i < (slow ? 60 : 1); ++i) {
          if (write(table[1], lines.data(), lines.size()) < 0) {
             break;
+         }
+         if (i == 0) {
+            lines.erase(0, lines.find('\n') + 1);  // the one route was told
          }
          if (slow) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -35,7 +35,7 @@ bool isFlags(std::string_view word) {
 }
 
 bool isNone(std::string_view gateway) {
-   return gateway == "*" || gateway == "0.0.0.0" || gateway == "::" || gateway == "[::]";
+   return gateway == "*" || gateway == "-" || gateway == "0.0.0.0" || gateway == "::" || gateway == "[::]";
 }
 
 // Without -n, the IPv6 default route is "[::]/0".
