@@ -1,14 +1,25 @@
 #include "routetrie/platform/Corvid/Node.h"
 
+#include <cstdint>
+
+#include "routetrie/platform/Corvid/Assert.h"
 #include "routetrie/platform/Corvid/Create.h"
 
 namespace Corvid {
 
 Tesk::AllocTrackTypeInfo* Node::memAllocationTracker_ = nullptr;
 
-Node::~Node() { nodeFlagSet(nodeFlagAlive, false); }
+Node::~Node() {
+   nodeFlagSet(nodeFlagAlive, false);
+   // A count below zero is no fault, see decUseImpl(). An object that nobody counts (a local one) dies with its first reference.
+   const bool isHeld = nodeFlag(nodeFlagEnding) && static_cast<std::int32_t>(uses()) > 0;
+   ROUTETRIE_ASSERT(!isHeld, "no reference outlives its object");
+}
 
-void Node::lastUserGone() { delete this; }
+void Node::lastUserGone() {
+   nodeFlagSet(nodeFlagEnding, true);
+   delete this;
+}
 
 Publisher* Node::publisher() const { return nullptr; }
 
@@ -22,8 +33,9 @@ void Node::decUseImpl() const {
       before = uses_.load(std::memory_order_relaxed);
       uses_.store(before - 1, std::memory_order_relaxed);
    }
-   // Below zero the count only wraps: an object that is being destroyed may drop a link to itself.
-   if (before == 1) {
+   // Below zero the count only wraps: an object that is being destroyed may drop a link to itself. And it may come back to
+   // zero: whoever hears of the end may have taken a reference.
+   if (before == 1 && !isEnding()) {
       const_cast<Node*>(this)->lastUserGone();
    }
 }

@@ -10,6 +10,9 @@
 //    object (which tells its own change first), or end the object. One who subscribes meanwhile is not told of that change;
 //    one whose subscription has ended is not told any more.
 // P3 what a watcher raises ends the telling and passes to whoever made the change, which has been made by then.
+// P4 what an object publishes from its destructor is told as any change, and the watcher may use the object, as far as it is
+//    there still. It can't keep it: see N1 and N2 of Node. Nobody is there for what it raises to pass to, so an object that
+//    publishes as it goes catches that, and goes.
 //
 // A publisher belongs to one thread at a time, as its object does. Without watchers a change costs one test.
 // Tested by tests/platform/Corvid/PublisherTest.cpp.

@@ -35,8 +35,15 @@ TrieGen::TrieGen(const Corvid::String& name, AddressFamily af) : af_(af), name_(
 
 TrieGen::~TrieGen() {
    nodeFlagSet(Corvid::nodeFlagAlive, false);
-   cb4Del();
-   cb6Del();
+   const auto dropped = [](auto take) noexcept {
+      try {
+         take();
+      } catch (...) {
+         // A watcher's. The adapter is out by now, and what is left to do is to go.
+      }
+   };
+   dropped([this] { cb4Del(); });
+   dropped([this] { cb6Del(); });
 }
 
 Corvid::Ptr<TrieGen> TrieGen::TrieGenIs(const Corvid::String& name, AddressFamily af) {

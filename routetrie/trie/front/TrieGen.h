@@ -6,6 +6,11 @@
 //                         changed, changedRoute (140)
 //    routeIs, present     routeUpdated if it was false, changedRoute; the engine is left alone
 //    routeDel             routeUpdated if it was true, the engine's, defaultRoutePresent if it changed, changedRoute
+//    the trie ends        cb4 (146), cb6 (147)
+//
+// While those last two are told, the trie works but for its walks, and no reference that is taken keeps it (Node, N1 and N2).
+// What a watcher raises then is dropped, since there is no one to take it: the other watchers are not told of that adapter,
+// and the trie ends.
 //
 // Between operations changedRoute() is the empty value.
 //

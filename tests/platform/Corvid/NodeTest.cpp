@@ -99,6 +99,72 @@ TEST(Node, belowZeroTheCountOnlyWraps) {
    }
 }
 
+// One that keeps itself, for a pool, may be given out again and hears of each end of its use.
+TEST(Node, whoStaysIsCalledAtEachZero) {
+   for (const bool threads : {false, true}) {
+      const MultiThreaded multiThreaded(threads);
+      Watched node;
+      for (int round = 1; round <= 3; ++round) {
+         node.decUseImpl();
+         EXPECT_EQ(round, node.goneCalls);
+         node.incUse();
+      }
+   }
+}
+
+// Takes and drops references to itself while it goes, in its destructor and in that of a member.
+class Restless : public Node {
+  public:
+   explicit Restless(int& destroyed) : destroyed_(destroyed), member_{*this} {}
+   ~Restless() override {
+      ++destroyed_;
+      takeAndDrop(*this);
+      EXPECT_TRUE(nodeFlag(Corvid::nodeFlagEnding));
+   }
+
+  private:
+   static void takeAndDrop(const Node& node) {
+      for (int i = 0; i < 3; ++i) {
+         const Ptr<const Node> held(&node);
+         const Ptr<const Node> copy(held);
+         EXPECT_EQ(2u, node.uses());
+      }
+   }
+   struct Member {
+      const Node& owner;
+      ~Member() { takeAndDrop(owner); }
+   };
+   int& destroyed_;
+   Member member_;
+};
+
+TEST(Node, isDestroyedOnceWhateverIsTakenMeanwhile) {
+   for (const bool threads : {false, true}) {
+      const MultiThreaded multiThreaded(threads);
+      int destroyed = 0;
+      { const auto node = ptrIsImpl<Restless>(destroyed); }
+      EXPECT_EQ(1, destroyed);
+   }
+}
+
+// Keeps the reference of its own that it takes while it goes.
+class Clinging : public Node {
+  public:
+   explicit Clinging(Ptr<Node>& kept) : kept_(kept) {}
+   ~Clinging() override { kept_ = Ptr<Node>(this); }
+
+  private:
+   Ptr<Node>& kept_;
+};
+
+TEST(NodeDeathTest, aReferenceThatOutlivesItsObject) {
+   for (const bool threads : {false, true}) {
+      const MultiThreaded multiThreaded(threads);
+      Ptr<Node> kept;
+      EXPECT_DEATH(ptrIsImpl<Clinging>(kept), "no reference outlives its object' failed");
+   }
+}
+
 TEST(Node, theBaseFormOfLastUserGoneDestroysTheObject) {
    struct Plain : Node {
       explicit Plain(int& destroyed) : destroyed_(destroyed) {}
