@@ -7,7 +7,7 @@
 
 namespace Corvid::Impl {
 
-void vfmassert(const char* expression, const char* file, unsigned line, const char* function, fmt::string_view format,
+void vfmassert(const char* expression, const char* file, const char* function, unsigned line, fmt::string_view format,
                fmt::format_args args) noexcept {
    fmt::print(stderr, "{}:{}: {}: Assertion `{}' failed: ", file, line, function, expression);
    fmt::vprint(stderr, format, args);

@@ -10,8 +10,7 @@ namespace Corvid::Impl {
 
 // Prints "FILE:LINE: FUNCTION: Assertion `EXPRESSION' failed: TEXT" to standard error, where TEXT is what fmt makes of
 // format and args, and aborts.
-[[noreturn]] ROUTETRIE_EXPORT void vfmassert(const char* expression, const char* file, unsigned line,
-                                             const char* function, fmt::string_view format,
-                                             fmt::format_args args) noexcept;
+[[noreturn]] ROUTETRIE_EXPORT void vfmassert(const char* expression, const char* file, const char* function,
+                                             unsigned line, fmt::string_view format, fmt::format_args args) noexcept;
 
 }  // namespace Corvid::Impl

@@ -13,7 +13,7 @@ U32 Entry::runtimeBufferAlignment() {
    if (const char* const text = std::getenv("REGALLOC_BUFFER_ALIGNMENT_OVERRIDE")) {  // NOLINT(concurrency-mt-unsafe)
       const long value = std::strtol(text, nullptr, 10);
       if (value != 0 && value != 8 && value != 16) {
-         Corvid::Impl::vfmassert("value == 8 || value == 16", __FILE__, __LINE__, __PRETTY_FUNCTION__,
+         Corvid::Impl::vfmassert("value == 8 || value == 16", __FILE__, __PRETTY_FUNCTION__, __LINE__,
                                  "Unsupported buffer alignment override value: {}", fmt::make_format_args(value));
       }
       if (value != 0) {
