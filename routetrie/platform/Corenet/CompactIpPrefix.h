@@ -2,8 +2,8 @@
 //
 //    tag  family  first byte    then
 //    3    none    3             zeros: the null compact value
-//    2    IPv4    length << 2   byte 1 a marker, 1 for the IPv4 null prefix; from byte 2 the address bytes that hold
-//                               the length's bits
+//    2    IPv4    length << 2   byte 1 a marker, 1 for the IPv4 null prefix, whatever the other bytes are; from byte 2
+//                               the address bytes that hold the length's bits
 //    1    IPv6    length << 2   from byte 1 the address bytes; at most 56 bits
 //    0    IPv6    -             the word is a pointer to a record of PrefixDedup
 //
@@ -66,8 +66,7 @@ class ROUTETRIE_EXPORT CompactIpPrefixImpl {
       switch (tag()) {
          case nullWord: return {};
          case ipv4Tag:
-            return word_ == ipv4NullPrefixWord ? Prefix::nullPrefix()
-                                               : Prefix::ofValid(IpAddr(inlineBits4()), inlineLen());
+            return hasMarker4() ? Prefix::nullPrefix() : Prefix::ofValid(IpAddr(inlineBits4()), inlineLen());
          default: return Prefix::nullPrefix();
       }
    }
@@ -112,7 +111,9 @@ class ROUTETRIE_EXPORT CompactIpPrefixImpl {
    static constexpr U64 inline6Tag = 1;
    static constexpr U64 ipv4Tag = 2;
    static constexpr U64 nullWord = 3;
-   static constexpr U64 ipv4NullPrefixWord = ipv4Tag | U64{1} << 8;
+   static constexpr U64 marker4Mask = U64{0xff} << 8;
+   static constexpr U64 marker4 = U64{1} << 8;
+   static constexpr U64 ipv4NullPrefixWord = ipv4Tag | marker4;
    static constexpr U32 inline6MaxLength = 56;
 
    static_assert(std::endian::native == std::endian::little, "byte 0 of the word is its low byte");
@@ -127,6 +128,7 @@ class ROUTETRIE_EXPORT CompactIpPrefixImpl {
 
    U64 tag() const noexcept { return word_ & 3; }
    bool isDeduped() const noexcept { return tag() == dedupedTag; }
+   bool hasMarker4() const noexcept { return (word_ & marker4Mask) == marker4; }
    U8 inlineLen() const noexcept { return static_cast<U8>((word_ & 0xff) >> 2); }
    AddressBits<32> inlineBits4() const noexcept {
       return AddressBits<32>(__builtin_bswap32(static_cast<U32>(word_ >> 16)));

@@ -44,6 +44,27 @@ TEST(CompactIpPrefix, isOneWordThatIsNotPlain) {
    static_assert(std::is_base_of_v<CompactIpPrefixImpl, CompactIpPrefix>);
 }
 
+// The marker alone tells: whatever stands in the length bits and behind it, the value is the IPv4 null prefix.
+TEST(CompactIpPrefix, theMarkerMakesTheIpv4NullPrefix) {
+   for (const U64 length : {0u, 8u, 32u, 63u}) {
+      for (const U64 behind : {U64{0}, U64{0x0a}, ~U64{0}}) {
+         const U64 word = 2 | length << 2 | 1u << 8 | behind << 16;
+         CompactIpPrefix value;
+         std::memcpy(static_cast<void*>(&value), &word, sizeof word);
+         EXPECT_EQ(Prefix::nullPrefix(), value.ipv4()) << std::hex << word;
+         EXPECT_EQ(Ip6Prefix::nullPrefix(), value.ipv6()) << std::hex << word;
+         EXPECT_EQ(IpGenPrefix(Prefix::nullPrefix()), value.genPrefix()) << std::hex << word;
+         EXPECT_EQ(length, value.len()) << std::hex << word;
+      }
+   }
+   for (const U64 marker : {0u, 2u, 3u, 0x80u}) {
+      const U64 word = 2 | 8u << 2 | marker << 8 | 10u << 16;
+      CompactIpPrefix value;
+      std::memcpy(static_cast<void*>(&value), &word, sizeof word);
+      EXPECT_EQ("10.0.0.0/8", value.ipv4().stringValue()) << "only 1 is the marker";
+   }
+}
+
 TEST(CompactIpPrefix, bytesOfTheWord) {
    using Bytes = std::array<U8, 8>;
    EXPECT_EQ((Bytes{3}), bytesOf(CompactIpPrefix()));
