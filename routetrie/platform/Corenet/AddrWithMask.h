@@ -5,6 +5,7 @@
 // Tested by tests/platform/Corenet/AddrWithMaskTest.cpp.
 #pragma once
 
+#include <array>
 #include <string_view>
 
 #include "routetrie/platform/Corenet/CompactIpPrefix.h"
@@ -60,10 +61,13 @@ class Ip6AddrWithMask : public BasicAddrWithMask<Ip6AddrWithMask, Ip6Prefix> {
    using BasicAddrWithMask::BasicAddrWithMask;
 };
 
+// In memory: 16 address bytes, of which IPv4 uses the first 4; the mask length, 32 bits; the family.
 class ROUTETRIE_EXPORT IpGenAddrWithMask {
   public:
    IpGenAddrWithMask() noexcept = default;  // family none
-   IpGenAddrWithMask(const IpGenAddr& address, unsigned int len) noexcept : address_(address), maskLength_(len) {}
+   IpGenAddrWithMask(const IpGenAddr& address, unsigned int len) noexcept : maskLength_(len), family_(address.af()) {
+      address.bits<128>().store(bytes_.data());
+   }
    // The address of the prefix, with a mask of its own.
    IpGenAddrWithMask(const CompactIpPrefix& prefix, unsigned int len)
       : IpGenAddrWithMask(prefix.genPrefix().address(), len) {}
@@ -72,29 +76,36 @@ class ROUTETRIE_EXPORT IpGenAddrWithMask {
    static IpGenAddrWithMask fromString(std::string_view text);
    Corvid::String stringValue() const;
 
-   AddressFamily af() const noexcept { return address_.af(); }
-   const IpGenAddr& address() const noexcept { return address_; }
+   AddressFamily af() const noexcept { return family_; }
+   IpGenAddr address() const noexcept {
+      return af() == ipv4   ? IpGenAddr(IpAddr(AddressBits<32>::load(bytes_.data())))
+             : af() == ipv6 ? IpGenAddr(Ip6Addr(bytes_))
+                            : IpGenAddr(family_);
+   }
    U32 maskLen() const noexcept { return maskLength_; }  // bits
 
    // The value as one of that family; the zero address with mask length 0 if it is of another.
    IpAddrWithMask v4AddrWithMask() const noexcept {
-      return af() == ipv4 ? IpAddrWithMask(address_.v4Addr(), maskLength_) : IpAddrWithMask();
+      return af() == ipv4 ? IpAddrWithMask(address().v4Addr(), maskLength_) : IpAddrWithMask();
    }
    Ip6AddrWithMask v6AddrWithMask() const noexcept {
-      return af() == ipv6 ? Ip6AddrWithMask(address_.v6Addr(), maskLength_) : Ip6AddrWithMask();
+      return af() == ipv6 ? Ip6AddrWithMask(address().v6Addr(), maskLength_) : Ip6AddrWithMask();
    }
    Prefix v4Subnet() const { return v4AddrWithMask().subnet(); }
    // The subnet as a prefix of either family; the empty value for any family but the two.
    IpGenPrefix subnet() const;
    // The same as a compact value; asserts for a family past the three known ones.
    CompactIpPrefix compactSubnet() const;
-   U32 hash(U32 seed) const noexcept { return address_.hash(seed ^ maskLength_); }
+   U32 hash(U32 seed) const noexcept { return address().hash(seed ^ maskLength_); }
 
    friend bool operator==(const IpGenAddrWithMask&, const IpGenAddrWithMask&) noexcept = default;
 
   private:
-   IpGenAddr address_;
+   std::array<U8, 16> bytes_{};
    U32 maskLength_ = 0;
+   AddressFamily family_ = AddressFamily::none;
 };
+
+static_assert(sizeof(IpGenAddrWithMask) == 24);
 
 }  // namespace Corenet

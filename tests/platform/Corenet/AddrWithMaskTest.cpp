@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cstring>
 
 #include "routetrie/platform/Corvid/RangeException.h"
@@ -120,6 +121,24 @@ TEST(IpGenAddrWithMask, ofEachFamily) {
    EXPECT_EQ("2001:db8::/32", six.compactSubnet().stringValue());
    EXPECT_EQ("0.0.0.0/0", six.v4Subnet().stringValue()) << "another family's is the default route, not an error";
    EXPECT_EQ("2001:db8::9/32", six.stringValue());
+}
+
+TEST(IpGenAddrWithMask, isAddressThenMaskLengthThenFamily) {
+   static_assert(sizeof(IpGenAddrWithMask) == 24);
+   const auto bytesOf = [](const IpGenAddrWithMask& value) {
+      std::array<U8, 21> bytes;
+      std::memcpy(bytes.data(), &value, bytes.size());
+      return bytes;
+   };
+   using Bytes = std::array<U8, 21>;
+   EXPECT_EQ((Bytes{10, 1, 2, 3, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0x18, 0, 0, 0, 1}),
+             bytesOf({gen("10.1.2.3"), 24}));
+   EXPECT_EQ((Bytes{0x20, 1, 0xd, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 9, 0x44, 0x33, 0x22, 0x11, 2}),
+             bytesOf({gen("2001:db8::9"), 0x11223344}));
+   EXPECT_EQ((Bytes{}), bytesOf({}));
+   EXPECT_EQ(gen("2001:db8::9"), IpGenAddrWithMask(gen("2001:db8::9"), 7).address());
+   const IpGenAddr unknown(static_cast<AddressFamily>(7));
+   EXPECT_EQ(unknown, IpGenAddrWithMask(unknown, 7).address());
 }
 
 TEST(IpGenAddrWithMask, ofNoFamilyIsEmptyForEveryMask) {
