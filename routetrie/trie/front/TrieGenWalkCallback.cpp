@@ -2,6 +2,7 @@
 
 namespace Routing {
 
+Tesk::AllocTrackTypeInfo* TrieGenWalkCallback::memAllocationTracker_ = nullptr;
 Tesk::AllocTrackTypeInfo* TrieWalkCallback4::memAllocationTracker_ = nullptr;
 Tesk::AllocTrackTypeInfo* TrieWalkCallback6::memAllocationTracker_ = nullptr;
 

@@ -28,6 +28,12 @@ class ROUTETRIE_EXPORT TrieGenWalkCallback : public Corvid::Node {
 
    // Not 0 to go on; 0 refuses the route, as above. The base takes every route. The callback must not change the trie.
    virtual int handlePrefix(const Corenet::IpGenPrefix& p);
+
+   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<TrieGenWalkCallback>(bytes); }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<TrieGenWalkCallback>(memory, bytes);
+   }
 };
 
 // Hands on to `currentWalkCallback`, which must be set by then.

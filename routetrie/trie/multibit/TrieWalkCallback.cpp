@@ -2,6 +2,8 @@
 
 namespace Routing {
 
+Tesk::AllocTrackTypeInfo* TrieWalkCallback::memAllocationTracker_ = nullptr;
+
 TrieWalkCallback::~TrieWalkCallback() { nodeFlagSet(Corvid::nodeFlagAlive, false); }
 
 int TrieWalkCallback::handlePrefix(const Corenet::Prefix&) { return 1; }

@@ -25,6 +25,12 @@ class ROUTETRIE_EXPORT TrieWalkCallback : public Corvid::Node {
    // Not 0 to go on; 0 refuses the route and all that lies beneath it. The base takes every route. The callback must not
    // change the trie.
    virtual int handlePrefix(const Corenet::Prefix& p);
+
+   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<TrieWalkCallback>(bytes); }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<TrieWalkCallback>(memory, bytes);
+   }
 };
 
 class ROUTETRIE_EXPORT TrieWalkCallbackWrapper : public TrieWalkCallback {

@@ -8,6 +8,9 @@
 
 namespace Routing {
 
+Tesk::AllocTrackTypeInfo* PatriciaTrieIteratorCb::memAllocationTracker_ = nullptr;
+Tesk::AllocTrackTypeInfo* PatriciaTrieCompactIteratorCb::memAllocationTracker_ = nullptr;
+
 PatriciaTrieIteratorCb::~PatriciaTrieIteratorCb() { nodeFlagSet(Corvid::nodeFlagAlive, false); }
 
 PatriciaTrieCompactIteratorCb::~PatriciaTrieCompactIteratorCb() { nodeFlagSet(Corvid::nodeFlagAlive, false); }

@@ -27,6 +27,7 @@
 #include "routetrie/platform/Corenet/CompactIpPrefix.h"
 #include "routetrie/platform/Corenet/IpGenPrefix.h"
 #include "routetrie/platform/Corvid/Assert.h"
+#include "routetrie/platform/Corvid/Create.h"
 #include "routetrie/platform/Corvid/Node.h"
 #include "routetrie/platform/Corvid/Ptr.h"
 #include "routetrie/platform/Export.h"
@@ -43,6 +44,12 @@ class ROUTETRIE_EXPORT PatriciaTrieIteratorCb : public Corvid::Node {
    Corvid::TypeData typeData() const override;
 
    virtual bool isPrefixSkip(const Corenet::IpGenPrefix& p) = 0;
+
+   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<PatriciaTrieIteratorCb>(bytes); }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<PatriciaTrieIteratorCb>(memory, bytes);
+   }
 };
 
 class ROUTETRIE_EXPORT PatriciaTrieCompactIteratorCb : public Corvid::Node {
@@ -52,6 +59,12 @@ class ROUTETRIE_EXPORT PatriciaTrieCompactIteratorCb : public Corvid::Node {
    Corvid::TypeData typeData() const override;
 
    virtual bool isPrefixSkip(const Corenet::CompactIpPrefix& p) = 0;
+
+   static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<PatriciaTrieCompactIteratorCb>(bytes); }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<PatriciaTrieCompactIteratorCb>(memory, bytes);
+   }
 };
 
 // A counted pointer to a trie that is itself counted by the trie, in iterators().

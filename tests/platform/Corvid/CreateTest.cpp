@@ -54,6 +54,56 @@ class CountedApart : public Counted {
    }
 };
 
+// Sees to its memory itself, and is counted by its base: its own operators count nothing.
+class OnTheHeap : public Counted {
+  public:
+   ~OnTheHeap() override { nodeFlagSet(nodeFlagAlive, false); }
+   static void* operator new(std::size_t bytes) { return ::operator new(bytes); }
+   static void operator delete(void* memory, std::size_t) noexcept { ::operator delete(memory); }
+};
+
+// Trackers and operators of a class from a template.
+template <class T, int n>
+class CountedOf : public Counted {
+  public:
+   ~CountedOf() override { nodeFlagSet(nodeFlagAlive, false); }
+   static inline Tesk::AllocTrackTypeInfo* memAllocationTracker_ = nullptr;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<CountedOf>(bytes); }
+   static void operator delete(void* memory, std::size_t bytes) noexcept {
+      Corvid::releaseFor<CountedOf>(memory, bytes);
+   }
+};
+
+// Declares the tracker alone. ptrIsImpl would refuse it, see tests/must_not_compile/.
+class HalfCounted : public Counted {
+  public:
+   static inline Tesk::AllocTrackTypeInfo* memAllocationTracker_ = nullptr;
+};
+class BelowHalfCounted : public HalfCounted {};
+class HalfCountedOnNode : public Node {
+  public:
+   static inline Tesk::AllocTrackTypeInfo* memAllocationTracker_ = nullptr;
+};
+class BelowHalfCountedOnNode : public HalfCountedOnNode {};
+class WithoutDelete : public Counted {
+  public:
+   static inline Tesk::AllocTrackTypeInfo* memAllocationTracker_ = nullptr;
+   static void* operator new(std::size_t bytes) { return Corvid::allocateFor<WithoutDelete>(bytes); }
+};
+
+// The compiler's names, on which this rests, are the same for each kind of class.
+static_assert(Corvid::Impl::operatorsGoWithTracker<Node>());
+static_assert(Corvid::Impl::operatorsGoWithTracker<Counted>());
+static_assert(Corvid::Impl::operatorsGoWithTracker<Larger>());
+static_assert(Corvid::Impl::operatorsGoWithTracker<CountedApart>());
+static_assert(Corvid::Impl::operatorsGoWithTracker<OnTheHeap>());
+static_assert(Corvid::Impl::operatorsGoWithTracker<CountedOf<const long, 3>>());
+static_assert(!Corvid::Impl::operatorsGoWithTracker<HalfCounted>());
+static_assert(Corvid::Impl::operatorsGoWithTracker<BelowHalfCounted>(), "its base is told when it is made itself");
+static_assert(!Corvid::Impl::operatorsGoWithTracker<HalfCountedOnNode>());
+static_assert(!Corvid::Impl::operatorsGoWithTracker<BelowHalfCountedOnNode>());
+static_assert(!Corvid::Impl::operatorsGoWithTracker<WithoutDelete>());
+
 // Its constructor makes another object and then raises.
 class Refusing : public Counted {
   public:
