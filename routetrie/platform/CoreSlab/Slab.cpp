@@ -142,10 +142,15 @@ constinit Fallbacks fallbacks;
 
 // Allocations up to and including the one that fails; 0: none fails.
 constinit std::atomic<std::uint64_t> untilFailure{0};
+// Whether all fail from there on: the last step down is not taken then.
+constinit std::atomic<bool> failureStays{false};
 
 bool failsNow() noexcept {
    std::uint64_t left = untilFailure.load(std::memory_order_relaxed);
    while (left != 0) {
+      if (left == 1 && failureStays.load(std::memory_order_relaxed)) {
+         return true;
+      }
       if (untilFailure.compare_exchange_weak(left, left - 1, std::memory_order_relaxed)) {
          return left == 1;
       }
@@ -162,7 +167,15 @@ constexpr bool failsNow() noexcept { return false; }
 }  // namespace
 
 #ifdef ROUTETRIE_FAULT_INJECTION
-void failAt(std::uint64_t n) { untilFailure.store(n, std::memory_order_relaxed); }
+void failAt(std::uint64_t n) {
+   failureStays.store(false, std::memory_order_relaxed);
+   untilFailure.store(n, std::memory_order_relaxed);
+}
+
+void failFrom(std::uint64_t n) {
+   failAt(n);
+   failureStays.store(true, std::memory_order_relaxed);
+}
 #endif
 
 void* slabAlloc(std::size_t size) {

@@ -43,6 +43,8 @@ ROUTETRIE_EXPORT Stats stats();
 // Makes the n-th allocation from now fail, counted over both ways to allocate and over all threads: std::bad_alloc from
 // slabAlloc, null from slabAllocOrStdMalloc. 0 lets all succeed.
 ROUTETRIE_EXPORT void failAt(std::uint64_t n);
+// As failAt, but all allocations fail from the n-th on, until failAt(0).
+ROUTETRIE_EXPORT void failFrom(std::uint64_t n);
 #endif
 
 }  // namespace CoreSlab

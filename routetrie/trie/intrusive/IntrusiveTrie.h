@@ -87,7 +87,8 @@ class ROUTETRIE_EXPORT Trie<UserNode<T, true, Distinguisher>> {
    // and the caller has to give it up.
    void insert(T& route);
 
-   // Takes all routes out, the first on the left spine each time, and drops the trie's references on them. As remove().
+   // Takes all routes out, the first on the left spine each time, and drops the trie's references on them. It needs no
+   // memory: where there is none for the node that a route with two children leaves behind, a leaf beneath it goes first.
    void removeAll();
 
    //--- looking up ---
@@ -228,7 +229,7 @@ void Trie<UserNode<T, true, Distinguisher>>::removeAll() {
       while (node->isInternal()) {
          node = node->left;
       }
-      static_cast<User*>(node)->remove();
+      Impl::Emptying<User>::removeAtOrBelow(static_cast<User*>(node));
    }
 }
 

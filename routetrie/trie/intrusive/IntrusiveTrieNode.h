@@ -30,7 +30,8 @@
 //    - trieGetPrefix(), a view of its prefix, which must not change while the node is linked;
 //    - trieNodeMember, which tells where in T the node is embedded; it may be anywhere.
 // A route whose length reads as 255 (the null prefix) lies where a prefix of length 0 lies. T's destructor has to call
-// remove() if the node is still linked.
+// remove() if the node is still linked, which it is only if somebody gave up a reference that was not theirs: the trie has one.
+// That remove() ends the process if the route has two children and there is no memory for the node that joins them.
 //
 // Nothing here is safe for threads but the reference counts. Nothing here recurses.
 // Tested by tests/trie/intrusive/IntrusiveTrieNodeTest.cpp and tests/trie/intrusive/IntrusiveTrieRemoveTest.cpp.
@@ -85,6 +86,8 @@ template <class T, bool HasParentPointers, int Distinguisher>
 class UserNode;
 template <class User>
 class InternalNode;
+template <class User>
+struct Emptying;
 
 template <class T, bool HasParentPointers, int Distinguisher>
 class ROUTETRIE_EXPORT NodeBase {
@@ -261,7 +264,30 @@ class ROUTETRIE_EXPORT UserNode final : public NodeBase<T, HasParentPointers, Di
    void replaceWith(T& other);
 
   private:
+   friend Emptying<UserNode>;
+
+   // remove() up to the trie's reference, which is then the caller's to drop.
+   void unlink();
    void unlinkLeaf();
+};
+
+// Takes a route out of a trie that is being emptied, without need for memory.
+template <class User>
+struct Emptying {
+   // Takes out the route of this node, or, where that takes memory that isn't there, a leaf beneath it.
+   static void removeAtOrBelow(User* node) {
+      try {
+         node->unlink();
+      } catch (const std::bad_alloc&) {
+         typename User::Base* leaf = node;
+         while (leaf->left != nullptr || leaf->right != nullptr) {
+            leaf = leaf->left != nullptr ? leaf->left : leaf->right;
+         }
+         node = static_cast<User*>(leaf);
+         node->unlinkLeaf();
+      }
+      node->owner()->decUseImpl();
+   }
 };
 
 //--- NodeBase ---
@@ -346,6 +372,12 @@ auto NodeBase<T, HasParentPointers, Distinguisher>::nextNode(bool skipSubtree, U
 
 template <class T, bool HasParentPointers, int Distinguisher>
 void UserNode<T, HasParentPointers, Distinguisher>::remove() {
+   unlink();
+   owner()->decUseImpl();
+}
+
+template <class T, bool HasParentPointers, int Distinguisher>
+void UserNode<T, HasParentPointers, Distinguisher>::unlink() {
    if (!this->isLinked()) {
       trieError();
    }
@@ -357,7 +389,6 @@ void UserNode<T, HasParentPointers, Distinguisher>::remove() {
    } else {
       Base::linkChild(this->slot(), this->parentType(), this->left != nullptr ? this->left : this->right);
    }
-   owner()->decUseImpl();
 }
 
 template <class T, bool HasParentPointers, int Distinguisher>

@@ -35,6 +35,7 @@ class ROUTETRIE_EXPORT Ipv6Trie : public Corvid::Node {
    using Engine = Intrusive::Trie<Ipv6TrieRoute::TrieNode>;
 
    Ipv6Trie() = default;
+   // Takes all routes out without a call of handleRoute. Needs no memory.
    ~Ipv6Trie() override;
    static Corvid::Ptr<Ipv6Trie> Ipv6TrieIs();
 
@@ -46,7 +47,7 @@ class ROUTETRIE_EXPORT Ipv6Trie : public Corvid::Node {
 
    // Adds the route, in place of any of the same prefix, which leaves without a call of its own. A route that is there
    // already stays, and handleRoute is called all the same. Requires: `route` is not null, and not in another trie. Raises
-   // std::bad_alloc, and then nothing has changed.
+   // std::bad_alloc, and then nothing has changed: the reference that the engine keeps in that case is given back here.
    void routeIs(const Corvid::Ptr<Ipv6TrieRoute>& route);
    // Takes the route of exactly this prefix out and hands it to the caller; null if there is none, and then handleRoute is
    // not called. Raises std::bad_alloc, and then nothing has changed.

@@ -23,7 +23,8 @@ class ROUTETRIE_EXPORT Ipv6TrieRoute : public Corvid::Node {
 
    // Detached. The null prefix is taken, and lies in a trie where ::/0 lies.
    explicit Ipv6TrieRoute(const Corenet::Ip6Prefix& prefix) : prefix_(prefix) {}
-   // A route that is still in a trie leaves it, without a word to the trie.
+   // A route that is still in a trie leaves it, without a word to the trie: one whose last reference was the trie's, given up
+   // by somebody else. Ends the process if that takes memory (UserNode::remove()) and there is none.
    ~Ipv6TrieRoute() override;
    static Corvid::Ptr<Ipv6TrieRoute> Ipv6TrieRouteIs(const Corenet::Ip6Prefix& prefix);
 

@@ -229,6 +229,21 @@ TEST_F(SlabTest, theChosenAllocationFails) {
    releaseInt(slabAlloc(8));
 }
 
+TEST_F(SlabTest, allFailFromTheChosenAllocationOn) {
+   CoreSlab::failFrom(2);
+   void* first = slabAlloc(8);
+   for (int i = 0; i < 3; ++i) {
+      EXPECT_THROW(static_cast<void>(slabAlloc(8)), std::bad_alloc);
+      EXPECT_EQ(nullptr, slabAllocOrStdMalloc(8, 0));
+   }
+   releaseInt(first);
+   failAt(0);
+   releaseInt(slabAlloc(8));
+   failAt(1);
+   EXPECT_EQ(nullptr, slabAllocOrStdMalloc(8, 0));
+   releaseInt(slabAlloc(8));
+}
+
 #endif
 
 }  // namespace
