@@ -1,12 +1,13 @@
 #include "routetrie/platform/Corenet/PrefixDedup.h"
 
+#include <algorithm>
 #include <array>
-#include <bit>
 #include <mutex>
 #include <new>
+#include <type_traits>
 
 #include "routetrie/platform/CoreSlab/Slab.h"
-#include "routetrie/platform/Corenet/BasicAddr.h"
+#include "routetrie/platform/Corenet/HashKeys.h"
 #include "routetrie/platform/Tesk/AllocTrack.h"
 
 namespace Corenet {
@@ -20,7 +21,12 @@ constexpr std::size_t firstBucketCount = 16;
 
 Tesk::AllocTrackTypeInfo* recordTracker = nullptr;
 
-U32 hashOf(AddressBits<128> bits, U8 length) { return Impl::hashBits(0, bits, length); }
+// Drawn as the first prefix comes, which may be before main(); never destroyed.
+U32 hashOf(AddressBits<128> bits, U8 length) noexcept {
+   static const HashKeys keys = HashKeys::draw(HashKeys::systemRandom);
+   static_assert(std::is_trivially_destructible_v<HashKeys>);
+   return keys.hash(bits, length);
+}
 
 Record* newRecord(AddressBits<128> bits, U8 length, Record* next) {
    Tesk::AllocTrackTypeInfo::_trackAllocationNoOverhead(&recordTracker, typeid(Record), sizeof(Record));
@@ -86,6 +92,18 @@ class alignas(64) Shard {
    std::size_t acquisitions() noexcept {
       const std::lock_guard guard(lock_);
       return acquisitions_;
+   }
+   std::size_t longestBucket() noexcept {
+      const std::lock_guard guard(lock_);
+      std::size_t longest = 0;
+      for (std::size_t i = 0; i < bucketCount_; ++i) {
+         std::size_t length = 0;
+         for (const Record* record = buckets_[i]; record != nullptr; record = record->next) {
+            ++length;
+         }
+         longest = std::max(longest, length);
+      }
+      return longest;
    }
 
   private:
@@ -159,6 +177,14 @@ std::size_t PrefixDedup::acquisitions() noexcept {
       sum += shard.acquisitions();
    }
    return sum;
+}
+
+std::size_t PrefixDedup::longestBucket() noexcept {
+   std::size_t longest = 0;
+   for (Shard& shard : shards) {
+      longest = std::max(longest, shard.longestBucket());
+   }
+   return longest;
 }
 
 }  // namespace Corenet

@@ -4,6 +4,8 @@
 // The count of a record is always atomic, since tries of several threads may hold the same record. It reaches zero
 // only under the lock of the record's shard, and lookups take a reference under that lock, so a record that is
 // found is never one that is being freed. The table lives as long as the process.
+//
+// Its hash is keyed anew in each process (routetrie/platform/Corenet/HashKeys.h): no choice of prefixes fills one bucket.
 // Tested by tests/platform/Corenet/PrefixDedupTest.cpp.
 #pragma once
 
@@ -35,6 +37,8 @@ class ROUTETRIE_EXPORT PrefixDedup {
    // For tests and tools; exact while no other thread works on the table.
    static std::size_t liveRecords() noexcept;
    static std::size_t acquisitions() noexcept;  // calls of acquire since the process began
+   // The most records that any lookup has to look through now; it is a handful, whatever the prefixes are.
+   static std::size_t longestBucket() noexcept;
 };
 
 static_assert(sizeof(PrefixDedup::Record) == 32);

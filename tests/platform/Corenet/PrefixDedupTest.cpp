@@ -9,6 +9,7 @@
 
 #include "routetrie/platform/CoreSlab/Slab.h"
 #include "routetrie/platform/Corenet/CompactIpPrefix.h"
+#include "routetrie/platform/Corenet/HashKeys.h"
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/platform/Threads.h"
 #include "tests/property/LiveCounts.h"
@@ -115,6 +116,69 @@ TEST(PrefixDedup, aHundredThousandComeAndGo) {
    EXPECT_EQ("", before.changes());
    PrefixDedup::release(PrefixDedup::acquire(subnet(7), 64));  // the table works on after it was emptied
    EXPECT_EQ("", before.changes());
+}
+
+// --- chosen prefixes ---
+
+// The i-th /128 of 2001:db8::/64 of those whose hash under `keys` has zeros where the table looks. A fold is no
+// permutation, so they are searched for; the more bits are to be zero, the longer.
+std::vector<AddressBits<128>> chosenFor(const HashKeys& keys, std::size_t count, U32 zeroBits) {
+   std::vector<AddressBits<128>> chosen;
+   const U128 subnetWord = bitsOf("2001:db8::").word();
+   for (U64 low = 0; chosen.size() < count; ++low) {
+      const AddressBits<128> bits(subnetWord | low);
+      if (keys.hash(bits, 128) % (1u << zeroBits) == 0) {
+         chosen.push_back(bits);
+      }
+   }
+   return chosen;
+}
+
+// Under a hash that multiplies by a constant and begins with 0, as everybody knows it, the addresses that meet in a bucket
+// can be computed: 40,000 of one /64.
+std::vector<AddressBits<128>> chosenForAPlainHash(std::size_t count) {
+   constexpr U64 factor = 0x9e3779b97f4a7c15;
+   U64 inverse = factor;  // modulo 2^64, by Newton's method
+   for (int i = 0; i < 6; ++i) {
+      inverse *= 2 - factor * inverse;
+   }
+   const U128 subnetWord = bitsOf("2001:db8::").word();
+   const U64 begun = Corenet::Impl::hashMix(Corenet::Impl::hashMix(0, 128), static_cast<U64>(subnetWord >> 64));
+   std::vector<AddressBits<128>> chosen;
+   for (U64 i = 0; i < count; ++i) {
+      const U64 mixed = (i & 0xffff) | (i >> 16) << 48;  // the table looked at bits 16 to 47
+      const U64 product = mixed ^ mixed >> 32;
+      const AddressBits<128> bits(subnetWord | (begun ^ product * inverse));
+      EXPECT_EQ(0u, Corenet::Impl::hashBits(0, bits, 128) & 0x3fffff);
+      chosen.push_back(bits);
+   }
+   return chosen;
+}
+
+void expectSpread(const std::vector<AddressBits<128>>& chosen) {
+   ASSERT_EQ(chosen.size(), std::set(chosen.begin(), chosen.end()).size());
+   const LiveCounts before;
+   std::vector<PrefixDedup::Record*> records;
+   for (const auto bits : chosen) {
+      records.push_back(PrefixDedup::acquire(bits, 128));
+   }
+   EXPECT_EQ(chosen.size(), PrefixDedup::liveRecords());
+   // One record a bucket on the average at most: that any holds 32 happens in one run of 10^30.
+   EXPECT_LT(PrefixDedup::longestBucket(), 32u);
+   EXPECT_GT(PrefixDedup::longestBucket(), 0u);
+   for (auto* record : records) {
+      PrefixDedup::release(record);
+   }
+   EXPECT_EQ(0u, PrefixDedup::longestBucket());
+   EXPECT_EQ("", before.changes());
+}
+
+TEST(PrefixDedup, chosenPrefixesAreSpread) { expectSpread(chosenForAPlainHash(40'000)); }
+
+// Whoever knows the way of hashing, and the keys of another process.
+TEST(PrefixDedup, prefixesThatMeetUnderOtherKeysAreSpread) {
+   expectSpread(chosenFor(HashKeys({1, 2, 3, 4}), 5'000, 8));
+   expectSpread(chosenFor(HashKeys::draw(HashKeys::systemRandom), 5'000, 8));
 }
 
 #ifdef ROUTETRIE_FAULT_INJECTION
