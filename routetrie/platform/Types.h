@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "routetrie/platform/Language.h"
+
 using U8 = std::uint8_t;
 using U16 = std::uint16_t;
 using U32 = std::uint32_t;

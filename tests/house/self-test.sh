@@ -84,6 +84,61 @@ catches 'routetrie/trie/patricia/Trie.h:5:using namespace std;: opens' $headers
 tree; sed -i 2d routetrie/trie/patricia/Trie.h
 catches 'routetrie/trie/patricia/Trie.h: the first line of code is not #pragma once' $headers
 
+language=language.sh
+tree; printf '#pragma once\n' >routetrie/platform/Language.h
+echo '#include "routetrie/platform/Language.h"' >>routetrie/platform/Corvid/Node.h
+passes $language
+printf '#pragma once\n#include <concepts>\n' >routetrie/trie/patricia/Trie.h
+catches 'routetrie/trie/patricia/Trie.h: includes none of the library' $language
+# With a compiler it needs to be refused, and in one line.
+language+=$' with a compiler'
+judged() {
+   checks=$((checks + 1))
+   "$house/language.sh" . "${CXX:-c++}" >"$scratch/out" 2>&1
+}
+echo '#include "routetrie/platform/Language.h"' >routetrie/trie/patricia/Trie.h
+printf '#include "routetrie/platform/Language.h"\n' >routetrie/platform/Door.h
+if judged || ! grep -qF 'routetrie/platform/Door.h: compiles with -std=c++17' "$scratch/out"; then
+   printf 'NOT CAUGHT by %s: a door that compiles\n' "$language"
+   cat "$scratch/out"
+   exit 1
+fi
+cp "$house/../../routetrie/platform/Language.h" routetrie/platform/
+judged || { printf 'FAILED on a sound tree: %s\n' "$language"; cat "$scratch/out"; exit 1; }
+sed -i 's/^#include <\(.*\)>/#error \1/' routetrie/platform/Language.h
+echo 'concept = 1; int x = unknown;' >>routetrie/platform/Door.h
+if judged || ! grep -qF 'Door.h: with -std=c++17 the compiler says' "$scratch/out"; then
+   printf 'NOT CAUGHT by %s: errors behind the first\n' "$language"
+   cat "$scratch/out"
+   exit 1
+fi
+
+# global NAME CODE: the code, in a header, brings this name.
+global() {
+   checks=$((checks + 1))
+   printf '#pragma once\n%s\n' "$2" >routetrie/platform/Door.h
+   if "$house/global-names.pl" . routetrie/platform/Door.h "${CXX:-c++}" -std=c++20 >"$scratch/out" 2>&1; then
+      [[ ! $1 ]] && return
+   elif [[ $1 ]] && grep -qF "at global scope: $1" "$scratch/out"; then
+      return
+   fi
+   printf 'MISJUDGED by global-names.pl: %s\n' "$2"
+   cat "$scratch/out"
+   exit 1
+}
+tree
+global '' 'namespace A::B { using U8 = int; inline int f() { return 0; } struct S {}; }'
+global '' 'namespace A { struct T {}; } template <> struct fmt::formatter<A::T> { int x; }; static_assert(true);'
+global '' 'extern "C" void __assert_fail(const char*, const char*, unsigned, const char*) noexcept;'
+global 'using U8 = unsigned char' 'namespace A {} using U8 = unsigned char;'
+global 'inline int word()' 'inline int word() { return '"'}'"'; }'
+global 'struct Word' 'namespace A { int x; } struct Word { int x; };'
+global 'enum Bits' 'enum Bits { one };'
+global 'extern int word' 'extern int word;'
+global 'template <class T> class Word' 'template <class T> class Word;'
+global 'using A::x' 'namespace A { int x(); } using A::x;'
+global 'using namespace A' 'namespace A { int x(); } using namespace A;'
+
 texts=assertion-texts.pl
 tree; echo 'void g() { ROUTETRIE_ASSERT(len <= 32); }' >>routetrie/trie/patricia/Trie.cpp
 catches 'routetrie/trie/patricia/Trie.cpp:5: no death test quotes this assertion: len <= 32' $texts

@@ -6,6 +6,8 @@
 #include <bit>
 #include <cstddef>
 
+#include "routetrie/platform/Language.h"
+
 namespace CoreSlab {
 
 inline constexpr std::size_t smallStepBytes = 8;

@@ -6,6 +6,8 @@
 
 #include <atomic>
 
+#include "routetrie/platform/Language.h"
+
 namespace CoreSlab {
 
 class SpinLock {

@@ -4,6 +4,8 @@
 
 #include <cstdint>
 
+#include "routetrie/platform/Language.h"
+
 namespace Corenet {
 
 using U8 = std::uint8_t;

@@ -10,6 +10,8 @@
 // Tested by tests/platform/Corvid/AssertTest.cpp.
 #pragma once
 
+#include "routetrie/platform/Language.h"
+
 // As glibc declares it; repeated here because <assert.h> leaves it out under NDEBUG.
 // The attribute is spelled as there, too: clang refuses [[noreturn]] on a function first declared with the other.
 extern "C" __attribute__((__noreturn__)) void __assert_fail(const char* expression, const char* file,

@@ -7,6 +7,8 @@
 #include <functional>
 #include <utility>
 
+#include "routetrie/platform/Language.h"
+
 namespace Corvid {
 
 template <class T>

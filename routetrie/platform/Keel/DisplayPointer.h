@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "routetrie/platform/Language.h"
+
 namespace Keel {
 
 class DisplayPointer {
