@@ -34,7 +34,7 @@ class HashKeys {
       return static_cast<U32>(folded(address ^ words_[2], length ^ words_[3]));
    }
 
-   const Words& words() const noexcept { return words_; }
+   Words words() const noexcept { return words_; }
 
   private:
    static constexpr U64 folded(U64 a, U64 b) noexcept {
