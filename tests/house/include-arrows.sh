@@ -8,7 +8,7 @@
 #    routetrie/trie/multibit/         of patricia/ one callback type, which its walks take too (and its place in a module record)
 #    routetrie/trie/patricia/         no other room
 #    routetrie/trie/intrusive/        no other room
-#    routetrie/trie/BulkDescent.h     what the engines share
+#    routetrie/trie/BulkDescent.h ... what the engines share
 #    routetrie/trie/Patricia.h ...    the doors: each includes the room behind it
 #       |
 #    routetrie/platform/              only itself, fmt and the system
@@ -20,7 +20,7 @@ cd "${1:?usage: include-arrows.sh ROOT}"
 
 # mayInclude FILE: the paths that includes in FILE may name, as an extended regular expression.
 mayInclude() {
-   local platform='routetrie/platform/.*|routetrie/platform/[A-Za-z]+\.h' shared='routetrie/trie/BulkDescent\.h'
+   local platform='routetrie/platform/.*|routetrie/platform/[A-Za-z]+\.h' shared='routetrie/trie/(BulkDescent|WalkGuard)\.h'
    local doors='routetrie/trie/(Patricia|Multibit|Intrusive|Fronts)\.h'
    case $1 in
       routetrie/platform/*) echo "$platform" ;;

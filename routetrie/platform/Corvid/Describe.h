@@ -117,15 +117,17 @@ constexpr auto operation(const char* name, Names... arguments) {
    return Field<Impl::OperationAccess<function>>{name, {arguments...}};
 }
 
-// An operation, or an attribute, that is told of and cannot be reached.
+// An operation, or an attribute, that is told of and cannot be reached. The parameters of an attribute are those of the ...Is
+// operation that makes it.
 template <class R, class... P, class... Names>
 constexpr auto declaredOperation(const char* name, Names... arguments) {
    static_assert(sizeof...(Names) == sizeof...(P), "declaredOperation: one name for each parameter");
    return Field<Impl::DeclaredAccess<R, Impl::operationShape<R, false, sizeof...(P)>(), P...>>{name, {arguments...}};
 }
-template <class R>
-constexpr auto declaredAttribute(const char* name) {
-   return Field<Impl::DeclaredAccess<R, Impl::attributeShape<R>()>>{name};
+template <class R, class... P, class... Names>
+constexpr auto declaredAttribute(const char* name, Names... arguments) {
+   static_assert(sizeof...(Names) == sizeof...(P), "declaredAttribute: one name for each parameter");
+   return Field<Impl::DeclaredAccess<R, Impl::attributeShape<R>(), P...>>{name, {arguments...}};
 }
 
 // How an object is made by name: a factory, with a name for each of its parameters.

@@ -86,7 +86,7 @@ class ROUTETRIE_EXPORT Field {
    std::string_view keyTypeName() const noexcept;
    // Of objects that hold their own key, the name of the attribute; empty for any other field.
    std::string_view keyAttribute() const noexcept;
-   // Of an operation.
+   // Of an operation, and of an attribute that is made with arguments.
    std::vector<Parameter> parameters() const;
    // Its place among the type's own fields.
    U16 index() const noexcept { return index_; }

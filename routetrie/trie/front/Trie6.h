@@ -8,7 +8,8 @@
 // Every routeIs and routeDel that returns has announced its prefix, by publishing `changedRoute` once: also when it changed
 // nothing. Between operations changedRoute() is the null prefix.
 //
-// A trie has no lock: one thread at a time works on it.
+// It is so where a watcher raises, too. A trie has no lock: lookups and walks may run on several threads at once while nobody
+// changes it, as told in routetrie/trie/patricia/PatriciaTrie.h.
 // Tested by tests/trie/front/Trie6Test.cpp and by tests/property/.
 #pragma once
 

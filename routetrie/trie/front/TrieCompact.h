@@ -8,7 +8,8 @@
 //                              longerRoutePresent
 //    findParent, no answer     the null prefix                  the null compact value
 //
-// A trie has no lock: one thread at a time works on it.
+// A trie has no lock. Lookups and walks may run on several threads at once while nobody changes the trie, as told in
+// routetrie/trie/patricia/PatriciaTrie.h.
 // Tested by tests/trie/front/TrieCompactTest.cpp and by tests/property/.
 #pragma once
 

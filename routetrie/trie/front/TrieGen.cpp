@@ -153,16 +153,45 @@ bool TrieGen::isFollowed() const {
    if (isTold() || (TrieImpl::trieTrace.mask() | Routing6::trie6Trace.mask()) != 0 || publisher_.hasWatchers()) {
       return true;
    }
-   return af_ == Corenet::ipv4()   ? trie4_->publisher()->hasWatchers()
-          : af_ == Corenet::ipv6() ? trie6_->publisher()->hasWatchers() || trie6_->iterators() != 0
-                                   : true;
+   return af_ == Corenet::ipv4() ? trie4_->publisher()->hasWatchers()
+          : af_ == Corenet::ipv6()
+             ? trie6_->publisher()->hasWatchers() || trie6_->iterators() != 0 || trie6_->nodeDataEnabled()
+             : true;
 }
 
+namespace {
+
+// Whether the route is there, by a descent to its own level and no further. Requires: its length is 1 to 32.
+bool isIn(const Trie& trie, const Corenet::Prefix& route) {
+   const TrieImpl::TrieNode* node = TrieImpl::lpmNode(trie.root(), route);
+   return node != nullptr &&
+          (node->routeByte(keyi(node->level(), route.bits().word())) & TrieImpl::routeBitOf(route.len())) != 0;
+}
+
+// Adds the route unless it is there, in which case nothing is touched; whether it was there.
+bool addedBefore(Trie& trie, const Corenet::Prefix& route) {
+   const bool isPresent = isIn(trie, route);
+   if (!isPresent) {
+      trie.routeIs(route, true);
+   }
+   return isPresent;
+}
+// The update of a Patricia trie leaves a present route alone, and its count tells it.
+bool addedBefore(Routing6::Trie& trie, const IpGenPrefix& route) {
+   const U32 before = trie.routes();
+   trie.updateRoute(route, nullptr);
+   const bool wasPresent = trie.routes() == before;
+   if (!wasPresent) {
+      trie.notifyChangedRoute(route.v6Prefix());
+   }
+   return wasPresent;
+}
+
+}  // namespace
+
 void TrieGen::addUnseen(const IpGenPrefix& p) {
-   const U32 before = routes();
    routeUpdated_ = false;
-   addToEngine(p);
-   routeUpdated_ = routes() == before;
+   routeUpdated_ = af_ == Corenet::ipv4() ? addedBefore(*trie4_, p.v4Prefix()) : addedBefore(*trie6_, p);
    if (!routeUpdated_) {
       followEngine();
    }
@@ -202,7 +231,9 @@ bool TrieGen::route(const IpGenPrefix& p) const {
 void TrieGen::longestMatchTold(const IpGenPrefix& p, const char* function, IpGenPrefix& answer) const {
    ROUTETRIE_TRACE(trieGenTrace, 8, "longestMatch") << function << "( " << p << " )";
    ROUTETRIE_TIME_BLOCK_OF("TrieGen", function);
-   ROUTETRIE_ASSERT(p.af() == af());
+   if (p.af() != af()) {
+      __assert_fail("p.af() == af()", __FILE__, __LINE__, function);  // of the function that was called
+   }
    const auto told = [](const auto& found) {
       ROUTETRIE_TRACE(trieGenTrace, 8, "longestMatch") << "Longest Match returned " << found;
       return matchOrEmpty(found);

@@ -26,7 +26,12 @@
 //    walk callback        TrieGenWalkCallback, through adapters     PatriciaTrieCompactWalkCb
 //    wrong family         asserted by some operations               not looked at
 //
-// A trie has no lock: one thread at a time works on it. Walks on one trie don't nest.
+// Where a watcher raises, changedRoute is back at rest all the same.
+//
+// A trie has no lock: one thread at a time changes it, and nobody works on it meanwhile. While it stays as it is, any number of
+// threads may look routes up at once, but only one may walk: a walk hangs its callback on the adapter that all share, and so
+// walks on one trie don't nest either. Of what a callback must not do: routetrie/trie/multibit/Trie.h,
+// routetrie/trie/patricia/PatriciaTrie.h.
 // Tested by tests/trie/front/TrieGenTest.cpp, tests/trie/front/TrieGenWalkTest.cpp and by tests/property/.
 #pragma once
 
@@ -174,11 +179,11 @@ class ROUTETRIE_EXPORT TrieGen : public Corvid::Node {
                                                       Corenet::IpGenPrefix& answer) const;
    // notifyChangedRoute, where the trie is held.
    void announce(const Corenet::IpGenPrefix& p);
-   // Whether anyone can tell in which order an addition asks, adds and announces, or whether a present route was added again:
-   // a watcher, a trace, an iterator.
+   // Whether anyone can tell in which order an addition asks, adds and announces, or whether an engine was offered a present
+   // route: a watcher, a trace, an iterator, an engine that takes payloads alone.
    bool isFollowed() const;
-   // Adds the route and learns from the engine's count whether it was there, which spares a search. Requires: the route has
-   // a length from 1 to its family's width, and nobody follows.
+   // Adds the route and learns on the way whether it was there, which spares a search. A present route leaves the engine
+   // untouched. Requires: the route has a length from 1 to its family's width, and nobody follows.
    void addUnseen(const Corenet::IpGenPrefix& p);
    void addToEngine(const Corenet::IpGenPrefix& p);
    // Takes over what the engine says of the default route.

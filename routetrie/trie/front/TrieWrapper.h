@@ -6,7 +6,8 @@
 // what it is taken for; an IPv6 wrapper leaves it to its engine, which aborts at the first node.
 //
 // A selector that is neither of the two, which only damaged memory can hold, ends the process with the assertion "false".
-// A trie has no lock: one thread at a time works on it.
+// A trie has no lock. Lookups and walks may run on several threads at once while nobody changes the trie, as in its engine
+// (routetrie/trie/multibit/Trie.h, routetrie/trie/patricia/PatriciaTrie.h).
 // Tested by tests/trie/front/TrieWrapperTest.cpp and by tests/property/.
 #pragma once
 

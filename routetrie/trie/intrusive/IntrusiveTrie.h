@@ -9,8 +9,9 @@
 // Nothing in it knows an address family: a prefix is bytes and a length in bits, at most 254. The null prefix (length
 // 255) of a route counts as length 0; a prefix that is sought has to come as data null and length 0 then.
 //
-// A trie has no lock: one thread at a time works on it. A route may be linked in one trie at a time. Whoever owns a trie
-// empties it before it goes; a Trie does not do so by itself.
+// A trie has no lock. While nobody changes it, any number of threads may search it and step from route to route at once, which
+// writes nothing and calls nobody back. A route may be linked in one trie at a time. Whoever owns a trie empties it before it
+// goes; a Trie does not do so by itself.
 //
 // Tested by tests/trie/intrusive/IntrusiveTrieInsertTest.cpp, tests/trie/intrusive/IntrusiveTrieSearchTest.cpp and by tests/property/.
 #pragma once

@@ -9,7 +9,10 @@
 // The trie holds a reference on each of its routes. Routes that leave it in another way than by routeDel (trieRemove() of
 // the route, or the trie's end) leave without a call of handleRoute.
 //
-// A null prefix, as a route's or as a key, counts as ::/0. No trie has a lock: one thread at a time works on it.
+// A null prefix, as a route's or as a key, counts as ::/0. No trie has a lock: one thread at a time changes it, and nobody
+// works on it meanwhile. While it stays as it is, any number of threads may look routes up and step through it at once: that
+// writes nothing and calls nobody back. Corvid::ThreadControl::multiThreadedIs(true) has to be called before, for the
+// references that callers take on what they find.
 // Tested by tests/trie/intrusive/Ipv6TrieTest.cpp, by tests/trie/intrusive/Ipv6TrieBulkTest.cpp and by tests/property/.
 #pragma once
 

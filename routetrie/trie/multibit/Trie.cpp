@@ -1,5 +1,7 @@
 #include "routetrie/trie/multibit/Trie.h"
 
+#include "routetrie/trie/WalkGuard.h"
+
 namespace Routing {
 
 Tesk::AllocTrackTypeInfo* Trie::memAllocationTracker_ = nullptr;
@@ -26,9 +28,15 @@ Corvid::Ptr<Trie> trieFactory() { return Trie::TrieIs(); }
 
 Corvid::Publisher* Trie::publisher() const { return &publisher_; }
 
-void Trie::handleInitialized() { root_ = TrieImpl::newNode(0, 0); }
+void Trie::handleInitialized() {
+   ROUTETRIE_CHANGING(this);
+   root_ = TrieImpl::newNode(0, 0);
+}
 
-void Trie::handleDeletion() { TrieImpl::deleteNode(root_); }
+void Trie::handleDeletion() {
+   ROUTETRIE_CHANGING(this);
+   TrieImpl::deleteNode(root_);
+}
 
 void Trie::changedRouteIs(const Corenet::Prefix& prefix) {
    publisher_.attributeIs(changedRouteId, changedRoute_, prefix);

@@ -8,11 +8,17 @@
 // Every routeIs and routeDel announces its prefix, by publishing `changedRoute` once when it ends: also when it changed
 // nothing, and also when it raises. Between operations changedRoute() is the null prefix.
 //
-// The null prefix, of length 255, is no route and not for callers to pass. Where it is passed its length counts modulo 32:
-// routeIs and routeDel take it for 0.0.0.0/31. A lookup of it finds at most the default route.
+// The null prefix, of length 255, is no route and not for callers to pass. Where it is passed its length counts modulo 32 in
+// shifts: routeIs and routeDel take it for 0.0.0.0/31, and longerRoutePresent looks in the two entries of that. Everywhere
+// else it is longer than any route: longestMatch and findParent find at most the default route, a walk from it reports
+// nothing, and getNext of it leaves out what begins at address 0.
 //
-// A trie has no lock: one thread at a time works on it. A walk's callback must not change the trie, and nothing checks
-// this.
+// A trie has no lock: one thread at a time changes it, and nobody works on it meanwhile. While it stays as it is, any number of
+// threads may look routes up and walk at once, each with a callback of its own; the walks are not const only because a callback
+// may do anything. Corvid::ThreadControl::multiThreadedIs(true) has to be called before, as ever with several threads.
+//
+// A walk's callback must not change the trie. A build with ROUTETRIE_FAULT_INJECTION checks this, and asserts "a callback
+// must not change the trie that it is called for" in the change; no other build does.
 //
 // Tested by tests/trie/multibit/TrieTest.cpp and its neighbours, and by tests/property/.
 #pragma once
@@ -73,8 +79,10 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
 
    //--- changing routes ---
 
-   // Adds the route, whatever the flag says. Raises std::bad_alloc, and the nodes made on the way then stay; and what a
-   // subscriber raises.
+   // Adds the route, whatever the flag says. Raises std::bad_alloc, and what a subscriber raises. Where memory runs out
+   // the routes and their count are as before, but the nodes made on the way stay, bare, and are counted by nodes(); they
+   // go with the next route that is removed from their place, or with the trie. The announcement is made all the same, and
+   // changedRoute() is back at rest also where a subscriber raises.
    void routeIs(const Corenet::Prefix& prefix, bool ignored);
    // Removes the route if it is there. True if the node that would hold it is there, and for the default route always;
    // false tells that the route was absent, true does not tell that it was present.
@@ -113,11 +121,12 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
 
    // Calls `callback` for each route that the prefix covers, itself included, by ascending address, and for one address shorter
    // before longer. A route that it refuses (TrieWalkCallback) is left out with all that lies beneath it; a default route
-   // refused ends the walk. What the callback raises passes through. Requires: `callback` is not null.
-   void preOrderWalk(const Corenet::Prefix& subtreeRoot, const Corvid::Ptr<TrieWalkCallback>& callback) const;
-   // The same in compact form. A prefix of IPv6 covers nothing; the null compact value covers everything.
+   // refused ends the walk. What the callback raises passes through, and Corvid::RangeException comes for a route byte that
+   // damaged memory has turned into no prefix. Requires: `callback` is not null.
+   void preOrderWalk(const Corenet::Prefix& subtreeRoot, const Corvid::Ptr<TrieWalkCallback>& callback);
+   // The same in compact form. A prefix of IPv6 counts as the null prefix; the null compact value covers everything.
    void preOrderWalkCompact(const Corenet::CompactIpPrefix& subtreeRoot,
-                            const Corvid::Ptr<PatriciaTrieCompactWalkCb>& callback) const;
+                            const Corvid::Ptr<PatriciaTrieCompactWalkCb>& callback);
    // The route that a walk over everything reports after this one, and 0.0.0.0/0 if there is none. That is also the answer for a
    // prefix that is no route, but 0.0.0.0/0 itself, which is always followed by the first route.
    Corenet::Prefix getNext(const Corenet::Prefix& prefix) const;
@@ -132,7 +141,8 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
 
    //--- soundness ---
 
-   // Recounts everything from the nodes: empty if I1 to I7 hold, else the first broken rule and where.
+   // Recounts everything from the nodes: empty if I1 to I7 hold, else the first broken rule and where. Bare nodes are no
+   // fault once an addition has run out of memory.
    std::string audit() const;
 
    static Tesk::AllocTrackTypeInfo* memAllocationTracker_;
@@ -144,6 +154,8 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
    friend struct Corvid::Description;
    class RouteChangeGuard;
 
+   void walkRoutes(const Corenet::Prefix& subtreeRoot, const Corvid::Ptr<TrieWalkCallback>& callback) const;
+
    int nodes_ = 0;
    TrieImpl::TrieNode* root_ = nullptr;
    mutable Corvid::Publisher publisher_;
@@ -151,6 +163,7 @@ class ROUTETRIE_EXPORT Trie : public Corvid::Node {
    Corenet::Prefix changedRoute_;
    bool defaultRoutePresent_ = false;
    bool initialized_ = false;
+   bool mayHaveBareNodes_ = false;  // an addition has run out of memory
 };
 
 // A new, empty trie.

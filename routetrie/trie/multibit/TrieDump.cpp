@@ -15,7 +15,7 @@ void Trie::dumpState(const Corvid::Ptr<const Keel::DumpContext>& dumpCtx, U32 in
    const U32 count = routes_;
    Keel::dumpLine(dumpCtx, indentCount + 2, "route[] #%u\n", count);
    Keel::dumpListBegin(dumpCtx, indentCount + 2, count);
-   preOrderWalk(Corenet::Prefix(), Corvid::ptrIsImpl<TrieDumpStateWalkCallback>(dumpCtx, indentCount + 4));
+   walkRoutes(Corenet::Prefix(), Corvid::ptrIsImpl<TrieDumpStateWalkCallback>(dumpCtx, indentCount + 4));
    Keel::dumpListEnd(dumpCtx, indentCount + 2, count);
 }
 

@@ -36,6 +36,10 @@ constexpr U32 levelOf(U32 length) noexcept {
 // prefix is taken for one of length 31 and shifts no further than a word. Requires: `level` is levelOf(`length`).
 constexpr U32 bitsShortOf(U32 level, U32 length) noexcept { return (levelEndBit[level] - length) % 32; }
 
+// The same with one more, and not modulo 32: 32 bits of a figure below 0 for the null prefix alone. A walk from a prefix leaves
+// out the routes of a node that go less than its stride + 1 - this many bits into it.
+constexpr U32 lengthWithinNode(U32 level, U32 length) noexcept { return levelEndBit[level] - length + 1; }
+
 // The route bit of a route at its own level. Requires: `length` is not 0.
 constexpr U8 routeBitOf(U32 length) noexcept {
    return static_cast<U8>(U32{1} << bitsShortOf(levelOf(length), length));

@@ -25,7 +25,8 @@ inline U8 boundaryBits(U32 stride, U32 i) noexcept {
 inline U32 routeAddress(U32 level, U32 prefix, U32 i, U32 bitPos) noexcept {
    // Taken by itself: g++ 12 gets it wrong within the shift below when it is told to check bounds.
    const U32 topBit = levelEntries[level] / 2;
-   const U32 key = i & (U32{0} - (topBit >> (bitPos - 1)));
+   // Modulo 32 for the sake of a damaged route byte, whose `bitPos` may be below 1.
+   const U32 key = i & (U32{0} - (topBit >> (bitPos - 1) % 32));
    const U32 above = level == 0 ? 0 : prefix;
    return above | key << (32 - levelEndBit[level]);
 }

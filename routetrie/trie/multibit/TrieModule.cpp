@@ -36,16 +36,6 @@ struct WalkedPrefixMembers {
    };
 };
 
-// Operations to outside tools, since what a callback does is not known, though the trie itself stays as it is.
-constexpr auto preOrderWalk = [](Trie& trie, const Corenet::Prefix& subtreeRoot,
-                                 const Corvid::Ptr<TrieWalkCallback>& callback) {
-   trie.preOrderWalk(subtreeRoot, callback);
-};
-constexpr auto preOrderWalkCompact = [](Trie& trie, const Corenet::CompactIpPrefix& subtreeRoot,
-                                        const Corvid::Ptr<PatriciaTrieCompactWalkCb>& callback) {
-   trie.preOrderWalkCompact(subtreeRoot, callback);
-};
-
 }  // namespace
 }  // namespace Routing
 
@@ -65,14 +55,14 @@ struct Description<Routing::Trie> {
       attribute<&T::defaultRoutePresent>("defaultRoutePresent")
          .at(137)
          .stored(ROUTETRIE_POSITION(T, defaultRoutePresent_)),
-      attribute<&T::nodes, &T::nodesIs>("nodes").stored(ROUTETRIE_POSITION(T, nodes_)),           // 138
-      attribute<&T::routes, &T::routesIs>("routes").stored(ROUTETRIE_POSITION(T, routes_)),       // 139
-      operation<&T::empty>("empty"),                                                              // 140
-      operation<&T::isDefaultRoutePresent>("isDefaultRoutePresent"),                              // 141
-      operation<Routing::preOrderWalkCompact>("preOrderWalkCompact", "subtreeRoot", "callback"),  // 142
-      operation<Routing::preOrderWalk>("preOrderWalk", "subtreeRoot", "callback"),                // 143
-      operation<&T::getNext>("getNext", "prefix"),                                                // 144
-      operation<&T::findParent>("findParent", "prefix"),                                          // 145
+      attribute<&T::nodes, &T::nodesIs>("nodes").stored(ROUTETRIE_POSITION(T, nodes_)),      // 138
+      attribute<&T::routes, &T::routesIs>("routes").stored(ROUTETRIE_POSITION(T, routes_)),  // 139
+      operation<&T::empty>("empty"),                                                         // 140
+      operation<&T::isDefaultRoutePresent>("isDefaultRoutePresent"),                         // 141
+      operation<&T::preOrderWalkCompact>("preOrderWalkCompact", "subtreeRoot", "callback"),  // 142
+      operation<&T::preOrderWalk>("preOrderWalk", "subtreeRoot", "callback"),                // 143
+      operation<&T::getNext>("getNext", "prefix"),                                           // 144
+      operation<&T::findParent>("findParent", "prefix"),                                     // 145
       attribute<&T::initialized, &T::initializedIs>("initialized")
          .stored(ROUTETRIE_POSITION(T, initialized_)),                   // 146
       operation<&T::handleInitialized>("handleInitialized"),             // 147

@@ -13,7 +13,8 @@
 //                                                                                               route byte 10000000
 // I1 a node's key and level never change.
 // I2 a node's children are one level below it.
-// I3 a node holds a route or a child; the node of level 0 may hold neither.
+// I3 a node holds a route or a child; the node of level 0 may hold neither, and so may those that an addition had made when it
+//    ran out of memory.
 // I4 a route's bit (routetrie/trie/multibit/TrieGeometry.h) is set in all the entries that the route covers, or in none.
 // I5 `routes` counts a route once, however many entries it has; `children` counts the filled slots.
 //

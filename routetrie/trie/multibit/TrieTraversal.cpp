@@ -3,6 +3,7 @@
 #include <bit>
 #include <type_traits>
 
+#include "routetrie/trie/WalkGuard.h"
 #include "routetrie/trie/multibit/Trie.h"
 #include "routetrie/trie/multibit/TrieInversion.h"
 #include "routetrie/trie/multibit/TrieTrace.h"
@@ -35,19 +36,19 @@ struct Place {
       return bitMap & (trieTrace.isOn(7) ? prefixBoundary(static_cast<int>(level), static_cast<int>(i))
                                          : boundaryBits(stride, i));
    }
-   // How far the shortest of `bits` goes into the node. Requires: `bits` is not 0.
+   // How far the shortest of `bits` goes into the node. Bits beyond the stride, of a damaged byte, make it wrap below 1.
+   // Requires: `bits` is not 0.
    static U32 bitPosOf(U32 bits) { return stride + 1 - static_cast<U32>(std::bit_width(bits)); }
    static U32 routeBit(U32 bitPos) { return U32{1} << (stride - bitPos); }
    U32 address(U32 bitPos) const { return routeAddress(level, prefix, i, bitPos); }
    static U32 length(U32 bitPos) { return levelEndBit[level] - stride + bitPos; }
-   Corenet::Prefix route(U32 bitPos) const {
-      return Corenet::Prefix::ofValid(Corenet::IpAddr(address(bitPos)), length(bitPos));
-   }
+   // Raises Corvid::RangeException for a damaged byte, if what it spells is no prefix.
+   Corenet::Prefix route(U32 bitPos) const { return {Corenet::IpAddr(address(bitPos)), length(bitPos)}; }
    U32 childAddress() const { return address(stride); }
-   // Whether a walk that begins within this node, `lenWithinNode` bits before its end, has this route above it. 0 is a walk
-   // that has begun further up.
+   // Whether a walk that begins within this node, `lenWithinNode` - 1 bits before its end, has this route above it. 0 is a
+   // walk that has begun further up. A figure below 0, the null prefix's, has every route above it.
    static bool isAbove(U32 bitPos, U32 lenWithinNode) {
-      return lenWithinNode != 0 && bitPos + lenWithinNode < stride + 1;
+      return lenWithinNode != 0 && bitPos < stride + 1 - lenWithinNode;
    }
 
    const U32 prefix;  // the node's address, in host order
@@ -203,13 +204,18 @@ Corenet::Prefix getNextRecurHelper(const TrieNode* node, U32 prefix, U32 start, 
 
 }  // namespace
 
-void Trie::preOrderWalk(const Corenet::Prefix& subtreeRoot, const Corvid::Ptr<TrieWalkCallback>& callback) const {
+void Trie::preOrderWalk(const Corenet::Prefix& subtreeRoot, const Corvid::Ptr<TrieWalkCallback>& callback) {
+   walkRoutes(subtreeRoot, callback);
+}
+
+void Trie::walkRoutes(const Corenet::Prefix& subtreeRoot, const Corvid::Ptr<TrieWalkCallback>& callback) const {
+   ROUTETRIE_WALKING(this);
    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): whatever becomes of the caller's reference
    const Corvid::Ptr<TrieWalkCallback> held = callback;
    if (subtreeRoot.len() == 0) {
       if (defaultRoutePresent_) {
-         ROUTETRIE_TRACE(trieTrace, 6) << "preOrderWalk"
-                                       << "Visiting default route ";
+         ROUTETRIE_TRACE(trieTrace, 6, "preOrderWalk") << "preOrderWalk"
+                                                       << "Visiting default route ";
          if (held->handlePrefix(Corenet::Prefix()) == 0) {
             return;
          }
@@ -219,22 +225,24 @@ void Trie::preOrderWalk(const Corenet::Prefix& subtreeRoot, const Corvid::Ptr<Tr
    }
    const TrieNode* node = lpmNode(root_, subtreeRoot);
    if (node == nullptr) {
-      ROUTETRIE_TRACE(trieTrace, 6) << "subtree doesn't exist for " << subtreeRoot << endl;
+      ROUTETRIE_TRACE(trieTrace, 6, "preOrderWalk") << "subtree doesn't exist for " << subtreeRoot << endl;
       return;
    }
    const U32 address = subtreeRoot.bits().word();
    const U32 level = node->level();
    const U32 shortOf = bitsShortOf(level, subtreeRoot.len());
-   const U32 lenWithinNode = shortOf + 1;
+   const U32 lenWithinNode = lengthWithinNode(level, subtreeRoot.len());
    const U32 start = keyi(level, address);
-   ROUTETRIE_TRACE(trieTrace, 6) << " LPM = " << subtreeRoot << lenWithinNode << lenWithinNode;
+   // With its sign, which tells the null prefix.
+   ROUTETRIE_TRACE(trieTrace, 6, "preOrderWalk")
+      << " LPM = " << subtreeRoot << static_cast<int>(lenWithinNode) << static_cast<int>(lenWithinNode);
    atLevel(level, [&]<U32 known>(std::integral_constant<U32, known>) {
       visit<known>(node, nodeAddress(known, address), start, start + (U32{1} << shortOf), lenWithinNode, *held);
    });
 }
 
 void Trie::preOrderWalkCompact(const Corenet::CompactIpPrefix& subtreeRoot,
-                               const Corvid::Ptr<PatriciaTrieCompactWalkCb>& callback) const {
+                               const Corvid::Ptr<PatriciaTrieCompactWalkCb>& callback) {
    preOrderWalk(subtreeRoot.ipv4(), Corvid::ptrIsImpl<TrieWalkCallbackWrapper>(callback));
 }
 
@@ -250,7 +258,7 @@ Corenet::Prefix Trie::getNext(const Corenet::Prefix& prefix) const {
    }
    const U32 address = prefix.bits().word();
    U32 start = keyi(node->level(), address);
-   U32 lenWithinNode = bitsShortOf(node->level(), prefix.len()) + 1;
+   U32 lenWithinNode = lengthWithinNode(node->level(), prefix.len());
    ROUTETRIE_TRACE(trieTrace, 6) << " LPM = " << pfx(address, prefix.len());
    for (;;) {
       const U32 level = node->level();

@@ -1,5 +1,6 @@
 // Adding and removing the routes of a multibit trie, with the nodes that come and go for it.
 #include "routetrie/platform/Corvid/Assert.h"
+#include "routetrie/trie/WalkGuard.h"
 #include "routetrie/trie/multibit/Trie.h"
 #include "routetrie/trie/multibit/TrieTrace.h"
 
@@ -65,6 +66,7 @@ void doClearRouteBits(U16 key, U8 len, TrieNode** path, Trie* trie) {
 }  // namespace
 
 void Trie::routeIs(const Corenet::Prefix& prefix, bool) {
+   ROUTETRIE_CHANGING(this);
    const RouteChangeGuard guard(this, prefix);
    const U32 length = prefix.len();
    if (length == 0) {
@@ -74,13 +76,19 @@ void Trie::routeIs(const Corenet::Prefix& prefix, bool) {
    const U32 address = prefix.bits().word();
    const U32 last = levelOf(length);
    TrieNode* node = root_;
-   for (U32 level = 0; level < last; ++level) {
-      node = node->getChild(keyi(level, address), this);
+   try {
+      for (U32 level = 0; level < last; ++level) {
+         node = node->getChild(keyi(level, address), this);
+      }
+   } catch (...) {
+      mayHaveBareNodes_ = true;
+      throw;
    }
    node->doSetRouteBits(static_cast<U16>(keyi(last, address)), routeBitOf(length), this);
 }
 
 bool Trie::routeDel(const Corenet::Prefix& prefix) {
+   ROUTETRIE_CHANGING(this);
    const RouteChangeGuard guard(this, prefix);
    const U32 length = prefix.len();
    if (length == 0) {

@@ -97,12 +97,13 @@ struct BlackBits {
 
    // The least black length that is at most `limit`.
    U32 first(U32 limit) const noexcept { return firstFrom(0, words[0], limit); }
-   // The least black length above `length` that is at most `limit`. 0 for length 0: it does not start a search.
+   // The least black length above `length` that is at most `limit`. 0 for length 0: it does not start a search. Past
+   // maxLength there is nothing in four words; a single word takes the length modulo 32, as its shift does.
    U32 next(U32 length, U32 limit) const noexcept {
-      if (length - 1 >= maxLength) {
+      if (length == 0 || (wordCount != 1 && length > maxLength)) {
          return 0;
       }
-      const U32 word = wordOf(length);
+      const U32 word = wordCount == 1 ? 0 : wordOf(length);
       return firstFrom(word, words[word] & (maskOf(length) - 1), limit);
    }
    // The greatest black length that is at most `length`.

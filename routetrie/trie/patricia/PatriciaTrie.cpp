@@ -1,6 +1,7 @@
 #include "routetrie/trie/patricia/PatriciaTrie.h"
 
 #include "routetrie/platform/Corvid/Assert.h"
+#include "routetrie/trie/WalkGuard.h"
 #include "routetrie/trie/patricia/PatriciaTrieNodeWithDataImpl.h"
 
 namespace Routing {
@@ -29,6 +30,7 @@ Corvid::Ptr<PatriciaTrie> patriciaTrieFactory(Corenet::AddressFamily af, bool us
 }
 
 void PatriciaTrie::handleInitialized() {
+   ROUTETRIE_CHANGING(this);
    root_ = nullptr;
    if (af_ == Corenet::AddressFamily::none) {
       af_ = Corenet::ipv4;
@@ -37,6 +39,7 @@ void PatriciaTrie::handleInitialized() {
 }
 
 void PatriciaTrie::handleDeletion() {
+   ROUTETRIE_CHANGING(this);
    ROUTETRIE_ASSERT(0 == iterators());
    deleteNode(root_, paf_, nodeDataEnabled_);
    defaultRoutePresent_ = false;

@@ -121,7 +121,7 @@ class PatriciaTrieIteratorImpl {
    void swap(PatriciaTrieIteratorImpl& other) noexcept;
 
    // False at the end.
-   explicit operator bool() const { return !(key_ == PrefixType()); }
+   operator bool() const { return !(key_ == PrefixType()); }  // NOLINT(google-explicit-constructor)
    // The route, or at the end the empty value: the all-zero IpGenPrefix, or the null compact value.
    PrefixType key() const { return key_; }
    PrefixType operator*() const { return key_; }

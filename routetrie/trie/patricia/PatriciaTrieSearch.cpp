@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "routetrie/platform/Corvid/Assert.h"
+#include "routetrie/trie/WalkGuard.h"
 #include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "routetrie/trie/patricia/PatriciaTrieAnswer.h"
 #include "routetrie/trie/patricia/PatriciaTrieDescent.h"
@@ -19,7 +20,7 @@ namespace {
 using PatriciaTrieImpl::nodeClassVisit;
 using PatriciaTrieImpl::NodePicker;
 
-// One search; CallbackType is a callback pointer, or std::nullptr_t for a search without one.
+// One search; CallbackType is a callback pointer, which is not null, or std::nullptr_t for a search without one.
 template <class NodeClass, RoutePrefix PrefixType, class CallbackType>
 class Search {
   public:
@@ -37,7 +38,7 @@ class Search {
       NodeClass* passed = nullptr;
       while (query.passes(*node)) {
          if constexpr (hasCallback) {
-            if (callback_ != nullptr && !node->isWhite()) {
+            if (!node->isWhite()) {
                report({node, node->lastBlack()});
             }
          }
@@ -53,8 +54,11 @@ class Search {
       if (node != nullptr) {
          const U32 common = query.commonLength(*node);
          if (common == query.length && node->black(common)) {
-            report({node, common});
-            settle({node, common});
+            if constexpr (hasCallback) {
+               report({node, common});
+            } else {
+               settle({node, common});
+            }
             if (!returnParent) {
                return prefix;
             }
@@ -64,11 +68,15 @@ class Search {
          }
          const Found<NodeClass> found{node, node->prevBlack(common)};
          consider(found);
-         if (found.length != 0) {
-            report(found);
+         if constexpr (hasCallback) {
+            if (found.length != 0) {
+               report(found);
+            }
          }
       }
-      settle(best_);
+      if constexpr (!hasCallback) {
+         settle(best_);
+      }
       return answer(fallback);
    }
 
@@ -80,14 +88,11 @@ class Search {
    }
 
    // A node's routes up to the found one; all nodes above were reported before. The container then already holds the
-   // found route's payload.
+   // found route's payload, and is let be afterwards: what a callback does to it stays.
    void report(Found<NodeClass> found) {
-      if constexpr (hasCallback) {
-         if (callback_ != nullptr) {
-            settle(found);
-            walkAllAncestorsData(found.node, trie_.nodeDataEnabled(), trie_.paf(), callback_, found.length);
-         }
-      }
+      ROUTETRIE_WALKING(&trie_);
+      settle(found);
+      walkAllAncestorsData(found.node, trie_.nodeDataEnabled(), trie_.paf(), callback_, found.length);
    }
 
    void settle(Found<NodeClass> found) const {

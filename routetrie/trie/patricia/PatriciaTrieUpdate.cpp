@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "routetrie/platform/Corvid/Assert.h"
+#include "routetrie/trie/WalkGuard.h"
 #include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "routetrie/trie/patricia/PatriciaTrieDescent.h"
 #include "routetrie/trie/patricia/PatriciaTrieNodeWithDataImpl.h"
@@ -116,7 +117,8 @@ class Insertion {
    }
 
    // The keys part after `common` bits, inside the node's edge: a branch takes the node's place, and its routes up to
-   // that length. Nothing is linked or counted before both new nodes are whole.
+   // that length. Nothing is linked or counted before both new nodes are whole. The first is not taken back where the
+   // second fails.
    void split(PatriciaTrieNode** slot, NodeClass& node, U32 common) {
       NodeClass* branch = newNode<NodeClass>(common, prefix_, false, nullptr);
       NodeClass* leaf = newNode<NodeClass>(query_.length, prefix_, true, data_);
@@ -156,6 +158,7 @@ void PatriciaTrie::updateRouteCompact(const Corenet::CompactIpPrefix& prefix, co
 
 template <RoutePrefix PrefixType>
 void PatriciaTrie::updateRouteImpl(const PrefixType& prefix, const Corvid::Ptr<PrefixData>& data) {
+   ROUTETRIE_CHANGING(this);
    ROUTETRIE_ASSERT(0 == iterators());
    ROUTETRIE_ASSERT(nodeDataEnabled() == bool(data), "nodeDataEnabled() == bool( data )");
    if (prefix.len() == 0) {
@@ -263,6 +266,7 @@ class Deletion {
 template <RoutePrefix PrefixType>
 bool PatriciaTrie::deleteRouteImpl(const PrefixType& prefix, const Corvid::Ptr<PrefixData>& data,
                                    const Corvid::Ptr<PrefixDataContainer>& dataContainer) {
+   ROUTETRIE_CHANGING(this);
    ROUTETRIE_ASSERT(0 == iterators());
    ROUTETRIE_ASSERT(nodeDataEnabled() == bool(dataContainer), "nodeDataEnabled() == bool( dataContainer )");
    if (prefix.len() == 0) {

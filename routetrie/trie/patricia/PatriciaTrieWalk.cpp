@@ -5,6 +5,7 @@
 
 #include "routetrie/platform/Corvid/Assert.h"
 #include "routetrie/trie/BulkDescent.h"
+#include "routetrie/trie/WalkGuard.h"
 #include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "routetrie/trie/patricia/PatriciaTrieDescent.h"
 #include "routetrie/trie/patricia/PatriciaTrieKey.h"
@@ -87,6 +88,7 @@ void walkFrom(const PatriciaTrie& trie, PatriciaTrieNode* start, Visitor&& visit
 
 template <RoutePrefix PrefixType, class CallbackType>
 void reportImmediateChildren(const PatriciaTrie& trie, const PrefixType& subtreeRoot, CallbackType callback) {
+   ROUTETRIE_WALKING(&trie);
    walkFrom<PrefixType, CallbackType>(trie, lpmNodeImpl(trie, trie.root(), subtreeRoot, nullptr),
                                       [&]<class W>(std::type_identity<W>, auto* start) {
                                          W(trie, subtreeRoot.len(), callback).immediateChildren(start);
@@ -98,6 +100,7 @@ void reportImmediateChildren(const PatriciaTrie& trie, const PrefixType& subtree
 template <RoutePrefix PrefixType, class CallbackType>
 requires WalkCallback<CallbackType, PrefixType>
 void PatriciaTrie::preOrderWalkImpl(const PrefixType& subtreeRoot, CallbackType callback) const {
+   ROUTETRIE_WALKING(this);
    const U32 length = subtreeRoot.len();
    PatriciaTrieNode* start = root_;
    if (length != 0) {

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "routetrie/platform/Corvid/Assert.h"
+#include "routetrie/trie/WalkGuard.h"
 #include "routetrie/trie/patricia/PatriciaTrieKey.h"
 
 namespace Routing {
@@ -176,6 +177,7 @@ template <RoutePrefix PrefixType, class CallbackType>
 requires RouteCallback<CallbackType, PrefixType>
 void PatriciaTrieWithNodeData::ancestorWalkImpl(const PrefixType& prefix, CallbackType cb) const {
    ROUTETRIE_ASSERT(af() == prefix.af());
+   ROUTETRIE_WALKING(this);
    if (defaultRoutePresent()) {
       const auto& defaultRoute = af() == Corenet::ipv4() ? defaultRoute4 : defaultRoute6;
       cb->handlePrefixData(PrefixType(defaultRoute), defaultRouteNodeData().get());

@@ -12,6 +12,9 @@
 // compact form "paf() != PatriciaTrieNodeType::nodeTypeIpv6Legacy_", and then "af() == prefix.af()", a lookup of an empty
 // trie too. The null compact value has no family.
 //
+// A search hands its payload out through a PrefixDataContainer. route() and longestMatch() keep theirs on the stack and not in
+// the slab, where containers live otherwise, so that they allocate nothing and no tracker counts it.
+//
 // Tested by tests/trie/patricia/PatriciaTrieWithNodeDataTest.cpp and tests/property/RouteDataTest.cpp.
 #pragma once
 

@@ -183,6 +183,44 @@ TEST_P(TrieGenOf, anAdditionEndsTheSameWhetherOrNotItIsFollowed) {
    }
 }
 
+TEST_P(TrieGenOf, aPresentRouteLeavesTheEngineAloneWhetherOrNotItIsFollowed) {
+   const auto note = [&](const char* route) {
+      if (routes().family == Corenet::ipv4()) {
+         trie_->trie4()->changedRouteIs(p(route).v4Prefix());
+      } else {
+         trie_->trie6()->changedRouteIs(p(route).v6Prefix());
+      }
+   };
+   const auto noted = [&]() -> IpGenPrefix {
+      return routes().family == Corenet::ipv4() ? IpGenPrefix(trie_->trie4()->changedRoute())
+                                                : IpGenPrefix(trie_->trie6()->changedRoute());
+   };
+   for (const bool followed : {false, true}) {
+      const auto watch =
+         followed ? trie_->publisher()->subscribe([](const Corvid::Change&) {}) : Corvid::Subscription();
+      for (const char* route : {routes().wide, routes().narrow}) {
+         trie_->routeDel(p(route));
+         note(routes().other);
+         add(route);
+         EXPECT_EQ(p(routes().none), noted()) << "a new route is the engine's to announce";
+         EXPECT_FALSE(trie_->routeUpdated());
+         note(routes().other);
+         add(route);
+         EXPECT_EQ(p(routes().other), noted()) << route << (followed ? " followed" : " alone");
+         EXPECT_TRUE(trie_->routeUpdated());
+      }
+   }
+}
+
+TEST(TrieGen, aPresentRouteMayBeAddedToAnEngineThatTakesNone) {
+   const auto trie = Routing::trieGenFactory("test", AddressFamily::ipv6);
+   trie->routeIs(p("2001:db8::/32"), true);
+   trie->trie6()->nodeDataEnabledIs(true);
+   trie->routeIs(p("2001:db8::/32"), true);
+   EXPECT_TRUE(trie->routeUpdated());
+   trie->trie6()->nodeDataEnabledIs(false);
+}
+
 TEST(TrieGen, aPresentRouteMayBeAddedWhileAnIteratorLives) {
    const auto trie = Routing::trieGenFactory("test", AddressFamily::ipv6);
    trie->routeIs(p("2001:db8::/32"), true);
@@ -357,6 +395,8 @@ TEST_P(TrieGenOfDeathTest, aForeignPrefixIsRefused) {
    EXPECT_DEATH(trie_->routeDel(foreign), "TrieGen.*routeDel.*Assertion `p.af\\(\\) == af\\(\\)' failed");
    EXPECT_DEATH(trie_->longestMatch(foreign), "TrieGen.*longestMatch.*Assertion `p.af\\(\\) == af\\(\\)' failed");
    EXPECT_DEATH(trie_->routeIs(IpGenPrefix(), true), "p.af\\(\\) == af\\(\\)");
+   const TraceCapture traced("TrieGen", {8});
+   EXPECT_DEATH(trie_->longestMatch(foreign), "TrieGen::longestMatch\\(.*Assertion `p.af\\(\\) == af\\(\\)' failed");
 }
 
 TEST_P(TrieGenOf, aPrefixWithoutFamilyHasTheParentOfIpv4) {

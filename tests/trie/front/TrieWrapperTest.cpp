@@ -118,6 +118,11 @@ TEST(TrieWrapper, anIpv4WrapperTakesAPrefixOfIpv6ForTheNullPrefix) {
    trie->routeIs(p("2001:db8::/32"), true);
    EXPECT_EQ(1u, trie->routes());
    EXPECT_TRUE(trie->route(p("0.0.0.0/31")));
+   trie->routeIs(p("0.0.0.1/32"), true);
+   const auto recorder = Corvid::ptrIsImpl<Recorder>();
+   trie->preOrderWalkCompact(p("2001:db8::/32"), recorder.get());
+   EXPECT_THAT(recorder->seen, ElementsAre());
+   EXPECT_TRUE(trie->longerRoutePresent(p("2001:db8::/32")));
 }
 
 TEST(TrieWrapper, enginesComeAndGo) {
@@ -243,6 +248,17 @@ TEST(TrieWrapperByName, surface) {
       "142 handleInitialized void:\n"
       "143 dumpState void: 10\n",
       surfaceOf("Routing::TrieWrapper"));
+   // The one attribute that is made with an argument.
+   const auto fields = Inspect::findType("Routing::TrieWrapper").value().fields();
+   for (const auto& field : fields) {
+      if (field.name() == "v6Trie") {
+         ASSERT_EQ(1u, field.parameters().size());
+         EXPECT_EQ("af", field.parameters()[0].name);
+         EXPECT_EQ("Corenet::AddressFamily", field.parameters()[0].typeName);
+      } else if (field.name() == "v4Trie") {
+         EXPECT_EQ(0u, field.parameters().size());
+      }
+   }
    const auto trie = trieOf({"10.0.0.0/8"});
    for (const U8 kind : TestSupport::accessKinds) {
       for (const auto id : std::initializer_list<Corvid::FieldId>{132, 133, 142}) {

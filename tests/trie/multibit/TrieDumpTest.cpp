@@ -74,6 +74,20 @@ TEST_F(TrieDumpState, aLongerListIsCutBetweenTwoMessages) {
    EXPECT_TRUE(context->truncated());
 }
 
+TEST_F(TrieDumpState, aListOneLongerIsCut) {
+   add({"10.0.0.0/8", "11.0.0.0/8", "12.0.0.0/8"});
+   context->listLimitIs(2);
+   EXPECT_EQ(
+      "Trie\n"
+      "  route[] #3\n"
+      "  -- The following list will be truncated, use verbose option to display all 3 entries --\n"
+      "    10.0.0.0/8\n"
+      "    11.0.0.0/8\n"
+      "  -- This list has been truncated, use verbose option to display all 3 entries --\n",
+      dump());
+   EXPECT_TRUE(context->truncated());
+}
+
 TEST_F(TrieDumpState, theDefaultRouteTakesALineOfTheLimit) {
    add({"0.0.0.0/0", "10.0.0.0/8", "11.0.0.0/8"});
    context->listLimitIs(2);

@@ -75,7 +75,20 @@ TEST_F(TrieLookup, aLookupOfTheNullPrefixFindsAtMostTheDefaultRoute) {
    EXPECT_EQ(Corenet::Prefix(), trie->longestMatch(nullPrefix));
    EXPECT_EQ(Corenet::Prefix(), trie->findParent(nullPrefix));
    EXPECT_FALSE(trie->route(nullPrefix));
-   trie->longerRoutePresent(nullPrefix);
+}
+
+// It is sought in the two entries of 0.0.0.0/31, and there any route counts as longer.
+TEST_F(TrieLookup, routesLongerThanTheNullPrefix) {
+   EXPECT_FALSE(trie->longerRoutePresent(nullPrefix));
+   add({"0.0.0.0/0", "0.0.0.0/1", "0.0.0.0/28"});
+   EXPECT_FALSE(trie->longerRoutePresent(nullPrefix));
+   add("0.0.0.2/31");
+   EXPECT_FALSE(trie->longerRoutePresent(nullPrefix));
+   for (const auto* route : {"0.0.0.0/29", "0.0.0.0/31", "0.0.0.0/32", "0.0.0.1/32"}) {
+      add(route);
+      EXPECT_TRUE(trie->longerRoutePresent(nullPrefix)) << route;
+      del(route);
+   }
 }
 
 TEST_F(TrieLookup, aRouteOfEveryLengthOnOneWay) {

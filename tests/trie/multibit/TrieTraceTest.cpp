@@ -137,6 +137,21 @@ TEST_F(TrieTraceTest, walksTellOfEachEntryAndRoute) {
                           "8 visit:  i = 0 bitMap = 0\n"));
 }
 
+// The walk tells its figure with its sign; the entries have it in 32 bits.
+TEST_F(TrieTraceTest, walksFromTheNullPrefix) {
+   add({"0.0.0.0/31", "0.0.0.1/32"});
+   EXPECT_EQ(
+      "6 preOrderWalk:  LPM = 0.0.0.0/255-222-222\n"
+      "8 visit:  i = 0 bitMap = 2\n"
+      "7 processBits:  Not reporting bitPos = 3 because lenWithinNode = 4294967074\n"
+      "8 visit:  i = 1 bitMap = 3\n"
+      "7 prefixBoundary: boundary level = 5 i = 1 stride = 4 ret = 1\n"
+      "7 processBits:  Not reporting bitPos = 4 because lenWithinNode = 4294967074\n",
+      traced(allLevels, [&] { trie->preOrderWalk(nullPrefix, Routing::trieWalkCallbackTestFactory()); }));
+   EXPECT_EQ("8 getNext: getNext prefix 0.0.0.0/255\n6 getNext:  LPM = 0.0.0.0/255\n",
+             traced(level(6) | level(8), [&] { trie->getNext(nullPrefix); }));
+}
+
 TEST_F(TrieTraceTest, refusalsTellHowFarTheySkip) {
    class Refusing : public Routing::TrieWalkCallback {
       int handlePrefix(const Corenet::Prefix&) override { return 0; }

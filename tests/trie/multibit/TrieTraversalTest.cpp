@@ -4,6 +4,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "routetrie/platform/Corvid/RangeException.h"
 #include "routetrie/trie/multibit/TrieWalkCallbackTest.h"
 #include "tests/trie/multibit/TrieSupport.h"
 
@@ -153,11 +154,50 @@ TEST_F(TrieWalk, theCallersReferenceMayGoMeanwhile) {
    EXPECT_EQ(nullptr, callback);
 }
 
-TEST_F(TrieWalk, theNullPrefixIsTakenForLength31) {
-   add({"0.0.0.0/30", "0.0.0.0/31", "0.0.0.1/32", "0.0.0.2/32"});
+// Every route there is counts as shorter than the null prefix.
+TEST_F(TrieWalk, theNullPrefixHasNothingToReport) {
+   add({"0.0.0.0/0", "0.0.0.0/29", "0.0.0.0/30", "0.0.0.0/31", "0.0.0.0/32", "0.0.0.1/32", "0.0.0.2/32"});
    const auto callback = Corvid::ptrIsImpl<Noting>();
    trie->preOrderWalk(nullPrefix, callback);
-   EXPECT_THAT(callback->seen, ElementsAre("0.0.0.0/31", "0.0.0.1/32"));
+   EXPECT_THAT(callback->seen, ElementsAre());
+}
+
+TEST_F(TrieWalk, isNoQuestionToAConstTrie) {
+   using Trie = Routing::Trie;
+   using Corenet::Prefix;
+   const auto walks = []<class T>(T*) {
+      return requires(T & it, const Corvid::Ptr<Routing::TrieWalkCallback>& callback) {
+         it.preOrderWalk(Prefix(), callback);
+      };
+   };
+   const auto walksCompact = []<class T>(T*) {
+      return requires(T & it, const Corvid::Ptr<Routing::PatriciaTrieCompactWalkCb>& callback) {
+         it.preOrderWalkCompact(Corenet::CompactIpPrefix(), callback);
+      };
+   };
+   EXPECT_TRUE(walks(static_cast<Trie*>(nullptr)) && walksCompact(static_cast<Trie*>(nullptr)));
+   EXPECT_FALSE(walks(static_cast<const Trie*>(nullptr)));
+   EXPECT_FALSE(walksCompact(static_cast<const Trie*>(nullptr)));
+}
+
+// A route byte of a node with four lengths that has bits of more: what they spell is no prefix.
+TEST_F(TrieWalk, aDamagedRouteByteIsNotHandedOut) {
+   add({"10.1.16.0/20", "10.1.16.16/28"});
+   const auto callback = Corvid::ptrIsImpl<Noting>();
+   for (const auto* way : {"10.1.16.0/20", "10.1.16.16/28"}) {
+      TrieImpl::TrieNode& node = *nodeFor(way);
+      node.routeByte(0) = 0x80;
+      try {
+         trie->preOrderWalk(Corenet::Prefix(), callback);
+         ADD_FAILURE() << way;
+      } catch (const Corvid::RangeException& e) {
+         EXPECT_STREQ("Corenet::Prefix::validAsPrefix != true not allowed", e.what());
+      }
+      EXPECT_EQ(1u, callback->uses());
+      EXPECT_THROW(trie->getNext(node.level() == 2 ? Corenet::Prefix() : p("10.1.16.0/20")), Corvid::RangeException);
+      node.routeByte(0) = 0;
+   }
+   EXPECT_EQ("", trie->audit());
 }
 
 TEST_F(TrieWalk, theBaseCallbackTakesEveryRoute) {
@@ -185,6 +225,13 @@ TEST_F(TrieWalk, compactFormsReachTheSameRoutes) {
    EXPECT_THAT(walkCompact(CompactIpPrefix::fromString("2001:db8::/32")), ElementsAre());
    EXPECT_THAT(walkCompact(CompactIpPrefix::fromString("2001:db8::1/128")), ElementsAre());
    EXPECT_THAT(walkCompact(CompactIpPrefix::getNull(Corenet::ipv4)), ElementsAre());
+   add({"0.0.0.0/31", "0.0.0.0/32", "0.0.0.1/32"});  // where the null prefix would lie
+   EXPECT_THAT(walkCompact(CompactIpPrefix::fromString("2001:db8::/32")), ElementsAre());
+   EXPECT_THAT(walkCompact(CompactIpPrefix::fromString("2001:db8::1/128")), ElementsAre());
+   EXPECT_THAT(walkCompact(CompactIpPrefix::getNull(Corenet::ipv4)), ElementsAre());
+   trie->routeDel(p("0.0.0.0/31"));
+   trie->routeDel(p("0.0.0.0/32"));
+   trie->routeDel(p("0.0.0.1/32"));
    EXPECT_THAT(walkCompact(CompactIpPrefix(), "10.0.0.0/7"), ElementsAre("0.0.0.0/0", "10.0.0.0/7"));
 }
 
@@ -246,11 +293,21 @@ TEST_F(TrieWalk, nextDoesNotTurnBackToShorterRoutes) {
    EXPECT_EQ("0.0.0.0/0", next("10.0.0.0/16"));
 }
 
-TEST_F(TrieWalk, nextOfTheNullPrefixHarmsNothing) {
-   EXPECT_EQ(Corenet::Prefix(), trie->getNext(nullPrefix));
+// What begins at address 0 comes before the null prefix, and the rest after it; but only where a node stands at its place,
+// and no default route answers for it.
+TEST_F(TrieWalk, nextOfTheNullPrefix) {
+   const auto next = [&] { return trie->getNext(nullPrefix).stringValue(); };
+   EXPECT_EQ("0.0.0.0/0", next());
+   add("0.0.0.16/28");
+   EXPECT_EQ("0.0.0.0/0", next());
    add({"0.0.0.0/32", "0.0.0.0/31", "0.0.0.0/29"});
-   trie->getNext(nullPrefix);
-   EXPECT_EQ("", trie->audit());
+   EXPECT_EQ("0.0.0.16/28", next());
+   add("0.0.0.2/31");
+   EXPECT_EQ("0.0.0.2/31", next());
+   add("0.0.0.1/32");
+   EXPECT_EQ("0.0.0.1/32", next());
+   add("0.0.0.0/0");
+   EXPECT_EQ("0.0.0.0/0", next());
 }
 
 }  // namespace

@@ -114,6 +114,22 @@ TYPED_TEST(PatriciaTrieDumpState, withoutAContextEverythingGoesToStandardOutput)
              testing::internal::GetCapturedStdout());
 }
 
+// Both callbacks print alike, so it is their trackers that tell which one a trie was walked with.
+TYPED_TEST(PatriciaTrieDumpState, legacyNodesAloneAreWalkedInGenericForm) {
+   const auto made = []<class Callback>(std::type_identity<Callback>) {
+      const auto* tracker = Callback::memAllocationTracker_;
+      return tracker == nullptr ? 0 : tracker->totalAllocations();
+   };
+   const auto generic = [&] { return made(std::type_identity<Routing::PatriciaTrieDumpStateWalkCb>()); };
+   const auto compact = [&] { return made(std::type_identity<Routing::PatriciaTrieCompactDumpStateWalkCb>()); };
+   const auto genericBefore = generic();
+   const auto compactBefore = compact();
+   this->dump();
+   const bool isLegacy = this->trie->paf() == PatriciaTrieNodeType::nodeTypeIpv6Legacy_;
+   EXPECT_EQ(isLegacy ? 1U : 0U, generic() - genericBefore);
+   EXPECT_EQ(isLegacy ? 0U : 1U, compact() - compactBefore);
+}
+
 // The count decides whether there are messages, and the lines are counted for themselves. A delete that leaves the route
 // in place lowers the count all the same.
 TYPED_TEST(PatriciaTrieDumpState, countAndLinesMayDisagree) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "routetrie/platform/BriskTrace/BriskTrace.h"
@@ -82,6 +83,10 @@ TYPED_TEST(PatriciaTrieIterator, emptyTrieIsAtTheEndAtOnce) {
    EXPECT_EQ(TypeParam::empty(), iterator.key());
    iterator.next();
    EXPECT_FALSE(iterator);
+}
+
+TYPED_TEST(PatriciaTrieIterator, tellsAsABoolWhetherItStandsOnARoute) {
+   EXPECT_TRUE((std::is_convertible_v<const typename TestFixture::Iterator&, bool>));
 }
 
 TYPED_TEST(PatriciaTrieIterator, defaultRouteAlone) {

@@ -246,6 +246,45 @@ TYPED_TEST(PatriciaTrieDataSearch, parentOfAnAbsentPrefixComesWithTheParentsData
    EXPECT_EQ(this->data["10.0.0.0/8"], this->container->prefixData());
 }
 
+TYPED_TEST(PatriciaTrieDataSearch, containerStaysAsItWasInAnEmptyTree) {
+   const auto bare = TypeParam::newTrie();
+   bare->nodeDataEnabledIs(true);
+   this->container->prefixDataIs(this->data["11.0.0.0/8"]);
+   bare->updateRouteImpl(this->p("0.0.0.0/0"), Routing::prefixDataFactory());
+   ASSERT_EQ(nullptr, bare->root());
+   EXPECT_EQ(this->p("0.0.0.0/0"), TypeParam::match(*bare, this->p("10.0.0.0/8"), this->container));
+   EXPECT_EQ(this->p("0.0.0.0/0"), TypeParam::parent(*bare, this->p("10.0.0.0/8"), this->container));
+   EXPECT_EQ(this->p("0.0.0.0/0"), TypeParam::match(*bare, this->p("0.0.0.0/0"), this->container));
+   EXPECT_EQ(this->data["11.0.0.0/8"], this->container->prefixData());
+}
+
+// The container is filled before the callbacks, and what they make of it stays.
+TYPED_TEST(PatriciaTrieDataSearch, aCallbackHasTheLastWordOnTheContainer) {
+   class Emptying : public TypeParam::Cb {
+     public:
+      explicit Emptying(const ContainerPtr& its) : container(its) {}
+      bool handlePrefixData(const typename TypeParam::P&, const Routing::PrefixData* payload) override {
+         found.push_back(container->prefixData().get());
+         last = payload;
+         container->prefixDataIs(nullptr);
+         return true;
+      }
+      const ContainerPtr container;
+      std::vector<const Routing::PrefixData*> found;
+      const Routing::PrefixData* last = nullptr;
+   };
+   // A route, a host beneath one, a prefix that parts from a key, one that ends on it without a route; all by both searches.
+   for (const auto* text : {"10.0.0.0/16", "10.0.128.0/17", "10.0.0.1/32", "10.9.0.0/16", "10.0.0.0/12"}) {
+      for (const auto search : {&TypeParam::match, &TypeParam::parent}) {
+         const auto emptying = Corvid::ptrIsImpl<Emptying>(this->container);
+         search(*this->trie, this->p(text), this->container, emptying.get());
+         EXPECT_EQ(nullptr, this->container->prefixData()) << text;
+         ASSERT_FALSE(emptying->found.empty());
+         EXPECT_NE(nullptr, emptying->last);
+      }
+   }
+}
+
 template <class Kind>
 class PatriciaTrieSearchDeathTest : public PatriciaFixture<Kind> {};
 TYPED_TEST_SUITE(PatriciaTrieSearchDeathTest, PatriciaKinds);

@@ -10,6 +10,29 @@ namespace {
 using namespace testing_support;
 using testing::HasSubstr;
 
+// Each round leaves a white leaf and the branch over it: a leaf's key outlives the route that lengthened it, a branch takes
+// its last route over, and then that goes, too.
+TEST(PatriciaTrie, whiteLeavesPileUp) {
+   const auto trie = Routing::patriciaTrieFactory(Corenet::ipv4(), false);
+   constexpr U32 rounds = 1000;
+   for (U32 round = 0; round < rounds; ++round) {
+      const auto route = [&](U32 beneath, U32 length) {
+         return IpGenPrefix(Corenet::Prefix(Corenet::IpAddr(round << 12 | beneath), length));
+      };
+      trie->updateRoute(route(0, 20), nullptr);
+      trie->updateRoute(route(0, 28), nullptr);
+      trie->deleteRoute(route(0, 28), nullptr, nullptr);
+      trie->updateRoute(route(0x800, 22), nullptr);
+      trie->deleteRoute(route(0, 20), nullptr, nullptr);
+      trie->deleteRoute(route(0x800, 22), nullptr, nullptr);
+   }
+   EXPECT_EQ(0U, trie->routes());
+   EXPECT_EQ(2 * int{rounds} - 1, trie->nodes());
+   EXPECT_EQ("", trie->audit());
+   trie->handleDeletion();
+   EXPECT_EQ(0, trie->nodes());
+}
+
 //--- insertion ---
 
 template <class Kind>

@@ -179,6 +179,24 @@ TYPED_TEST(PatriciaTrieBlack, zeroAtTheLastAndForZero) {
    EXPECT_EQ(8U, TypeParam::firstBlack(*this->trie, this->p("0.0.0.0/0")));
 }
 
+// Past the last length there is nothing in an IPv6 node; in an IPv4 node lengths count modulo 32.
+TYPED_TEST(PatriciaTrieBlack, pastTheLastLength) {
+   this->run({"10.0.0.0/8", "10.1.0.0/16"});
+   const auto next = [&](U32 i) { return TypeParam::nextBlack(*this->trie, this->p("10.0.0.0/8"), i); };
+   const bool isIpv4 = TypeParam::family == AddressFamily::ipv4;
+   for (const U32 turn : {128U, 256U, 0xffffff00U}) {
+      EXPECT_EQ(0U, next(turn));
+      EXPECT_EQ(isIpv4 ? 8U : 0U, next(turn + 1));
+      EXPECT_EQ(isIpv4 ? 8U : 0U, next(turn + 7));
+      EXPECT_EQ(isIpv4 ? 16U : 0U, next(turn + 8));
+      EXPECT_EQ(isIpv4 ? 16U : 0U, next(turn + 15));
+      EXPECT_EQ(0U, next(turn + 16));
+      EXPECT_EQ(0U, next(turn + 31));
+   }
+   EXPECT_EQ(0U, next(32));
+   EXPECT_EQ(isIpv4 ? 8U : 0U, next(33));
+}
+
 TYPED_TEST(PatriciaTrieBlack, aWhiteNodeHasNone) {
    this->run({"10.0.0.0/8", "12.0.0.0/8"});
    EXPECT_EQ(0U, TypeParam::firstBlack(*this->trie, this->p("8.0.0.0/5")));
