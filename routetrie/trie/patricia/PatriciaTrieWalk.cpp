@@ -32,7 +32,7 @@ class Walk {
    void immediateChildren(NodeClass* node) const {
       for (; node != nullptr; node = static_cast<NodeClass*>(node->right_)) {
          const U32 black = length_ == 0 ? node->firstBlack() : node->nextBlack(length_);
-         if (black != 0) {
+         if (black > length_) {  // the null prefix's length is beyond any, which nextBlack is not made for
             report(*node, black);
             return;
          }

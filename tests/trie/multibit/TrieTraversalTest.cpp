@@ -182,9 +182,9 @@ TEST_F(TrieWalk, isNoQuestionToAConstTrie) {
 
 // A route byte of a node with four lengths that has bits of more: what they spell is no prefix.
 TEST_F(TrieWalk, aDamagedRouteByteIsNotHandedOut) {
-   add({"10.1.16.0/20", "10.1.16.16/28"});
+   add({"10.1.16.0/20", "10.1.17.16/28"});
    const auto callback = Corvid::ptrIsImpl<Noting>();
-   for (const auto* way : {"10.1.16.0/20", "10.1.16.16/28"}) {
+   for (const auto* way : {"10.1.16.0/20", "10.1.17.16/28"}) {
       TrieImpl::TrieNode& node = *nodeFor(way);
       node.routeByte(0) = 0x80;
       try {
