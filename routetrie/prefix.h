@@ -16,6 +16,7 @@
 
 #include <concepts>
 #include <string_view>
+#include <type_traits>
 
 #include "routetrie/address.h"
 #include "routetrie/parse_result.h"
@@ -179,12 +180,12 @@ inline namespace literals {
 
 // A prefix4 or a prefix6, as the text says. What is no prefix does not compile.
 template <Impl::Literal text>
-consteval auto operator""_prefix() {
-   if constexpr (Corenet::Impl::looksLikeIpv6(text.view())) {
-      return Impl::literalPrefix<prefix6>(text.view());
-   } else {
-      return Impl::literalPrefix<prefix4>(text.view());
-   }
+constexpr auto operator""_prefix() noexcept {
+   using P = std::conditional_t<Corenet::Impl::looksLikeIpv6(text.view()), prefix6, prefix4>;
+   // By its parts, since clang 14 dies of a constant of a class whose word has an alignment of its own.
+   constexpr auto word = Impl::literalPrefix<P>(text.view()).bits().word();
+   constexpr auto length = Impl::literalPrefix<P>(text.view()).len();
+   return P::ofValid(typename P::AddressType(typename P::Bits(word)), length);
 }
 
 }  // namespace literals
