@@ -519,7 +519,8 @@ TEST(TrieGenDeathTest, updatesAndMatchesAreTimed) {
          trie->routeDel(p("10.0.0.0/8"));
          std::string calls;
          for (const auto& entry : BriskTrace::defaultBriskTraceHandle.mtTraceFile()->entries()) {
-            calls += entry.source + (entry.text.find("::routeIs(") != std::string::npos ? " update; " : " match; ");
+            calls += entry.source;
+            calls += entry.text.find("::routeIs(") != std::string::npos ? " update; " : " match; ";
          }
          // The update looks for its route before it ends.
          _exit(calls == "TrieGen match; TrieGen update; TrieGen match; " ? 0 : 1);
