@@ -35,8 +35,10 @@ std::vector<Route<F>> routesOf(const Rtrie::RouteSet& set) {
 }
 
 Table fromFiles(const std::vector<std::string>& paths, std::string source) {
+   Rtrie::LoadOptions options;
+   options.tables = paths;
    Rtrie::RouteSet set;
-   Rtrie::loadTables(paths, false, set);
+   Rtrie::loadTables(options, set);
    return {std::move(source), routesOf<V4>(set), routesOf<V6>(set)};
 }
 
