@@ -1,5 +1,6 @@
 #include "routetrie/trie/patricia/PatriciaTrieIterator.h"
 
+#include <fmt/core.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -308,7 +309,7 @@ TEST(PatriciaTrieIteratorDeathTest, leavesARecordInTheTraceFile) {
             const Routing::PatriciaTrieIterator iterator(trie, nullptr);
          }
          for (const auto& entry : BriskTrace::defaultBriskTraceHandle.mtTraceFile()->entries()) {
-            std::fprintf(stderr, "%s %s\n", entry.source.c_str(), entry.text.c_str());
+            fmt::print(stderr, "{} {}\n", entry.source, entry.text);
          }
          std::exit(7);
       },
