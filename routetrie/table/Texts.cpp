@@ -1,7 +1,11 @@
-// The errors that reading addresses and prefixes can give, in words.
+// The errors and explanations of the values and the table, in words.
 #include <fmt/format.h>
 
+#include <stdexcept>
+
 #include "routetrie/address.h"
+#include "routetrie/explanation.h"
+#include "routetrie/family_table.h"
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "routetrie/prefix.h"
 
@@ -29,4 +33,23 @@ void throwLength(unsigned length, unsigned width) {
    Corvid::RangeException::throwException(text.c_str());
 }
 
+void throwNoPrefix() { throw std::invalid_argument("a table has no route of the null or of the empty prefix"); }
+
+void throwBulkSizes(std::size_t addresses, std::size_t answers) {
+   throw std::invalid_argument(fmt::format("room for {} answers to {} addresses", answers, addresses));
+}
+
 }  // namespace routetrie::Impl
+
+namespace routetrie {
+
+std::string_view describe(verdict why) noexcept {
+   switch (why) {
+      case verdict::taken: return "taken: the longest";
+      case verdict::shorter: return "not taken: a longer one covers it";
+      case verdict::refused: return "not taken: refused by the test";
+   }
+   return {};
+}
+
+}  // namespace routetrie

@@ -1,0 +1,831 @@
+// family_table: routes of one family, a T for each; table4<T> and table6<T>, and route_set4 and route_set6 where T is void.
+//
+//    routetrie::table4<int> t;
+//    t.insert({"10.0.0.0/8"_prefix, 1});                       pair<iterator, bool>
+//    t.match("10.1.2.3"_address)->value                        1
+//
+// What an answer points to. A route holds the prefix by value and the value by reference; the reference holds until the next
+// change of the table. "No route" is nullopt, end() or an empty range. The default route is a route like any other. The null
+// prefix (length 255) is no prefix: a change with one raises std::invalid_argument, a question finds none.
+//
+// Iterators are places. Any change is allowed while one lives: `++` goes to the first route after its place in the table as it
+// then is, so that a route that is there throughout is seen exactly once. What an iterator stands on may be asked for as long as
+// it is in the table. An iterator belongs to the object that gave it: it does not follow a move or a swap.
+//
+// Strong guarantee: an operation that raises has changed nothing. The two exceptions are told where they are declared. A table
+// that was moved from is empty.
+//
+// Threads: any number may ask at once, as long as nobody changes the table.
+// Tested by tests/table/TableTest.cpp, tests/property/TableRandomTest.cpp.
+#pragma once
+
+#include <algorithm>
+#include <concepts>
+#include <cstddef>
+#include <initializer_list>
+#include <iterator>
+#include <memory>
+#include <optional>
+#include <ranges>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "routetrie/explanation.h"
+#include "routetrie/platform/Corvid/Assert.h"
+#include "routetrie/prefix.h"
+#include "routetrie/route.h"
+#include "routetrie/table/Tree.h"
+#include "routetrie/table/Values.h"
+
+namespace routetrie {
+
+// The first and the last of a run of addresses, both in it.
+template <any_address A>
+struct address_range {
+   A first;
+   A last;
+   friend bool operator==(const address_range&, const address_range&) noexcept = default;
+};
+
+// Several routes as the answer to a question: a view, which ends where its iterator says so, and which asks the table as it is
+// walked. It may be dropped before its iterators, but not the table.
+template <class Iterator>
+class answer_range : public std::ranges::view_base {
+  public:
+   answer_range() noexcept = default;
+   answer_range(Iterator begin) noexcept : begin_(begin) {}
+
+   Iterator begin() const noexcept { return begin_; }
+   std::default_sentinel_t end() const noexcept { return {}; }
+   bool empty() const noexcept { return begin_ == std::default_sentinel; }
+   explicit operator bool() const noexcept { return !empty(); }
+   // Requires: not empty.
+   auto front() const noexcept { return *begin_; }
+
+  private:
+   Iterator begin_;
+};
+
+namespace Impl {
+
+// "a table has no route of the null or of the empty prefix", as std::invalid_argument.
+[[noreturn]] ROUTETRIE_EXPORT void throwNoPrefix();
+[[noreturn]] ROUTETRIE_EXPORT void throwBulkSizes(std::size_t addresses, std::size_t answers);
+
+// What operator-> of an iterator gives whose * is a value.
+template <class T>
+struct Arrow {
+   T value;
+   const T* operator->() const noexcept { return std::addressof(value); }
+};
+
+// T, or for void something that can stand in a pair that nobody makes.
+template <class T>
+using ObjectOr = std::conditional_t<std::is_void_v<T>, char, T>;
+
+// What a table of these prefixes is asked about: a prefix, or an address.
+template <class X, class P>
+concept AskedOf = std::same_as<X, P> || std::same_as<X, typename P::AddressType>;
+
+template <unsigned width>
+using PrefixOfWidth = std::conditional_t<width == 32, prefix4, prefix6>;
+
+}  // namespace Impl
+
+template <unsigned width, class T>
+class basic_table {
+   static_assert(width == 32 || width == 128);
+   static_assert(std::is_void_v<T> || (std::is_object_v<T> && !std::is_const_v<T> && std::is_destructible_v<T>),
+                 "the value of a route is an object that can be destroyed, or void");
+
+   using Tree = Impl::Tree<width>;
+   using Values = Impl::Values<T>;
+   using Bits = typename Tree::Bits;
+   using Cursor = typename Tree::Cursor;
+
+  public:
+   static constexpr bool has_values = !std::is_void_v<T>;
+   using prefix_type = Impl::PrefixOfWidth<width>;
+   using address_type = typename prefix_type::AddressType;
+   using mapped_type = T;
+   using size_type = std::size_t;
+   using difference_type = std::ptrdiff_t;
+   // What is put in: a prefix and a value; of a set, a prefix.
+   using insertable =
+      typename std::conditional_t<has_values, std::type_identity<std::pair<prefix_type, Impl::ObjectOr<T>>>,
+                                  std::type_identity<prefix_type>>::type;
+   // What the table answers with: a prefix and a reference to its value; of a set, the prefix.
+   using value_type = typename std::conditional_t<has_values, std::type_identity<basic_route<prefix_type, T>>,
+                                                  std::type_identity<prefix_type>>::type;
+
+   class iterator;
+   using const_iterator = iterator;
+   using reverse_iterator = std::reverse_iterator<iterator>;
+   class covered_iterator;
+   class children_iterator;
+   template <bool nearestFirst>
+   class covering_iterator;
+   template <class Iterator>
+   using range = answer_range<Iterator>;
+
+   //--- construction ---
+
+   basic_table() noexcept : tree_(Values::valueSize) {}
+   // Of several routes with one prefix the first is kept, as insert() keeps it.
+   template <std::ranges::input_range R>
+   requires(!std::same_as<std::remove_cvref_t<R>, basic_table>) explicit basic_table(R&& routes) : basic_table() {
+      insert(std::forward<R>(routes));
+   }
+   basic_table(std::initializer_list<insertable> routes) : basic_table() { insert(routes); }
+   basic_table(const basic_table& other) requires(!has_values || std::is_copy_constructible_v<T>)
+      : tree_(other.tree_.clone()) {
+      values_.copyFrom(other.values_, [&](auto&& visit) { other.forEachPlace(visit); });
+   }
+   basic_table(basic_table&&) noexcept = default;
+   basic_table& operator=(const basic_table& other) requires(!has_values || std::is_copy_constructible_v<T>) {
+      basic_table copy(other);
+      swap(copy);
+      return *this;
+   }
+   basic_table& operator=(basic_table&& other) noexcept {
+      if (this != &other) {
+         clear();
+         swap(other);
+      }
+      return *this;
+   }
+   ~basic_table() { destroyValues(); }
+   void swap(basic_table& other) noexcept {
+      tree_.swap(other.tree_);
+      values_.swap(other.values_);
+   }
+   friend void swap(basic_table& a, basic_table& b) noexcept { a.swap(b); }
+
+   //--- reading: all routes, in the order of addresses, then lengths ---
+
+   size_type size() const noexcept { return tree_.size(); }
+   bool empty() const noexcept { return size() == 0; }
+   iterator begin() const noexcept {
+      Cursor cursor;
+      return tree_.first(cursor) ? iterator(this, cursor) : end();
+   }
+   iterator end() const noexcept { return iterator(this); }
+   iterator cbegin() const noexcept { return begin(); }
+   iterator cend() const noexcept { return end(); }
+   reverse_iterator rbegin() const noexcept { return reverse_iterator(end()); }
+   reverse_iterator rend() const noexcept { return reverse_iterator(begin()); }
+
+   bool contains(const prefix_type& p) const noexcept { return placeOf(p) != nullptr; }
+   iterator find(const prefix_type& p) const noexcept {
+      const void* bytes = placeOf(p);
+      return bytes != nullptr ? iteratorAt(p, bytes) : end();
+   }
+   // The first route at or behind the place of `p`, which need not be a route; the first behind it.
+   iterator lower_bound(const prefix_type& p) const noexcept { return from(p, 0); }
+   iterator upper_bound(const prefix_type& p) const noexcept { return from(p, 1); }
+
+   //--- reading: what covers an address or a prefix ---
+
+   // The longest route that covers it.
+   std::optional<value_type> match(const address_type& a) const noexcept { return bestOf(a.bits(), width); }
+   std::optional<value_type> match(const prefix_type& p) const noexcept {
+      return is_prefix(p) ? bestOf(p.bits(), p.len()) : std::nullopt;
+   }
+   // The longest of those that pass: `test` is asked with each route that covers it, from the longest on, until it says yes. It
+   // must not change the table.
+   template <Impl::AskedOf<prefix_type> X, std::predicate<const value_type&> Test>
+   std::optional<value_type> match_if(const X& x, Test&& test) const {
+      const auto [bits, length] = boundsOf(x);
+      for (unsigned rest = length; rest <= width;) {
+         const auto best = tree_.match(bits, rest);
+         if (best.value == nullptr) {
+            break;
+         }
+         const value_type route = routeAt(bits, best.length, best.value);
+         if (test(route)) {
+            return route;
+         }
+         rest = best.length - 1;
+      }
+      return std::nullopt;
+   }
+   // The value of the longest match alone; null if there is none.
+   const T* lookup(const address_type& a) const noexcept requires has_values {
+      return valueOf(tree_.template lookup<Values::valueSize>(a.bits()));
+   }
+   // The same for a burst: answers[i] for addresses[i]. Raises std::invalid_argument if there is less room than addresses.
+   void lookup_bulk(std::span<const address_type> addresses, std::span<const T*> answers) const requires has_values {
+      if (answers.size() < addresses.size()) {
+         Impl::throwBulkSizes(addresses.size(), answers.size());
+      }
+      tree_.template lookupBulk<Values::valueSize>(
+         addresses.size(), [&](std::size_t i) { return addresses[i].bits(); },
+         [&](std::size_t i, const void* place) { answers[i] = valueOf(place); });
+   }
+   // The longest route that covers the prefix and is shorter than it; the prefix may be a route or not.
+   std::optional<value_type> parent(const prefix_type& p) const noexcept {
+      return is_prefix(p) && p.len() != 0 ? bestOf(p.bits(), p.len() - 1u) : std::nullopt;
+   }
+   template <Impl::AskedOf<prefix_type> X>
+   std::optional<value_type> shortest_match(const X& x) const noexcept {
+      const auto [bits, length] = boundsOf(x);
+      if (length > width) {
+         return std::nullopt;
+      }
+      const auto shortest = tree_.covering(bits, length).atLeast(0);
+      return shortest ? std::optional(routeOf(bits, *shortest)) : std::nullopt;
+   }
+   // All routes that cover it, itself included: shortest first; nearest, which is longest, first.
+   template <Impl::AskedOf<prefix_type> X>
+   range<covering_iterator<false>> covering(const X& x) const noexcept {
+      return {covering_iterator<false>(this, boundsOf(x))};
+   }
+   template <Impl::AskedOf<prefix_type> X>
+   range<covering_iterator<true>> covering_nearest(const X& x) const noexcept {
+      return {covering_iterator<true>(this, boundsOf(x))};
+   }
+
+   //--- reading: what lies under a prefix ---
+
+   // All routes that it covers, itself included.
+   range<covered_iterator> covered(const prefix_type& p) const noexcept { return {covered_iterator(this, p)}; }
+   // Of the routes under it and longer than it, those with no other between.
+   range<children_iterator> children(const prefix_type& p) const noexcept { return {children_iterator(this, p)}; }
+   bool has_longer(const prefix_type& p) const noexcept { return is_prefix(p) && tree_.hasLonger(p.bits(), p.len()); }
+
+   //--- reading: more ---
+
+   // Whether a route covers it or lies under it.
+   bool overlaps(const prefix_type& p) const noexcept {
+      return is_prefix(p) && (tree_.match(p.bits(), p.len()).value != nullptr || tree_.hasLonger(p.bits(), p.len()));
+   }
+   // Whether a route of the one covers a route of the other.
+   template <class U>
+   bool overlaps(const basic_table<width, U>& other) const noexcept {
+      if (size() > other.size()) {
+         return other.overlaps(*this);
+      }
+      return std::ranges::any_of(*this, [&](const value_type& route) { return other.overlaps(prefixOf(route)); });
+   }
+   // The addresses around this one, in one piece, that have the same longest match or, as it, none.
+   address_range<address_type> same_answer(const address_type& a) const noexcept;
+   // Why that route: all that cover it, which of them was taken and why the others were not, and what a lookup reads.
+   explanation<prefix_type, T> explain(const address_type& a) const { return explainIf(a, taken()); }
+   explanation<prefix_type, T> explain(const prefix_type& p) const { return explainIf(p, taken()); }
+   // As match_if() with that test.
+   template <Impl::AskedOf<prefix_type> X, std::predicate<const value_type&> Test>
+   explanation<prefix_type, T> explain(const X& x, Test&& test) const {
+      return explainIf(x, std::forward<Test>(test));
+   }
+
+   // The same routes and, where there are values, equal ones.
+   friend bool operator==(const basic_table& a,
+                          const basic_table& b) requires(!has_values || std::equality_comparable<T>) {
+      return a.size() == b.size() && std::ranges::equal(a, b);
+   }
+
+   //--- writing ---
+
+   // Adds the route if its prefix has none: where it is, and whether it was added.
+   std::pair<iterator, bool> insert(const insertable& route) requires(!has_values ||
+                                                                      std::is_copy_constructible_v<T>) {
+      if constexpr (has_values) {
+         return try_emplace(route.first, route.second);
+      } else {
+         return emplace(route, [](void*) {});
+      }
+   }
+   std::pair<iterator, bool> insert(insertable&& route) {
+      if constexpr (has_values) {
+         return try_emplace(route.first, std::move(route.second));
+      } else {
+         return emplace(route, [](void*) {});
+      }
+   }
+   // Adds those whose prefixes have no route: pairs, or routes of a table. How many. Sorted input is faster. One that raises leaves
+   // in the table what came before it.
+   template <std::ranges::input_range R>
+   requires(!std::convertible_to<R, insertable>) size_type insert(R&& routes) {
+      const size_type before = size();
+      for (auto&& route : routes) {
+         if constexpr (!has_values) {
+            insert(prefix_type(route));
+         } else {
+            auto&& [where, what] = route;
+            try_emplace(where, std::forward<decltype(what)>(what));
+         }
+      }
+      return size() - before;
+   }
+   size_type insert(std::initializer_list<insertable> routes) { return insert(std::span(routes)); }
+
+   // Makes the value in place if the prefix has no route; otherwise leaves the arguments alone.
+   template <class... Args>
+   requires(has_values&& std::is_constructible_v<Impl::ObjectOr<T>, Args...>) std::pair<iterator, bool> try_emplace(
+      const prefix_type& p, Args&&... args) {
+      return emplace(p, [&](void* place) { values_.make(place, std::forward<Args>(args)...); });
+   }
+   template <class U>
+   requires(has_values&& std::is_constructible_v<T, U>&& std::is_assignable_v<Impl::ObjectOr<T>&, U>)
+      std::pair<iterator, bool> insert_or_assign(const prefix_type& p, U&& value) {
+      const auto at = place(p, [&](void* bytes) { values_.make(bytes, std::forward<U>(value)); });
+      if (!at.created) {
+         values_.assign(at.value, std::forward<U>(value));
+      }
+      return {iteratorAt(p, at.value), at.created};
+   }
+   // Finds the value, or makes one as T(), and lets `change` have it as T&; true if it was made. What `change` raises leaves
+   // everything as it was, but for a value that was there, cannot be copied, and that `change` left halfway. `change` must not
+   // change the table.
+   template <class Change>
+   requires(has_values&& std::invocable<Change, Impl::ObjectOr<T>&>&& std::is_default_constructible_v<T>) bool update(
+      const prefix_type& p, Change&& change) {
+      const auto at = place(p, [&](void* bytes) {
+         T value{};
+         change(value);
+         values_.make(bytes, std::move(value));
+      });
+      if (!at.created) {
+         values_.change(at.value, std::forward<Change>(change));
+      }
+      return at.created;
+   }
+
+   // How many routes went: 0 or 1.
+   size_type erase(const prefix_type& p) {
+      if (!is_prefix(p)) {
+         Impl::throwNoPrefix();
+      }
+      return eraseAt(p.bits(), p.len());
+   }
+   // The place behind it. Requires: it stands on a route of this table.
+   iterator erase(const iterator& at) {
+      iterator next = at;
+      ++next;
+      eraseAt(at.cursor_.bits, at.cursor_.length);
+      return next;
+   }
+   // All routes under it, itself included. How many.
+   size_type erase_covered(const prefix_type& p) {
+      if (!is_prefix(p)) {
+         Impl::throwNoPrefix();
+      }
+      return eraseFrom(covered(p).begin(), [](const value_type&) { return true; });
+   }
+   // Those that pass. How many. What `test` raises, or an allocation that fails, leaves the table without those already found.
+   template <std::predicate<const value_type&> Test>
+   friend size_type erase_if(basic_table& t, Test test) {
+      return t.eraseFrom(t.begin(), test);
+   }
+   // Takes over the routes of `source` whose prefixes have none here; the others stay in `source`.
+   void merge(basic_table& source);
+   void merge(basic_table&& source) { merge(source); }
+   void clear() noexcept {
+      destroyValues();
+      tree_.clear();
+      values_.forget();
+   }
+
+   //--- for developers ---
+
+   // Recounts from the nodes: "" if all is sound, else the first broken rule.
+   std::string audit() const { return tree_.audit(); }
+   // The tree as text, a node a line.
+   std::string dump() const {
+      std::string text;
+      tree_.dump(text);
+      return text;
+   }
+   // Bytes, by what they are for; the sum is what the allocator handed out.
+   table_memory memory() const noexcept {
+      table_memory held = tree_.memory();
+      held.values += values_.bytes();
+      return held;
+   }
+
+  private:
+   template <unsigned, class>
+   friend class basic_table;
+
+   struct Bounds {
+      Bits bits;
+      unsigned length;  // above `width`: no prefix, which nothing covers
+   };
+   static Bounds boundsOf(const address_type& a) noexcept { return {a.bits(), width}; }
+   static Bounds boundsOf(const prefix_type& p) noexcept { return {p.bits(), p.len()}; }
+   static auto taken() noexcept {
+      return [](const value_type&) { return true; };
+   }
+   static const prefix_type& prefixOf(const value_type& route) noexcept {
+      if constexpr (has_values) {
+         return route.prefix;
+      } else {
+         return route;
+      }
+   }
+   static prefix_type prefixAt(Bits bits, unsigned length) noexcept {
+      return prefix_type::ofValid(address_type(bits.cut(length)), length);
+   }
+
+   value_type routeAt(Bits bits, unsigned length, const void* place) const noexcept {
+      if constexpr (has_values) {
+         return value_type(prefixAt(bits, length), values_.at(place));
+      } else {
+         return prefixAt(bits, length);
+      }
+   }
+   // Requires: it is there.
+   value_type routeOf(Bits bits, unsigned length) const noexcept {
+      const void* place = tree_.find(bits.cut(length), length);
+      ROUTETRIE_ASSERT(place != nullptr, "what an iterator stands on is in the table");
+      return routeAt(bits, length, place);
+   }
+   std::optional<value_type> bestOf(Bits bits, unsigned maxLength) const noexcept {
+      const auto best = tree_.match(bits, maxLength);
+      return best.value != nullptr ? std::optional(routeAt(bits, best.length, best.value)) : std::nullopt;
+   }
+   const T* valueOf(const void* place) const noexcept requires has_values {
+      return place != nullptr ? std::addressof(values_.at(place)) : nullptr;
+   }
+   const void* placeOf(const prefix_type& p) const noexcept {
+      return is_prefix(p) ? tree_.find(p.bits(), p.len()) : nullptr;
+   }
+   iterator from(const prefix_type& p, unsigned past) const noexcept {
+      Cursor cursor;
+      return is_prefix(p) && tree_.seek(cursor, p.bits(), p.len() + past) ? iterator(this, cursor) : end();
+   }
+   template <class Visit>
+   void forEachPlace(Visit&& visit) const {
+      Cursor cursor;
+      for (bool there = tree_.first(cursor); there; there = tree_.next(cursor)) {
+         visit(cursor.value);
+      }
+   }
+   void destroyValues() noexcept {
+      if constexpr (Values::haveToGo) {
+         forEachPlace([&](const void* place) { values_.destroy(place); });
+      }
+   }
+
+   // Finds the bytes of the value or makes them, in one search.
+   template <class Make>
+   auto place(const prefix_type& p, Make&& make) {
+      if (!is_prefix(p)) {
+         Impl::throwNoPrefix();
+      }
+      using Function = std::remove_reference_t<Make>;
+      return tree_.insert(
+         p.bits(), p.len(), [](void* context, void* bytes) { (*static_cast<Function*>(context))(bytes); },
+         const_cast<std::remove_const_t<Function>*>(std::addressof(make)));
+   }
+   iterator iteratorAt(const prefix_type& p, const void* bytes) const noexcept {
+      return iterator(this, tree_.at(p.bits(), p.len(), bytes));
+   }
+   template <class Make>
+   std::pair<iterator, bool> emplace(const prefix_type& p, Make&& make) {
+      const auto at = place(p, std::forward<Make>(make));
+      return {iteratorAt(p, at.value), at.created};
+   }
+   size_type eraseAt(Bits bits, unsigned length) {
+      alignas(8) std::byte old[8];
+      if (!tree_.erase(bits, length, old)) {
+         return 0;
+      }
+      values_.destroy(old);
+      return 1;
+   }
+   template <class Iterator, class Test>
+   size_type eraseFrom(Iterator at, Test&& test) {
+      size_type erased = 0;
+      while (at != std::default_sentinel) {
+         const value_type route = *at;
+         const prefix_type p = prefixOf(route);
+         const bool goes = test(route);
+         ++at;
+         if (goes) {
+            erased += eraseAt(p.bits(), p.len());
+         }
+      }
+      return erased;
+   }
+   template <class X, class Test>
+   explanation<prefix_type, T> explainIf(const X& x, Test&& test) const;
+
+   Tree tree_;
+   [[no_unique_address]] Values values_;
+};
+
+//--- iterators ---
+
+template <unsigned width, class T>
+class basic_table<width, T>::iterator {
+  public:
+   using value_type = basic_table::value_type;
+   using difference_type = std::ptrdiff_t;
+   using reference = value_type;
+   using pointer = Impl::Arrow<value_type>;
+   using iterator_category = std::input_iterator_tag;  // * gives a value, which C++17 takes for no more
+   using iterator_concept = std::bidirectional_iterator_tag;
+
+   iterator() noexcept = default;
+
+   value_type operator*() const noexcept {
+      return cursor_.generation == table_->tree_.generation()
+                ? table_->routeAt(cursor_.bits, cursor_.length, cursor_.value)
+                : table_->routeOf(cursor_.bits, cursor_.length);
+   }
+   pointer operator->() const noexcept { return {**this}; }
+   iterator& operator++() noexcept {
+      atEnd_ = !table_->tree_.next(cursor_);
+      return *this;
+   }
+   iterator operator++(int) noexcept {
+      iterator before = *this;
+      ++*this;
+      return before;
+   }
+   iterator& operator--() noexcept {
+      const bool there = atEnd_ ? table_->tree_.last(cursor_) : table_->tree_.previous(cursor_);
+      atEnd_ = !there;
+      return *this;
+   }
+   iterator operator--(int) noexcept {
+      iterator before = *this;
+      --*this;
+      return before;
+   }
+   friend bool operator==(const iterator& a, const iterator& b) noexcept {
+      return a.atEnd_ == b.atEnd_ &&
+             (a.atEnd_ || (a.cursor_.bits == b.cursor_.bits && a.cursor_.length == b.cursor_.length));
+   }
+   friend bool operator==(const iterator& a, std::default_sentinel_t) noexcept { return a.atEnd_; }
+
+  private:
+   friend basic_table;
+   explicit iterator(const basic_table* table) noexcept : table_(table) {}
+   iterator(const basic_table* table, const Cursor& cursor) noexcept
+      : table_(table), cursor_(cursor), atEnd_(false) {}
+
+   const basic_table* table_ = nullptr;
+   Cursor cursor_{};
+   bool atEnd_ = true;
+};
+
+template <unsigned width, class T>
+class basic_table<width, T>::covered_iterator {
+  public:
+   using value_type = basic_table::value_type;
+   using difference_type = std::ptrdiff_t;
+   using reference = value_type;
+   using pointer = Impl::Arrow<value_type>;
+   using iterator_category = std::input_iterator_tag;
+   using iterator_concept = std::bidirectional_iterator_tag;
+
+   covered_iterator() noexcept = default;
+
+   value_type operator*() const noexcept { return *at_; }
+   pointer operator->() const noexcept { return {**this}; }
+   covered_iterator& operator++() noexcept {
+      ++at_;
+      return *this;
+   }
+   covered_iterator operator++(int) noexcept {
+      covered_iterator before = *this;
+      ++*this;
+      return before;
+   }
+   covered_iterator& operator--() noexcept {
+      if (*this == std::default_sentinel) {
+         at_ = at_.table_->end();
+         Cursor cursor;
+         at_.atEnd_ = !at_.table_->tree_.seekBefore(cursor, last_address(under_).bits(), width + 1);
+         at_.cursor_ = cursor;
+      } else {
+         --at_;
+      }
+      return *this;
+   }
+   covered_iterator operator--(int) noexcept {
+      covered_iterator before = *this;
+      --*this;
+      return before;
+   }
+   friend bool operator==(const covered_iterator& a, const covered_iterator& b) noexcept {
+      const bool atEnd = a == std::default_sentinel;
+      return atEnd == (b == std::default_sentinel) && (atEnd || a.at_ == b.at_);
+   }
+   friend bool operator==(const covered_iterator& a, std::default_sentinel_t) noexcept { return a.isPast(); }
+
+  private:
+   friend basic_table;
+   bool isPast() const noexcept { return at_.atEnd_ || !at_.cursor_.bits.sharesFirst(under_.bits(), under_.len()); }
+   covered_iterator(const basic_table* table, const prefix_type& under) noexcept
+      : at_(table->lower_bound(under)), under_(is_prefix(under) ? under : prefix_type()) {}
+
+   iterator at_;
+   prefix_type under_;
+};
+
+template <unsigned width, class T>
+class basic_table<width, T>::children_iterator {
+  public:
+   using value_type = basic_table::value_type;
+   using difference_type = std::ptrdiff_t;
+   using reference = value_type;
+   using pointer = Impl::Arrow<value_type>;
+   using iterator_category = std::input_iterator_tag;
+   using iterator_concept = std::bidirectional_iterator_tag;
+
+   children_iterator() noexcept = default;
+
+   value_type operator*() const noexcept { return *at_; }
+   pointer operator->() const noexcept { return {**this}; }
+   // To what comes behind all that lies under this child.
+   children_iterator& operator++() noexcept {
+      const prefix_type here = prefixAt(at_.cursor_.bits, at_.cursor_.length);
+      at_.atEnd_ = !at_.table_->tree_.seek(at_.cursor_, last_address(here).bits(), width + 1);
+      return *this;
+   }
+   children_iterator operator++(int) noexcept {
+      children_iterator before = *this;
+      ++*this;
+      return before;
+   }
+   // To the outermost route under the prefix that covers what comes before.
+   children_iterator& operator--() noexcept {
+      const Tree& tree = at_.table_->tree_;
+      const bool there = *this == std::default_sentinel
+                            ? tree.seekBefore(at_.cursor_, last_address(under_).bits(), width + 1)
+                            : tree.previous(at_.cursor_);
+      at_.atEnd_ = !there;
+      if (there && at_.cursor_.length > under_.len()) {
+         const Bits bits = at_.cursor_.bits;
+         const auto outermost = tree.covering(bits, at_.cursor_.length).atLeast(under_.len() + 1u);
+         at_.cursor_ = tree.at(bits.cut(*outermost), *outermost, tree.find(bits.cut(*outermost), *outermost));
+      }
+      return *this;
+   }
+   children_iterator operator--(int) noexcept {
+      children_iterator before = *this;
+      --*this;
+      return before;
+   }
+   friend bool operator==(const children_iterator& a, const children_iterator& b) noexcept {
+      const bool atEnd = a == std::default_sentinel;
+      return atEnd == (b == std::default_sentinel) && (atEnd || a.at_ == b.at_);
+   }
+   friend bool operator==(const children_iterator& a, std::default_sentinel_t) noexcept { return a.isPast(); }
+
+  private:
+   friend basic_table;
+   bool isPast() const noexcept { return at_.atEnd_ || !at_.cursor_.bits.sharesFirst(under_.bits(), under_.len()); }
+   children_iterator(const basic_table* table, const prefix_type& under) noexcept
+      : at_(table->upper_bound(under)), under_(is_prefix(under) ? under : prefix_type()) {}
+
+   iterator at_;
+   prefix_type under_;
+};
+
+template <unsigned width, class T>
+template <bool nearestFirst>
+class basic_table<width, T>::covering_iterator {
+  public:
+   using value_type = basic_table::value_type;
+   using difference_type = std::ptrdiff_t;
+   using reference = value_type;
+   using pointer = Impl::Arrow<value_type>;
+   using iterator_category = std::input_iterator_tag;
+   using iterator_concept = std::bidirectional_iterator_tag;
+
+   covering_iterator() noexcept = default;
+
+   value_type operator*() const noexcept { return table_->routeOf(bits_, *at_); }
+   pointer operator->() const noexcept { return {**this}; }
+   covering_iterator& operator++() noexcept { return step(nearestFirst); }
+   covering_iterator operator++(int) noexcept {
+      covering_iterator before = *this;
+      ++*this;
+      return before;
+   }
+   covering_iterator& operator--() noexcept { return step(!nearestFirst); }
+   covering_iterator operator--(int) noexcept {
+      covering_iterator before = *this;
+      --*this;
+      return before;
+   }
+   friend bool operator==(const covering_iterator& a, const covering_iterator& b) noexcept { return a.at_ == b.at_; }
+   friend bool operator==(const covering_iterator& a, std::default_sentinel_t) noexcept { return !a.at_; }
+
+  private:
+   friend basic_table;
+   covering_iterator(const basic_table* table, const Bounds& of) noexcept
+      : table_(table), bits_(of.bits), length_(of.length) {
+      step(nearestFirst);
+   }
+   // To the next shorter route or the next longer one; from the end, to the first from that side.
+   covering_iterator& step(bool toShorter) noexcept {
+      if (length_ > width) {
+         return *this;
+      }
+      if (!lengths_ || generation_ != table_->tree_.generation()) {
+         lengths_ = table_->tree_.covering(bits_, length_);
+         generation_ = table_->tree_.generation();
+      }
+      if (toShorter) {
+         at_ = !at_ ? lengths_->atMost(length_) : *at_ == 0 ? std::nullopt : lengths_->atMost(*at_ - 1);
+      } else {
+         at_ = !at_ ? lengths_->atLeast(0) : lengths_->atLeast(*at_ + 1);
+      }
+      return *this;
+   }
+
+   const basic_table* table_ = nullptr;
+   Bits bits_;
+   unsigned length_ = width + 1;  // bits of what is to be covered
+   std::optional<unsigned> at_;   // the length of the route that it stands on; none at the end
+   std::optional<Impl::Lengths<width>> lengths_;
+   std::uint64_t generation_ = 0;  // of the table when `lengths_` was asked
+};
+
+//--- the longer questions ---
+
+template <unsigned width, class T>
+address_range<typename basic_table<width, T>::address_type> basic_table<width, T>::same_answer(
+   const address_type& a) const noexcept {
+   using Word = typename Bits::Word;
+   const Bits bits = a.bits();
+   const auto best = tree_.match(bits, width);
+   const prefix_type within = best.value != nullptr ? prefixAt(bits, best.length) : prefix_type();
+   Word first = within.bits().word();
+   Word last = last_address(within).bits().word();
+   Cursor near;
+   // What comes before: the route before, or the outermost one above it that does not cover the address, ends last.
+   if (tree_.seekBefore(near, bits, width + 1) && near.bits.word() >= first &&
+       !(best.value != nullptr && near.length == best.length && near.bits == within.bits())) {
+      const unsigned common = near.bits.commonLength(bits);
+      if (const auto outermost = tree_.covering(near.bits, near.length).atLeast(common + 1)) {
+         first = static_cast<Word>(last_address(prefixAt(near.bits, *outermost)).bits().word() + 1);
+      }
+   }
+   if (tree_.seek(near, bits, width + 1) && near.bits.word() <= last) {
+      last = static_cast<Word>(near.bits.word() - 1);
+   }
+   return {address_type(Bits(first)), address_type(Bits(last))};
+}
+
+template <unsigned width, class T>
+void basic_table<width, T>::merge(basic_table& source) {
+   if (&source == this) {
+      return;
+   }
+   for (auto at = source.begin(); at != std::default_sentinel;) {
+      const prefix_type p = prefixOf(*at);
+      ++at;
+      if constexpr (has_values) {
+         alignas(8) std::byte old[8];
+         const auto result = emplace(
+            p, [&](void* place) { values_.makeFrom(place, source.values_, source.tree_.find(p.bits(), p.len())); });
+         if (result.second) {
+            source.tree_.erase(p.bits(), p.len(), old);
+            source.values_.destroy(old);
+         }
+      } else if (insert(p).second) {
+         source.eraseAt(p.bits(), p.len());
+      }
+   }
+}
+
+template <unsigned width, class T>
+template <class X, class Test>
+explanation<typename basic_table<width, T>::prefix_type, T> basic_table<width, T>::explainIf(const X& x,
+                                                                                             Test&& test) const {
+   explanation<prefix_type, T> result;
+   const auto [bits, length] = boundsOf(x);
+   if (length > width) {
+      return result;
+   }
+   result.asked = prefixAt(bits, length);
+   bool isTaken = false;
+   for (const value_type& route : covering_nearest(x)) {
+      const verdict why = isTaken ? verdict::shorter : test(route) ? verdict::taken : verdict::refused;
+      isTaken = isTaken || why == verdict::taken;
+      result.candidates.push_back({route, why});
+   }
+   std::ranges::reverse(result.candidates);
+   result.reads = tree_.readsOf(bits, length);
+   return result;
+}
+
+template <class T>
+using table4 = basic_table<32, T>;
+template <class T>
+using table6 = basic_table<128, T>;
+
+}  // namespace routetrie
+
+template <class Iterator>
+inline constexpr bool std::ranges::enable_borrowed_range<routetrie::answer_range<Iterator>> = true;
