@@ -1,0 +1,226 @@
+#include "routetrie/table/Arena.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace routetrie::Impl {
+
+struct Arena::Chunk {
+   U64 free[2];  // the low word first; bits behind the chunk's end are zero
+   U32 next : 26;
+   U32 list : 6;  // `lists`: in none, as nothing is free
+   U32 previous : 26;
+   U32 blockClass : 6;
+   U32 nextOfAll;
+   U32 previousOfAll;
+
+   U128 freeBits() const noexcept { return U128{free[1]} << 64 | free[0]; }
+};
+
+namespace {
+
+constexpr std::size_t headerBytes = 32;
+
+constexpr U128 ones(unsigned count) noexcept { return count >= 128 ? ~U128{0} : (U128{1} << count) - 1; }
+int lowest(U128 bits) noexcept {
+   const auto low = static_cast<U64>(bits);
+   return low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(static_cast<U64>(bits >> 64));
+}
+// The bits from which `count` in a row are set.
+U128 runsOf(U128 bits, unsigned count) noexcept {
+   for (unsigned have = 1; have < count;) {
+      const unsigned more = std::min(have, count - have);
+      bits &= bits >> more;
+      have += more;
+   }
+   return bits;
+}
+unsigned listOf(U128 free, unsigned none) noexcept {
+   if (free == 0) {
+      return none;
+   }
+   unsigned list = 0;
+   for (U128 next = free & free >> 1; next != 0 && list < 6; next &= next >> (U32{1} << list)) {
+      ++list;
+   }
+   return list;
+}
+
+}  // namespace
+
+Arena::Chunk& Arena::chunk(U32 block) const noexcept {
+   return *static_cast<Chunk*>(Region::at(Region::base(), block));
+}
+
+U32 Arena::blockOf(U32 at) const noexcept {
+   const std::size_t byte = std::size_t{at} << unitShift_;
+   const unsigned blockClass = Region::classAt(byte);
+   return static_cast<U32>(byte >> (Region::unitShift + blockClass) << blockClass);
+}
+
+unsigned Arena::headerUnits() const noexcept { return static_cast<unsigned>((headerBytes - 1) >> unitShift_) + 1; }
+
+void Arena::link(U32 block, Chunk& c) noexcept {
+   if (c.list == lists) {
+      return;
+   }
+   U32& list = lists_[c.list];
+   c.next = list & 0x3ffffff;
+   c.previous = 0;
+   if (list != 0) {
+      chunk(list).previous = block & 0x3ffffff;
+   }
+   list = block;
+}
+
+void Arena::unlink(U32, Chunk& c) noexcept {
+   if (c.list == lists) {
+      return;
+   }
+   if (c.next != 0) {
+      chunk(c.next).previous = c.previous;
+   }
+   if (c.previous != 0) {
+      chunk(c.previous).next = c.next;
+   } else {
+      lists_[c.list] = c.next;
+   }
+}
+
+void Arena::setFree(U32 block, Chunk& c, U128 free) noexcept {
+   c.free[0] = static_cast<U64>(free);
+   c.free[1] = static_cast<U64>(free >> 64);
+   const unsigned list = listOf(free, lists);
+   if (list != c.list) {
+      unlink(block, c);
+      c.list = list & 63;
+      link(block, c);
+   }
+}
+
+U32 Arena::addChunk(unsigned units) {
+   static_assert(sizeof(Chunk) == headerBytes);
+   const std::size_t needed = std::bit_ceil((std::size_t{units} << unitShift_) + headerBytes);
+   const std::size_t most = std::size_t{128} << unitShift_;
+   const std::size_t wanted = std::clamp(std::bit_floor(heldBytes_ / 4), Region::bytesOf(0), most);
+   const std::size_t bytes = std::max(needed, wanted);
+   const auto blockClass = static_cast<unsigned>(std::countr_zero(bytes)) - Region::unitShift;
+   const U32 block = Region::take(blockClass);
+   Chunk& c = chunk(block);
+   c = Chunk{};
+   c.list = lists;
+   c.blockClass = blockClass & 63;
+   c.nextOfAll = all_;
+   if (all_ != 0) {
+      chunk(all_).previousOfAll = block;
+   }
+   all_ = block;
+   heldBytes_ += bytes;
+   setFree(block, c, ones(static_cast<unsigned>(bytes >> unitShift_)) & ~ones(headerUnits()));
+   return block;
+}
+
+U32 Arena::allocate(unsigned units) {
+   Region::mayFail();
+   U32 block = 0;
+   for (auto list = static_cast<unsigned>(std::bit_width(units - 1)); list < lists && block == 0; ++list) {
+      block = lists_[list];
+   }
+   if (block == 0) {
+      block = addChunk(units);
+   }
+   Chunk& c = chunk(block);
+   const U128 free = c.freeBits();
+   const int from = lowest(runsOf(free, units));
+   setFree(block, c, free & ~(ones(units) << from));
+   usedUnits_ += units;
+   return static_cast<U32>((std::size_t{block} << Region::unitShift >> unitShift_) + static_cast<unsigned>(from));
+}
+
+bool Arena::grow(U32 at, unsigned from, unsigned to) noexcept {
+   const U32 block = blockOf(at);
+   Chunk& c = chunk(block);
+   const unsigned first = at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);
+   if (first + to > 128) {
+      return false;
+   }
+   const U128 wanted = ones(to - from) << (first + from);
+   const U128 free = c.freeBits();
+   if ((free & wanted) != wanted) {
+      return false;
+   }
+   setFree(block, c, free & ~wanted);
+   usedUnits_ += to - from;
+   return true;
+}
+
+void Arena::release(U32 at, unsigned units) noexcept {
+   const U32 block = blockOf(at);
+   Chunk& c = chunk(block);
+   const unsigned first = at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);
+   const U128 free = c.freeBits() | ones(units) << first;
+   usedUnits_ -= units;
+   const std::size_t bytes = Region::bytesOf(c.blockClass);
+   if (free != (ones(static_cast<unsigned>(bytes >> unitShift_)) & ~ones(headerUnits()))) {
+      setFree(block, c, free);
+      return;
+   }
+   unlink(block, c);
+   if (c.nextOfAll != 0) {
+      chunk(c.nextOfAll).previousOfAll = c.previousOfAll;
+   }
+   (c.previousOfAll != 0 ? chunk(c.previousOfAll).nextOfAll : all_) = c.nextOfAll;
+   heldBytes_ -= bytes;
+   Region::give(block);
+}
+
+void Arena::clear() noexcept {
+   for (U32 block = all_; block != 0;) {
+      const U32 next = chunk(block).nextOfAll;
+      Region::give(block);
+      block = next;
+   }
+   all_ = 0;
+   std::fill(std::begin(lists_), std::end(lists_), U32{0});
+   usedUnits_ = 0;
+   heldBytes_ = 0;
+}
+
+const char* Arena::audit(std::vector<Run> runs) const {
+   std::sort(runs.begin(), runs.end(), [](const Run& a, const Run& b) { return a.at < b.at; });
+   std::size_t sum = 0;
+   for (std::size_t i = 0; i < runs.size(); ++i) {
+      const Run& run = runs[i];
+      sum += run.units;
+      if (i != 0 && runs[i - 1].at + runs[i - 1].units > run.at) {
+         return "two runs overlap";
+      }
+      const U32 block = blockOf(run.at);
+      const unsigned first = run.at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);
+      const Chunk& c = chunk(block);
+      if (first < headerUnits() || ((std::size_t{first} + run.units) << unitShift_) > Region::bytesOf(c.blockClass)) {
+         return "a run is not within a chunk";
+      }
+      if ((c.freeBits() & ones(run.units) << first) != 0) {
+         return "a run is free";
+      }
+   }
+   if (sum != usedUnits_) {
+      return "a run is held by nobody";
+   }
+   std::size_t held = 0;
+   std::size_t used = 0;
+   for (U32 block = all_; block != 0; block = chunk(block).nextOfAll) {
+      const Chunk& c = chunk(block);
+      const std::size_t bytes = Region::bytesOf(c.blockClass);
+      held += bytes;
+      used += (bytes >> unitShift_) - headerUnits() -
+              static_cast<unsigned>(std::popcount(c.free[0]) + std::popcount(c.free[1]));
+      if (c.list != listOf(c.freeBits(), lists)) {
+         return "a chunk is in the wrong list";
+      }
+   }
+   return held != heldBytes_ ? "chunks are counted wrong" : used != usedUnits_ ? "units are counted wrong" : "";
+}
+
+}  // namespace routetrie::Impl

@@ -1,0 +1,130 @@
+// Node: what the trees are made of, and the arithmetic on six bits of an address. Drawn in Tree.h.
+#pragma once
+
+#include <array>
+#include <bit>
+
+#include "routetrie/platform/Corenet/AddressBits.h"
+#include "routetrie/table/Region.h"
+
+#define ROUTETRIE_INLINE inline __attribute__((always_inline))
+
+namespace routetrie::Impl {
+
+inline constexpr unsigned stride = 6;  // bits of the address that a node stands for
+
+struct Node {
+   static constexpr U64 compressedBit = U64{1} << 63;  // in routes[0]
+   static constexpr U64 leafBit = U64{1} << 62;
+
+   U64 routes[2];  // those whose next bit is 0, and 1; in preorder
+   U64 children;   // by the next six bits
+   U32 childRun;   // of nodes
+   U32 valueRun;   // the first value of routes[0]; those of routes[1] lie before it, the first one last
+
+   ROUTETRIE_INLINE bool isCompressed() const noexcept { return routes[0] >> 63 != 0; }
+   // Of one that is compressed:
+   ROUTETRIE_INLINE bool isLeaf() const noexcept { return (routes[0] & leafBit) != 0; }
+   ROUTETRIE_INLINE unsigned length() const noexcept { return static_cast<unsigned>(routes[0] & 255); }
+   ROUTETRIE_INLINE U32 target() const noexcept { return static_cast<U32>(routes[1]); }
+   ROUTETRIE_INLINE const void* leafValue() const noexcept { return &routes[1]; }
+   // Of one that is not:
+   bool hasRoutes() const noexcept { return (routes[0] | routes[1]) != 0; }
+   unsigned routeCount() const noexcept {
+      return static_cast<unsigned>(std::popcount(routes[0]) + std::popcount(routes[1]));
+   }
+   unsigned childCount() const noexcept { return static_cast<unsigned>(std::popcount(children)); }
+};
+static_assert(sizeof(Node) == 32);
+
+ROUTETRIE_INLINE U64 below(U64 word, unsigned bit) noexcept { return word & ((U64{1} << bit) - 1); }
+
+// Where a child stands in its run. Requires: it is there, or the place where it would be is meant.
+ROUTETRIE_INLINE U32 childRank(U64 children, unsigned chunk) noexcept {
+   return static_cast<U32>(std::popcount(below(children, chunk)));
+}
+
+//--- the 63 prefixes of up to six bits with one first bit, in preorder ---
+
+// Its place: `length` is 1 to 6, `low` the five bits behind the first, zeros past the length.
+ROUTETRIE_INLINE unsigned placeOf(unsigned length, unsigned low) noexcept {
+   return length - 1 + 2 * low - static_cast<unsigned>(std::popcount(low));
+}
+constexpr unsigned cutLow(unsigned low, unsigned length) noexcept {
+   return low >> (stride - length) << (stride - length);
+}
+
+// Those on the way to five bits: one of each length.
+inline constexpr auto wayTo = [] {
+   std::array<U64, 32> ways{};
+   for (unsigned low = 0; low < 32; ++low) {
+      for (unsigned length = 1; length <= stride; ++length) {
+         const unsigned cut = cutLow(low, length);
+         ways[low] |= U64{1} << (length - 1 + 2 * cut - static_cast<unsigned>(std::popcount(cut)));
+      }
+   }
+   return ways;
+}();
+
+struct Place {
+   U8 length;
+   U8 low;
+};
+inline constexpr auto places = [] {
+   std::array<Place, 63> result{};
+   for (unsigned length = 1; length <= stride; ++length) {
+      for (unsigned low = 0; low < 32; low += 1u << (stride - length)) {
+         result[length - 1 + 2 * low - static_cast<unsigned>(std::popcount(low))] = {static_cast<U8>(length),
+                                                                                     static_cast<U8>(low)};
+      }
+   }
+   return result;
+}();
+
+//--- six bits of an address ---
+
+template <unsigned width>
+ROUTETRIE_INLINE unsigned chunkAt(Corenet::AddressBits<width> bits, unsigned depth) noexcept {
+   if constexpr (width == 32) {
+      return static_cast<unsigned>(U64{bits.word()} << 32 >> (58 - depth)) & 63;
+   } else {
+      return static_cast<unsigned>(depth <= 122 ? bits.word() >> (122 - depth) : bits.word() << (depth - 122)) & 63;
+   }
+}
+template <unsigned width>
+Corenet::AddressBits<width> withChunk(Corenet::AddressBits<width> bits, unsigned depth, unsigned chunk) noexcept {
+   using Bits = Corenet::AddressBits<width>;
+   if constexpr (width == 32) {
+      return Bits(bits.word() | static_cast<U32>(U64{chunk} << (58 - depth) >> 32));
+   } else {
+      return Bits(bits.word() | (depth <= 122 ? U128{chunk} << (122 - depth) : U128{chunk} >> (depth - 122)));
+   }
+}
+
+//--- the bits that a compressed node holds ---
+
+template <unsigned width>
+ROUTETRIE_INLINE Corenet::AddressBits<width> keyOf(const Node& n) noexcept {
+   if constexpr (width == 32) {
+      return Corenet::AddressBits<width>(static_cast<U32>(n.children));
+   } else {
+      return Corenet::AddressBits<width>(U128{n.children} << 64 | U64{n.valueRun} << 32 | n.childRun);
+   }
+}
+template <unsigned width>
+Node compressedNode(Corenet::AddressBits<width> bits, unsigned length, U64 flags, U64 content) noexcept {
+   Node n{};
+   n.routes[0] = Node::compressedBit | flags | length;
+   n.routes[1] = content;
+   const auto word = bits.cut(length).word();
+   if constexpr (width == 32) {
+      n.children = word;
+   } else {
+      n.children = static_cast<U64>(word >> 64);
+      n.childRun = static_cast<U32>(word);
+      n.valueRun = static_cast<U32>(word >> 32);
+   }
+   return n;
+}
+
+}  // namespace routetrie::Impl

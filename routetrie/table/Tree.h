@@ -1,0 +1,416 @@
+// Tree: routes of one family, with the bytes of a value for each; what the tables stand on. It knows prefixes and bytes, no types.
+//
+// A node, 32 bytes, stands for six bits of the address, at depth 0, 6, 12, ...:
+//
+//    +-------------+-------------+-------------+------+------+
+//    | routes[0]   | routes[1]   | children    | run of children
+//    |             |             |             |      | run of values
+//    +-------------+-------------+-------------+------+------+
+//      63 prefixes    63 prefixes   64 children
+//      0, 00, 000,    1, 10, 100,   one for each
+//      ... 01, ...    ... 11, ...   six bits that
+//      in preorder    in preorder   more routes share
+//
+//    children: [ node | node | node ]     those that are there, by their six bits
+//    values:   [ .. second of 1 | first of 1 | first of 0 | second of 0 .. ]
+//                                              ^ valueRun
+//
+// In preorder the prefixes of an address stand in the order of their lengths, so the longest that is there is the highest bit of
+// `routes & wayTo`, and its value comes by one count of bits more. Routes of length 1 to 6 past a node's depth lie in it; the default route
+// lies in the tree itself.
+//
+// Where a path has no choice, it is compressed. A compressed node has its top bit set and holds all the bits of its prefix:
+//
+//    leaf: a route alone, more than 12 bits below the depth where it stands; its value is in it
+//    skip: the way to a node that stands at least 12 bits below
+//
+// The index holds, for the first 18 bits (IPv4) or 30 (IPv6), the node where they lead, so that a lookup starts there. It is made
+// of pages of 512 numbers, comes when the table has grown and goes when it has shrunk, and may be absent in whole or in parts: a
+// number that is 0 says nothing.
+//
+//    IPv4: 9 bits -> page, 9 bits -> node         IPv6: 12 bits -> page, 9 bits -> page, 9 bits -> node
+//
+// Invariants, which audit() checks:
+//   1. A node but the root has a route or a child.
+//   2. A leaf is longer than the depth where it stands by more than 12, a skip by 12 or more. The prefix of each begins with the
+//      bits that lead to it, with zeros behind its length.
+//   3. A skip leads to a node that is not compressed and has two children or a route; it is not a route alone.
+//   4. A node with one child and nothing else, but the root, has a child that is not compressed and has two children or a route.
+//   5. Runs have as many elements as there are bits set, in room for a count of runRoom(), and no two runs overlap.
+//   6. A number in the index that is not 0 is the node at the index's depth for these bits, or the compressed one on the way that
+//      spans it; in a page that is there, each of them has its number.
+//   7. size() is the number of routes.
+//
+// All numbers are of 32 bits and count from the base of the region (Region.h), which never moves.
+// Tested by tests/table/TreeTest.cpp, tests/property/TableRandomTest.cpp.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "routetrie/explanation.h"
+#include "routetrie/platform/Export.h"
+#include "routetrie/table/Arena.h"
+#include "routetrie/table/Lengths.h"
+#include "routetrie/table/Node.h"
+
+namespace routetrie::Impl {
+
+template <unsigned width>
+class ROUTETRIE_EXPORT Tree {
+   static_assert(width == 32 || width == 128);
+
+  public:
+   using Bits = Corenet::AddressBits<width>;
+
+   // `valueSize`: 0, 1, 2, 4 or 8 bytes, aligned to their size.
+   explicit Tree(unsigned valueSize) noexcept : valueSize_(static_cast<U8>(valueSize)) {}
+   Tree(Tree&& other) noexcept;
+   Tree& operator=(Tree&& other) noexcept;
+   ~Tree() { forget(); }
+   void swap(Tree& other) noexcept;
+   Tree clone() const;
+
+   std::size_t size() const noexcept { return size_; }
+   // Differs after every change, whatever it was.
+   std::uint64_t generation() const noexcept { return generation_; }
+
+   //--- questions: nothing is allocated. A pointer to a value holds until the next change, and is not null where values have no bytes.
+   // Bits past a length are zero.
+
+   const void* find(Bits bits, unsigned length) const noexcept;  // null: no route
+   struct Match {
+      unsigned length;
+      const void* value;  // null: none
+   };
+   // The longest route of at most `maxLength` bits that covers that many bits of these.
+   Match match(Bits bits, unsigned maxLength) const noexcept;
+   // The value of the longest that covers the address. Requires: valueSize is the tree's.
+   template <unsigned valueSize>
+   const void* lookup(Bits address) const noexcept;
+   // Of `count` addresses: calls answer(i, value or null) with query(i), once for each.
+   template <unsigned valueSize, class Query, class Answer>
+   void lookupBulk(std::size_t count, Query&& query, Answer&& answer) const noexcept;
+   Lengths<width> covering(Bits bits, unsigned maxLength) const noexcept;  // the lengths of those that cover
+   bool hasLonger(Bits bits, unsigned length) const noexcept;              // a route under the prefix and longer
+
+   //--- order: by address, then length
+
+   static constexpr unsigned levels = (width + stride - 1) / stride;
+   // A place. The path is of use while the tree has the cursor's generation.
+   struct Cursor {
+      Bits bits;
+      unsigned length = 0;
+      const void* value = nullptr;
+      std::uint64_t generation = 0;
+      U8 level = noLevel;  // where the route's node stands; noLevel: not known
+      U32 path[levels];    // the nodes on the way, by depth; 0 where a skip passes
+
+      static constexpr U8 noLevel = 255;
+      Cursor() noexcept {}
+   };
+   Cursor at(Bits bits, unsigned length, const void* value) const noexcept {
+      Cursor cursor;
+      cursor.bits = bits;
+      cursor.length = length;
+      cursor.value = value;
+      cursor.generation = generation_;
+      return cursor;
+   }
+   // False: there is none, and the cursor is unspecified. A length of width + 1 means behind everything at these bits.
+   bool first(Cursor& cursor) const noexcept { return seek(cursor, Bits(), 0); }
+   bool last(Cursor& cursor) const noexcept { return seekBefore(cursor, Bits(Bits::mask(width)), width + 1); }
+   bool seek(Cursor& cursor, Bits bits, unsigned length) const noexcept;        // the first at or after
+   bool seekBefore(Cursor& cursor, Bits bits, unsigned length) const noexcept;  // the last before
+   bool next(Cursor& cursor) const noexcept;
+   bool previous(Cursor& cursor) const noexcept { return seekBefore(cursor, cursor.bits, cursor.length); }
+
+   //--- changes: what raises has changed nothing
+
+   struct Inserted {
+      void* value;
+      bool created;
+   };
+   // Finds the route or makes it. `make` is called for one that is made, with room for the bytes of its value, when all memory is
+   // there; where the value lies in the end is in the answer.
+   Inserted insert(Bits bits, unsigned length, void (*make)(void* context, void* value), void* context);
+   // Needs no memory. The bytes of the value go to `oldValue`, if that is not null.
+   bool erase(Bits bits, unsigned length, void* oldValue) noexcept;
+   void clear() noexcept;
+   void* findForChange(Bits bits, unsigned length) { return const_cast<void*>(find(bits, length)); }
+
+   //--- for developers
+
+   std::string audit() const;
+   void dump(std::string& out) const;
+   // What a lookup of these bits reads, for the longest route of at most `length` bits.
+   std::vector<lookup_read> readsOf(Bits bits, unsigned length) const;
+   table_memory memory() const noexcept;
+
+  private:
+   friend struct TreeFault;  // breaks invariants, for the tests of audit()
+   class Change;
+   class Insertion;
+   class Walk;
+   class Audit;
+
+   static constexpr unsigned indexDepth = width == 32 ? 18 : 30;
+   static constexpr unsigned pageBits = 9;
+   static constexpr unsigned topBits = width == 32 ? 9 : 12;
+   static constexpr unsigned pageDepth = indexDepth - pageBits;  // bits that lead to a page of numbers of nodes
+   static constexpr unsigned pageClass = 3, topClass = width == 32 ? 3 : 6;
+   static constexpr std::size_t pageBytes = std::size_t{4} << pageBits, topBytes = std::size_t{4} << topBits;
+   static constexpr std::size_t indexFrom = width == 32 ? 32768 : 8192, indexUntil = indexFrom / 4;  // routes
+   static constexpr std::size_t indexBytesARoute = width == 32 ? 40 : 16;  // pages are made while they cost no more
+
+   struct Store {
+      explicit Store(unsigned valueSize) noexcept : nodes(5), values(valueSize == 8 ? 4 : 3) {}
+      Arena nodes;
+      Arena values;  // a unit is room for two
+   };
+
+   ROUTETRIE_INLINE const Node* nodes() const noexcept {
+      return static_cast<const Node*>(static_cast<const void*>(base_));
+   }
+   Node& node(U32 number) const noexcept { return static_cast<Node*>(static_cast<void*>(base_))[number]; }
+   static constexpr unsigned bytesInRun(unsigned valueSize) noexcept {
+      return valueSize == 0 ? 0 : valueSize <= 4 ? 4 : 8;
+   }
+   unsigned step() const noexcept { return bytesInRun(valueSize_); }
+   std::byte* valueAt(U32 number) const noexcept { return base_ + std::size_t{number} * step(); }
+   static ROUTETRIE_INLINE U32 valueNumber(const Node& n, unsigned half, unsigned place) noexcept {
+      return n.valueRun + (static_cast<U32>(std::popcount(below(n.routes[half], place))) ^ (0 - half));
+   }
+   void* valueOf(const Node& n, unsigned half, unsigned place) const noexcept {
+      return step() == 0 ? base_ : valueAt(valueNumber(n, half, place));
+   }
+   const void* defaultValue() const noexcept { return hasDefault_ ? &default_ : nullptr; }
+
+   // The room of runs of so many elements (nodes, or pairs of values).
+   static constexpr unsigned runRoom(unsigned count) noexcept {
+      if (count <= 4) {
+         return count;
+      }
+      const unsigned power = std::bit_ceil(count);
+      return count <= power / 4 * 3 ? power / 4 * 3 : power;
+   }
+   static constexpr unsigned valueUnits(unsigned count) noexcept { return runRoom((count + 1) / 2); }
+   static U32 valuesStart(const Node& n) noexcept {
+      return n.valueRun - static_cast<U32>(std::popcount(n.routes[1]));
+   }
+
+   //--- lookups: Lookup.cpp holds them compiled for machines that count bits, for programs that are not
+   template <unsigned valueSize>
+   ROUTETRIE_INLINE const void* lookupHere(Bits address) const noexcept;
+   template <unsigned valueSize>
+   ROUTETRIE_INLINE void burstHere(const Bits* addresses, const void** answers, unsigned count) const noexcept;
+   ROUTETRIE_INLINE U32 indexed(Bits address) const noexcept;
+   const void* lookupByLibrary(Bits address, unsigned valueSize) const noexcept;
+   void burstByLibrary(const Bits* addresses, const void** answers, unsigned count,
+                       unsigned valueSize) const noexcept;
+   const void* search(Bits address) const noexcept;  // from the root
+
+   //--- the index
+   U32* page(U32 block) const noexcept { return static_cast<U32*>(Region::at(base_, block)); }
+   U32* slotOf(Bits bits) const noexcept;   // null: no page
+   U32* openPage(Bits bits) noexcept;       // null: it would not pay, or no memory
+   U32 standing(Bits bits) const noexcept;  // what the index has to say of these bits
+   template <class Visit>
+   void standings(U32 at, unsigned depth, Bits bits, Bits within, unsigned shared, Visit&& visit) const;
+   void buildIndex() noexcept;
+   void dropIndex() noexcept;
+   void touch(Bits bits) noexcept;                                         // what these bits lead to may have changed
+   void touchRun(const Node& parent, Bits bits, unsigned depth) noexcept;  // its children have moved
+   void resizeIndex() noexcept;
+
+   //--- changes
+   void needStore();
+   U32 startFor(Bits bits, unsigned length, unsigned& depth) const noexcept;
+   bool shape(Node& n, Bits bits, unsigned depth) noexcept;
+   Node leafFrom(const Node& n, Bits bits, unsigned depth) noexcept;
+   void dropRoute(Node& n, unsigned half, unsigned place) noexcept;
+   void dropChild(Node& n, unsigned chunk) noexcept;
+   static bool isBare(const Node& n) noexcept {
+      return n.isCompressed() || (n.hasRoutes() ? n.children == 0 && n.routeCount() == 1 : n.childCount() <= 1);
+   }
+   Node copyOf(const Node& n, Tree& to) const;
+   bool setDefault(Cursor& cursor) const noexcept;
+   void dumpNode(std::string& out, const Node& n, unsigned depth, Bits bits, unsigned indent) const;
+   void forget() noexcept;
+
+   std::byte* base_ = Region::nothing();
+   std::unique_ptr<Store> store_;  // comes with the first route
+   std::size_t size_ = 0;
+   std::uint64_t generation_ = 0;
+   U64 default_ = 0;  // value of the default route
+   U32 root_ = 0;     // a node; 0: there was no route yet
+   U32 index_ = 0;    // block of the first page; 0: none, and the zeros at the base are read
+   U32 pages_ = 0;    // all but the first
+   U8 valueSize_;
+   bool hasDefault_ = false;
+};
+
+//--- lookups ---
+
+#if defined(__POPCNT__) || !(defined(__x86_64__) || defined(__i386__))
+inline constexpr bool countsBits = true;
+#else
+inline constexpr bool countsBits = false;  // as told to the compiler of this program; the machine may well do
+#endif
+
+template <unsigned width>
+ROUTETRIE_INLINE U32 Tree<width>::indexed(Bits address) const noexcept {
+   const auto* const blocks = static_cast<const U32*>(Region::at(base_, index_));
+   if constexpr (width == 32) {
+      const U32 word = address.word();
+      const auto* const slots = static_cast<const U32*>(Region::at(base_, blocks[word >> 23]));
+      return slots[word >> 14 & 511];
+   } else {
+      const auto high = static_cast<U64>(address.word() >> 64);
+      const auto* const middle = static_cast<const U32*>(Region::at(base_, blocks[high >> 52]));
+      const auto* const slots = static_cast<const U32*>(Region::at(base_, middle[high >> 43 & 511]));
+      return slots[high >> 34 & 511];
+   }
+}
+
+// Down by the children's bits alone to where they end, by arithmetic for the first levels, as nobody can tell how many there are;
+// the longest route is mostly there. Where it is not, the search from the root finds it.
+template <unsigned width>
+template <unsigned valueSize>
+ROUTETRIE_INLINE const void* Tree<width>::lookupHere(Bits address) const noexcept {
+   const Node* n = nodes() + indexed(address);
+   const U64 bits =
+      width == 32 ? U64{static_cast<U32>(address.word())} << 32 : static_cast<U64>(address.word() >> (width / 2));
+   unsigned shift = 64 - stride - indexDepth;
+   if constexpr (width == 128) {
+      for (int level = 0; level < 2; ++level) {
+         const unsigned chunk = static_cast<unsigned>(bits >> shift) & 63;
+         U64 more = (n->children >> chunk) & ~(n->routes[0] >> 63) & 1;
+         const Node* const child = nodes() + (n->childRun + childRank(n->children, chunk));
+         n = more != 0 ? child : n;
+         shift -= stride * static_cast<unsigned>(more);
+      }
+   }
+   for (;;) {
+      if (n->isCompressed()) [[unlikely]] {
+         if (n->isLeaf() && keyOf<width>(*n).sharesFirst(address, n->length())) {
+            return n->leafValue();
+         }
+         return search(address);
+      }
+      const unsigned chunk = static_cast<unsigned>(bits >> shift) & 63;
+      if ((n->children >> chunk & 1) == 0) [[likely]] {
+         const unsigned half = chunk >> 5;
+         const U64 covering = n->routes[half] & wayTo[chunk & 31];
+         if (covering == 0) [[unlikely]] {
+            return search(address);
+         }
+         if constexpr (valueSize == 0) {
+            return n;
+         }
+         const auto place = static_cast<unsigned>(63 - std::countl_zero(covering));
+         return base_ + std::size_t{valueNumber(*n, half, place)} * bytesInRun(valueSize);
+      }
+      if (shift < stride) [[unlikely]] {
+         return search(address);
+      }
+      n = nodes() + (n->childRun + childRank(n->children, chunk));
+      shift -= stride;
+   }
+}
+
+// A burst goes level by level: what one address waits for is fetched while the others are looked at.
+template <unsigned width>
+template <unsigned valueSize>
+ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, const void** answers,
+                                             unsigned count) const noexcept {
+   U32 at[32];
+   U8 rest[32 + 1];  // those that need a search of their own
+   unsigned rests = 0;
+   for (unsigned i = 0; i < count; ++i) {
+      at[i] = indexed(addresses[i]);
+      __builtin_prefetch(nodes() + at[i]);
+   }
+   const auto high = [&](unsigned i) {
+      return width == 32 ? U64{static_cast<U32>(addresses[i].word())} << 32
+                         : static_cast<U64>(addresses[i].word() >> (width / 2));
+   };
+   U8 shifts[32];
+   if constexpr (width == 128) {
+      for (unsigned i = 0; i < count; ++i) {
+         shifts[i] = 64 - stride - indexDepth;
+      }
+      for (int level = 0; level < 2; ++level) {
+         for (unsigned i = 0; i < count; ++i) {
+            const Node& n = nodes()[at[i]];
+            const unsigned chunk = static_cast<unsigned>(high(i) >> shifts[i]) & 63;
+            const auto more = static_cast<U32>((n.children >> chunk) & ~(n.routes[0] >> 63) & 1);
+            const U32 child = n.childRun + childRank(n.children, chunk);
+            at[i] ^= (at[i] ^ child) & (0 - more);
+            shifts[i] = static_cast<U8>(shifts[i] - stride * more);
+            __builtin_prefetch(nodes() + at[i]);
+         }
+      }
+   }
+   for (unsigned i = 0; i < count; ++i) {
+      const Node& n = nodes()[at[i]];
+      const unsigned shift = width == 32 ? 64 - stride - indexDepth : shifts[i];
+      const unsigned chunk = static_cast<unsigned>(high(i) >> shift) & 63;
+      const unsigned half = chunk >> 5;
+      const U64 covering = n.routes[half] & wayTo[chunk & 31];
+      const bool odd =
+         static_cast<bool>(static_cast<unsigned>(n.children >> chunk & 1) | static_cast<unsigned>(n.routes[0] >> 63) |
+                           static_cast<unsigned>(covering == 0));
+      rest[rests] = static_cast<U8>(i);
+      rests += odd ? 1 : 0;
+      if constexpr (valueSize == 0) {
+         answers[i] = &n;
+      } else {
+         const auto place = static_cast<unsigned>(63 - std::countl_zero(covering | 1));
+         answers[i] = base_ + std::size_t{valueNumber(n, half, place)} * bytesInRun(valueSize);
+         __builtin_prefetch(answers[i]);
+      }
+   }
+   for (unsigned r = 0; r < rests; ++r) {
+      answers[rest[r]] = lookupHere<valueSize>(addresses[rest[r]]);
+   }
+}
+
+template <unsigned width>
+template <unsigned valueSize>
+inline const void* Tree<width>::lookup(Bits address) const noexcept {
+   if constexpr (countsBits) {
+      return lookupHere<valueSize>(address);
+   } else {
+      return lookupByLibrary(address, valueSize);
+   }
+}
+
+template <unsigned width>
+template <unsigned valueSize, class Query, class Answer>
+void Tree<width>::lookupBulk(std::size_t count, Query&& query, Answer&& answer) const noexcept {
+   constexpr unsigned burst = 32;
+   Bits addresses[burst];
+   const void* answers[burst];
+   for (std::size_t done = 0; done < count;) {
+      const auto piece = static_cast<unsigned>(count - done < burst ? count - done : burst);
+      for (unsigned i = 0; i < piece; ++i) {
+         addresses[i] = query(done + i);
+      }
+      if constexpr (countsBits) {
+         burstHere<valueSize>(addresses, answers, piece);
+      } else {
+         burstByLibrary(addresses, answers, piece, valueSize);
+      }
+      for (unsigned i = 0; i < piece; ++i) {
+         answer(done + i, answers[i]);
+      }
+      done += piece;
+   }
+}
+
+}  // namespace routetrie::Impl

@@ -1,0 +1,194 @@
+// The index: what it has to say is told by the nodes alone, so it may be made, dropped and left away in parts at any time.
+#include <cstring>
+#include <new>
+
+#include "routetrie/table/TreeStandings.h"
+
+namespace routetrie::Impl {
+
+template <unsigned width>
+U32* Tree<width>::slotOf(Bits bits) const noexcept {
+   const U32* const blocks = page(index_);
+   if constexpr (width == 32) {
+      const U32 block = blocks[bits.word() >> 23];
+      return block != 0 ? page(block) + (bits.word() >> 14 & 511) : nullptr;
+   } else {
+      const auto high = static_cast<U64>(bits.word() >> 64);
+      const U32 middle = blocks[high >> 52];
+      const U32 block = middle != 0 ? page(middle)[high >> 43 & 511] : 0;
+      return block != 0 ? page(block) + (high >> 34 & 511) : nullptr;
+   }
+}
+
+template <unsigned width>
+U32 Tree<width>::standing(Bits bits) const noexcept {
+   U32 at = root_;
+   for (unsigned depth = 0; depth != indexDepth;) {
+      const Node& n = node(at);
+      if (n.isCompressed()) {
+         const unsigned length = n.length();
+         if (n.isLeaf() || length > indexDepth) {
+            return length >= indexDepth && keyOf<width>(n).sharesFirst(bits, indexDepth) ? at : 0;
+         }
+         if (!keyOf<width>(n).sharesFirst(bits, length)) {
+            return 0;
+         }
+         depth = length;
+         at = n.target();
+         continue;
+      }
+      const unsigned chunk = chunkAt(bits, depth);
+      if ((n.children >> chunk & 1) == 0) {
+         return 0;
+      }
+      at = n.childRun + childRank(n.children, chunk);
+      depth += stride;
+   }
+   return at;
+}
+
+// A page for these bits, empty; null if it would not pay, or without memory. Requires: the index is there, the page is not.
+template <unsigned width>
+U32* Tree<width>::openPage(Bits bits) noexcept {
+   if ((pages_ + 2) * pageBytes + topBytes > size_ * indexBytesARoute) {
+      return nullptr;
+   }
+   const auto open = [&](U32& block) {
+      const U32 opened = Region::take(pageClass);
+      std::memset(page(opened), 0, pageBytes);
+      block = opened;
+      ++pages_;
+   };
+   try {
+      U32* blocks = page(index_);
+      if constexpr (width == 32) {
+         open(blocks[bits.word() >> 23]);
+      } else {
+         const auto high = static_cast<U64>(bits.word() >> 64);
+         U32& middle = blocks[high >> 52];
+         if (middle == 0) {
+            open(middle);
+         }
+         open(page(middle)[high >> 43 & 511]);
+      }
+   } catch (const std::bad_alloc&) {
+      return nullptr;
+   }
+   return slotOf(bits);
+}
+
+template <unsigned width>
+void Tree<width>::buildIndex() noexcept {
+   if (root_ == 0) {
+      return;
+   }
+   try {
+      index_ = Region::take(topClass);
+   } catch (const std::bad_alloc&) {
+      return;
+   }
+   std::memset(page(index_), 0, topBytes);
+   pages_ = 0;
+   standings(root_, 0, Bits(), Bits(), 0, [&](Bits bits, U32 at) {
+      U32* slot = slotOf(bits);
+      if (slot == nullptr) {
+         slot = openPage(bits);
+      }
+      if (slot != nullptr) {
+         *slot = at;
+      }
+   });
+}
+
+template <unsigned width>
+void Tree<width>::dropIndex() noexcept {
+   if (index_ == 0) {
+      return;
+   }
+   const U32* const blocks = page(index_);
+   for (unsigned i = 0; i < 1u << topBits; ++i) {
+      if (blocks[i] == 0) {
+         continue;
+      }
+      if constexpr (width == 128) {
+         for (unsigned j = 0; j < 1u << pageBits; ++j) {
+            if (const U32 block = page(blocks[i])[j]; block != 0) {
+               Region::give(block);
+            }
+         }
+      }
+      Region::give(blocks[i]);
+   }
+   Region::give(index_);
+   index_ = 0;
+   pages_ = 0;
+}
+
+template <unsigned width>
+void Tree<width>::touch(Bits bits) noexcept {
+   if (index_ == 0) {
+      return;
+   }
+   const U32 at = standing(bits);
+   if (U32* const slot = slotOf(bits); slot != nullptr) {
+      *slot = at;
+   } else if (at != 0 && openPage(bits) != nullptr) {
+      standings(root_, 0, Bits(), bits, pageDepth, [&](Bits way, U32 number) { *slotOf(way) = number; });
+   }
+}
+
+template <unsigned width>
+void Tree<width>::touchRun(const Node& parent, Bits bits, unsigned depth) noexcept {
+   if (index_ == 0 || depth >= indexDepth) {
+      return;
+   }
+   U32 child = parent.childRun;
+   if (depth + stride == indexDepth) {
+      if (U32* const slots = slotOf(bits.cut(depth)); slots != nullptr) {
+         for (U64 rest = parent.children; rest != 0; rest &= rest - 1) {
+            slots[std::countr_zero(rest)] = child++;
+         }
+      }
+      return;
+   }
+   for (const U32 end = child + parent.childCount(); child != end; ++child) {
+      const Node& n = node(child);
+      if (n.isCompressed() && (n.isLeaf() ? n.length() >= indexDepth : n.length() > indexDepth)) {
+         if (U32* const slot = slotOf(keyOf<width>(n)); slot != nullptr) {
+            *slot = child;
+         }
+      }
+   }
+}
+
+// The index comes when it begins to pay and goes a good deal later than that, so that a route that comes and goes moves nothing.
+template <unsigned width>
+void Tree<width>::resizeIndex() noexcept {
+   if (index_ == 0) {
+      // Tried anew now and then, should there have been no memory.
+      if (size_ >= indexFrom && size_ % 1024 == 0) {
+         buildIndex();
+      }
+   } else if (size_ <= indexUntil) {
+      dropIndex();
+   }
+}
+
+template U32* Tree<32>::slotOf(Bits) const noexcept;
+template U32* Tree<128>::slotOf(Bits) const noexcept;
+template U32 Tree<32>::standing(Bits) const noexcept;
+template U32 Tree<128>::standing(Bits) const noexcept;
+template U32* Tree<32>::openPage(Bits) noexcept;
+template U32* Tree<128>::openPage(Bits) noexcept;
+template void Tree<32>::buildIndex() noexcept;
+template void Tree<128>::buildIndex() noexcept;
+template void Tree<32>::dropIndex() noexcept;
+template void Tree<128>::dropIndex() noexcept;
+template void Tree<32>::touch(Bits) noexcept;
+template void Tree<128>::touch(Bits) noexcept;
+template void Tree<32>::touchRun(const Node&, Bits, unsigned) noexcept;
+template void Tree<128>::touchRun(const Node&, Bits, unsigned) noexcept;
+template void Tree<32>::resizeIndex() noexcept;
+template void Tree<128>::resizeIndex() noexcept;
+
+}  // namespace routetrie::Impl

@@ -1,0 +1,42 @@
+// What the index has to say, told by the nodes: for the sources that fill the index and that check it.
+#pragma once
+
+#include "routetrie/table/Tree.h"
+
+namespace routetrie::Impl {
+
+// Calls visit(bits, number) for all that the index has to say of bits that share the first `shared` with `within`, from a node down to
+// which `bits` lead.
+template <unsigned width>
+template <class Visit>
+void Tree<width>::standings(U32 at, unsigned depth, Bits bits, Bits within, unsigned shared, Visit&& visit) const {
+   const Node& n = node(at);
+   if (depth == indexDepth) {
+      visit(bits, at);
+      return;
+   }
+   if (n.isCompressed()) {
+      const unsigned length = n.length();
+      const Bits key = keyOf<width>(n);
+      if (!key.sharesFirst(within, length < shared ? length : shared)) {
+         return;
+      }
+      if (n.isLeaf() || length > indexDepth) {
+         if (length >= indexDepth) {
+            visit(key.cut(indexDepth), at);
+         }
+      } else {
+         standings(n.target(), length, key, within, shared, visit);
+      }
+      return;
+   }
+   U32 child = n.childRun;
+   for (U64 rest = n.children; rest != 0; rest &= rest - 1, ++child) {
+      const Bits way = withChunk(bits, depth, static_cast<unsigned>(std::countr_zero(rest)));
+      if (way.sharesFirst(within, depth + stride < shared ? depth + stride : shared)) {
+         standings(child, depth + stride, way, within, shared, visit);
+      }
+   }
+}
+
+}  // namespace routetrie::Impl

@@ -1,0 +1,501 @@
+#include "routetrie/table/Tree.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <new>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "routetrie/prefix.h"
+
+namespace routetrie::Impl {
+
+// Reaches into a tree to break its invariants.
+struct TreeFault {
+   template <unsigned width>
+   static Node& root(Tree<width>& tree) {
+      return tree.node(tree.root_);
+   }
+   template <unsigned width>
+   static Node& firstChild(Tree<width>& tree, const Node& n) {
+      return tree.node(n.childRun);
+   }
+   template <unsigned width>
+   static void miscount(Tree<width>& tree) {
+      ++tree.size_;
+   }
+   template <unsigned width>
+   static U32& slot(Tree<width>& tree, Corenet::AddressBits<width> bits) {
+      return *tree.slotOf(bits);
+   }
+   template <unsigned width>
+   static bool hasIndex(const Tree<width>& tree) {
+      return tree.index_ != 0;
+   }
+   template <unsigned width>
+   static void buildIndex(Tree<width>& tree) {
+      tree.buildIndex();
+   }
+};
+
+namespace {
+
+using testing::HasSubstr;
+
+prefix4 p4(const char* text) { return prefix4::fromString(text); }
+prefix6 p6(const char* text) { return prefix6::fromString(text); }
+
+template <class Prefix>
+constexpr unsigned widthOf = std::is_same_v<Prefix, prefix4> ? 32 : 128;
+
+template <unsigned width>
+bool add(Tree<width>& tree, Corenet::AddressBits<width> bits, unsigned length, U64 value = 0) {
+   return tree
+      .insert(
+         bits, length, [](void* context, void* place) { std::memcpy(place, context, 8); }, &value)
+      .created;
+}
+template <unsigned width, class... Prefix>
+void put(Tree<width>& tree, const Prefix&... prefixes) {
+   U64 value = 0;
+   (add(tree, prefixes.bits(), prefixes.len(), ++value), ...);
+}
+template <unsigned width, class Prefix>
+bool drop(Tree<width>& tree, const Prefix& prefix) {
+   return tree.erase(prefix.bits(), prefix.len(), nullptr);
+}
+template <unsigned width>
+std::string drawing(const Tree<width>& tree) {
+   EXPECT_EQ("", tree.audit());
+   std::string text = "\n";
+   tree.dump(text);
+   return text;
+}
+template <class Prefix>
+unsigned matchLength(const Tree<widthOf<Prefix>>& tree, const Prefix& prefix) {
+   const auto best = tree.match(prefix.bits(), prefix.len());
+   return best.value != nullptr ? best.length : 999;
+}
+
+TEST(Tree, anEmptyOneHoldsNothing) {
+   Tree<32> tree(4);
+   EXPECT_EQ("\n", drawing(tree));
+   EXPECT_EQ(0u, tree.memory().total());
+   EXPECT_EQ(nullptr, tree.lookup<4>(p4("10.0.0.1/32").bits()));
+   EXPECT_EQ(nullptr, tree.find({}, 0));
+   EXPECT_EQ(nullptr, tree.match({}, 32).value);
+   EXPECT_FALSE(tree.hasLonger({}, 0));
+   Tree<32>::Cursor cursor;
+   EXPECT_FALSE(tree.first(cursor));
+   EXPECT_FALSE(tree.last(cursor));
+   EXPECT_FALSE(tree.erase({}, 0, nullptr));
+   EXPECT_FALSE(tree.erase({}, 32, nullptr));
+   EXPECT_LE(sizeof tree, 128u);
+}
+
+TEST(Tree, drawsEachShape) {
+   Tree<32> tree(4);
+   put(tree, p4("0.0.0.0/0"));
+   EXPECT_EQ(R"(
+default route
+)",
+             drawing(tree));
+   put(tree, p4("10.0.0.0/8"), p4("10.64.0.0/10"));
+   EXPECT_EQ(R"(
+default route
+0.0.0.0/0 node:
+   8.0.0.0/6 node: 10.0.0.0/8 10.64.0.0/10
+)",
+             drawing(tree));
+   put(tree, p4("200.1.2.0/24"));
+   EXPECT_EQ(R"(
+default route
+0.0.0.0/0 node:
+   8.0.0.0/6 node: 10.0.0.0/8 10.64.0.0/10
+   200.1.2.0/24 leaf
+)",
+             drawing(tree));
+   put(tree, p4("200.1.3.0/24"));
+   EXPECT_EQ(R"(
+default route
+0.0.0.0/0 node:
+   8.0.0.0/6 node: 10.0.0.0/8 10.64.0.0/10
+   200.1.0.0/18 skip
+      200.1.0.0/18 node: 200.1.2.0/24 200.1.3.0/24
+)",
+             drawing(tree))
+      << "two that part below 18 bits";
+   put(tree, p4("200.1.128.0/24"));
+   EXPECT_EQ(R"(
+default route
+0.0.0.0/0 node:
+   8.0.0.0/6 node: 10.0.0.0/8 10.64.0.0/10
+   200.0.0.0/6 node:
+      200.0.0.0/12 node:
+         200.1.0.0/18 node: 200.1.2.0/24 200.1.3.0/24
+         200.1.128.0/18 node: 200.1.128.0/24
+)",
+             drawing(tree))
+      << "one stride is left as it is";
+   EXPECT_TRUE(drop(tree, p4("200.1.128.0/24")));
+   EXPECT_TRUE(drop(tree, p4("200.1.3.0/24")));
+   EXPECT_TRUE(drop(tree, p4("10.0.0.0/8")));
+   EXPECT_EQ(R"(
+default route
+0.0.0.0/0 node:
+   8.0.0.0/6 node: 10.64.0.0/10
+   200.1.2.0/24 leaf
+)",
+             drawing(tree));
+   EXPECT_TRUE(drop(tree, p4("200.1.2.0/24")));
+   EXPECT_TRUE(drop(tree, p4("10.64.0.0/10")));
+   EXPECT_TRUE(drop(tree, p4("0.0.0.0/0")));
+   EXPECT_EQ("\n0.0.0.0/0 node:\n", drawing(tree));
+   EXPECT_EQ(0u, tree.size());
+}
+
+TEST(Tree, drawsIPv6) {
+   Tree<128> tree(8);
+   put(tree, p6("2001:db8::/32"), p6("2001:db8::1/128"), p6("2001:db8::2/128"));
+   EXPECT_EQ(R"(
+0:0:0:0:0:0:0:0/0 node:
+   2001:db8:0:0:0:0:0:0/30 skip
+      2001:db8:0:0:0:0:0:0/30 node: 2001:db8:0:0:0:0:0:0/32
+         2001:db8:0:0:0:0:0:0/126 skip
+            2001:db8:0:0:0:0:0:0/126 node: 2001:db8:0:0:0:0:0:1/128 2001:db8:0:0:0:0:0:2/128
+)",
+             drawing(tree));
+}
+
+TEST(Tree, aNodeWithTwoChildrenGoesAndTheirParentStays) {
+   Tree<32> tree(4);
+   put(tree, p4("10.0.0.0/8"), p4("10.0.0.0/24"), p4("10.128.0.0/24"));
+   EXPECT_TRUE(drop(tree, p4("10.0.0.0/8")));
+   EXPECT_EQ(24u, matchLength(tree, p4("10.0.0.1/32")));
+   EXPECT_EQ(24u, matchLength(tree, p4("10.128.0.1/32")));
+   EXPECT_EQ(999u, matchLength(tree, p4("10.64.0.1/32")));
+   EXPECT_EQ("", tree.audit());
+}
+
+TEST(Tree, theParentOfWhatACoveringRouteLeaves) {
+   Tree<32> tree(4);
+   put(tree, p4("0.0.0.0/0"), p4("10.0.0.0/8"), p4("10.1.0.0/16"), p4("10.1.2.0/24"));
+   EXPECT_EQ(16u, matchLength(tree, p4("10.1.0.0/23")));
+   EXPECT_TRUE(drop(tree, p4("10.1.0.0/16")));
+   EXPECT_EQ(8u, matchLength(tree, p4("10.1.0.0/23")));
+   EXPECT_TRUE(drop(tree, p4("10.0.0.0/8")));
+   EXPECT_EQ(0u, matchLength(tree, p4("10.1.0.0/23")));
+   EXPECT_EQ(24u, matchLength(tree, p4("10.1.2.255/32")));
+}
+
+TEST(Tree, nestedRoutesInEveryOrder) {
+   const std::vector<prefix4> nested = {p4("10.0.0.0/8"), p4("10.0.0.0/16"), p4("10.0.0.0/24"), p4("10.0.0.0/32")};
+   std::vector<unsigned> in = {0, 1, 2, 3};
+   do {
+      std::vector<unsigned> out = {0, 1, 2, 3};
+      do {
+         Tree<32> tree(4);
+         std::vector<unsigned> lengths;
+         const auto check = [&] {
+            ASSERT_EQ("", tree.audit());
+            ASSERT_EQ(lengths.size(), tree.size());
+            const unsigned longest = lengths.empty() ? 999 : *std::max_element(lengths.begin(), lengths.end());
+            ASSERT_EQ(longest, matchLength(tree, p4("10.0.0.0/32")));
+            for (const prefix4& p : nested) {
+               ASSERT_EQ(std::count(lengths.begin(), lengths.end(), p.len()) == 1,
+                         tree.find(p.bits(), p.len()) != nullptr);
+            }
+         };
+         for (const unsigned i : in) {
+            ASSERT_TRUE(add(tree, nested[i].bits(), nested[i].len()));
+            lengths.push_back(nested[i].len());
+            check();
+         }
+         for (const unsigned i : out) {
+            ASSERT_TRUE(drop(tree, nested[i]));
+            std::erase(lengths, nested[i].len());
+            check();
+         }
+      } while (std::next_permutation(out.begin(), out.end()));
+   } while (std::next_permutation(in.begin(), in.end()));
+}
+
+TEST(Tree, aShorterRouteAfterALongerOneAcrossEachBorder) {
+   for (unsigned longer = 1; longer <= 128; ++longer) {
+      for (unsigned shorter = 0; shorter < longer; ++shorter) {
+         Tree<128> tree(4);
+         const auto bits = p6("2001:db8:5555:aaaa:1234:5678:9abc:def1/128").bits();
+         add(tree, bits.cut(longer), longer, 1);
+         add(tree, bits.cut(shorter), shorter, 2);
+         ASSERT_EQ("", tree.audit());
+         ASSERT_EQ(longer, tree.match(bits, 128).length);
+         ASSERT_EQ(shorter, tree.match(bits, longer - 1).length);
+         ASSERT_TRUE(tree.hasLonger(bits.cut(shorter), shorter));
+         ASSERT_TRUE(tree.erase(bits.cut(longer), longer, nullptr));
+         ASSERT_EQ("", tree.audit());
+         ASSERT_EQ(shorter, tree.match(bits, 128).length);
+         ASSERT_FALSE(tree.hasLonger(bits.cut(shorter), shorter));
+      }
+   }
+}
+
+TEST(Tree, theDefaultRouteFirstLastAndAlone) {
+   const auto last = p4("255.255.255.255/32").bits();
+   for (const bool first : {true, false}) {
+      Tree<32> tree(4);
+      if (first) {
+         add(tree, {}, 0, 7);
+      }
+      add(tree, last, 32, 8);
+      EXPECT_EQ(first, tree.match({}, 32).value != nullptr);
+      if (!first) {
+         add(tree, {}, 0, 7);
+      }
+      EXPECT_EQ(7u, *static_cast<const U32*>(tree.lookup<4>({})));
+      EXPECT_EQ(8u, *static_cast<const U32*>(tree.lookup<4>(last)));
+      EXPECT_TRUE(tree.erase(last, 32, nullptr));
+      EXPECT_EQ(7u, *static_cast<const U32*>(tree.lookup<4>(last)));
+      Tree<32>::Cursor cursor;
+      ASSERT_TRUE(tree.first(cursor));
+      EXPECT_EQ(0u, cursor.length);
+      EXPECT_FALSE(tree.next(cursor));
+      EXPECT_TRUE(tree.erase({}, 0, nullptr));
+      EXPECT_EQ(nullptr, tree.lookup<4>(last));
+      EXPECT_FALSE(tree.erase({}, 0, nullptr));
+      EXPECT_EQ(0u, tree.size());
+   }
+}
+
+TEST(Tree, aNodeShrinksToOneAndGrowsAndKeepsNoOldValues) {
+   Tree<32> tree(4);
+   const auto bits = p4("10.0.0.0/32").bits();
+   for (U32 round = 1; round <= 3; ++round) {
+      for (unsigned i = 0; i < 64; ++i) {
+         ASSERT_TRUE(add(tree, Tree<32>::Bits(bits.word() | i << 2), 30, round * 100 + i));
+      }
+      ASSERT_EQ("", tree.audit());
+      for (unsigned i = 0; i < 64; ++i) {
+         ASSERT_EQ(round * 100 + i, *static_cast<const U32*>(tree.find(Tree<32>::Bits(bits.word() | i << 2), 30)));
+      }
+      for (unsigned i = 1; i < 64; ++i) {
+         U32 old = 0;
+         ASSERT_TRUE(tree.erase(Tree<32>::Bits(bits.word() | i << 2), 30, &old));
+         ASSERT_EQ(round * 100 + i, old);
+         ASSERT_EQ("", tree.audit());
+      }
+      ASSERT_EQ(round * 100, *static_cast<const U32*>(tree.find(bits, 30)));
+      ASSERT_TRUE(tree.erase(bits, 30, nullptr));
+      ASSERT_FALSE(tree.erase(bits, 30, nullptr));
+      ASSERT_EQ(0u, tree.size());
+   }
+}
+
+TEST(Tree, whatIsUnderAnAbsentPrefix) {
+   Tree<32> tree(4);
+   put(tree, p4("10.1.2.0/24"), p4("10.1.3.0/24"));
+   const auto hasLonger = [&](prefix4 p) { return tree.hasLonger(p.bits(), p.len()); };
+   EXPECT_TRUE(hasLonger(p4("0.0.0.0/0")));
+   EXPECT_TRUE(hasLonger(p4("10.0.0.0/8"))) << "inside a compressed way";
+   EXPECT_FALSE(hasLonger(p4("11.0.0.0/8")));
+   EXPECT_FALSE(hasLonger(p4("10.2.0.0/16"))) << "beside a compressed way";
+   EXPECT_TRUE(hasLonger(p4("10.1.0.0/18"))) << "where a node stands";
+   EXPECT_TRUE(hasLonger(p4("10.1.2.0/23")));
+   EXPECT_FALSE(hasLonger(p4("10.1.2.0/24")));
+   EXPECT_FALSE(hasLonger(p4("10.1.2.4/32"))) << "longer than all";
+}
+
+TEST(Tree, aChangeThatIsNoneCountsNothing) {
+   Tree<32> tree(4);
+   put(tree, p4("10.0.0.0/8"));
+   const auto generation = tree.generation();
+   EXPECT_FALSE(drop(tree, p4("10.0.0.0/9")));
+   EXPECT_FALSE(drop(tree, p4("10.0.0.0/7")));
+   EXPECT_FALSE(drop(tree, p4("10.0.0.0/32")));
+   EXPECT_FALSE(drop(tree, p4("0.0.0.0/0")));
+   EXPECT_FALSE(add(tree, p4("10.0.0.0/32").bits(), 8));
+   EXPECT_EQ(generation, tree.generation());
+   EXPECT_EQ(1u, tree.size());
+}
+
+TEST(Tree, everyChangeHasAGenerationOfItsOwn) {
+   Tree<32> a(4);
+   Tree<32> b(4);
+   put(a, p4("10.0.0.0/8"), p4("11.0.0.0/8"));
+   put(b, p4("10.0.0.0/8"));
+   const auto ofA = a.generation();
+   const auto ofB = b.generation();
+   a.swap(b);
+   EXPECT_GT(a.generation(), std::max(ofA, ofB));
+   EXPECT_GT(b.generation(), std::max(ofA, ofB));
+   const auto before = b.generation();
+   a = std::move(b);
+   EXPECT_GT(a.generation(), before);
+   EXPECT_GT(b.generation(), before);
+   EXPECT_EQ(2u, a.size());
+   EXPECT_EQ(0u, b.size());
+   const auto cleared = a.generation();
+   a.clear();
+   EXPECT_NE(cleared, a.generation());
+   EXPECT_EQ(0u, a.memory().total());
+}
+
+TEST(Tree, smallTablesAreSmall) {
+   std::mt19937_64 random(1);
+   for (int round = 0; round < 100; ++round) {
+      Tree<32> four(4);
+      Tree<128> six(4);
+      while (four.size() < 10) {
+         const unsigned length = 8 + static_cast<unsigned>(random() % 25);
+         add(four, Tree<32>::Bits(static_cast<U32>(random())).cut(length), length);
+      }
+      while (six.size() < 10) {
+         const unsigned length = 16 + static_cast<unsigned>(random() % 113);
+         add(six, Tree<128>::Bits(U128{random()} << 64 | random()).cut(length), length);
+      }
+      EXPECT_LE(four.memory().total() + sizeof four, 2048u);
+      EXPECT_LE(six.memory().total() + sizeof six, 2048u);
+   }
+}
+
+TEST(Tree, theIndexComesAndGoes) {
+   Tree<32> tree(4);
+   std::mt19937 random(2);
+   std::vector<Tree<32>::Bits> all;
+   const auto bitsOf = [](U32 i) { return Tree<32>::Bits((i * 2654435761u) & 0x3fffff00); };
+   for (U32 i = 0; tree.size() < 33000; ++i) {
+      if (add(tree, bitsOf(i), 24, i)) {
+         all.push_back(bitsOf(i));
+      }
+   }
+   EXPECT_TRUE(TreeFault::hasIndex(tree));
+   EXPECT_GT(tree.memory().index, 0u);
+   EXPECT_EQ("", tree.audit());
+   std::shuffle(all.begin(), all.end(), random);
+   while (TreeFault::hasIndex(tree) && !all.empty()) {
+      ASSERT_TRUE(tree.erase(all.back(), 24, nullptr));
+      all.pop_back();
+   }
+   EXPECT_GT(all.size(), 4000u);
+   EXPECT_EQ(0u, tree.memory().index);
+   EXPECT_EQ("", tree.audit());
+}
+
+//--- audit() finds what is broken ---
+
+template <unsigned width>
+Tree<width> sound() {
+   Tree<width> tree(4);
+   if constexpr (width == 32) {
+      put(tree, p4("10.0.0.0/8"), p4("10.1.2.0/24"), p4("10.1.3.0/24"), p4("200.0.0.0/32"));
+   } else {
+      put(tree, p6("2001:db8::/32"), p6("2001:db8::/64"));
+   }
+   EXPECT_EQ("", tree.audit());
+   return tree;
+}
+
+TEST(TreeAudit, findsPlantedFaults) {
+   {
+      Tree<32> tree = sound<32>();
+      TreeFault::miscount(tree);
+      EXPECT_EQ("size() is 5, and 4 routes are there", tree.audit());
+   }
+   {
+      Tree<32> tree = sound<32>();
+      TreeFault::root(tree).routes[0] |= 1;
+      EXPECT_NE("", tree.audit()) << "a route without a value";
+   }
+   {
+      Tree<32> tree = sound<32>();
+      Node& leaf = *(&TreeFault::firstChild(tree, TreeFault::root(tree)) + 1);
+      ASSERT_TRUE(leaf.isCompressed() && leaf.isLeaf());
+      leaf.children ^= U64{1} << 31;
+      EXPECT_THAT(tree.audit(), HasSubstr("the bits of another place"));
+      leaf.children ^= U64{1} << 31;
+      leaf.routes[0] -= 20;
+      EXPECT_THAT(tree.audit(), HasSubstr("a leaf that is too short"));
+      leaf = Node{};
+      EXPECT_THAT(tree.audit(), HasSubstr("a node without routes and children, under 200.0.0.0/6"));
+   }
+   {
+      Tree<32> tree = sound<32>();
+      TreeFault::root(tree).children &= TreeFault::root(tree).children - 1;
+      EXPECT_NE("", tree.audit()) << "a child that nobody holds";
+   }
+   {
+      Tree<128> tree(4);
+      put(tree, p6("2001:db8::/64"), p6("2001:db8::1/128"));
+      for (unsigned i = 0; i < 4096; ++i) {  // so many that a page pays
+         add(tree, Tree<128>::Bits(U128{0x2001'0db8'0000'0000 + (U64{i} << 30)} << 64), 34);
+      }
+      TreeFault::buildIndex(tree);
+      ASSERT_EQ("", tree.audit());
+      U32& slot = TreeFault::slot(tree, p6("2001:db8::/128").bits());
+      ++slot;
+      EXPECT_THAT(tree.audit(), HasSubstr("the index leads elsewhere"));
+      --slot;
+      ASSERT_EQ("", tree.audit());
+   }
+}
+
+#ifdef ROUTETRIE_FAULT_INJECTION
+TEST(Tree, anAllocationThatFailsLeavesAllAsItWas) {
+   std::mt19937_64 random(3);
+   Tree<128> tree(4);
+   unsigned raised = 0;
+   for (int i = 0; i < 600; ++i) {
+      const unsigned length = 1 + static_cast<unsigned>(random() % 128);
+      const auto bits = Tree<128>::Bits((U128{random() & 0xf00f'000f'0000'0003} << 64) | (random() & 3)).cut(length);
+      for (U64 n = 1;; ++n) {
+         const std::string before = drawing(tree);
+         const auto generation = tree.generation();
+         Region::failAt(n);
+         try {
+            add(tree, bits, length, random());
+            Region::failAt(0);
+            break;
+         } catch (const std::bad_alloc&) {
+            Region::failAt(0);
+            ++raised;
+            const std::string after = drawing(tree);
+            // The first route brings an empty root, which may stay.
+            ASSERT_TRUE(before == after || tree.size() == 0);
+            ASSERT_EQ(generation, tree.generation());
+         }
+      }
+      if (random() % 3 == 0) {
+         tree.erase(bits, length, nullptr);
+      }
+      if (tree.size() > 40) {
+         tree.clear();
+      }
+   }
+   EXPECT_GT(raised, 200u);
+}
+#endif
+
+TEST(Tree, aValueThatCannotBeMadeLeavesAllAsItWas) {
+   Tree<32> tree(4);
+   put(tree, p4("10.0.0.0/8"), p4("10.1.2.0/24"));
+   const std::string before = drawing(tree);
+   for (unsigned length = 0; length <= 32; ++length) {
+      const auto bits = p4("10.1.3.7/32").bits().cut(length);
+      if (tree.find(bits, length) != nullptr) {
+         continue;
+      }
+      EXPECT_THROW(tree.insert(
+                      bits, length, [](void*, void*) { throw 1; }, nullptr),
+                   int);
+      EXPECT_EQ(before, drawing(tree));
+   }
+   EXPECT_EQ(2u, tree.size());
+}
+
+}  // namespace
+}  // namespace routetrie::Impl
