@@ -211,13 +211,10 @@ TYPED_TEST(TableFaultTest, copies) {
          [&](auto& table) {
             TypeParam other;
             TestFixture::put(other, this->host(3), 3);
-            table.swap(other);
             other = table;
-            other.swap(table);
-            table = other;
-            table.clear();
+            EXPECT_TRUE(other == table);
          },
-         [](auto& oracle) { oracle.clear(); });
+         [](auto&) {});
       if (this->HasFailure()) {
          return;
       }

@@ -91,8 +91,8 @@ template <class Route>
 std::string textOf(const std::optional<Route>& route) {
    return route ? fmt::format("{}", *route) : "none";
 }
-const prefix4 nullPrefix4 = prefix4::getNull();
-const prefix6 nullPrefix6 = prefix6::getNull();
+const prefix4 nullPrefix4 = prefix4::nullPrefix();
+const prefix6 nullPrefix6 = prefix6::nullPrefix();
 
 //--- an empty table ---
 
