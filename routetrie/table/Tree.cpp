@@ -7,7 +7,7 @@
 namespace routetrie::Impl {
 
 template <unsigned width>
-Tree<width>::Tree(Tree&& other) noexcept : valueSize_(other.valueSize_) {
+Tree<width>::Tree(Tree&& other) noexcept : Tree(other.valueSize_) {
    swap(other);
 }
 
@@ -30,6 +30,7 @@ void Tree<width>::swap(Tree& other) noexcept {
    std::swap(index_, other.index_);
    std::swap(pages_, other.pages_);
    std::swap(valueSize_, other.valueSize_);
+   std::swap(step_, other.step_);
    std::swap(hasDefault_, other.hasDefault_);
    // Neither has had it before.
    generation_ = other.generation_ = std::max(generation_, other.generation_) + 1;

@@ -60,6 +60,12 @@
 
 namespace routetrie::Impl {
 
+#if defined(__POPCNT__) || !(defined(__x86_64__) || defined(__i386__))
+inline constexpr bool countsBits = true;
+#else
+inline constexpr bool countsBits = false;  // as told to the compiler of this program; the machine may well do
+#endif
+
 template <unsigned width>
 class ROUTETRIE_EXPORT Tree {
    static_assert(width == 32 || width == 128);
@@ -68,7 +74,8 @@ class ROUTETRIE_EXPORT Tree {
    using Bits = Corenet::AddressBits<width>;
 
    // `valueSize`: 0, 1, 2, 4 or 8 bytes, aligned to their size.
-   explicit Tree(unsigned valueSize) noexcept : valueSize_(static_cast<U8>(valueSize)) {}
+   explicit Tree(unsigned valueSize) noexcept
+      : valueSize_(static_cast<U8>(valueSize)), step_(static_cast<U8>(bytesInRun(valueSize))) {}
    Tree(Tree&& other) noexcept;
    Tree& operator=(Tree&& other) noexcept;
    ~Tree() { forget(); }
@@ -88,7 +95,11 @@ class ROUTETRIE_EXPORT Tree {
       const void* value;  // null: none
    };
    // The longest route of at most `maxLength` bits that covers that many bits of these.
-   Match match(Bits bits, unsigned maxLength) const noexcept;
+   Match match(Bits bits, unsigned maxLength) const noexcept {
+      return maxLength != width ? matchWithin(bits, maxLength)
+             : countsBits       ? matchHere(bits, step_)
+                                : matchByLibrary(bits);
+   }
    // The value of the longest that covers the address. Requires: valueSize is the tree's.
    template <unsigned valueSize>
    const void* lookup(Bits address) const noexcept;
@@ -159,6 +170,7 @@ class ROUTETRIE_EXPORT Tree {
    class Audit;
 
    static constexpr unsigned indexDepth = width == 32 ? 18 : 30;
+   static constexpr unsigned indexShift = 64 - stride - indexDepth;  // to six bits of the address's first 64
    static constexpr unsigned pageBits = 9;
    static constexpr unsigned topBits = width == 32 ? 9 : 12;
    static constexpr unsigned pageDepth = indexDepth - pageBits;  // bits that lead to a page of numbers of nodes
@@ -180,7 +192,7 @@ class ROUTETRIE_EXPORT Tree {
    static constexpr unsigned bytesInRun(unsigned valueSize) noexcept {
       return valueSize == 0 ? 0 : valueSize <= 4 ? 4 : 8;
    }
-   unsigned step() const noexcept { return bytesInRun(valueSize_); }
+   unsigned step() const noexcept { return step_; }  // bytes from a value in a run to the next
    std::byte* valueAt(U32 number) const noexcept { return base_ + std::size_t{number} * step(); }
    static ROUTETRIE_INLINE U32 valueNumber(const Node& n, unsigned half, unsigned place) noexcept {
       return n.valueRun + (static_cast<U32>(std::popcount(below(n.routes[half], place))) ^ (0 - half));
@@ -204,15 +216,23 @@ class ROUTETRIE_EXPORT Tree {
    }
 
    //--- lookups: Lookup.cpp holds them compiled for machines that count bits, for programs that are not
-   template <unsigned valueSize>
-   ROUTETRIE_INLINE const void* lookupHere(Bits address) const noexcept;
+   ROUTETRIE_INLINE Match matchHere(Bits address, unsigned step) const noexcept;
    template <unsigned valueSize>
    ROUTETRIE_INLINE void burstHere(const Bits* addresses, const void** answers, unsigned count) const noexcept;
    ROUTETRIE_INLINE U32 indexed(Bits address) const noexcept;
+   static ROUTETRIE_INLINE U64 highBits(Bits address) noexcept {
+      if constexpr (width == 32) {
+         return U64{address.word()} << 32;
+      } else {
+         return static_cast<U64>(address.word() >> 64);
+      }
+   }
    const void* lookupByLibrary(Bits address, unsigned valueSize) const noexcept;
    void burstByLibrary(const Bits* addresses, const void** answers, unsigned count,
                        unsigned valueSize) const noexcept;
-   const void* search(Bits address) const noexcept;  // from the root
+   Match search(Bits address) const noexcept { return matchWithin(address, width); }
+   Match matchWithin(Bits bits, unsigned maxLength) const noexcept;
+   Match matchByLibrary(Bits address) const noexcept;
 
    //--- the index
    U32* page(U32 block) const noexcept { return static_cast<U32*>(Region::at(base_, block)); }
@@ -251,16 +271,11 @@ class ROUTETRIE_EXPORT Tree {
    U32 index_ = 0;    // block of the first page; 0: none, and the zeros at the base are read
    U32 pages_ = 0;    // all but the first
    U8 valueSize_;
+   U8 step_;
    bool hasDefault_ = false;
 };
 
 //--- lookups ---
-
-#if defined(__POPCNT__) || !(defined(__x86_64__) || defined(__i386__))
-inline constexpr bool countsBits = true;
-#else
-inline constexpr bool countsBits = false;  // as told to the compiler of this program; the machine may well do
-#endif
 
 template <unsigned width>
 ROUTETRIE_INLINE U32 Tree<width>::indexed(Bits address) const noexcept {
@@ -280,16 +295,14 @@ ROUTETRIE_INLINE U32 Tree<width>::indexed(Bits address) const noexcept {
 // Down by the children's bits alone to where they end, by arithmetic for the first levels, as nobody can tell how many there are;
 // the longest route is mostly there. Where it is not, the search from the root finds it.
 template <unsigned width>
-template <unsigned valueSize>
-ROUTETRIE_INLINE const void* Tree<width>::lookupHere(Bits address) const noexcept {
+ROUTETRIE_INLINE typename Tree<width>::Match Tree<width>::matchHere(Bits address, unsigned step) const noexcept {
    const Node* n = nodes() + indexed(address);
-   const U64 bits =
-      width == 32 ? U64{static_cast<U32>(address.word())} << 32 : static_cast<U64>(address.word() >> (width / 2));
-   unsigned shift = 64 - stride - indexDepth;
+   const U64 bits = highBits(address);
+   unsigned shift = indexShift;
    if constexpr (width == 128) {
       for (int level = 0; level < 2; ++level) {
          const unsigned chunk = static_cast<unsigned>(bits >> shift) & 63;
-         U64 more = (n->children >> chunk) & ~(n->routes[0] >> 63) & 1;
+         const U64 more = (n->children >> chunk) & ~(n->routes[0] >> 63) & 1;
          const Node* const child = nodes() + (n->childRun + childRank(n->children, chunk));
          n = more != 0 ? child : n;
          shift -= stride * static_cast<unsigned>(more);
@@ -297,10 +310,18 @@ ROUTETRIE_INLINE const void* Tree<width>::lookupHere(Bits address) const noexcep
    }
    for (;;) {
       if (n->isCompressed()) [[unlikely]] {
-         if (n->isLeaf() && keyOf<width>(*n).sharesFirst(address, n->length())) {
-            return n->leafValue();
+         const unsigned length = n->length();
+         if (!keyOf<width>(*n).sharesFirst(address, length)) {
+            return search(address);
          }
-         return search(address);
+         if (n->isLeaf()) {
+            return {length, n->leafValue()};
+         }
+         if (length > 64 - stride) {
+            return search(address);
+         }
+         n = nodes() + n->target();
+         shift = 64 - stride - length;
       }
       const unsigned chunk = static_cast<unsigned>(bits >> shift) & 63;
       if ((n->children >> chunk & 1) == 0) [[likely]] {
@@ -309,11 +330,9 @@ ROUTETRIE_INLINE const void* Tree<width>::lookupHere(Bits address) const noexcep
          if (covering == 0) [[unlikely]] {
             return search(address);
          }
-         if constexpr (valueSize == 0) {
-            return n;
-         }
          const auto place = static_cast<unsigned>(63 - std::countl_zero(covering));
-         return base_ + std::size_t{valueNumber(*n, half, place)} * bytesInRun(valueSize);
+         return {64 - stride - shift + places[place].length,
+                 base_ + std::size_t{valueNumber(*n, half, place)} * step};
       }
       if (shift < stride) [[unlikely]] {
          return search(address);
@@ -335,14 +354,11 @@ ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, const void**
       at[i] = indexed(addresses[i]);
       __builtin_prefetch(nodes() + at[i]);
    }
-   const auto high = [&](unsigned i) {
-      return width == 32 ? U64{static_cast<U32>(addresses[i].word())} << 32
-                         : static_cast<U64>(addresses[i].word() >> (width / 2));
-   };
+   const auto high = [&](unsigned i) { return highBits(addresses[i]); };
    U8 shifts[32];
    if constexpr (width == 128) {
       for (unsigned i = 0; i < count; ++i) {
-         shifts[i] = 64 - stride - indexDepth;
+         shifts[i] = indexShift;
       }
       for (int level = 0; level < 2; ++level) {
          for (unsigned i = 0; i < count; ++i) {
@@ -358,7 +374,7 @@ ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, const void**
    }
    for (unsigned i = 0; i < count; ++i) {
       const Node& n = nodes()[at[i]];
-      const unsigned shift = width == 32 ? 64 - stride - indexDepth : shifts[i];
+      const unsigned shift = width == 32 ? indexShift : shifts[i];
       const unsigned chunk = static_cast<unsigned>(high(i) >> shift) & 63;
       const unsigned half = chunk >> 5;
       const U64 covering = n.routes[half] & wayTo[chunk & 31];
@@ -376,7 +392,7 @@ ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, const void**
       }
    }
    for (unsigned r = 0; r < rests; ++r) {
-      answers[rest[r]] = lookupHere<valueSize>(addresses[rest[r]]);
+      answers[rest[r]] = matchHere(addresses[rest[r]], bytesInRun(valueSize)).value;
    }
 }
 
@@ -384,7 +400,7 @@ template <unsigned width>
 template <unsigned valueSize>
 inline const void* Tree<width>::lookup(Bits address) const noexcept {
    if constexpr (countsBits) {
-      return lookupHere<valueSize>(address);
+      return matchHere(address, bytesInRun(valueSize)).value;
    } else {
       return lookupByLibrary(address, valueSize);
    }

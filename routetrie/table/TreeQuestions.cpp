@@ -21,10 +21,14 @@ ROUTETRIE_INLINE U64 wayUpTo(unsigned chunk, unsigned most) noexcept {
 template <unsigned width>
 const void* Tree<width>::lookupByLibrary(Bits address, unsigned valueSize) const noexcept {
    switch (valueSize) {
-      case 0: return lookupHere<0>(address);
-      case 8: return lookupHere<8>(address);
-      default: return lookupHere<4>(address);
+      case 0: return matchHere(address, 0).value;
+      case 8: return matchHere(address, 8).value;
+      default: return matchHere(address, 4).value;
    }
+}
+template <unsigned width>
+typename Tree<width>::Match Tree<width>::matchByLibrary(Bits address) const noexcept {
+   return matchHere(address, step_);
 }
 
 template <unsigned width>
@@ -35,11 +39,6 @@ void Tree<width>::burstByLibrary(const Bits* addresses, const void** answers, un
       case 8: burstHere<8>(addresses, answers, count); break;
       default: burstHere<4>(addresses, answers, count); break;
    }
-}
-
-template <unsigned width>
-const void* Tree<width>::search(Bits address) const noexcept {
-   return match(address, width).value;
 }
 
 template <unsigned width>
@@ -78,7 +77,7 @@ const void* Tree<width>::find(Bits bits, unsigned length) const noexcept {
 }
 
 template <unsigned width>
-typename Tree<width>::Match Tree<width>::match(Bits bits, unsigned maxLength) const noexcept {
+typename Tree<width>::Match Tree<width>::matchWithin(Bits bits, unsigned maxLength) const noexcept {
    const Node* best = nullptr;
    U64 bestBits = 0;
    unsigned bestDepth = 0;
@@ -274,12 +273,12 @@ template const void* Tree<32>::lookupByLibrary(Bits, unsigned) const noexcept;
 template const void* Tree<128>::lookupByLibrary(Bits, unsigned) const noexcept;
 template void Tree<32>::burstByLibrary(const Bits*, const void**, unsigned, unsigned) const noexcept;
 template void Tree<128>::burstByLibrary(const Bits*, const void**, unsigned, unsigned) const noexcept;
-template const void* Tree<32>::search(Bits) const noexcept;
-template const void* Tree<128>::search(Bits) const noexcept;
+template Tree<32>::Match Tree<32>::matchByLibrary(Bits) const noexcept;
+template Tree<128>::Match Tree<128>::matchByLibrary(Bits) const noexcept;
 template const void* Tree<32>::find(Bits, unsigned) const noexcept;
 template const void* Tree<128>::find(Bits, unsigned) const noexcept;
-template Tree<32>::Match Tree<32>::match(Bits, unsigned) const noexcept;
-template Tree<128>::Match Tree<128>::match(Bits, unsigned) const noexcept;
+template Tree<32>::Match Tree<32>::matchWithin(Bits, unsigned) const noexcept;
+template Tree<128>::Match Tree<128>::matchWithin(Bits, unsigned) const noexcept;
 template Lengths<32> Tree<32>::covering(Bits, unsigned) const noexcept;
 template Lengths<128> Tree<128>::covering(Bits, unsigned) const noexcept;
 template bool Tree<32>::hasLonger(Bits, unsigned) const noexcept;
