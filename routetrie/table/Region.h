@@ -26,7 +26,7 @@ using Corenet::U32;
 using Corenet::U64;
 using Corenet::U8;
 
-class Region {
+class ROUTETRIE_EXPORT Region {
   public:
    static constexpr unsigned unitShift = 8;                          // of a block's number, in bits
    static constexpr unsigned extentShift = 16;                       // bits
@@ -51,7 +51,7 @@ class Region {
 
 #ifdef ROUTETRIE_FAULT_INJECTION
    // Lets the n-th allocation of a tree, counted from now on, raise std::bad_alloc; 0: none.
-   ROUTETRIE_EXPORT static void failAt(U64 n) noexcept;
+   static void failAt(U64 n) noexcept;
    static void mayFail();
 #else
    static void mayFail() noexcept {}

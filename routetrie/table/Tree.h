@@ -42,7 +42,7 @@
 //   7. size() is the number of routes.
 //
 // All numbers are of 32 bits and count from the base of the region (Region.h), which never moves.
-// Tested by tests/table/TreeTest.cpp, tests/property/TableRandomTest.cpp.
+// Tested by tests/table/TreeTest.cpp, tests/table/TreeRandomTest.cpp, tests/property/TableRandomTest.cpp.
 #pragma once
 
 #include <cstddef>

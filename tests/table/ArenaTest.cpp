@@ -1,0 +1,152 @@
+#include "routetrie/table/Arena.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "routetrie/table/Region.h"
+
+namespace routetrie::Impl {
+namespace {
+
+// Runs that come, grow, shrink and go, each filled with a byte of its own: what lies in one run is not touched by what becomes
+// of the others.
+void comeAndGo(unsigned unitShift, unsigned seed) {
+   SCOPED_TRACE("seed " + std::to_string(seed));
+   struct Held {
+      U32 at;
+      unsigned units;
+      int filling;
+   };
+   std::mt19937 random(seed);
+   Arena arena(unitShift);
+   std::vector<Held> held;
+   const auto bytes = [&](const Held& run) { return Region::base() + (std::size_t{run.at} << unitShift); };
+   const auto fill = [&](const Held& run) {
+      std::memset(bytes(run), run.filling, std::size_t{run.units} << unitShift);
+   };
+   const auto check = [&](const Held& run) {
+      const std::byte* const content = bytes(run);
+      for (std::size_t i = 0; i < std::size_t{run.units} << unitShift; ++i) {
+         ASSERT_EQ(static_cast<std::byte>(run.filling), content[i]);
+      }
+   };
+   for (int step = 0; step < 4000; ++step) {
+      const bool grows = step / 1000 % 2 == 0;
+      if (held.empty() || random() % 8 < (grows ? 5u : 2u)) {
+         const unsigned units = 1 + static_cast<unsigned>(random() % Arena::mostUnits);
+         held.push_back({arena.allocate(units), units, static_cast<int>(random() % 256)});
+         ASSERT_NE(0u, held.back().at);
+         fill(held.back());
+      } else {
+         const std::size_t i = random() % held.size();
+         Held& run = held[i];
+         check(run);
+         if (random() % 3 == 0 && run.units < Arena::mostUnits) {
+            if (arena.grow(run.at, run.units, run.units + 1)) {
+               ++run.units;
+               fill(run);
+            }
+         } else if (random() % 2 == 0 && run.units > 1) {
+            const unsigned rest = 1 + static_cast<unsigned>(random() % (run.units - 1));
+            arena.release(run.at + rest, run.units - rest);
+            run.units = rest;
+         } else {
+            arena.release(run.at, run.units);
+            run = held.back();
+            held.pop_back();
+         }
+      }
+      if (step % 16 == 0) {
+         std::vector<Arena::Run> runs;
+         for (const Held& run : held) {
+            runs.push_back({run.at, run.units});
+         }
+         ASSERT_STREQ("", arena.audit(runs));
+         if (!runs.empty()) {
+            runs.pop_back();
+            ASSERT_STREQ("a run is held by nobody", arena.audit(runs));
+         }
+      }
+   }
+   for (const Held& run : held) {
+      check(run);
+      arena.release(run.at, run.units);
+   }
+   EXPECT_EQ(0u, arena.heldBytes()) << "empty chunks go back";
+   EXPECT_EQ(0u, arena.usedBytes());
+}
+
+TEST(Arena, runsComeGrowShrinkAndGo) {
+   for (unsigned seed = 1; seed <= 3; ++seed) {
+      comeAndGo(3, seed);
+      comeAndGo(4, seed);
+      comeAndGo(5, seed);
+   }
+}
+
+TEST(Arena, theFirstChunkIsSmallAndLaterOnesGrow) {
+   Arena arena(5);
+   EXPECT_EQ(0u, arena.heldBytes());
+   arena.allocate(1);
+   EXPECT_EQ(256u, arena.heldBytes());
+   for (int i = 0; i < 10000; ++i) {
+      const std::size_t before = arena.heldBytes();
+      arena.allocate(1);
+      ASSERT_LE(arena.heldBytes(), before + (before / 4 > 256 ? before / 4 : 256));
+   }
+   arena.clear();
+   EXPECT_EQ(0u, arena.heldBytes());
+}
+
+TEST(Arena, aRunGrowsOnlyIntoWhatIsFree) {
+   Arena arena(5);
+   const U32 first = arena.allocate(2);
+   const U32 second = arena.allocate(2);
+   ASSERT_EQ(first + 2, second);
+   EXPECT_FALSE(arena.grow(first, 2, 3));
+   EXPECT_FALSE(arena.grow(second, 2, 64)) << "past the end of the chunk";
+   EXPECT_TRUE(arena.grow(second, 2, 3));
+   arena.release(second, 3);
+   EXPECT_TRUE(arena.grow(first, 2, 5));
+   EXPECT_STREQ("", arena.audit({{first, 5}}));
+   EXPECT_STREQ("two runs overlap", arena.audit({{first, 3}, {first + 2, 2}}));
+   EXPECT_STREQ("a run is free", arena.audit({{first + 5, 1}}));
+   arena.clear();
+}
+
+TEST(Region, blocksComeBack) {
+   std::vector<U32> blocks;
+   for (unsigned blockClass = 0; blockClass < Region::classes; ++blockClass) {
+      for (int i = 0; i < 600; ++i) {
+         const U32 block = Region::take(blockClass);
+         const std::size_t byte = std::size_t{block} << Region::unitShift;
+         ASSERT_EQ(0u, byte % Region::bytesOf(blockClass));
+         ASSERT_EQ(blockClass, Region::classAt(byte));
+         std::memset(Region::at(Region::base(), block), 0xff, Region::bytesOf(blockClass));
+         blocks.push_back(block);
+      }
+   }
+   const U32 highest = *std::max_element(blocks.begin(), blocks.end());
+   for (const U32 block : blocks) {
+      Region::give(block);
+   }
+   for (int i = 0; i < 2000; ++i) {  // more than one list of the 600 held
+      const U32 block = Region::take(4);
+      EXPECT_LE(block >> 8, highest >> 8) << "extents that came back are used first";
+      blocks[static_cast<std::size_t>(i)] = block;
+   }
+   for (int i = 0; i < 2000; ++i) {
+      Region::give(blocks[static_cast<std::size_t>(i)]);
+   }
+   for (std::size_t i = 0; i < Region::nothingBytes; ++i) {
+      ASSERT_EQ(std::byte{0}, Region::base()[i]) << "nobody writes where 0 leads";
+   }
+}
+
+}  // namespace
+}  // namespace routetrie::Impl
