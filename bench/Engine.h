@@ -82,6 +82,36 @@ template <class E>
 concept AnswersNext = requires(E& asked, const typename E::Key& key) {
    { asked.next(key) } -> std::same_as<typename E::Answer>;
 };
+// The route that comes before in order; asked only of keys that are routes.
+template <class E>
+concept AnswersPrevious = requires(const E& asked, const typename E::Key& key) {
+   { asked.previous(key) } -> std::same_as<typename E::Answer>;
+};
+// How many routes are longer and have no other between.
+template <class E>
+concept AnswersChildren = requires(const E& asked, const typename E::Key& key) {
+   { asked.children(key) } -> std::same_as<std::uint64_t>;
+};
+// The longest match whose length is even.
+template <class E>
+concept AnswersMatchIf = requires(const E& asked, const typename E::Query& query) {
+   { asked.matchIf(query) } -> std::same_as<typename E::Answer>;
+};
+// The value of the longest match, which is the id of the route, 0 for none. Of engines whose matches answer with no more than
+// that, match() and matchBulk() are their lookups.
+template <class E>
+concept AnswersLookup = requires(const E& asked, const typename E::Query& query) {
+   { asked.lookup(query) } -> std::same_as<U32>;
+};
+template <class E>
+inline constexpr bool matchIsLookup = std::same_as<typename E::Answer, U32>;
+template <class E>
+concept AnswersLookupBulk = requires(const E& asked, std::span<const typename E::Query> queries,
+                                     std::span<typename E::LookupAnswer> answers,
+                                     const typename E::LookupAnswer& answer) {
+   { asked.lookupBulk(queries, answers) } -> std::same_as<void>;
+   { E::idOf(answer) } -> std::same_as<U32>;
+};
 // Goes over all routes in order, and tells how many there were.
 template <class E>
 concept Walks = requires(const E& asked) {

@@ -4,9 +4,9 @@ namespace Bench {
 
 std::span<const EngineRow> engines() {
    static const std::array rows = {
-      patriciaRow(),     patriciaCompactRow(), patriciaDataRow(), multibitRow(), intrusiveRow(),
-      trie6Row(),        compactRow(),         genRow(),          wrapperRow(),  stdMapRow(),
-      hashByLengthRow(), rteRibRow(),          rteFibRow(),       rteLpmRow(),
+      tableRow(),     patriciaRow(),     patriciaCompactRow(), patriciaDataRow(), multibitRow(),
+      intrusiveRow(), trie6Row(),        compactRow(),         genRow(),          wrapperRow(),
+      stdMapRow(),    hashByLengthRow(), rteRibRow(),          rteFibRow(),       rteLpmRow(),
    };
    return rows;
 }

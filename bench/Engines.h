@@ -34,6 +34,7 @@ struct EngineRow {
 // Ours first.
 std::span<const EngineRow> engines();
 
+EngineRow tableRow();
 EngineRow patriciaRow();
 EngineRow patriciaCompactRow();
 EngineRow patriciaDataRow();

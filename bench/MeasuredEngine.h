@@ -11,7 +11,9 @@
 
 #include <array>
 #include <cstdint>
+#include <map>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "bench/Engine.h"
@@ -53,7 +55,19 @@ class MeasuredEngine final : public Measured {
          case Op::insert:
          case Op::erase: return work_.routes.size() <= E::mostRoutesForUpdates;
          case Op::eraseHandle: return ErasesByHandle<E> && work_.routes.size() <= E::mostRoutesForUpdates;
+         case Op::lookup:
+         case Op::lookupUniform:
+         case Op::lookupChain: return AnswersLookup<E> || matchIsLookup<E>;
+         case Op::lookupBulk: return AnswersLookupBulk<E> || (matchIsLookup<E> && AnswersBulk<E, F>);
+         case Op::matchIf: return AnswersMatchIf<E>;
          case Op::next: return AnswersNext<E>;
+         case Op::previous: return AnswersPrevious<E>;
+         case Op::children: return AnswersChildren<E>;
+         case Op::mixed:
+            return (AnswersLookup<E> || matchIsLookup<E>)&&work_.routes.size() <= E::mostRoutesForUpdates &&
+                   !losesRoom<E>;
+         case Op::updates:
+            return !work_.updates.empty() && work_.routes.size() <= E::mostRoutesForUpdates && !losesRoom<E>;
          case Op::churn: return work_.routes.size() <= E::mostRoutesForUpdates && !losesRoom<E>;
          case Op::exact:
          case Op::exactUniform: return AnswersExact<E>;
@@ -80,23 +94,33 @@ class MeasuredEngine final : public Measured {
          case Op::matchChainUniform: return matchChain(state, uniform_);
          case Op::matchBulk: return matchBulk(state, inside_);
          case Op::matchBulkUniform: return matchBulk(state, uniform_);
+         case Op::lookup: return lookup(state, inside_);
+         case Op::lookupUniform: return lookup(state, uniform_);
+         case Op::lookupChain: return lookupChain(state);
+         case Op::lookupBulk: return lookupBulk(state);
+         case Op::matchIf: return matchIf(state);
          case Op::exact: return exact(state);
          case Op::exactUniform: return exactUniform(state);
          case Op::parent: return parent(state);
          case Op::longer: return longer(state);
          case Op::longerUniform: return longerUniform(state);
          case Op::next: return next(state);
+         case Op::previous: return previous(state);
+         case Op::children: return children(state);
          case Op::walk: return walk(state);
          case Op::walkIterator: return walkIterator(state);
          case Op::walkNext: return walkNext(state);
          case Op::churn: return churn(state);
+         case Op::mixed: return mixed(state);
+         case Op::updates: return updates(state);
          case Op::memory: return memory(state);
       }
    }
 
    std::string check() override {
-      for (const auto part : {&MeasuredEngine::checkMatch, &MeasuredEngine::checkBulk, &MeasuredEngine::checkPrefixes,
-                              &MeasuredEngine::checkRoutes, &MeasuredEngine::checkWalks}) {
+      for (const auto part :
+           {&MeasuredEngine::checkMatch, &MeasuredEngine::checkLookup, &MeasuredEngine::checkBulk,
+            &MeasuredEngine::checkPrefixes, &MeasuredEngine::checkRoutes, &MeasuredEngine::checkWalks}) {
          if (auto fault = (this->*part)(); !fault.empty()) {
             return fault;
          }
@@ -165,6 +189,68 @@ class MeasuredEngine final : public Measured {
       opsAre(state, block);
    }
 
+   void mixed(benchmark::State& state) {
+      if constexpr (AnswersLookup<E> || matchIsLookup<E>) {
+         constexpr std::size_t changes = 32;  // half of them withdraw
+         constexpr std::size_t lookups = 9;   // to a change
+         bool ok = true;
+         for (auto _ : state) {
+            std::uint64_t sum = 0;
+            for (std::size_t i = 0; i < changes; ++i) {
+               for (std::size_t j = 0; j < lookups; ++j) {
+                  sum += lookedUp(inside_[at_ + i * lookups + j]);
+               }
+               const U32 at = work_.deleteOrder[churnAt_];
+               if (i % 2 == 0) {
+                  ok &= engine_.erase(keys_[at]);
+               } else {
+                  ok &= engine_.insert(keys_[at], at + 1);
+                  churnAt_ = churnAt_ + 1 == work_.deleteOrder.size() ? 0 : churnAt_ + 1;
+               }
+            }
+            benchmark::DoNotOptimize(sum);
+            nextBlock(inside_.size());
+         }
+         static_assert(changes * lookups <= blockSize);
+         if (!ok) {
+            return state.SkipWithError("an update was refused");
+         }
+         opsAre(state, changes * (lookups + 1));
+      }
+   }
+
+   // The last word on each route tells afterwards whether it was heard.
+   void updates(benchmark::State& state) {
+      std::vector<Key> keys;
+      std::map<Route<F>, bool> isThere;
+      for (const auto& update : work_.updates) {
+         keys.push_back(E::key(update.route));
+         isThere[update.route] = !update.isWithdrawal;
+      }
+      const auto id = static_cast<U32>(work_.routes.size());
+      for (auto _ : state) {
+         E engine(work_);
+         bool ok = insertAll(engine);
+         ok &= timed(state, [&] {
+            std::uint64_t done = 0;
+            for (std::size_t i = 0; i < keys.size(); ++i) {
+               done += work_.updates[i].isWithdrawal ? engine.erase(keys[i]) : engine.insert(keys[i], id);
+            }
+            benchmark::DoNotOptimize(done);
+            return true;
+         });
+         if constexpr (AnswersExact<E>) {
+            for (const auto& [route, there] : isThere) {
+               ok &= engine.exact(E::key(route)) == there;
+            }
+         }
+         if (!ok) {
+            return state.SkipWithError("an update was refused or lost");
+         }
+      }
+      opsAre(state, keys.size());
+   }
+
    bool insertAll(E& engine) const {
       bool all = true;
       for (std::size_t i = 0; i < keys_.size(); ++i) {
@@ -195,12 +281,16 @@ class MeasuredEngine final : public Measured {
    }
 
    void matchChain(benchmark::State& state, const std::vector<Query>& queries) {
+      chain(state, queries, [&](const Query& query) { return E::token(engine_.match(query)); });
+   }
+   template <class Ask>
+   void chain(benchmark::State& state, const std::vector<Query>& queries, Ask&& ask) {
       // A zero that neither the compiler nor the processor can foresee.
       std::uint64_t zero = 0;
       benchmark::DoNotOptimize(zero);
       for (auto _ : state) {
          for (std::size_t i = 0; i < blockSize; ++i) {
-            const std::uint64_t token = E::token(engine_.match(queries[at_]));
+            const std::uint64_t token = ask(queries[at_]);
             at_ += 1 + (token & zero);
             at_ = at_ >= queries.size() ? 0 : at_;
          }
@@ -224,6 +314,57 @@ class MeasuredEngine final : public Measured {
       }
    }
 
+   U32 lookedUp(const Query& query) const requires(AnswersLookup<E> || matchIsLookup<E>) {
+      if constexpr (AnswersLookup<E>) {
+         return engine_.lookup(query);
+      } else {
+         return engine_.match(query);
+      }
+   }
+   void lookup(benchmark::State& state, const std::vector<Query>& queries) {
+      if constexpr (AnswersLookup<E> || matchIsLookup<E>) {
+         inBlocks(state, queries, [&](const Query& query) { return std::uint64_t{lookedUp(query)}; });
+      }
+   }
+   void lookupChain(benchmark::State& state) {
+      if constexpr (AnswersLookup<E> || matchIsLookup<E>) {
+         chain(state, inside_, [&](const Query& query) { return std::uint64_t{lookedUp(query)}; });
+      }
+   }
+   void lookupBulk(benchmark::State& state) {
+      if constexpr (AnswersLookupBulk<E>) {
+         std::array<typename E::LookupAnswer, burstSize> answers;
+         for (auto _ : state) {
+            std::uint64_t sum = 0;
+            for (std::size_t i = 0; i < blockSize; i += burstSize) {
+               engine_.lookupBulk(std::span(inside_).subspan(at_ + i, burstSize), answers);
+               for (const auto& answer : answers) {
+                  sum += E::idOf(answer);
+               }
+            }
+            benchmark::DoNotOptimize(sum);
+            nextBlock(inside_.size());
+         }
+         opsAre(state, blockSize);
+      } else {
+         matchBulk(state, inside_);
+      }
+   }
+   void matchIf(benchmark::State& state) {
+      if constexpr (AnswersMatchIf<E>) {
+         inBlocks(state, inside_, [&](const Query& query) { return E::token(engine_.matchIf(query)); });
+      }
+   }
+   void previous(benchmark::State& state) {
+      if constexpr (AnswersPrevious<E>) {
+         inBlocks(state, work_.asked, [&](U32 at) { return E::token(engine_.previous(keys_[at])); });
+      }
+   }
+   void children(benchmark::State& state) {
+      if constexpr (AnswersChildren<E>) {
+         inBlocks(state, work_.asked, [&](U32 at) { return engine_.children(keys_[at]); });
+      }
+   }
    void exact(benchmark::State& state) {
       if constexpr (AnswersExact<E>) {
          inBlocks(state, work_.asked, [&](U32 at) { return std::uint64_t{engine_.exact(keys_[at])}; });
@@ -309,9 +450,37 @@ class MeasuredEngine final : public Measured {
    //--- comparing with the oracle ---
 
    std::string checkMatch() {
-      for (const auto& [query, match] : work_.addressChecks) {
+      for (const auto& [query, match, evenMatch] : work_.addressChecks) {
+         if constexpr (AnswersMatchIf<E>) {
+            if (const auto got = E::route(engine_.matchIf(E::query(query)), work_); got != evenMatch) {
+               return differs("match of an even length", hostRoute<F>(query), textOf(got), textOf(evenMatch));
+            }
+         }
          if (const auto got = E::route(engine_.match(E::query(query)), work_); got != match) {
             return differs("longest match", hostRoute<F>(query), textOf(got), textOf(match));
+         }
+      }
+      return {};
+   }
+
+   // One at a time, and in bursts.
+   std::string checkLookup() {
+      const auto routeOf = [&](U32 id) {
+         return id == 0 ? std::optional<Route<F>>() : std::optional(work_.routeOf(id));
+      };
+      for (const auto& [query, match, evenMatch] : work_.addressChecks) {
+         if constexpr (AnswersLookup<E>) {
+            if (const auto got = routeOf(engine_.lookup(E::query(query))); got != match) {
+               return differs("lookup", hostRoute<F>(query), textOf(got), textOf(match));
+            }
+         }
+         if constexpr (AnswersLookupBulk<E>) {
+            const std::array queries{inside_.front(), E::query(query), inside_.back()};
+            std::array<typename E::LookupAnswer, 3> answers;
+            engine_.lookupBulk(queries, answers);
+            if (const auto got = routeOf(E::idOf(answers[1])); got != match) {
+               return differs("lookup in a burst", hostRoute<F>(query), textOf(got), textOf(match));
+            }
          }
       }
       return {};
@@ -328,7 +497,7 @@ class MeasuredEngine final : public Measured {
             const auto burst = std::span<const Query>(queries).subspan(at, std::min(burstSize, queries.size() - at));
             engine_.matchBulk(burst, std::span(answers).first(burst.size()));
             for (std::size_t i = 0; i < burst.size(); ++i) {
-               const auto& [query, match] = work_.addressChecks[at + i];
+               const auto& [query, match, evenMatch] = work_.addressChecks[at + i];
                if (const auto got = E::bulkRoute(answers[i], work_); got != match) {
                   return differs("longest match in a burst", hostRoute<F>(query), textOf(got), textOf(match));
                }
@@ -356,8 +525,18 @@ class MeasuredEngine final : public Measured {
    }
 
    std::string checkRoutes() {
-      for (const auto& [query, parent, next] : work_.routeChecks) {
+      for (const auto& [query, parent, next, previous, children] : work_.routeChecks) {
          const Key key = E::key(query);
+         if constexpr (AnswersPrevious<E>) {
+            if (const auto got = E::route(engine_.previous(key), work_); got != previous) {
+               return differs("route before", query, textOf(got), textOf(previous));
+            }
+         }
+         if constexpr (AnswersChildren<E>) {
+            if (const auto got = engine_.children(key); got != children) {
+               return differs("number of children", query, std::to_string(got), std::to_string(children));
+            }
+         }
          if constexpr (AnswersParent<E>) {
             if (const auto got = E::route(engine_.parent(key), work_); got != parent) {
                return differs("parent", query, textOf(got), textOf(parent));

@@ -52,6 +52,10 @@ std::optional<Options> optionsOf(int argc, char** argv, int& status) {
    app.add_option("--table", options.table, "a table of routes, in any format that rtrie reads, plain or .gz")
       ->envname("ROUTETRIE_TABLE")
       ->type_name("FILE");
+   app.add_option("--updates", options.updates,
+                  "changes for the operation `updates`: lines \"+ PREFIX\", \"- PREFIX\", \"TIME a PREFIX ...\", "
+                  "\"TIME w PREFIX ...\", plain or .gz")
+      ->type_name("FILE");
    const auto list = [&](const char* name, std::vector<std::string>& value, const char* text) {
       app.add_option(name, value, text)
          ->delimiter(',')

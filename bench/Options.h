@@ -17,7 +17,8 @@ struct Size {
 };
 
 struct Options {
-   std::string table;  // empty: look for one
+   std::string table;    // empty: look for one
+   std::string updates;  // a stream of changes; empty: none
    std::vector<Size> sizes;
    std::vector<std::string> families;
    std::vector<OpRow> ops;

@@ -33,6 +33,29 @@ class Oracle {
       const auto next = std::upper_bound(routes_.begin(), routes_.end(), route);
       return next == routes_.end() ? Answer() : *next;
    }
+   Answer previous(const Route<F>& route) const {
+      const auto at = std::lower_bound(routes_.begin(), routes_.end(), route);
+      return at == routes_.begin() ? Answer() : *std::prev(at);
+   }
+   // How many routes are longer than it and have no other between: from one to what lies behind all that it covers.
+   std::uint64_t children(const Route<F>& route) const {
+      std::uint64_t count = 0;
+      for (auto at = std::upper_bound(routes_.begin(), routes_.end(), route);
+           at != routes_.end() && route.covers(*at); ++count) {
+         const typename F::Bits last(
+            static_cast<typename F::Bits::Word>(at->bits.word() | ~F::Bits::mask(at->length)));
+         at = std::upper_bound(at, routes_.end(), hostRoute<F>(last));
+      }
+      return count;
+   }
+   // The longest match whose length is even.
+   Answer evenMatch(const Route<F>& query) const {
+      Answer match = longestMatch(query);
+      while (match && match->length % 2 != 0) {
+         match = parent(*match);
+      }
+      return match;
+   }
    bool longerPresent(const Route<F>& query) const {
       const auto next = std::upper_bound(routes_.begin(), routes_.end(), query);
       return next != routes_.end() && query.covers(*next);

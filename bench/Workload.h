@@ -36,6 +36,7 @@ struct Workload {
    struct AddressCheck {
       Bits query;
       Answer match;
+      Answer evenMatch;
    };
    struct PrefixCheck {
       Route<F> query;
@@ -46,10 +47,19 @@ struct Workload {
       Route<F> query;
       Answer parent;
       Answer next;
+      Answer previous;
+      std::uint64_t children;
    };
    std::vector<AddressCheck> addressChecks;
    std::vector<PrefixCheck> prefixChecks;
    std::vector<RouteCheck> routeChecks;
+
+   // A stream of changes to be applied to the loaded table, in its order; empty: none was given.
+   struct Update {
+      Route<F> route;
+      bool isWithdrawal;
+   };
+   std::vector<Update> updates;
 
    const Route<F>& routeOf(std::uint64_t id) const { return routes[id - 1]; }
 };
@@ -101,10 +111,12 @@ Workload<F> makeWorkload(const std::vector<Route<F>>& shuffled, std::size_t size
    for (std::size_t i = 0; i < checkCount; ++i) {
       const Route<F>& route = work.routes[anyRoute()];
       const auto address = i % 4 == 3 ? random.address<F>() : random.addressInside(route);
-      work.addressChecks.push_back({address, oracle.longestMatch(hostRoute<F>(address))});
+      work.addressChecks.push_back(
+         {address, oracle.longestMatch(hostRoute<F>(address)), oracle.evenMatch(hostRoute<F>(address))});
       const auto prefix = Impl::routeOrMiss(route, random);
       work.prefixChecks.push_back({prefix, oracle.has(prefix), oracle.longerPresent(prefix)});
-      work.routeChecks.push_back({route, oracle.parent(route), oracle.next(route)});
+      work.routeChecks.push_back(
+         {route, oracle.parent(route), oracle.next(route), oracle.previous(route), oracle.children(route)});
    }
    return work;
 }

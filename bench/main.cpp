@@ -20,6 +20,7 @@
 #include "bench/Options.h"
 #include "bench/Results.h"
 #include "bench/Table.h"
+#include "bench/Updates.h"
 #include "bench/Workload.h"
 
 namespace Bench {
@@ -64,7 +65,8 @@ std::vector<Loaded> load(const Options& options, const Workload<F>& work, const 
 
 // Measures one operation of all engines of a group that offer it.
 void measure(const Options& options, const OpRow& op, std::vector<Loaded>& group, RowName name, Results& results) {
-   const bool hasOwnClock = op.op == Op::insert || op.op == Op::erase || op.op == Op::eraseHandle;
+   const bool hasOwnClock =
+      op.op == Op::insert || op.op == Op::erase || op.op == Op::eraseHandle || op.op == Op::updates;
    benchmark::ClearRegisteredBenchmarks();
    bool any = false;
    for (const auto& [engineName, engine] : group) {
@@ -95,7 +97,7 @@ void measure(const Options& options, const OpRow& op, std::vector<Loaded>& group
 }
 
 template <class F>
-void runFamily(const Options& options, const Table& table, RunInfo& info, Results& results) {
+void runFamily(const Options& options, const Table& table, const Updates& updates, RunInfo& info, Results& results) {
    const auto& shuffled = table.of<F>();
    const std::string family(F::name);
    if (std::find(options.families.begin(), options.families.end(), family) == options.families.end()) {
@@ -108,7 +110,8 @@ void runFamily(const Options& options, const Table& table, RunInfo& info, Result
    for (const Size& size : options.sizes) {
       const std::string where = family + ' ' + size.name;
       const std::size_t routes = std::min(size.routes, shuffled.size());
-      const Workload<F> work = makeWorkload<F>(shuffled, routes, checkCount);
+      Workload<F> work = makeWorkload<F>(shuffled, routes, checkCount);
+      work.updates = updates.of<F>();
       if (work.fault.empty()) {
          info.routes[family][size.name] = routes;
       } else {
@@ -153,9 +156,11 @@ int run(int argc, char** argv) {
    RunInfo info{table.source, machineLine(), today(), {}};
    progress(fmt::format("table {}: {} IPv4 and {} IPv6 routes", table.source, table.v4.size(), table.v6.size()));
 
+   const Updates updates = options->updates.empty() ? Updates() : loadUpdates(options->updates);
+
    Results results;
-   runFamily<V4>(*options, table, info, results);
-   runFamily<V6>(*options, table, info, results);
+   runFamily<V4>(*options, table, updates, info, results);
+   runFamily<V6>(*options, table, updates, info, results);
    if (options->checkOnly) {
       fmt::print("{} rows ran, and all answers were right\n", results.measured());
       return 0;
