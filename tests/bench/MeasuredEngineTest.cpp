@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -16,7 +18,24 @@ namespace {
 
 using testing::StartsWith;
 
-enum class Wrong { nothing, match, bulk, exact, parent, longer, next, walk, iterator, steps, insert };
+enum class Wrong {
+   nothing,
+   match,
+   bulk,
+   lookup,
+   lookupBulk,
+   matchIf,
+   previous,
+   children,
+   exact,
+   parent,
+   longer,
+   next,
+   walk,
+   iterator,
+   steps,
+   insert
+};
 
 // Answers rightly but for what `wrong` says, and there of one route alone.
 template <class F, Wrong wrong>
@@ -26,9 +45,10 @@ class Liar {
    using Query = typename F::Bits;
    using Answer = U32;
    using BulkAnswer = U32;
+   using LookupAnswer = U32;
    static constexpr std::size_t mostRoutesForUpdates = ~std::size_t{0};
 
-   explicit Liar(const Workload<F>& work) : honest_(work) {}
+   explicit Liar(const Workload<F>& work) : honest_(work), oracle_(work.routes) {}
 
    static Key key(const Route<F>& route) { return route; }
    static Query query(typename F::Bits address) { return address; }
@@ -49,6 +69,20 @@ class Liar {
          answers[i] = twisted<Wrong::bulk>(honest_.match(queries[i]));
       }
    }
+   U32 lookup(const Query& query) const { return twisted<Wrong::lookup>(honest_.match(query)); }
+   void lookupBulk(std::span<const Query> queries, std::span<LookupAnswer> answers) const {
+      for (std::size_t i = 0; i < queries.size(); ++i) {
+         answers[i] = twisted<Wrong::lookupBulk>(honest_.match(queries[i]));
+      }
+   }
+   static U32 idOf(LookupAnswer answer) { return answer; }
+   Answer matchIf(const Query& query) const {
+      return twisted<Wrong::matchIf>(idOf(oracle_.evenMatch(hostRoute<F>(query))));
+   }
+   Answer previous(const Key& key) const { return twisted<Wrong::previous>(idOf(oracle_.previous(key))); }
+   std::uint64_t children(const Key& key) const {
+      return oracle_.children(key) + (wrong == Wrong::children && key.length == 24 ? 1 : 0);
+   }
    bool exact(const Key& key) const { return twisted<Wrong::exact>(honest_.idOf(key)) != 0; }
    Answer parent(const Key& key) const { return twisted<Wrong::parent>(honest_.parent(key)); }
    bool longer(const Key& key) const { return honest_.longer(key) != (wrong == Wrong::longer && key.length == 24); }
@@ -67,7 +101,10 @@ class Liar {
       return wrong == here && id == lieId ? 0 : id;
    }
 
+   Answer idOf(const std::optional<Route<F>>& route) const { return route ? honest_.idOf(*route) : 0; }
+
    StdMap<F> honest_;
+   Oracle<F> oracle_;
 };
 
 // Routes in a row, each inside the one before: each is asked of, and all but the ends are a parent and follow one.
@@ -98,6 +135,11 @@ TYPED_TEST(MeasuredEngineTest, PassesAnHonestEngine) { EXPECT_EQ("", (fault<Type
 TYPED_TEST(MeasuredEngineTest, FindsAWrongAnswerOfEachKind) {
    EXPECT_THAT((fault<TypeParam, Wrong::match>()), StartsWith("longest match of "));
    EXPECT_THAT((fault<TypeParam, Wrong::bulk>()), StartsWith("longest match in a burst of "));
+   EXPECT_THAT((fault<TypeParam, Wrong::lookup>()), StartsWith("lookup of "));
+   EXPECT_THAT((fault<TypeParam, Wrong::lookupBulk>()), StartsWith("lookup in a burst of "));
+   EXPECT_THAT((fault<TypeParam, Wrong::matchIf>()), StartsWith("match of an even length of "));
+   EXPECT_THAT((fault<TypeParam, Wrong::previous>()), StartsWith("route before of "));
+   EXPECT_EQ((fault<TypeParam, Wrong::children>()).find("number of children of "), 0U);
    EXPECT_THAT((fault<TypeParam, Wrong::exact>()), StartsWith("exact match of "));
    EXPECT_THAT((fault<TypeParam, Wrong::parent>()), StartsWith("parent of "));
    EXPECT_THAT((fault<TypeParam, Wrong::longer>()), StartsWith("longer route of "));

@@ -1,0 +1,156 @@
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <iterator>
+#include <memory>
+#include <ranges>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "routetrie/route_set.h"
+#include "routetrie/table.h"
+
+namespace routetrie {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+static_assert(std::bidirectional_iterator<table<int>::iterator>);
+static_assert(std::bidirectional_iterator<route_set::iterator>);
+static_assert(std::ranges::bidirectional_range<const table<std::string>>);
+static_assert(std::ranges::common_range<const table<int>> && std::ranges::sized_range<const table<int>>);
+static_assert(std::is_nothrow_move_constructible_v<table<std::string>> &&
+              std::is_nothrow_move_assignable_v<table<std::string>>);
+static_assert(!std::is_copy_constructible_v<table<std::unique_ptr<int>>>);
+
+template <class Range>
+std::vector<std::string> texts(Range&& range) {
+   std::vector<std::string> list;
+   for (const auto& route : range) {
+      list.push_back(fmt::format("{}", route));
+   }
+   return list;
+}
+
+// The first 32 bits of the one are those of the other: neither answers for it.
+TEST(BothFamilies, theSameBitsAreTwoRoutes) {
+   table<int> t;
+   EXPECT_TRUE(t.insert({"10.0.0.0/8"_prefix, 4}).second);
+   EXPECT_TRUE(t.insert({"a00::/8"_prefix, 6}).second);
+   EXPECT_EQ(2u, t.size());
+   EXPECT_EQ(4, t.match(address("10.1.2.3"_address))->value);
+   EXPECT_EQ(6, t.match(address("a01:203::"_address))->value);
+   EXPECT_EQ(1u, t.erase("a00::/8"_prefix));
+   EXPECT_FALSE(t.match(address("a01:203::"_address)));
+   EXPECT_EQ(4, *t.lookup("10.1.2.3"_address));
+   EXPECT_EQ(0u, t.erase("a00::/8"_prefix));
+   EXPECT_TRUE(t.insert({"::/0"_prefix, 60}).second);
+   EXPECT_FALSE(t.match(address("11.0.0.0"_address))) << "a default route is of one family";
+   EXPECT_FALSE(t.parent("10.0.0.0/8"_prefix));
+   EXPECT_FALSE(t.overlaps("11.0.0.0/8"_prefix));
+   EXPECT_EQ("", t.audit());
+}
+
+TEST(BothFamilies, fourComesBeforeSix) {
+   const table<int> t{
+      {"::/0"_prefix, 1}, {"255.255.255.255/32"_prefix, 2}, {"0.0.0.0/0"_prefix, 3}, {"2001:db8::/32"_prefix, 4}};
+   const std::vector<std::string> order{"0.0.0.0/0 3", "255.255.255.255/32 2", "::/0 1", "2001:db8::/32 4"};
+   EXPECT_EQ(order, texts(t));
+   EXPECT_EQ(std::vector<std::string>(order.rbegin(), order.rend()),
+             texts(std::ranges::subrange(t.rbegin(), t.rend())));
+   EXPECT_EQ("::/0", fmt::format("{}", t.upper_bound("255.255.255.255/32"_prefix)->prefix));
+   EXPECT_EQ("::/0", fmt::format("{}", t.lower_bound("::/0"_prefix)->prefix));
+   EXPECT_EQ(t.end(), t.upper_bound("ffff::/16"_prefix));
+   EXPECT_THAT(texts(t.covered("0.0.0.0/0"_prefix)), ElementsAre("0.0.0.0/0 3", "255.255.255.255/32 2"));
+   EXPECT_THAT(texts(t.children("::/0"_prefix)), ElementsAre("2001:db8::/32 4"));
+   EXPECT_THAT(texts(t.covering("2001:db8::1"_address)), ElementsAre("::/0 1", "2001:db8::/32 4"));
+   EXPECT_THAT(texts(t.covering_nearest("255.255.255.255"_address)),
+               ElementsAre("255.255.255.255/32 2", "0.0.0.0/0 3"));
+}
+
+TEST(BothFamilies, anIteratorCrossesFromOneToTheOther) {
+   table<int> t{{"10.0.0.0/8"_prefix, 1}, {"2001:db8::/32"_prefix, 2}};
+   auto at = t.begin();
+   t.erase("10.0.0.0/8"_prefix);
+   EXPECT_EQ("2001:db8::/32", fmt::format("{}", (++at)->prefix));
+   t.insert({"11.0.0.0/8"_prefix, 3});
+   EXPECT_EQ("11.0.0.0/8", fmt::format("{}", (--at)->prefix));
+   t.insert({"12.0.0.0/8"_prefix, 3});
+   EXPECT_EQ("12.0.0.0/8", fmt::format("{}", (++at)->prefix));
+   EXPECT_EQ("2001:db8::/32", fmt::format("{}", (++at)->prefix));
+   EXPECT_EQ(t.end(), ++at);
+}
+
+TEST(BothFamilies, changesOfEitherFamily) {
+   table<std::string> t;
+   EXPECT_TRUE(t.try_emplace("10.0.0.0/8"_prefix, "four").second);
+   EXPECT_TRUE(t.insert_or_assign("2001:db8::/32"_prefix, "six").second);
+   EXPECT_FALSE(t.insert_or_assign("2001:db8::/32"_prefix, "six again").second);
+   EXPECT_TRUE(t.update("::/0"_prefix, [](std::string& s) { s += "made"; }));
+   EXPECT_EQ("six again", t.find("2001:db8::/32"_prefix)->value);
+   table<std::string> copy(t);
+   EXPECT_EQ(copy, t);
+   EXPECT_EQ(2u, copy.erase_covered("::/0"_prefix));
+   EXPECT_THAT(texts(copy), ElementsAre("10.0.0.0/8 four"));
+   copy.merge(t);
+   EXPECT_EQ(3u, copy.size());
+   EXPECT_EQ(1u, t.size()) << "what was there stays";
+   EXPECT_EQ(2u, erase_if(copy, [](const auto& route) { return route.value != "four"; }));
+   copy.clear();
+   EXPECT_TRUE(copy.empty());
+   route_set set{"10.0.0.0/8"_prefix, "::/0"_prefix};
+   EXPECT_TRUE(set.contains("::/0"_prefix));
+   EXPECT_EQ(2u, set.size());
+}
+
+TEST(BothFamilies, aBurstMayMixThem) {
+   table<int> t{{"10.0.0.0/8"_prefix, 4}, {"a00::/8"_prefix, 6}};
+   std::vector<address> asked;
+   for (int i = 0; i < 100; ++i) {
+      asked.push_back(i % 3 == 0   ? address("10.0.0.1"_address)
+                      : i % 3 == 1 ? address("a00::1"_address)
+                                   : address("b00::"_address));
+   }
+   std::vector<const int*> answers(asked.size());
+   t.lookup_bulk(asked, answers);
+   for (std::size_t i = 0; i < asked.size(); ++i) {
+      EXPECT_EQ(t.lookup(asked[i]), answers[i]) << i;
+   }
+}
+
+TEST(BothFamilies, whatHasNoFamilyIsNoPrefix) {
+   table<int> t{{"0.0.0.0/0"_prefix, 4}, {"::/0"_prefix, 6}};
+   for (const prefix& p : {prefix(), prefix(prefix4::nullPrefix()), prefix(prefix6::nullPrefix())}) {
+      EXPECT_THROW(t.insert({p, 1}), std::invalid_argument);
+      EXPECT_THROW(t.insert_or_assign(p, 1), std::invalid_argument);
+      EXPECT_THROW(t.update(p, [](int&) {}), std::invalid_argument);
+      EXPECT_THROW(t.erase(p), std::invalid_argument);
+      EXPECT_THROW(t.erase_covered(p), std::invalid_argument);
+      EXPECT_FALSE(t.contains(p) || t.match(p) || t.parent(p) || t.shortest_match(p) || t.has_longer(p));
+      EXPECT_FALSE(t.overlaps(p));
+      EXPECT_EQ(t.end(), t.find(p));
+      EXPECT_THAT(texts(t.covered(p)), IsEmpty());
+      EXPECT_THAT(texts(t.covering(p)), IsEmpty());
+      EXPECT_THAT(texts(t.children(p)), IsEmpty());
+   }
+   EXPECT_FALSE(t.match(address()));
+   EXPECT_EQ(nullptr, t.lookup(address()));
+   EXPECT_FALSE(t.same_answer(address()));
+   EXPECT_EQ(2u, t.size());
+}
+
+TEST(BothFamilies, insertingARangeLeavesItWhole) {
+   std::vector<std::pair<prefix, std::string>> routes{
+      {"10.0.0.0/8"_prefix, "a value that owns the memory of its text"},
+      {"2001:db8::/32"_prefix, "another value that owns the memory of its text"}};
+   const auto before = routes;
+   table<std::string> t;
+   EXPECT_EQ(2u, t.insert(routes));
+   EXPECT_EQ(before, routes);
+}
+
+}  // namespace
+}  // namespace routetrie
