@@ -558,8 +558,8 @@ TEST(TableBugs, aNodeShrinksToOneRouteAndGrows) {
 
 TEST(TableBugs, countsStayWhenARemovalRemovesNothing) {
    auto table = tableOf({"10.0.0.0/8", "10.1.0.0/16"});
-   for (const auto text : {"0.0.0.0/0", "10.0.0.0/7", "10.0.0.0/9", "10.1.0.0/15", "10.1.0.0/32", "11.0.0.0/8"}) {
-      EXPECT_EQ(0u, table.erase(p4(text) == p4("10.1.0.0/15") ? p4("10.0.0.0/15") : p4(text)));
+   for (const auto text : {"0.0.0.0/0", "10.0.0.0/7", "10.0.0.0/9", "10.0.0.0/15", "10.1.0.0/32", "11.0.0.0/8"}) {
+      EXPECT_EQ(0u, table.erase(p4(text))) << text;
       EXPECT_EQ(2u, table.size());
    }
    table.insert({"10.0.0.0/8"_prefix, 5});
