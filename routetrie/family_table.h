@@ -76,6 +76,11 @@ namespace Impl {
 [[noreturn]] ROUTETRIE_EXPORT void throwNoPrefix();
 [[noreturn]] ROUTETRIE_EXPORT void throwBulkSizes(std::size_t addresses, std::size_t answers);
 
+// A container that is nobody else's any more, so that its values may be moved from; of a view, nobody knows.
+template <class R>
+inline constexpr bool givenAway =
+   !std::is_lvalue_reference_v<R> && !std::ranges::borrowed_range<R> && !std::ranges::view<std::remove_cvref_t<R>>;
+
 // What operator-> of an iterator gives whose * is a value.
 template <class T>
 struct Arrow {
@@ -315,8 +320,13 @@ class basic_table {
          if constexpr (!has_values) {
             insert(prefix_type(route));
          } else {
+            // Of a pair that is the caller's, decltype(what) is no reference: to forward it would rob the caller.
             auto&& [where, what] = route;
-            try_emplace(where, std::forward<decltype(what)>(what));
+            if constexpr (std::is_lvalue_reference_v<decltype(route)> && !Impl::givenAway<R>) {
+               try_emplace(where, what);
+            } else {
+               try_emplace(where, std::forward<decltype(what)>(what));
+            }
          }
       }
       return size() - before;
@@ -528,7 +538,7 @@ class basic_table<width, T>::iterator {
    using difference_type = std::ptrdiff_t;
    using reference = value_type;
    using pointer = Impl::Arrow<value_type>;
-   using iterator_category = std::input_iterator_tag;  // * gives a value, which C++17 takes for no more
+   using iterator_category = std::bidirectional_iterator_tag;
    using iterator_concept = std::bidirectional_iterator_tag;
 
    iterator() noexcept = default;
@@ -582,7 +592,7 @@ class basic_table<width, T>::covered_iterator {
    using difference_type = std::ptrdiff_t;
    using reference = value_type;
    using pointer = Impl::Arrow<value_type>;
-   using iterator_category = std::input_iterator_tag;
+   using iterator_category = std::bidirectional_iterator_tag;
    using iterator_concept = std::bidirectional_iterator_tag;
 
    covered_iterator() noexcept = default;
@@ -637,7 +647,7 @@ class basic_table<width, T>::children_iterator {
    using difference_type = std::ptrdiff_t;
    using reference = value_type;
    using pointer = Impl::Arrow<value_type>;
-   using iterator_category = std::input_iterator_tag;
+   using iterator_category = std::bidirectional_iterator_tag;
    using iterator_concept = std::bidirectional_iterator_tag;
 
    children_iterator() noexcept = default;
@@ -698,7 +708,7 @@ class basic_table<width, T>::covering_iterator {
    using difference_type = std::ptrdiff_t;
    using reference = value_type;
    using pointer = Impl::Arrow<value_type>;
-   using iterator_category = std::input_iterator_tag;
+   using iterator_category = std::bidirectional_iterator_tag;
    using iterator_concept = std::bidirectional_iterator_tag;
 
    covering_iterator() noexcept = default;

@@ -56,7 +56,7 @@ class EitherIterator {
    using difference_type = std::ptrdiff_t;
    using reference = value_type;
    using pointer = Arrow<value_type>;
-   using iterator_category = std::input_iterator_tag;
+   using iterator_category = std::bidirectional_iterator_tag;
    using iterator_concept = std::bidirectional_iterator_tag;
 
    EitherIterator() noexcept = default;
@@ -302,8 +302,13 @@ class table {
          if constexpr (!has_values) {
             insert(prefix(route));
          } else {
+            // As in a table of one family: what is the caller's is not moved from.
             auto&& [where, what] = route;
-            try_emplace(where, std::forward<decltype(what)>(what));
+            if constexpr (std::is_lvalue_reference_v<decltype(route)> && !Impl::givenAway<R>) {
+               try_emplace(where, what);
+            } else {
+               try_emplace(where, std::forward<decltype(what)>(what));
+            }
          }
       }
       return size() - before;
@@ -466,7 +471,7 @@ class table<T>::iterator {
    using difference_type = std::ptrdiff_t;
    using reference = value_type;
    using pointer = Impl::Arrow<value_type>;
-   using iterator_category = std::input_iterator_tag;
+   using iterator_category = std::bidirectional_iterator_tag;
    using iterator_concept = std::bidirectional_iterator_tag;
 
    iterator() noexcept = default;

@@ -23,8 +23,8 @@
 namespace routetrie::Impl {
 
 template <class T>
-concept InRun = std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T> && std::is_object_v<T> &&
-                   sizeof(T) <= 8 &&
+concept InRun = std::is_copy_constructible_v<T> && std::is_trivially_copyable_v<T> &&
+                   std::is_trivially_destructible_v<T> && std::is_object_v<T> && sizeof(T) <= 8 &&
                 alignof(T) <= std::bit_ceil(sizeof(T));
 
 template <class T>
