@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <optional>
 
+#include "routetrie/platform/Language.h"
+
 namespace routetrie::Impl {
 
 template <unsigned width>

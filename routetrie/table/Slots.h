@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+#include "routetrie/platform/Language.h"
+
 namespace routetrie::Impl {
 
 template <class T>

@@ -8,6 +8,8 @@
 // Tested by tests/trie/WalkGuardTest.cpp.
 #pragma once
 
+#include "routetrie/platform/Language.h"
+
 #ifdef ROUTETRIE_FAULT_INJECTION
 
 #include "routetrie/platform/Corvid/Assert.h"

@@ -661,4 +661,12 @@ TEST(TableBugs, aChangeUnderneathIsSeenByEachKindOfRange) {
 }
 
 }  // namespace
+TEST(TableDeathTest, whatAnIteratorStandsOnIsInTheTable) {
+   table4<int> t;
+   t.insert({"10.0.0.0/8"_prefix, 1});
+   const auto at = t.find("10.0.0.0/8"_prefix);
+   t.erase("10.0.0.0/8"_prefix);
+   EXPECT_DEATH(static_cast<void>(*at), "what an iterator stands on is in the table");
+}
+
 }  // namespace routetrie
