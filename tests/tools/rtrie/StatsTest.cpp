@@ -107,6 +107,30 @@ TEST(Stats, speaksJson) {
    EXPECT_EQ(2, rtrie({"stats", "--table", table, "--format", "xml"}).status);
 }
 
+// What the text form tells on standard error.
+TEST(Stats, jsonTellsWhatDoesNotAnswer) {
+   const Support::Folder folder;
+   const auto table = folder.file("table",
+                                  "10.0.0.0/8 via 192.0.2.7 dev d0\n"
+                                  "10.0.0.0/8 via 192.0.2.9 dev d0 metric 50\n"
+                                  "10.1.0.0/16 via 192.0.2.7 dev d0 table 100\n"
+                                  "10.2.0.0/16 via 192.0.2.7 dev d0 table 100\n"
+                                  "10.3.0.0/16 via 192.0.2.7 dev d0 table 100\n"
+                                  "10.4.0.0/16 tos 0x10 via 192.0.2.7 dev d0\n"
+                                  "10.5.0.0/16 tos 0x10 via 192.0.2.7 dev d0\n"
+                                  "10.6.0.0/33 via 192.0.2.7 dev d0\n"
+                                  "10.7.0.0/33 via 192.0.2.7 dev d0\n"
+                                  "10.8.0.0/33 via 192.0.2.7 dev d0\n"
+                                  "10.9.0.0/33 via 192.0.2.7 dev d0\n");
+   const auto json = nlohmann::json::parse(rtrie({"stats", "--table", table, "--format", "json"}).out);
+   EXPECT_EQ(1, json["routes"]);
+   EXPECT_EQ(11, json["lines"]);
+   EXPECT_EQ(1, json["lost"]);
+   EXPECT_EQ(2, json["bound"]);
+   EXPECT_EQ(3, json["leftOut"]);
+   EXPECT_EQ(4, json["faults"]);
+}
+
 TEST(Stats, badLinesAndTables) {
    const Support::Folder folder;
    const auto bad = folder.file("bad", "10.0.0.0/8\n10.0.0.0/33\n");

@@ -152,6 +152,10 @@ void printJson(const Figures& figures, Output& output) {
    jsonLine(output, {{"engine", figures.engine.name},
                      {"routes", figures.routes.size()},
                      {"lines", figures.report.lines},
+                     {"faults", figures.report.faults},
+                     {"leftOut", figures.report.leftOut},
+                     {"lost", figures.report.lost},
+                     {"bound", figures.report.bound},
                      {"readSeconds", figures.report.seconds},
                      {"insertSeconds", figures.insertSeconds},
                      {"families", std::move(families)}});
