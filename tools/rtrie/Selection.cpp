@@ -98,6 +98,10 @@ std::string RouteTableNames::key(std::string_view text) const {
    return found == ids_.end() ? std::string(text) : fmt::format("{}", found->second);
 }
 
+bool Selection::takesRouteTable(std::string_view name) const {
+   return allRouteTables || routeTableNames.key(name) == routeTable.value_or(routeTableNames.key("main"));
+}
+
 void LeftOut::add(std::string_view name) {
    ++count_;
    if (const auto found = byName_.find(name); found != byName_.end()) {

@@ -49,6 +49,8 @@ struct Selection {
    RouteTableNames routeTableNames;
    std::optional<std::string> routeTable;  // a key(); without one, main
    bool allRouteTables = false;
+
+   bool takesRouteTable(std::string_view name) const;
 };
 
 // What was left out because it is not wanted: how much, and of whom, as far as that is a handful.

@@ -177,19 +177,6 @@ class Loader {
    SelectedBy selectedBy_ = SelectedBy::nothing;
 };
 
-Selection selectionOf(const LoadOptions& options) {
-   Selection selection;
-   if (!options.peer.empty()) {
-      selection.peer.emplace(options.peer);
-   }
-   selection.routeTableNames = RouteTableNames::ofThisMachine();
-   selection.allRouteTables = options.routeTable == "all";
-   if (!options.routeTable.empty()) {
-      selection.routeTable = selection.routeTableNames.key(options.routeTable);
-   }
-   return selection;
-}
-
 void tellUnanswering(const std::string& names, const RouteSet& routes) {
    constexpr std::string_view where = "lookup --op exact --format json shows";
    if (const std::uint64_t lost = routes.lost(); lost > 0) {
@@ -203,6 +190,19 @@ void tellUnanswering(const std::string& names, const RouteSet& routes) {
 }
 
 }  // namespace
+
+Selection selectionOf(const LoadOptions& options) {
+   Selection selection;
+   if (!options.peer.empty()) {
+      selection.peer.emplace(options.peer);
+   }
+   selection.routeTableNames = RouteTableNames::ofThisMachine();
+   selection.allRouteTables = options.routeTable == "all";
+   if (!options.routeTable.empty()) {
+      selection.routeTable = selection.routeTableNames.key(options.routeTable);
+   }
+   return selection;
+}
 
 LoadReport loadTables(const LoadOptions& options, RouteSet& routes) {
    const auto start = std::chrono::steady_clock::now();

@@ -10,6 +10,7 @@
 
 #include "routetrie/platform/Types.h"
 #include "tools/rtrie/RouteSet.h"
+#include "tools/rtrie/Selection.h"
 
 namespace Rtrie {
 
@@ -20,6 +21,9 @@ struct LoadOptions {
    std::string peer;        // a PeerName; empty: the best of all peers
    std::string routeTable;  // name or id of one of the kernel's routing tables, or "all"; empty: main
 };
+
+// With the names of this machine's routing tables. Raises UsageError if the peer is none.
+Selection selectionOf(const LoadOptions& options);
 
 struct LoadReport {
    std::uint64_t lines = 0;    // of all tables, comments and blank lines included

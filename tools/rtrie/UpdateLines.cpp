@@ -4,13 +4,11 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstdint>
 
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/RouteSet.h"
-#include "tools/rtrie/TableSet.h"
 #include "tools/rtrie/Words.h"
 
 namespace Rtrie {
@@ -51,6 +49,13 @@ std::string_view takeLabel(std::string_view& line) {
    return label;
 }
 
+// "100 as to 200 via inet 192.0.2.7 dev eth0", of the label 100.
+bool isMpls(std::string_view first, std::string_view rest) {
+   constexpr std::array next = {"as"sv, "via"sv, "dev"sv, "proto"sv, "nhid"sv, "nexthop"sv, "table"sv};
+   return !first.empty() && first.find_first_not_of("0123456789/") == std::string_view::npos &&
+          isOneOf(takeWord(rest), next);
+}
+
 // Lines of `ip monitor` about anything but routes, by their first word.
 bool startsAnotherObject(std::string_view first) {
    constexpr std::array words = {"id"sv,     "prefix"sv, "inet"sv, "inet6"sv, "ipv4"sv,    "ipv6"sv, "mpls"sv,
@@ -73,37 +78,7 @@ bool isNeighbour(std::string_view words) {
    return lastBlank != std::string_view::npos && isOneOf(words.substr(lastBlank + 1), states);
 }
 
-bool isRouteType(std::string_view word) {
-   constexpr std::array types = {"unicast"sv,   "local"sv,    "broadcast"sv,   "multicast"sv, "anycast"sv,
-                                 "blackhole"sv, "prohibit"sv, "unreachable"sv, "throw"sv,     "nat"sv};
-   return isOneOf(word, types);
-}
-
 }  // namespace
-
-U32 metricOf(std::string_view attributes) {
-   U32 metric = 0;
-   if (const auto text = valueOf("metric", attributes)) {
-      const auto* const end = text->data() + text->size();
-      if (const auto read = std::from_chars(text->data(), end, metric); read.ec != std::errc{} || read.ptr != end) {
-         throw BadText(fmt::format("metric is no number of 32 bits: \"{}\"", *text));
-      }
-   }
-   return metric;
-}
-
-std::string nextHopsOf(std::string_view attributes) {
-   std::string all;
-   for (auto word = takeWord(attributes); !word.empty(); word = takeWord(attributes)) {
-      if (word == "via" || word == "dev") {
-         all += word;
-         all += ' ';
-         all += takeWord(attributes);
-         all += ' ';
-      }
-   }
-   return all;
-}
 
 void UpdateLines::line(std::string_view line) {
    std::string_view words = trimmed(line);
@@ -129,7 +104,7 @@ void UpdateLines::line(std::string_view line) {
    }
    std::string_view rest = words;
    std::string_view first = takeWord(rest);
-   if (label.empty() && (startsAnotherObject(first) || isNeighbour(words))) {
+   if (label.empty() && (startsAnotherObject(first) || isNeighbour(words) || isMpls(first, rest))) {
       passOver(otherObjects_);
       return;
    }
@@ -142,16 +117,18 @@ void UpdateLines::line(std::string_view line) {
                      trimmed(line)));
    }
    // Here, where the line is known.
-   if (first != "default") {
-      prefixOfText(first);
-   }
-   metricOf(rest);
-   if (const auto table = valueOf("table", rest); table && *table != "main" && *table != "254") {
-      passOver(otherTables_);
-   } else if (valueOf("from", rest) || valueOf("tos", rest)) {
+   const auto prefix = first == "default" ? std::nullopt : std::optional(prefixOfText(first));
+   const RouteAttributes attributes = routeAttributesOf(rest);
+   if (!selection_.takesRouteTable(attributes.table)) {
+      otherTables_.add(attributes.table);
+      last_ = Last::passedOver;
+   } else if (attributes.isBound) {
       passOver(forSomePackets_);
    } else {
-      hold(words, isWithdrawal);
+      prefix_ = prefix;
+      route_ = words;
+      isWithdrawal_ = isWithdrawal;
+      last_ = Last::held;
    }
 }
 
@@ -162,7 +139,12 @@ bool UpdateLines::isContinuation(std::string_view line, std::string_view words) 
    }
    std::string_view rest = words;
    const auto first = takeWord(rest);
-   if (first == "nexthop") {
+   const bool isNextHopInfo =
+      first == "nh_info";  // of -d: what an `nhid` stands for; with -o, next hops follow on the line
+   if (isNextHopInfo) {
+      words.remove_prefix(std::min(words.size(), words.find('\\')));
+   }
+   if (first == "nexthop" || isNextHopInfo) {
       if (last_ == Last::passedOver || (last_ == Last::applied && isWithdrawal_)) {
          return true;
       }
@@ -191,8 +173,11 @@ bool UpdateLines::takeSigned(std::string_view words) {
    }
    last_ = Last::none;
    const auto prefix = prefixOfText(takeWord(words));
-   apply_(
-      {.prefix = prefix, .payload = std::string(trimmed(words)), .isWithdrawal = isWithdrawal, .isKernels = false});
+   RouteUpdate update;
+   update.prefix = prefix;
+   update.payload = trimmed(words);
+   update.isWithdrawal = isWithdrawal;
+   apply_(update);
    return true;
 }
 
@@ -201,26 +186,32 @@ void UpdateLines::passOver(std::uint64_t& count) {
    last_ = Last::passedOver;
 }
 
-void UpdateLines::hold(std::string_view route, bool isWithdrawal) {
-   route_ = route;
-   isWithdrawal_ = isWithdrawal;
-   last_ = Last::held;
-}
-
 void UpdateLines::flush() {
    if (last_ != Last::held) {
       return;
    }
    last_ = Last::applied;
    RouteSet routes;
+   routes.candidatesAreKept();
    parser_.line(route_, routes);
    parser_.end(routes);
    routes.seal();
-   for (const auto af : families) {
-      routes.forEachWithPayload(af, [&](const Corenet::IpGenPrefix& prefix, std::string_view payload) {
-         apply_(
-            {.prefix = prefix, .payload = std::string(payload), .isWithdrawal = isWithdrawal_, .isKernels = true});
-      });
+   const auto applyAt = [&](const Corenet::IpGenPrefix& prefix) {
+      for (const Candidate& route : routes.candidates(prefix)) {
+         apply_({.prefix = prefix,
+                 .payload = std::string(route.payload),
+                 .isWithdrawal = isWithdrawal_,
+                 .isKernels = true,
+                 .routeTable = selection_.routeTableNames.key(route.source),
+                 .rank = route.rank,
+                 .answers = route.answers});
+      }
+   };
+   if (prefix_) {
+      applyAt(*prefix_);
+   } else {  // the parser knows of which family
+      applyAt(Corenet::Prefix());
+      applyAt(Corenet::Ip6Prefix());
    }
 }
 

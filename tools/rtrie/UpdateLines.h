@@ -8,8 +8,9 @@
 //    [ROUTE]default proto static metric 20                     labels; a route may go on with further next hops
 //            nexthop via 192.0.2.7 dev eth0 weight 1
 //
-// `ip monitor` tells of more than routes of the main table. Its lines about links, addresses, neighbours, rules and other
-// objects, of other routing tables and of routes for packets of some source or type of service alone are passed over and counted.
+// `ip monitor` tells of more than routes of one table. Its lines about links, addresses, neighbours, rules and other
+// objects, of other routing tables than the wanted one and of routes for packets of some source or type of service alone are
+// passed over and counted.
 //
 // Tested by tests/tools/rtrie/UpdateLinesTest.cpp.
 #pragma once
@@ -22,27 +23,28 @@
 
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/platform/Types.h"
+#include "tools/rtrie/Selection.h"
 #include "tools/rtrie/formats/IpRouteLines.h"
 
 namespace Rtrie {
-
-// Of several routes to one prefix, a kernel takes the one with the lowest metric; 0 if the words after the destination tell
-// none. Raises BadText for what is no number of 32 bits.
-U32 metricOf(std::string_view attributes);
-// The gateways and devices among them, as one text; empty if there are none.
-std::string nextHopsOf(std::string_view attributes);
 
 struct RouteUpdate {
    Corenet::IpGenPrefix prefix;
    std::string payload;
    bool isWithdrawal = false;
    bool isKernels = false;  // of the one route with its metric; else of the prefix, whatever there is
+   // A kernel's alone, as a Candidate has them.
+   std::string routeTable;  // its key
+   std::uint64_t rank = 0;
+   bool answers = true;  // false: all its next hops are dead
 };
 
 class UpdateLines {
   public:
    using Apply = std::function<void(const RouteUpdate& update)>;
-   explicit UpdateLines(Apply apply) : apply_(std::move(apply)) {}
+   // selection: the routing table whose routes are wanted.
+   UpdateLines(const Selection& selection, Apply apply)
+      : apply_(std::move(apply)), selection_(selection), parser_(selection) {}
 
    // Takes a line as it was read. An update is applied with the next line, since it may go on. Raises BadText for a line
    // that says nothing of all this.
@@ -50,7 +52,7 @@ class UpdateLines {
    // Applies what is held back. Should further next hops come all the same, the route is applied again with them.
    void flush();
 
-   std::uint64_t otherTables() const { return otherTables_; }
+   const LeftOut& otherTables() const { return otherTables_; }
    std::uint64_t forSomePackets() const { return forSomePackets_; }
    std::uint64_t otherObjects() const { return otherObjects_; }
 
@@ -60,14 +62,15 @@ class UpdateLines {
    bool isContinuation(std::string_view line, std::string_view words);
    bool takeSigned(std::string_view words);
    void passOver(std::uint64_t& count);
-   void hold(std::string_view route, bool isWithdrawal);
 
    const Apply apply_;
+   const Selection selection_;
    IpRouteLines parser_;  // knows of which family a "default" is
    Last last_ = Last::none;
-   std::string route_;  // the last route's line, with its next hops
+   std::optional<Corenet::IpGenPrefix> prefix_;  // of the last route; none: a default route
+   std::string route_;                           // its line, with its next hops
    bool isWithdrawal_ = false;
-   std::uint64_t otherTables_ = 0;
+   LeftOut otherTables_;
    std::uint64_t forSomePackets_ = 0;
    std::uint64_t otherObjects_ = 0;
 };

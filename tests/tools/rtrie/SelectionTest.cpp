@@ -37,6 +37,18 @@ TEST(Selection, namesOfRoutingTables) {
    EXPECT_EQ("254", RouteTableNames::ofThisMachine().key("main"));
 }
 
+TEST(Selection, takesMainUnlessAnotherRoutingTableIsNamed) {
+   Selection selection;
+   EXPECT_TRUE(selection.takesRouteTable("main"));
+   EXPECT_TRUE(selection.takesRouteTable("254"));
+   EXPECT_FALSE(selection.takesRouteTable("100"));
+   selection.routeTable = "100";
+   EXPECT_TRUE(selection.takesRouteTable("0x64"));
+   EXPECT_FALSE(selection.takesRouteTable("main"));
+   selection.allRouteTables = true;
+   EXPECT_TRUE(selection.takesRouteTable("main"));
+}
+
 TEST(Selection, whatIsLeftOutIsNamedAsLongAsThatIsAHandful) {
    LeftOut leftOut;
    EXPECT_EQ(0U, leftOut.count());

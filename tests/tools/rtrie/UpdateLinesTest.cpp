@@ -18,18 +18,24 @@ using testing::IsEmpty;
 struct Collected {
    std::vector<std::string> updates;
    std::vector<std::string> faults;
+   std::vector<std::string> places;  // "100 20": routing table and metric of each of a kernel
    std::uint64_t otherTables = 0;
+   std::string otherTableNames;
    std::uint64_t forSomePackets = 0;
    std::uint64_t otherObjects = 0;
 };
 
-// flushAfter: lines after which nothing comes for a while.
-Collected collected(const std::vector<std::string>& lines, bool flushesAfterEach = false) {
+// flushesAfterEach: after each line nothing comes for a while.
+Collected collected(const std::vector<std::string>& lines, bool flushesAfterEach = false,
+                    const Selection& selection = {}) {
    Collected all;
-   UpdateLines reader([&](const RouteUpdate& update) {
-      all.updates.push_back(fmt::format("{}{} {}{}{}", update.isWithdrawal ? '-' : '+', update.isKernels ? "k" : "",
+   UpdateLines reader(selection, [&](const RouteUpdate& update) {
+      all.updates.push_back(fmt::format("{}{} {}{}{}{}", update.isWithdrawal ? '-' : '+', update.isKernels ? "k" : "",
                                         update.prefix.stringValue(), update.payload.empty() ? "" : " ",
-                                        update.payload));
+                                        update.payload, update.answers ? "" : " (dead)"));
+      if (update.isKernels) {
+         all.places.push_back(fmt::format("{} {}", update.routeTable, metricOfRank(update.rank)));
+      }
    });
    for (const auto& line : lines) {
       try {
@@ -42,7 +48,8 @@ Collected collected(const std::vector<std::string>& lines, bool flushesAfterEach
       }
    }
    reader.flush();
-   all.otherTables = reader.otherTables();
+   all.otherTables = reader.otherTables().count();
+   all.otherTableNames = reader.otherTables().names();
    all.forSomePackets = reader.forSomePackets();
    all.otherObjects = reader.otherObjects();
    return all;
@@ -153,17 +160,85 @@ TEST(UpdateLines, WhatIsNoneIsQuoted) {
       "prints: \"* 10.0.0.0/8\"",
       all.faults[0]);
    EXPECT_EQ("prefix length 33 exceeds 32: \"10.0.0.0/33\"", all.faults[1]);
-   EXPECT_EQ("metric is no number of 32 bits: \"ton\"", all.faults[7]);
+   EXPECT_EQ("metric \"ton\" is no number of 32 bits", all.faults[7]);
 }
 
-TEST(UpdateLines, MetricAndNextHopsOfARoute) {
-   EXPECT_EQ(0U, metricOf("via 192.0.2.7 dev d0"));
-   EXPECT_EQ(50U, metricOf("via 192.0.2.7 metric 50 mtu 1400"));
-   EXPECT_EQ(4294967295U, metricOf("metric 4294967295"));
-   EXPECT_THROW(metricOf("metric 4294967296"), BadText);
-   EXPECT_THROW(metricOf("metric ton"), BadText);
-   EXPECT_EQ("", nextHopsOf("unreachable metric 5"));
-   EXPECT_EQ("via 192.0.2.7 dev d0 ", nextHopsOf("via 192.0.2.7 dev d0 expires 9sec"));
+// Lines of other routing tables than the selected one are left out, and named.
+TEST(UpdateLines, OneRoutingTableOfTheKernel) {
+   const std::vector<std::string> lines = {
+      "10.0.0.0/8 via 192.0.2.7 dev d0 ",
+      "10.0.0.0/8 via 192.0.2.7 dev d0 table main ",
+      "10.1.0.0/16 via 192.0.2.7 dev d0 table 100 metric 5 ",
+      "Deleted local 192.0.2.1 dev d0 table local proto kernel scope host src 192.0.2.1 ",
+      "default proto static table 100 ",
+      "\tnexthop via 192.0.2.7 dev d0 weight 1 ",
+      "default proto static table local ",
+      "\tnexthop via 192.0.2.7 dev d0 weight 1 "};
+   auto all = collected(lines);
+   EXPECT_THAT(all.updates,
+               ElementsAre("+k 10.0.0.0/8 via 192.0.2.7 dev d0", "+k 10.0.0.0/8 via 192.0.2.7 dev d0 table main"));
+   EXPECT_THAT(all.places, ElementsAre("254 0", "254 0"));
+   EXPECT_EQ(4U, all.otherTables);
+   EXPECT_EQ("100 (2), local (2)", all.otherTableNames);
+   Selection selection;
+   selection.routeTable = "100";
+   all = collected(lines, false, selection);
+   EXPECT_THAT(all.updates, ElementsAre("+k 10.1.0.0/16 via 192.0.2.7 dev d0 table 100 metric 5",
+                                        "+k 0.0.0.0/0 proto static table 100 nexthop via 192.0.2.7 dev d0 weight 1"));
+   EXPECT_THAT(all.places, ElementsAre("100 5", "100 0"));
+   EXPECT_EQ("local (2), main (2)", all.otherTableNames);
+   selection = {};
+   selection.allRouteTables = true;
+   all = collected(lines, false, selection);
+   EXPECT_THAT(all.places, ElementsAre("254 0", "254 0", "100 5", "255 0", "100 0", "255 0"));
+   EXPECT_EQ(0U, all.otherTables);
+}
+
+TEST(UpdateLines, ARouteWithoutALivingNextHopAnswersNothing) {
+   const auto all = collected({"10.0.0.0/8 via 192.0.2.7 dev d0 dead linkdown ", "default proto static ",
+                               "\tnexthop via 192.0.2.7 dev d0 weight 1 dead linkdown ",
+                               "default via 2001:db8::7 dev d0 metric 1024 dead pref medium"});
+   EXPECT_THAT(all.faults, IsEmpty());
+   EXPECT_THAT(all.updates,
+               ElementsAre("+k 10.0.0.0/8 via 192.0.2.7 dev d0 dead linkdown (dead)",
+                           "+k 0.0.0.0/0 proto static nexthop via 192.0.2.7 dev d0 weight 1 dead linkdown (dead)",
+                           "+k ::/0 via 2001:db8::7 dev d0 metric 1024 dead pref medium (dead)"));
+}
+
+// `ip -o monitor route`, `ip -d monitor route`, and the routes by label that stand between the others.
+// `ip -o -d monitor route`, and -N, which has numbers for names.
+TEST(UpdateLines, NextHopsBehindWhatTheirIdStandsForAndNumbersForNames) {
+   const auto all = collected({"unicast 10.1.0.0/16 nhid 10 table main ",
+                               "\tnh_info id 10 group 1/2 \\\tnexthop via 192.0.2.8 dev d0 weight 1 \\\tnexthop via "
+                               "192.0.2.9 dev d0 weight 1 ",
+                               "6 10.3.0.0/16 ", "Deleted 2 fe80::1 dev d0 table 255 proto 2 metric 0 pref medium",
+                               "12 10.3.0.0/16"});
+   EXPECT_THAT(all.updates, ElementsAre("+k 10.1.0.0/16 unicast nhid 10 table main nexthop via 192.0.2.8 dev d0 "
+                                        "weight 1 nexthop via 192.0.2.9 dev d0 weight 1",
+                                        "+k 10.3.0.0/16 6"));
+   EXPECT_EQ(1U, all.otherTables);
+   EXPECT_EQ(1U, all.faults.size());
+}
+
+TEST(UpdateLines, OneLineARouteAndRoutesByLabel) {
+   const auto all = collected(
+      {"default proto static metric 20 \\\tnexthop via 192.0.2.7 dev d0 weight 1 \\\tnexthop via 192.0.2.8 dev d0 "
+       "weight 2 ",
+       "unicast 10.0.0.0/8 via 192.0.2.7 dev d0 proto boot scope global ",
+       "unicast 10.1.0.0/16 nhid 10 table main proto boot scope global ",
+       "\tnh_info id 10 group 1/2 scope global proto unspec ", "\tnexthop via 192.0.2.8 dev d0 weight 1 ",
+       "100 as to 200 via inet 192.0.2.7 dev d0 ",
+       "Deleted 100 as to 200/300 via inet 192.0.2.7 dev d0 proto static ", "101 proto static ",
+       "\tnexthop as to 200 via inet 192.0.2.7 dev d0"});
+   EXPECT_THAT(all.faults, IsEmpty());
+   EXPECT_THAT(
+      all.updates,
+      ElementsAre(
+         "+k 0.0.0.0/0 proto static metric 20 nexthop via 192.0.2.7 dev d0 weight 1 "
+         "nexthop via 192.0.2.8 dev d0 weight 2",
+         "+k 10.0.0.0/8 unicast via 192.0.2.7 dev d0 proto boot scope global",
+         "+k 10.1.0.0/16 unicast nhid 10 table main proto boot scope global nexthop via 192.0.2.8 dev d0 weight 1"));
+   EXPECT_EQ(3U, all.otherObjects);
 }
 
 }  // namespace

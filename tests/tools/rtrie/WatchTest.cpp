@@ -65,7 +65,7 @@ TEST(Watch, followsAKernel) {
                          "\tnexthop via 192.0.2.7 dev d0 weight 1 \n"
                          "\tnexthop via 192.0.2.8 dev d0 weight 2 \n");
    EXPECT_EQ(
-      "rtrie: <stdin>: passed over 1 of other routing tables\n"
+      "rtrie: <stdin>: passed over 1 of other routing tables: local (1); --route-table takes one of them, or all\n"
       "rtrie: <stdin>: passed over 1 of links, addresses, neighbours and other objects\n",
       ran.err);
    EXPECT_EQ(
@@ -81,12 +81,142 @@ TEST(Watch, followsAKernel) {
    EXPECT_EQ(0, ran.status);
 }
 
+// All that the table has at a prefix is there when the first update comes.
+TEST(Watch, theOtherRoutesOfAPrefixStandBehindTheOneThatAnswers) {
+   const Support::Folder folder;
+   const auto table = folder.file("table",
+                                  "10.0.0.0/8 via 192.0.2.9 dev d0 metric 50\n"
+                                  "10.0.0.0/8 via 192.0.2.7 dev d0 metric 20\n"
+                                  "10.0.0.0/8 via 192.0.2.8 dev d0 metric 20\n"
+                                  "2001:db8::/32 via fe80::1 dev d0 metric 1024 pref medium\n"
+                                  "2001:db8::/32 from 2001:db8:9::/48 via fe80::1 dev d0 metric 1024 pref medium\n"
+                                  "10.4.0.0/16 via inet6 fe80::1 dev d0\n"
+                                  "10.4.0.0/16 via inet6 fe80::2 dev d0\n");
+   const Ran ran = rtrie({"watch", "--table", table},
+                         "10.0.0.0/8 via 192.0.2.8 dev d0 metric 20 \n"
+                         "Deleted 10.0.0.0/8 via 192.0.2.7 dev d0 metric 20 \n"
+                         "Deleted 10.0.0.0/8 via 192.0.2.8 dev d0 metric 20 \n"
+                         "Deleted 10.0.0.0/8 via 192.0.2.9 dev d0 metric 50 \n"
+                         "Deleted 10.0.0.0/8 via 192.0.2.9 dev d0 metric 50 \n"
+                         "Deleted 2001:db8::/32 via fe80::1 dev d0 metric 1024 pref medium\n"
+                         "Deleted 10.4.0.0/16 via inet6 fe80::1 dev d0 \n");
+   EXPECT_EQ(
+      "same     10.0.0.0/8  via 192.0.2.7 dev d0 metric 20\n"
+      "replace  10.0.0.0/8  via 192.0.2.7 dev d0 metric 20 -> via 192.0.2.8 dev d0 metric 20\n"
+      "replace  10.0.0.0/8  via 192.0.2.8 dev d0 metric 20 -> via 192.0.2.9 dev d0 metric 50\n"
+      "delete   10.0.0.0/8  via 192.0.2.9 dev d0 metric 50\n"
+      "absent   10.0.0.0/8\n"
+      "delete   2001:db8::/32  via fe80::1 dev d0 metric 1024 pref medium\n"
+      "replace  10.4.0.0/16  via inet6 fe80::1 dev d0 -> via inet6 fe80::2 dev d0\n",
+      ran.out);
+   EXPECT_EQ(0, ran.status);
+   EXPECT_THAT(rtrie({"watch", "--table", table}, "- 10.0.0.0/8\n- 10.0.0.0/8\n").out,
+               testing::EndsWith("\nabsent   10.0.0.0/8\n"));
+}
+
+TEST(Watch, oneNextHopOfAnIpv6RouteIsWithdrawn) {
+   const Support::Folder folder;
+   const auto table = folder.file("table",
+                                  "2001:db8:2::/48 metric 1024 pref medium\n"
+                                  "\tnexthop via 2001:db8::7 dev d0 weight 1\n"
+                                  "\tnexthop via 2001:db8::8 dev d0 weight 1\n");
+   const Ran ran = rtrie({"watch", "--table", table, "--format", "tsv"},
+                         "Deleted 2001:db8:2::/48 via 2001:db8::7 dev d0 metric 1024 pref medium\n"
+                         "Deleted 2001:db8:2::/48 via 2001:db8::9 dev d0 metric 1024 pref medium\n"
+                         "Deleted 2001:db8:2::/48 via 2001:db8::8 dev d0 metric 1024 pref medium\n");
+   const std::string hop7 = " nexthop via 2001:db8::7 dev d0 weight 1";
+   const std::string hop8 = " nexthop via 2001:db8::8 dev d0 weight 1";
+   const std::string own = "metric 1024 pref medium";
+   EXPECT_EQ("replace\t2001:db8:2::/48\t" + own + hop7 + hop8 + "\t" + own + hop8 + "\nsame\t2001:db8:2::/48\t" +
+                own + hop8 + "\t" + own + hop8 + "\ndelete\t2001:db8:2::/48\t" + own + hop8 + "\t\n",
+             ran.out);
+}
+
+// Its next hops come and go with its devices; a route that answers nothing makes way for the next.
+TEST(Watch, aDeadRouteAnswersNothing) {
+   const Support::Folder folder;
+   const auto table = folder.file("table",
+                                  "10.0.0.0/8 via 192.0.2.7 dev d0\n10.0.0.0/8 via 192.0.2.9 dev d1 metric 50\n"
+                                  "10.1.0.0/16 via 192.0.2.7 dev d0 dead linkdown\n");
+   const std::string updates =
+      "10.0.0.0/8 via 192.0.2.7 dev d0 dead linkdown \n"
+      "Deleted 10.0.0.0/8 via 192.0.2.9 dev d1 metric 50 \n"
+      "10.1.0.0/16 via 192.0.2.7 dev d0 \n";
+   EXPECT_EQ(
+      "replace  10.0.0.0/8  via 192.0.2.7 dev d0 -> via 192.0.2.9 dev d1 metric 50\n"
+      "delete   10.0.0.0/8  via 192.0.2.9 dev d1 metric 50\n"
+      "add      10.1.0.0/16  via 192.0.2.7 dev d0\n",
+      rtrie({"watch", "--table", table}, updates).out);
+   EXPECT_EQ(
+      "IPv4 routeUpdated false -> true\n"
+      "IPv4 changedRoute none -> 10.0.0.0/8\n"  // there already
+      "IPv4 routeUpdated true -> false\n"
+      "IPv4 changedRoute none -> 10.0.0.0/8\n"
+      "IPv4 changedRoute none -> 10.1.0.0/16\n",
+      rtrie({"watch", "--table", table, "--publications"}, updates).out);
+}
+
+TEST(Watch, oneRoutingTableOrAll) {
+   const Support::Folder folder;
+   const auto table = folder.file("table",
+                                  "10.0.0.0/8 via 192.0.2.7 dev d0\n"
+                                  "10.0.0.0/8 via 192.0.2.9 dev d0 table 100\n"
+                                  "local 192.0.2.1 dev d0 table local scope host\n");
+   const std::string updates =
+      "Deleted 10.0.0.0/8 via 192.0.2.7 dev d0 \n"
+      "10.0.0.0/8 via 192.0.2.8 dev d0 table 100 \n"
+      "10.0.0.0/8 via 192.0.2.7 dev d0 \n";
+   Ran ran = rtrie({"watch", "--table", table, "--route-table", "100"}, updates);
+   EXPECT_EQ("replace  10.0.0.0/8  via 192.0.2.9 dev d0 table 100 -> via 192.0.2.8 dev d0 table 100\n", ran.out);
+   EXPECT_THAT(ran.err, testing::EndsWith("rtrie: <stdin>: passed over 2 of other routing tables: main (2); "
+                                          "--route-table takes one of them, or all\n"));
+   ran = rtrie({"watch", "--table", table, "--route-table", "all"}, updates);
+   EXPECT_EQ(
+      "replace  10.0.0.0/8  via 192.0.2.7 dev d0 -> via 192.0.2.9 dev d0 table 100\n"
+      "replace  10.0.0.0/8  via 192.0.2.9 dev d0 table 100 -> via 192.0.2.8 dev d0 table 100\n"
+      "replace  10.0.0.0/8  via 192.0.2.8 dev d0 table 100 -> via 192.0.2.7 dev d0\n",
+      ran.out);
+   EXPECT_EQ(0, ran.status);
+}
+
+// What a list says of a prefix goes before what a kernel says, unless the kernel's takes its place.
+TEST(Watch, aListAndAKernel) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8 first\n10.0.0.0/8 second\n2001:db8::/32 third\n");
+   const Ran ran = rtrie({"watch", "--table", table},
+                         "10.0.0.0/8 via 192.0.2.7 dev d0 metric 20 \n"
+                         "10.0.0.0/8 via 192.0.2.8 dev d0 \n"
+                         "Deleted 10.0.0.0/8 via 192.0.2.8 dev d0 \n"
+                         "Deleted 2001:db8::/32 via fe80::1 dev d0 metric 1024 pref medium\n");
+   EXPECT_EQ(
+      "same     10.0.0.0/8  second\n"
+      "replace  10.0.0.0/8  second -> via 192.0.2.8 dev d0\n"
+      "replace  10.0.0.0/8  via 192.0.2.8 dev d0 -> via 192.0.2.7 dev d0 metric 20\n"
+      "delete   2001:db8::/32  third\n",
+      ran.out);
+}
+
+// Of a table of several peers, all offers are the prefix's, and an update is about the prefix.
+TEST(Watch, aTableOfBgpPeers) {
+   const Support::Folder folder;
+   const auto table = folder.file("table",
+                                  "TABLE_DUMP2|1700000000|B|192.0.2.1|65000|10.0.0.0/8|65000 65001|IGP\n"
+                                  "TABLE_DUMP2|1700000000|B|192.0.2.2|65002|10.0.0.0/8|65002|IGP\n");
+   const std::string updates = "1700000001 a 10.0.0.0/8 65009\n1700000002 w 10.0.0.0/8\n";
+   EXPECT_EQ("replace  10.0.0.0/8  65002 -> 65009\ndelete   10.0.0.0/8  65009\n",
+             rtrie({"watch", "--table", table}, updates).out);
+   EXPECT_EQ("replace  10.0.0.0/8  65000 65001 -> 65009\ndelete   10.0.0.0/8  65009\n",
+             rtrie({"watch", "--table", table, "--peer", "65000"}, updates).out);
+   EXPECT_EQ("delete   10.0.0.0/8  65002\n", rtrie({"watch", "--table", table}, "- 10.0.0.0/8\n").out);
+}
+
 TEST(Watch, aPayloadMaySayAnything) {
    const Support::Folder folder;
-   const auto table = folder.file("table", "10.0.0.0/8 metric ton\n");
-   const Ran ran = rtrie({"watch", "--table", table}, "+ 10.0.0.0/8 metric pound\n");
+   const auto table = folder.file("table", "10.0.0.0/8 a metric ton\n");
+   const Ran ran =
+      rtrie({"watch", "--table", table}, "+ 10.0.0.0/8 metric pound\nDeleted 10.0.0.0/8 via 192.0.2.7 dev d0 \n");
    EXPECT_EQ("", ran.err);
-   EXPECT_EQ("replace  10.0.0.0/8  metric ton -> metric pound\n", ran.out);
+   EXPECT_EQ("replace  10.0.0.0/8  a metric ton -> metric pound\ndelete   10.0.0.0/8  metric pound\n", ran.out);
    EXPECT_EQ(0, ran.status);
 }
 

@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "routetrie/platform/Corvid/Inspect.h"
@@ -26,6 +27,7 @@
 #include "tools/rtrie/TableSet.h"
 #include "tools/rtrie/TsvField.h"
 #include "tools/rtrie/UpdateLines.h"
+#include "tools/rtrie/Words.h"
 
 namespace Rtrie {
 namespace {
@@ -137,10 +139,11 @@ class WatchedTrie {
 };
 
 // The routes, with all that a kernel has at a prefix. What was loaded stays in the set that it was read to until it is
-// touched.
+// touched; that set keeps its candidates.
 class WatchedTable {
   public:
-   explicit WatchedTable(const RouteSet& loaded) : loaded_(loaded) {
+   WatchedTable(const RouteSet& loaded, const Selection& selection)
+      : loaded_(loaded), routeTableNames_(selection.routeTableNames) {
       for (const auto af : families) {
          loaded.forEach(af, [&](const Corenet::IpGenPrefix& route) { trie(af).routeIs(route, true); });
       }
@@ -162,72 +165,133 @@ class WatchedTable {
       }
       const auto after = answering(routes);
       auto& engine = trie(update.prefix.af());
-      if (update.isWithdrawal ? before && !after : true) {
+      if (before && !after) {
+         engine.routeDel(update.prefix);
+      } else if (after && !update.isWithdrawal) {
          // An addition of what is there already is published, too.
-         update.isWithdrawal ? static_cast<void>(engine.routeDel(update.prefix))
-                             : engine.routeIs(update.prefix, true);
+         engine.routeIs(update.prefix, true);
       }
-      if (routes.empty()) {
+      if (routes.empty() && loaded_.candidates(update.prefix).empty()) {
          touched_.erase(update.prefix);
       }
       return {kindOf(before, after), update.prefix, before, after};
    }
 
   private:
+   // As in a Candidate. routeTable: its key.
    struct Route {
-      U32 metric;
       std::string payload;
+      std::string routeTable;
+      Choice choice = Choice::lastLine;
+      std::uint64_t rank = 0;
+      bool answers = true;
    };
-
-   // A payload that a table brought may say anything.
-   static U32 metricIn(std::string_view payload) {
-      try {
-         return metricOf(payload);
-      } catch (const BadText&) {
-         return 0;
-      }
-   }
 
    Routing::TrieGen& trie(Corenet::AddressFamily af) { return tries_[af == Corenet::ipv6() ? 1 : 0].trie(); }
 
    std::vector<Route>& routesAt(const Corenet::IpGenPrefix& prefix) {
       const auto [place, isNew] = touched_.try_emplace(prefix);
-      if (isNew && trie(prefix.af()).route(prefix)) {
-         const std::string payload(loaded_.payload(prefix).value_or(""));
-         place->second.push_back({metricIn(payload), payload});
+      if (isNew) {
+         for (const Candidate& route : loaded_.candidates(prefix)) {
+            if (mayAnswer(route)) {
+               place->second.push_back({std::string(route.payload), routeTableNames_.key(route.source), route.choice,
+                                        route.rank, route.answers});
+            }
+         }
       }
       return place->second;
    }
 
-   // The payload of the route with the lowest metric, of two the first; none if there is none.
+   // Of a list, the last line has taken the place of those before it. What holds for some packets alone is no update's,
+   // either.
+   static bool mayAnswer(const Candidate& route) {
+      return route.choice == Choice::lastLine ? route.chosen
+                                              : route.answers || !routeAttributesOf(route.payload).isBound;
+   }
+
+   // The payload of the best route, of equal ones the first; none if there is none that answers.
    static std::optional<std::string> answering(const std::vector<Route>& routes) {
-      const auto best = std::min_element(routes.begin(), routes.end(),
-                                         [](const Route& a, const Route& b) { return a.metric < b.metric; });
-      return best == routes.end() ? std::nullopt : std::optional(best->payload);
+      const auto best = std::min_element(routes.begin(), routes.end(), [](const Route& a, const Route& b) {
+         return std::tuple(!a.answers, a.choice, a.rank) < std::tuple(!b.answers, b.choice, b.rank);
+      });
+      return best == routes.end() || !best->answers ? std::nullopt : std::optional(best->payload);
+   }
+
+   // Whether the update may be about that route. A line of a list stands for a route of a metric that is not told.
+   static bool isAbout(const RouteUpdate& update, const Route& route) {
+      const U32 metric = metricOfRank(update.rank);
+      switch (route.choice) {
+         case Choice::lastLine: return metric == unsaidMetric(update.prefix.af());
+         case Choice::metric: return route.routeTable == update.routeTable && metricOfRank(route.rank) == metric;
+         case Choice::asPath: return false;
+      }
+      return false;
    }
 
    static void add(std::vector<Route>& routes, const RouteUpdate& update) {
-      const Route route{metricIn(update.payload), update.payload};
-      const auto there =
-         std::find_if(routes.begin(), routes.end(), [&](const Route& each) { return each.metric == route.metric; });
       if (!update.isKernels) {
-         routes.assign(1, route);
-      } else if (there != routes.end()) {
+         routes.assign(1, {update.payload, "", Choice::lastLine, 0, true});
+         return;
+      }
+      const Route route{update.payload, update.routeTable, Choice::metric, update.rank, update.answers};
+      // A kernel has no two routes alike, and puts the new one in the place of the first with its metric.
+      auto there = std::find_if(routes.begin(), routes.end(), [&](const Route& each) {
+         return isAbout(update, each) && each.payload == update.payload;
+      });
+      if (there == routes.end()) {
+         there = std::find_if(routes.begin(), routes.end(), [&](const Route& each) { return isAbout(update, each); });
+      }
+      if (there != routes.end()) {
          *there = route;
       } else {
          routes.push_back(route);
       }
    }
 
-   // A kernel can have more than one route of a metric, of which the last that was told of is kept: one by other next hops
-   // is not that one.
+   // Of several routes of a metric, the one by other next hops is not that one. Of an IPv6 route, a kernel can withdraw one
+   // next hop and leave the others.
    static void withdraw(std::vector<Route>& routes, const RouteUpdate& update) {
-      const U32 metric = metricIn(update.payload);
-      const auto hops = nextHopsOf(update.payload);
-      std::erase_if(routes, [&](const Route& each) {
-         const auto its = nextHopsOf(each.payload);
-         return !update.isKernels || (each.metric == metric && (hops.empty() || its.empty() || hops == its));
+      if (!update.isKernels) {
+         routes.clear();
+         return;
+      }
+      const auto hops = hopsIn(update.payload);
+      std::erase_if(routes, [&](Route& each) {
+         const auto its = hopsIn(each.payload);
+         if (!isAbout(update, each)) {
+            return false;
+         }
+         if (update.prefix.af() == Corenet::ipv6() && !hops.empty() && its.size() > hops.size()) {
+            takeHop(each.payload, hops);
+            return false;
+         }
+         return hops.empty() || its.empty() || hops == its;
       });
+   }
+
+   // Takes the next hop by that gateway and device off a payload that has several.
+   static void takeHop(std::string& payload, const std::vector<std::string_view>& hop) {
+      constexpr std::string_view begin = " nexthop ";
+      for (auto at = payload.find(begin); at != std::string::npos;) {
+         const auto next = payload.find(begin, at + 1);
+         if (hopsIn(std::string_view(payload).substr(at, next - at)) == hop) {
+            payload.erase(at, next - at);
+            return;
+         }
+         at = next;
+      }
+   }
+
+   // The gateways and devices, which tell a route from another of its metric.
+   static std::vector<std::string_view> hopsIn(std::string_view payload) {
+      std::vector<std::string_view> hops;
+      for (auto word = takeWord(payload); !word.empty(); word = takeWord(payload)) {
+         if (word == "via" || word == "dev") {
+            const auto value = takeWord(payload);
+            hops.push_back(value == "inet" || value == "inet6" ? takeWord(payload) : value);
+         }
+      }
+      return hops;
    }
 
    static Kind kindOf(const std::optional<std::string>& before, const std::optional<std::string>& after) {
@@ -238,6 +302,7 @@ class WatchedTable {
    }
 
    const RouteSet& loaded_;
+   const RouteTableNames routeTableNames_;
    std::array<WatchedTrie, 2> tries_ = {WatchedTrie(Corenet::ipv4()), WatchedTrie(Corenet::ipv6())};
    std::map<Corenet::IpGenPrefix, std::vector<Route>> touched_;
 };
@@ -249,7 +314,10 @@ void tellPassedOver(const UpdateLines& lines) {
          say(fmt::format("<stdin>: passed over {} {}", grouped(count), what));
       }
    };
-   tell(lines.otherTables(), "of other routing tables");
+   if (const LeftOut& others = lines.otherTables(); others.count() != 0) {
+      tell(others.count(),
+           fmt::format("of other routing tables: {}; --route-table takes one of them, or all", others.names()));
+   }
    tell(lines.forSomePackets(), "of routes for some packets alone");
    tell(lines.otherObjects(), "of links, addresses, neighbours and other objects");
 }
@@ -262,15 +330,17 @@ ExitStatus run(const WatchOptions& options) {
    }
    const WatchFormat& format = rowNamed(std::span<const WatchFormat>(formats), "format", options.format);
    RouteSet routes;
+   routes.candidatesAreKept();
    std::uint64_t faults = loadTables(options, routes).faults;
    const std::uint64_t tableFaults = faults;
-   WatchedTable table(routes);
+   const Selection selection = selectionOf(options);
+   WatchedTable table(routes, selection);
    Output output(STDOUT_FILENO);
    if (options.isPublications) {
       table.watch(output);
    }
    std::uint64_t applied = 0;
-   UpdateLines lines([&](const RouteUpdate& update) {
+   UpdateLines lines(selection, [&](const RouteUpdate& update) {
       const Effect effect = table.apply(update);
       ++applied;
       if (!options.isPublications) {
@@ -314,10 +384,12 @@ Run addWatch(CLI::App& app) {
                 "Print what the trie tells its watchers, attribute by attribute, instead of the changes of routes")
       ->excludes(format);
    app.footer(
-      helpSection("Updates, one a line of standard input",
-                  "  + PREFIX PAYLOAD, TIME a PREFIX PAYLOAD   add the route, or replace its payload\n"
-                  "  - PREFIX, TIME w PREFIX                   take it away\n"
-                  "  what ip monitor route prints              as a kernel does, which takes the lowest metric\n") +
+      helpSection(
+         "Updates, one a line of standard input",
+         "  + PREFIX PAYLOAD, TIME a PREFIX PAYLOAD   add the route, or replace its payload\n"
+         "  - PREFIX, TIME w PREFIX                   take it away\n"
+         "  what ip monitor route prints              as a kernel does, which takes the lowest metric; of IPv4\n"
+         "                                            routes that go with a device, it tells nothing\n") +
       "\n" +
       helpSection("Answers, one a line of standard output",
                   "  add, replace, delete   the route that answers for the prefix is another now\n"
@@ -326,7 +398,8 @@ Run addWatch(CLI::App& app) {
       "\n" + helpSection("Formats", summariesOf(std::span<const WatchFormat>(formats))) + "\n" +
       helpSection("Examples",
                   "  echo '+ 192.0.2.0/24 via 198.51.100.1' | rtrie watch --table routes.txt\n"
-                  "  ip monitor route | rtrie watch --table <(ip route show)"));
+                  "  ip monitor route | rtrie watch --table <(ip route show)\n"
+                  "  ip monitor route | rtrie watch --table <(ip route show table all) --route-table 100"));
    return [options] { return run(*options); };
 }
 

@@ -16,8 +16,11 @@ namespace {
 
 using Corenet::AddressFamily;
 
-constexpr std::string_view typeWords[] = {"unicast",   "local",    "broadcast",   "multicast", "anycast",
-                                          "blackhole", "prohibit", "unreachable", "throw",     "nat"};
+// What stands before a destination; -N has the kernel's numbers for it.
+constexpr std::string_view typeWords[] = {
+   "unicast", "local", "broadcast", "multicast", "anycast", "blackhole", "prohibit", "unreachable",
+   "throw",   "nat",   "xresolve",  "1",         "2",       "3",         "4",        "5",
+   "6",       "7",     "8",         "9",         "10",      "11"};
 // What can follow the destination.
 constexpr std::string_view attributeWords[] = {
    "via", "dev",  "proto", "scope", "src",     "metric", "table",    "nhid", "weight",  "tos",   "encap",
@@ -67,29 +70,13 @@ struct Line {
 Line taken(std::string_view text) {
    Line line;
    line.destination = takeWord(text);
-   if (isOneOf(line.destination, typeWords)) {
+   if (isRouteType(line.destination)) {
       line.type = line.destination;
       line.destination = takeWord(text);
    }
    line.attributes = trimmed(text);
    return line;
 }
-
-// What the attributes of a route or of a next hop say that matters here.
-struct Attributes {
-   std::optional<AddressFamily> family;
-   std::optional<U32> metric;
-   std::string_view table;
-   U8 preference = 1;  // low, medium, high
-   bool isBound = false;
-   bool isDead = false;
-
-   void familyIs(AddressFamily known) {
-      if (!family) {
-         family = known;
-      }
-   }
-};
 
 U32 metricOf(std::string_view text) {
    U32 metric = 0;
@@ -100,9 +87,12 @@ U32 metricOf(std::string_view text) {
    return metric;
 }
 
-// The attributes on one part of a line, up to its next hops.
-Attributes attributesOf(std::string_view text) {
-   Attributes all;
+}  // namespace
+
+bool isRouteType(std::string_view word) { return isOneOf(word, typeWords); }
+
+RouteAttributes routeAttributesOf(std::string_view text) {
+   RouteAttributes all;
    bool isTunnel =
       false;  // between `encap` and the device: words of the tunnel's own, some spelled as attributes are
    for (auto word = takeWord(text); !word.empty() && word != "nexthop"; word = takeWord(text)) {
@@ -146,10 +136,6 @@ Attributes attributesOf(std::string_view text) {
    return all;
 }
 
-constexpr std::string_view mainTable = "main";
-
-}  // namespace
-
 bool IpRouteLines::looksLike(std::string_view text) {
    const Line line = taken(text);
    if (line.destination == "nexthop" || line.destination == "nh_info") {
@@ -182,9 +168,9 @@ void IpRouteLines::line(std::string_view text, RouteSet& routes) {
       }
       // A line that this program has written has the next hops on it, without a backslash.
       const auto hops = std::min(line.attributes.size(), (" " + std::string(line.attributes)).find(" nexthop "));
-      const Attributes attributes = attributesOf(line.attributes.substr(0, hops));
-      route.table = attributes.table.empty() ? mainTable : attributes.table;
-      if (!isSelected(route.table)) {
+      const RouteAttributes attributes = routeAttributesOf(line.attributes.substr(0, hops));
+      route.table = attributes.table;
+      if (!selection_.takesRouteTable(route.table)) {
          leaveOut(route.table);
          return;
       }
@@ -215,7 +201,7 @@ void IpRouteLines::nextHop(std::string_view text) {
       text = trimmed(text.substr(next));
       auto words = hop;
       takeWord(words);
-      const Attributes attributes = attributesOf(words);
+      const RouteAttributes attributes = routeAttributesOf(words);
       if (!open_->family) {
          open_->family = attributes.family;
       }
@@ -257,22 +243,16 @@ void IpRouteLines::familyIs(AddressFamily family, RouteSet& routes) {
 }
 
 void IpRouteLines::add(const Route& route, AddressFamily family, RouteSet& routes) const {
-   constexpr U32 unsaidMetric6 = 1024;
    const std::string order[] = {"255", "254", "253"};
    const auto at = std::find(std::begin(order), std::end(order), selection_.routeTableNames.key(route.table));
    OfferText offer;
    offer.payload = route.payload;
    offer.source = route.table;
    offer.choice = Choice::metric;
-   offer.rank = metricRank(route.metric.value_or(family == AddressFamily::ipv6 ? unsaidMetric6 : 0), route.preference,
+   offer.rank = metricRank(route.metric.value_or(unsaidMetric(family)), route.preference,
                            static_cast<U8>(at - std::begin(order)));
    offer.answers = !route.isBound && !route.isDead && (route.nextHops == 0 || route.nextHops > route.deadNextHops);
    routes.add(route.prefix ? *route.prefix : defaultOf(family), offer);
-}
-
-bool IpRouteLines::isSelected(std::string_view table) const {
-   const auto& names = selection_.routeTableNames;
-   return selection_.allRouteTables || names.key(table) == selection_.routeTable.value_or(names.key(mainTable));
 }
 
 }  // namespace Rtrie

@@ -22,12 +22,40 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "routetrie/platform/Corenet.h"
 #include "tools/rtrie/TableFormat.h"
 
 namespace Rtrie {
+
+// What the words after a route's destination, or those of a next hop, say that decides on it.
+struct RouteAttributes {
+   std::optional<Corenet::AddressFamily> family;
+   std::optional<U32> metric;
+   std::string_view table = "main";
+   U8 preference = 1;     // low, medium, high
+   bool isBound = false;  // it holds for packets of some source or type of service alone
+   bool isDead = false;
+
+   void familyIs(Corenet::AddressFamily known) {
+      if (!family) {
+         family = known;
+      }
+   }
+};
+
+// Up to the next hops that have lines of their own. Raises BadText for a metric that is no number of 32 bits.
+RouteAttributes routeAttributesOf(std::string_view text);
+
+// Of a line without one.
+constexpr U32 unsaidMetric(Corenet::AddressFamily family) {
+   return family == Corenet::AddressFamily::ipv6 ? 1024 : 0;
+}
+
+// "blackhole" and the like, which stand before a destination.
+bool isRouteType(std::string_view word);
 
 class IpRouteLines final : public LineParser {
   public:
@@ -55,7 +83,6 @@ class IpRouteLines final : public LineParser {
    void close(RouteSet& routes);
    void familyIs(Corenet::AddressFamily family, RouteSet& routes);
    void add(const Route& route, Corenet::AddressFamily family, RouteSet& routes) const;
-   bool isSelected(std::string_view table) const;
 
    const Selection selection_;
    std::optional<Route> open_;
