@@ -4,7 +4,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdio>
+
+#include "tools/tables/Messages.h"
 
 namespace Bench {
 
@@ -90,7 +91,7 @@ std::optional<Options> optionsOf(int argc, char** argv, int& status) {
       status = app.exit(wish);
       return {};
    } catch (const CLI::Error& error) {
-      fmt::print(stderr, "routetrie-bench: {}; see --help\n", error.what());
+      Rtrie::say(fmt::format("{}; see --help", error.what()));
       status = 2;
       return {};
    }

@@ -11,8 +11,8 @@
 #include <span>
 
 #include "bench/Random.h"
-#include "tools/rtrie/RouteSet.h"
-#include "tools/rtrie/TableLoader.h"
+#include "tools/tables/RouteSet.h"
+#include "tools/tables/TableLoader.h"
 
 namespace Bench {
 

@@ -2,8 +2,8 @@
 // one beside the source tree, else the country table of Debian's tor-geoipdb, else generated routes with the length
 // histogram of a real table.
 //
-// Tables of a file are read by the reader of the command rtrie, in any format that it knows. The default route is left
-// out: most engines keep it beside their structure.
+// Tables of a file are read by the reader that the command rtrie has, too, in any format that it knows. The default
+// route is left out: most engines keep it beside their structure.
 #pragma once
 
 #include <string>

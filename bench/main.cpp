@@ -22,6 +22,7 @@
 #include "bench/Table.h"
 #include "bench/Updates.h"
 #include "bench/Workload.h"
+#include "tools/tables/Messages.h"
 
 namespace Bench {
 
@@ -29,8 +30,6 @@ namespace {
 
 // How many queries of each kind the answers to are compared.
 constexpr std::size_t checkCount = 10000;
-
-void progress(const std::string& text) { fmt::print(stderr, "routetrie-bench: {}\n", text); }
 
 struct Loaded {
    std::string name;
@@ -52,7 +51,7 @@ std::vector<Loaded> load(const Options& options, const Workload<F>& work, const 
    for (const EngineRow& row : options.engines) {
       if (const auto make = row.makerFor<F>(); make != nullptr) {
          const std::string name(row.nameFor<F>());
-         progress(fmt::format("{}: loading {}", where, name));
+         Rtrie::say(fmt::format("{}: loading {}", where, name));
          try {
             group.push_back({name, make(work)});
          } catch (const std::runtime_error& error) {
@@ -104,7 +103,7 @@ void runFamily(const Options& options, const Table& table, const Updates& update
       return;
    }
    if (shuffled.empty()) {
-      progress(fmt::format("{}: the table has no routes", family));
+      Rtrie::say(fmt::format("{}: the table has no routes", family));
       return;
    }
    for (const Size& size : options.sizes) {
@@ -119,9 +118,9 @@ void runFamily(const Options& options, const Table& table, const Updates& update
       }
       std::vector<Loaded> group = load<F>(options, work, where);
       check(group, where);
-      progress(fmt::format("{}: {} engines give the right answers on {} queries", where, group.size(), checkCount));
+      Rtrie::say(fmt::format("{}: {} engines give the right answers on {} queries", where, group.size(), checkCount));
       for (const OpRow& op : options.ops) {
-         progress(fmt::format("{}: {} {}", where, options.checkOnly ? "running" : "measuring", op.name));
+         Rtrie::say(fmt::format("{}: {} {}", where, options.checkOnly ? "running" : "measuring", op.name));
          measure(options, op, group, {std::string(op.name), "", family, size.name}, results);
       }
       check(group, where + ", afterwards");
@@ -142,7 +141,7 @@ int run(int argc, char** argv) {
       return status;
    }
    if (!isOptimised() && !options->checkOnly) {
-      progress(
+      Rtrie::say(
          "built without optimisation: the figures would mean nothing; build with the preset bench, or use --check");
       return 2;
    }
@@ -154,7 +153,7 @@ int run(int argc, char** argv) {
 
    const Table table = loadTable(options->table);
    RunInfo info{table.source, machineLine(), today(), {}};
-   progress(fmt::format("table {}: {} IPv4 and {} IPv6 routes", table.source, table.v4.size(), table.v6.size()));
+   Rtrie::say(fmt::format("table {}: {} IPv4 and {} IPv6 routes", table.source, table.v4.size(), table.v6.size()));
 
    const Updates updates = options->updates.empty() ? Updates() : loadUpdates(options->updates);
 
@@ -177,7 +176,7 @@ int run(int argc, char** argv) {
    if (!options->plot.empty()) {
       for (const Chart& chart : chartsOf(results, info, options->engines)) {
          const auto path = (std::filesystem::path(options->plot) / (chart.name + ".svg")).string();
-         progress("drawing " + path);
+         Rtrie::say("drawing " + path);
          runGnuplot(gnuplotScript(chart), path);
       }
    }
@@ -189,10 +188,11 @@ int run(int argc, char** argv) {
 }  // namespace Bench
 
 int main(int argc, char** argv) {
+   Rtrie::speakerIs("routetrie-bench");
    try {
       return Bench::run(argc, argv);
    } catch (const std::exception& error) {
-      Bench::progress(error.what());
+      Rtrie::say(error.what());
       return 1;
    }
 }

@@ -10,8 +10,7 @@
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/trie/front/TrieGen.h"
 #include "routetrie/trie/front/TrieWrapper.h"
-#include "tools/rtrie/TableSet.h"
-#include "tools/rtrie/engines/MultibitTable.h"
+#include "tools/tables/LiveBytes.h"
 
 namespace Bench {
 

@@ -12,7 +12,7 @@
 #include "bench/Engine.h"
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/trie/intrusive/Ipv6Trie.h"
-#include "tools/rtrie/TableSet.h"
+#include "tools/tables/LiveBytes.h"
 
 namespace Bench {
 

@@ -8,8 +8,7 @@
 
 #include "bench/Engine.h"
 #include "routetrie/trie/multibit/Trie.h"
-#include "tools/rtrie/TableSet.h"
-#include "tools/rtrie/engines/MultibitTable.h"
+#include "tools/tables/LiveBytes.h"
 
 namespace Bench {
 

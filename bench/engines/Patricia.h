@@ -12,7 +12,7 @@
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "routetrie/trie/patricia/PatriciaTrieIterator.h"
-#include "tools/rtrie/TableSet.h"
+#include "tools/tables/LiveBytes.h"
 
 namespace Bench {
 

@@ -9,7 +9,7 @@
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/platform/Corvid/Create.h"
 #include "routetrie/trie/patricia/PatriciaTrieWithCompactNodeData.h"
-#include "tools/rtrie/TableSet.h"
+#include "tools/tables/LiveBytes.h"
 
 namespace Bench {
 

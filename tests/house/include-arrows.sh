@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # include-arrows ROOT: fails where an include of the tree under ROOT points the wrong way.
 #
-#    tools/  bench/  examples/        may include the library
+#    tools/rtrie/  bench/             may include tools/tables/
+#    tools/tables/  examples/         may include the library
 #       |
 #    routetrie/*.h  table/            the table and its faces: platform/, and nothing of trie/
 #    routetrie/trie/front/            multibit/, patricia/
@@ -36,7 +37,8 @@ mayInclude() {
       routetrie/trie/*) echo "$platform" ;;
       routetrie/*) echo "$platform|routetrie/[a-z_0-9]+\.h|routetrie/table/.*" ;;
       examples/*) echo 'routetrie/.*' ;;
-      bench/*) echo 'routetrie/.*|bench/.*|tools/.*' ;;
+      bench/*) echo 'routetrie/.*|bench/.*|tools/tables/.*' ;;
+      tools/tables/*) echo 'routetrie/.*|tools/tables/.*' ;;
       tools/*) echo 'routetrie/.*|tools/.*' ;;
    esac
 }

@@ -65,6 +65,12 @@ tree; echo '#include "routetrie/trie/patricia/Trie.h"' >>examples/example.cpp
 catches 'examples/example.cpp:3: an example includes <routetrie/trie/patricia/Trie.h>, as a user does' $arrows
 tree; echo '#include "tools/rtrie/Table.h"' >>examples/example.cpp
 catches 'examples/example.cpp:3: may not include' $arrows
+tree; mkdir tools/tables; echo '#pragma once' | tee tools/rtrie/Engine.h >tools/tables/Loader.h
+echo '#include "tools/tables/Loader.h"' | tee bench/Table.h >>tools/rtrie/Engine.h
+passes $arrows
+echo '#include "tools/rtrie/Engine.h"' | tee -a bench/Table.h >>tools/tables/Loader.h
+catches 'bench/Table.h:2: may not include "tools/rtrie/Engine.h"' $arrows
+catches 'tools/tables/Loader.h:2: may not include "tools/rtrie/Engine.h"' $arrows
 tree; echo '#include SOME_HEADER' >>routetrie/trie/patricia/Trie.h
 catches 'routetrie/trie/patricia/Trie.h:5: an include that this check cannot read' $arrows
 tree; rm -r routetrie examples; mkdir routetrie examples

@@ -9,7 +9,7 @@
 #include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/NextHops.h"
 #include "tools/rtrie/TsvField.h"
-#include "tools/rtrie/Words.h"
+#include "tools/tables/Words.h"
 
 namespace Rtrie {
 namespace {

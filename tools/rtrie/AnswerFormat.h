@@ -20,7 +20,7 @@
 #include "routetrie/platform/Corenet.h"
 #include "tools/rtrie/Op.h"
 #include "tools/rtrie/Output.h"
-#include "tools/rtrie/RouteSet.h"
+#include "tools/tables/RouteSet.h"
 
 namespace Rtrie {
 

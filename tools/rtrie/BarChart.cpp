@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <iterator>
 
-#include "tools/rtrie/Numbers.h"
+#include "tools/tables/Numbers.h"
 
 namespace Rtrie {
 

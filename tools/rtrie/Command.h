@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "tools/rtrie/Errors.h"
-#include "tools/rtrie/TableLoader.h"
+#include "tools/tables/TableLoader.h"
 
 namespace Rtrie {
 

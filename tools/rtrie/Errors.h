@@ -10,10 +10,10 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string_view>
 
 #include "routetrie/platform/Types.h"
+#include "tools/tables/TableErrors.h"
 
 namespace Rtrie {
 
@@ -30,15 +30,5 @@ inline constexpr std::string_view exitStatusHelp =
 constexpr ExitStatus exitStatusOf(std::uint64_t faults, bool isUsable) {
    return faults == 0 ? ExitStatus::ok : isUsable ? ExitStatus::badData : ExitStatus::nothingUsable;
 }
-
-struct BadText : std::runtime_error {
-   using std::runtime_error::runtime_error;
-};
-struct DataError : std::runtime_error {
-   using std::runtime_error::runtime_error;
-};
-struct UsageError : std::runtime_error {
-   using std::runtime_error::runtime_error;
-};
 
 }  // namespace Rtrie

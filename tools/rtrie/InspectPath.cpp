@@ -5,8 +5,8 @@
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "tools/rtrie/CallCheck.h"
 #include "tools/rtrie/Errors.h"
-#include "tools/rtrie/PrefixText.h"
-#include "tools/rtrie/Words.h"
+#include "tools/tables/PrefixText.h"
+#include "tools/tables/Words.h"
 
 namespace Rtrie {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <charconv>
 
-#include "tools/rtrie/Words.h"
+#include "tools/tables/Words.h"
 
 namespace Rtrie {
 namespace {

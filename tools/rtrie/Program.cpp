@@ -8,9 +8,7 @@
 #include <new>
 
 #include "tools/rtrie/Command.h"
-#include "tools/rtrie/Messages.h"
 #include "tools/rtrie/Registry.h"
-#include "tools/rtrie/TableFormat.h"
 #include "tools/rtrie/commands/DumpCommand.h"
 #include "tools/rtrie/commands/InspectCommand.h"
 #include "tools/rtrie/commands/LookupCommand.h"
@@ -18,6 +16,8 @@
 #include "tools/rtrie/commands/TraceCommand.h"
 #include "tools/rtrie/commands/WalkCommand.h"
 #include "tools/rtrie/commands/WatchCommand.h"
+#include "tools/tables/Messages.h"
+#include "tools/tables/TableFormat.h"
 
 namespace Rtrie {
 namespace {

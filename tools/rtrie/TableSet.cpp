@@ -3,17 +3,9 @@
 #include <chrono>
 #include <cstdint>
 
-#include "routetrie/platform/Tesk/AllocTrack.h"
+#include "tools/tables/LiveBytes.h"
 
 namespace Rtrie {
-
-std::uint64_t trackedBytes() {
-   std::uint64_t bytes = 0;
-   for (const auto& tracker : Tesk::AllocTrackTypeInfo::all()) {
-      bytes += tracker->liveBytes();
-   }
-   return bytes;
-}
 
 TableSet::TableSet(const Engine& engine, const RouteSet& routes)
    : routes_(routes), hasPayloads_(includes(engine.answers, Questions::payload)) {

@@ -12,15 +12,12 @@
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/platform/Types.h"
 #include "tools/rtrie/Engine.h"
-#include "tools/rtrie/RouteSet.h"
+#include "tools/tables/RouteSet.h"
 
 namespace Rtrie {
 
 inline constexpr std::array<Corenet::AddressFamily, 2> families = {Corenet::AddressFamily::ipv4,
                                                                    Corenet::AddressFamily::ipv6};
-
-// Bytes of all objects that the library's allocation trackers count as live.
-std::uint64_t trackedBytes();
 
 class TableSet {
   public:

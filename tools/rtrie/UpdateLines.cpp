@@ -7,9 +7,9 @@
 #include <cstdint>
 
 #include "tools/rtrie/Errors.h"
-#include "tools/rtrie/PrefixText.h"
-#include "tools/rtrie/RouteSet.h"
-#include "tools/rtrie/Words.h"
+#include "tools/tables/PrefixText.h"
+#include "tools/tables/RouteSet.h"
+#include "tools/tables/Words.h"
 
 namespace Rtrie {
 namespace {

@@ -23,8 +23,8 @@
 
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/platform/Types.h"
-#include "tools/rtrie/Selection.h"
-#include "tools/rtrie/formats/IpRouteLines.h"
+#include "tools/tables/Selection.h"
+#include "tools/tables/formats/IpRouteLines.h"
 
 namespace Rtrie {
 

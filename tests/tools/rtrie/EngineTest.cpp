@@ -5,8 +5,8 @@
 #include <set>
 
 #include "Support.h"
-#include "tools/rtrie/AddressNumber.h"
 #include "tools/rtrie/Op.h"
+#include "tools/tables/AddressNumber.h"
 
 namespace Rtrie {
 namespace {

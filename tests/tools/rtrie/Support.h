@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "routetrie/platform/Corenet.h"
-#include "tools/rtrie/RouteSet.h"
-#include "tools/rtrie/TableFormat.h"
+#include "tools/tables/RouteSet.h"
+#include "tools/tables/TableFormat.h"
 
 namespace Rtrie::Support {
 

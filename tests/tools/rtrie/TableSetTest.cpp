@@ -5,6 +5,7 @@
 
 #include "Support.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/tables/LiveBytes.h"
 
 namespace Rtrie {
 namespace {

@@ -7,10 +7,10 @@
 #include "routetrie/platform/Keel/DumpContext.h"
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/OutputStream.h"
-#include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Registry.h"
-#include "tools/rtrie/TableLoader.h"
 #include "tools/rtrie/TableSet.h"
+#include "tools/tables/PrefixText.h"
+#include "tools/tables/TableLoader.h"
 
 namespace Rtrie {
 namespace {

@@ -13,13 +13,13 @@
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/InspectPath.h"
 #include "tools/rtrie/JsonLine.h"
-#include "tools/rtrie/Messages.h"
 #include "tools/rtrie/Output.h"
-#include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Registry.h"
 #include "tools/rtrie/SurfaceFormat.h"
-#include "tools/rtrie/TableLoader.h"
 #include "tools/rtrie/TableSet.h"
+#include "tools/tables/Messages.h"
+#include "tools/tables/PrefixText.h"
+#include "tools/tables/TableLoader.h"
 
 namespace Rtrie {
 namespace {

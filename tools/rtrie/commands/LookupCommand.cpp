@@ -8,15 +8,15 @@
 
 #include "tools/rtrie/AnswerFormat.h"
 #include "tools/rtrie/Engine.h"
-#include "tools/rtrie/LineReader.h"
-#include "tools/rtrie/Messages.h"
 #include "tools/rtrie/Op.h"
 #include "tools/rtrie/Output.h"
-#include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Registry.h"
-#include "tools/rtrie/TableLoader.h"
 #include "tools/rtrie/TableSet.h"
-#include "tools/rtrie/Words.h"
+#include "tools/tables/LineReader.h"
+#include "tools/tables/Messages.h"
+#include "tools/tables/PrefixText.h"
+#include "tools/tables/TableLoader.h"
+#include "tools/tables/Words.h"
 
 namespace Rtrie {
 namespace {

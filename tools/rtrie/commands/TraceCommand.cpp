@@ -16,11 +16,11 @@
 
 #include "routetrie/platform/BriskTrace.h"
 #include "routetrie/platform/Corvid/RangeException.h"
-#include "tools/rtrie/ByteSource.h"
 #include "tools/rtrie/JsonLine.h"
-#include "tools/rtrie/Numbers.h"
 #include "tools/rtrie/Output.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/tables/ByteSource.h"
+#include "tools/tables/Numbers.h"
 
 namespace Rtrie {
 namespace {

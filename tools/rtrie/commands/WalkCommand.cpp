@@ -7,11 +7,11 @@
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/Output.h"
-#include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Registry.h"
-#include "tools/rtrie/TableLoader.h"
 #include "tools/rtrie/TableSet.h"
 #include "tools/rtrie/TsvField.h"
+#include "tools/tables/PrefixText.h"
+#include "tools/tables/TableLoader.h"
 
 namespace Rtrie {
 namespace {

@@ -17,17 +17,17 @@
 #include "routetrie/platform/Corvid/Inspect.h"
 #include "routetrie/trie/front/TrieGen.h"
 #include "tools/rtrie/JsonLine.h"
-#include "tools/rtrie/LineReader.h"
-#include "tools/rtrie/Messages.h"
-#include "tools/rtrie/Numbers.h"
 #include "tools/rtrie/Output.h"
-#include "tools/rtrie/PrefixText.h"
 #include "tools/rtrie/Registry.h"
-#include "tools/rtrie/TableLoader.h"
 #include "tools/rtrie/TableSet.h"
 #include "tools/rtrie/TsvField.h"
 #include "tools/rtrie/UpdateLines.h"
-#include "tools/rtrie/Words.h"
+#include "tools/tables/LineReader.h"
+#include "tools/tables/Messages.h"
+#include "tools/tables/Numbers.h"
+#include "tools/tables/PrefixText.h"
+#include "tools/tables/TableLoader.h"
+#include "tools/tables/Words.h"
 
 namespace Rtrie {
 namespace {
@@ -398,7 +398,7 @@ Run addWatch(CLI::App& app) {
       "\n" + helpSection("Formats", summariesOf(std::span<const WatchFormat>(formats))) + "\n" +
       helpSection("Examples",
                   "  echo '+ 192.0.2.0/24 via 198.51.100.1' | rtrie watch --table routes.txt\n"
-                  "  ip monitor route | rtrie watch --table <(ip route show)\n"
+                  "  ip monitor route | rtrie watch --table <(ip route show table all)\n"
                   "  ip monitor route | rtrie watch --table <(ip route show table all) --route-table 100"));
    return [options] { return run(*options); };
 }

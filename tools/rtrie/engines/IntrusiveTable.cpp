@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tools/rtrie/AddressNumber.h"
+#include "tools/tables/AddressNumber.h"
 
 namespace Rtrie {
 namespace {

@@ -1,7 +1,6 @@
 #include "tools/rtrie/engines/MultibitTable.h"
 
 #include <fmt/format.h>
-#include <malloc.h>
 
 #include <array>
 #include <cstdint>
@@ -10,15 +9,6 @@ namespace Rtrie {
 namespace {
 
 using TrieImpl::TrieNode;
-
-template <class Each>
-void forEachChild(const TrieNode& node, Each&& each) {
-   for (U32 key = 0; node.children() != 0 && key < TrieImpl::levelEntries[node.level()]; ++key) {
-      if (const TrieNode* child = node.child(key)) {
-         each(*child);
-      }
-   }
-}
 
 using Levels = std::array<RouteTable::Level, TrieImpl::leafLevel + 1>;
 
@@ -59,12 +49,6 @@ class ChildVisitor final : public Routing::TrieWalkCallback {
 };
 
 }  // namespace
-
-std::uint64_t childArrayBytes(const TrieNode& node) {
-   std::uint64_t bytes = node.isIndirect() ? malloc_usable_size(node.u_.indirect_) + sizeof(std::size_t) : 0;
-   forEachChild(node, [&](const TrieNode& child) { bytes += childArrayBytes(child); });
-   return bytes;
-}
 
 std::vector<RouteTable::Level> MultibitTable::levels() const {
    Levels levels;

@@ -8,11 +8,9 @@
 
 #include "routetrie/trie/multibit/Trie.h"
 #include "tools/rtrie/RouteTable.h"
+#include "tools/tables/LiveBytes.h"
 
 namespace Rtrie {
-
-// The bytes of the arrays of children beneath a node, which no tracker counts, as the C library handed them out.
-std::uint64_t childArrayBytes(const TrieImpl::TrieNode& node);
 
 class MultibitTable final : public RouteTable {
   public:

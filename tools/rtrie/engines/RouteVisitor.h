@@ -5,8 +5,8 @@
 #pragma once
 
 #include "routetrie/trie/patricia/PatriciaTrieWalkCb.h"
-#include "tools/rtrie/AddressNumber.h"
 #include "tools/rtrie/RouteTable.h"
+#include "tools/tables/AddressNumber.h"
 
 namespace Rtrie {
 

@@ -1,0 +1,33 @@
+// PrefixText: the text of a query or of a table's first column. A prefix of either family, or a bare address,
+// which stands for itself: /32 or /128.
+//
+// Tested by tests/tools/tables/PrefixTextTest.cpp.
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Types.h"
+
+namespace Rtrie {
+
+// Raises BadText, whose text quotes the bad one: prefix length 33 exceeds 32: "10.0.0.0/33"
+Corenet::IpGenPrefix prefixOfText(std::string_view text);
+
+// Whether prefixOfText would succeed.
+bool isPrefixText(std::string_view text);
+
+// Whether it is an address without a length.
+bool isAddressText(std::string_view text);
+
+// The length of a netmask, such as 255.255.0.0; nullopt if it is none.
+std::optional<U8> netmaskLength(std::string_view text);
+
+// The IPv4 prefix of an address and a netmask's length. Raises BadText.
+Corenet::IpGenPrefix prefixOfMask(std::string_view address, U8 lengthBits);
+
+// "IPv4" or "IPv6".
+std::string_view familyName(Corenet::AddressFamily af);
+
+}  // namespace Rtrie

@@ -1,0 +1,104 @@
+// RouteSet: all that was read from the tables: a RouteList for each family, the payloads, and who offers them.
+//
+// Tested by tests/tools/tables/RouteSetTest.cpp.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "routetrie/platform/Corenet.h"
+#include "routetrie/platform/Types.h"
+#include "tools/tables/Offers.h"
+#include "tools/tables/RouteList.h"
+#include "tools/tables/StringPool.h"
+
+namespace Rtrie {
+
+// One of the offers for a prefix. The views hold as the one of RouteSet::payload() does.
+struct Candidate {
+   std::string_view payload;
+   std::string_view source;  // who offers it; empty if that is not told
+   Choice choice = Choice::lastLine;
+   std::uint64_t rank = 0;
+   bool answers = true;  // false: it holds for some packets alone
+   bool chosen = false;  // the table answers with it
+};
+
+// What is told of a route beside its prefix, to be added.
+struct OfferText {
+   std::string_view payload;
+   std::string_view source;  // empty: not told
+   Choice choice = Choice::lastLine;
+   std::uint64_t rank = 0;  // of those of one choice, the lowest is taken, and of equal ones the first
+   bool answers = true;     // false: it holds for some packets alone
+   bool replaces = false;   // it takes the place of what the source offered before. Requires: a source
+};
+
+class RouteSet {
+  public:
+   // From now on candidates() tells all offers, and not just the best.
+   void candidatesAreKept();
+
+   // Reading. The same prefix again with a payload alone: the last one counts. Withdrawing what the source does not offer
+   // does nothing.
+   void add(const Corenet::IpGenPrefix& prefix, std::string_view payload);
+   void add(const Corenet::IpGenPrefix& prefix, const OfferText& offer);
+   void withdraw(const Corenet::IpGenPrefix& prefix, std::string_view source);
+   void addRange(U32 first, U32 last, std::string_view payload);
+   void addRange(Corenet::U128 first, Corenet::U128 last, std::string_view payload);
+   void seal();
+
+   // Once sealed.
+   std::uint64_t size(Corenet::AddressFamily af) const;
+   std::uint64_t size() const { return list4_.routes().size() + list6_.routes().size(); }
+   // Offers that answer nothing because another one of their prefix does.
+   std::uint64_t lost() const { return list4_.lost() + list6_.lost(); }
+   // Offers that answer nothing because they hold for some packets alone.
+   std::uint64_t bound() const { return list4_.bound() + list6_.bound(); }
+
+   // The payload of a route, nullopt if there is no such route. The view holds until the next add().
+   std::optional<std::string_view> payload(const Corenet::IpGenPrefix& prefix) const;
+   // The offers for that very prefix, best first, then those that hold for some packets alone.
+   std::vector<Candidate> candidates(const Corenet::IpGenPrefix& prefix) const;
+
+   // Number of routes of each length, index 0 to 32 or 128.
+   std::vector<std::uint64_t> countByLength(Corenet::AddressFamily af) const;
+
+   // Calls each(IpGenPrefix, payload) for the routes of a family in ascending order. The payload's view holds as the one
+   // of payload() does.
+   template <class Each>
+   void forEachWithPayload(Corenet::AddressFamily af, Each&& each) const {
+      onList(af, [&](const auto& list) {
+         for (const auto& route : list.routes()) {
+            each(prefixOf(route.address.number(), route.lengthBits), payloads_.text(offers_.payloadOf(route.offer)));
+         }
+      });
+   }
+   // The same with each(IpGenPrefix).
+   template <class Each>
+   void forEach(Corenet::AddressFamily af, Each&& each) const {
+      forEachWithPayload(af, [&](const Corenet::IpGenPrefix& route, std::string_view) { each(route); });
+   }
+
+  private:
+   template <class Fn>
+   void onList(Corenet::AddressFamily af, Fn&& fn) const {
+      if (af == Corenet::AddressFamily::ipv6) {
+         fn(list6_);
+      } else {
+         fn(list4_);
+      }
+   }
+
+   void addOffer(const Corenet::IpGenPrefix& prefix, U32 offer);
+
+   StringPool payloads_;  // and sources
+   Offers offers_;
+   RouteList<U32> list4_{offers_};
+   RouteList<Corenet::U128> list6_{offers_};
+   bool keepsCandidates_ = false;
+};
+
+}  // namespace Rtrie

@@ -1,0 +1,246 @@
+#include "tools/tables/TableLoader.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <iterator>
+#include <vector>
+
+#include "tools/tables/ByteSource.h"
+#include "tools/tables/LineReader.h"
+#include "tools/tables/Messages.h"
+#include "tools/tables/Numbers.h"
+#include "tools/tables/Progress.h"
+#include "tools/tables/TableErrors.h"
+#include "tools/tables/TableFormat.h"
+#include "tools/tables/Words.h"
+
+namespace Rtrie {
+namespace {
+
+// Lines that decide on the format: enough for it to show through some bad lines at the top.
+constexpr std::size_t sampleLines = 200;
+// Bad lines that are printed for each table; more are only counted.
+constexpr std::uint64_t shownBadLines = 20;
+constexpr std::uint64_t linesPerUpdate = 1024;
+
+// Bytes at the start of a table that tell whether it is text.
+constexpr std::size_t sniffedBytes = 4096;
+
+// The header of a record of MRT (RFC 6396): seconds, type, subtype and length, high byte first.
+bool isMrt(std::string_view bytes) {
+   const auto number = [&](std::size_t at, std::size_t size) {
+      U32 value = 0;
+      for (const char byte : bytes.substr(at, size)) {
+         value = (value << 8) | static_cast<unsigned char>(byte);
+      }
+      return value;
+   };
+   constexpr std::size_t headerBytes = 12;
+   constexpr U32 types[] = {11, 12, 13, 16, 17, 32, 33, 48, 49};
+   constexpr U32 maxSubtype = 20;
+   constexpr U32 maxRecordBytes = 1U << 24;
+   return bytes.size() >= headerBytes && std::count(std::begin(types), std::end(types), number(4, 2)) > 0 &&
+          number(6, 2) <= maxSubtype && number(8, 4) <= maxRecordBytes;
+}
+
+bool isBlankOrComment(std::string_view trimmedLine) { return trimmedLine.empty() || trimmedLine.front() == '#'; }
+
+// Loads one table.
+class Loader {
+  public:
+   Loader(const std::string& path, bool strict, const Selection& selection, RouteSet& routes, Progress& progress)
+      : name_(tableName(path)),
+        strict_(strict),
+        selection_(selection),
+        routes_(routes),
+        progress_(progress),
+        source_(openTable(path)),
+        reader_(*source_, [this](std::uint64_t number, const std::string& what) {
+           ++entries_;
+           badLine(what, number);
+        }) {}
+
+   void load() {
+      refuseBinary();
+      std::vector<std::uint64_t> numbers;
+      std::vector<std::string> sample;
+      while (sample.size() < sampleLines) {
+         const auto text = nextLine();
+         if (!text) {
+            break;
+         }
+         numbers.push_back(reader_.lineNumber());
+         sample.emplace_back(*text);
+      }
+      const TableFormat& format = formatOf(sample);
+      selectedBy_ = format.selectedBy;
+      const auto parser = format.parser(selection_);
+      for (std::size_t i = 0; i < sample.size(); ++i) {
+         parse(*parser, sample[i], numbers[i]);
+      }
+      while (const auto text = nextLine()) {
+         parse(*parser, *text, reader_.lineNumber());
+      }
+      parser->end(routes_);
+      progress_.hide();
+      tellCount();
+      tellLeftOut(parser->leftOut());
+   }
+
+   std::uint64_t lines() const { return reader_.lineNumber(); }
+   std::uint64_t badLines() const { return badLines_; }
+   std::uint64_t leftOut() const { return leftOut_; }
+   SelectedBy selectedBy() const { return selectedBy_; }
+   bool isEmpty() const { return entries_ == badLines_; }
+   const std::string& name() const { return name_; }
+
+  private:
+   // An endless file of zeros has no lines to be bad.
+   void refuseBinary() {
+      const auto first = reader_.ahead(sniffedBytes);
+      if (isMrt(first)) {
+         throw DataError(fmt::format("{}: is an MRT file: read what bgpdump -m prints of it", name_));
+      }
+      if (first.substr(0, sniffedBytes).find('\0') != std::string_view::npos) {
+         throw DataError(fmt::format("{}: is no text: it holds bytes of 0", name_));
+      }
+   }
+
+   // The next line that is neither blank nor a comment, trimmed.
+   std::optional<std::string_view> nextLine() {
+      while (const auto line = reader_.next()) {
+         if (reader_.lineNumber() % linesPerUpdate == 0) {
+            progress_.update(name_, source_->position(), source_->size(), reader_.lineNumber());
+         }
+         if (const auto text = trimmed(*line); !isBlankOrComment(text)) {
+            return text;
+         }
+      }
+      return std::nullopt;
+   }
+
+   void parse(LineParser& parser, std::string_view text, std::uint64_t number) {
+      ++entries_;
+      try {
+         parser.line(text, routes_);
+      } catch (const BadText& fault) {
+         badLine(fault.what(), number);
+      }
+   }
+
+   void badLine(std::string_view fault, std::uint64_t number) {
+      ++badLines_;
+      const auto message = fmt::format("{}:{}: {}", name_, number, fault);
+      if (strict_) {
+         throw DataError(message);
+      }
+      if (badLines_ <= shownBadLines) {
+         progress_.hide();
+         say(message);
+      }
+   }
+
+   void tellLeftOut(const LeftOut& leftOut) {
+      leftOut_ = leftOut.count();
+      if (leftOut_ == 0) {
+         return;
+      }
+      const bool byPeer = selectedBy_ == SelectedBy::peer;
+      say(fmt::format("{}: {} line{} of other {} left out: {}{}", name_, grouped(leftOut_), leftOut_ == 1 ? "" : "s",
+                      byPeer ? "peers" : "routing tables", leftOut.names(),
+                      byPeer ? "" : "; --route-table takes one of them, or all"));
+   }
+
+   void tellCount() const {
+      if (badLines_ == 0) {
+         return;
+      }
+      const std::string hidden =
+         badLines_ > shownBadLines ? fmt::format(" ({} of them not shown)", grouped(badLines_ - shownBadLines)) : "";
+      say(fmt::format("{}: {} bad line{} left out of {}{}", name_, grouped(badLines_), badLines_ == 1 ? "" : "s",
+                      grouped(entries_), hidden));
+   }
+
+   std::string name_;
+   bool strict_;
+   const Selection& selection_;
+   RouteSet& routes_;
+   Progress& progress_;
+   std::unique_ptr<ByteSource> source_;
+   LineReader reader_;
+   std::uint64_t entries_ = 0;  // lines that are neither blank nor comments
+   std::uint64_t badLines_ = 0;
+   std::uint64_t leftOut_ = 0;
+   SelectedBy selectedBy_ = SelectedBy::nothing;
+};
+
+void tellUnanswering(const std::string& names, const RouteSet& routes) {
+   constexpr std::string_view where = "lookup --op exact --format json shows";
+   if (const std::uint64_t lost = routes.lost(); lost > 0) {
+      say(fmt::format("{}: {} route{} lost to another of the same prefix; {} {}", names, grouped(lost),
+                      lost == 1 ? "" : "s", where, lost == 1 ? "it" : "them"));
+   }
+   if (const std::uint64_t bound = routes.bound(); bound > 0) {
+      say(fmt::format("{}: {} route{} dead, or for one source or type of service alone: no answer; {} {}", names,
+                      grouped(bound), bound == 1 ? " is" : "s are", where, bound == 1 ? "it" : "them"));
+   }
+}
+
+}  // namespace
+
+Selection selectionOf(const LoadOptions& options) {
+   Selection selection;
+   if (!options.peer.empty()) {
+      selection.peer.emplace(options.peer);
+   }
+   selection.routeTableNames = RouteTableNames::ofThisMachine();
+   selection.allRouteTables = options.routeTable == "all";
+   if (!options.routeTable.empty()) {
+      selection.routeTable = selection.routeTableNames.key(options.routeTable);
+   }
+   return selection;
+}
+
+LoadReport loadTables(const LoadOptions& options, RouteSet& routes) {
+   const auto start = std::chrono::steady_clock::now();
+   const Selection selection = selectionOf(options);
+   LoadReport report;
+   std::string names;
+   bool hasPeers = false;
+   bool hasRouteTables = false;
+   for (const std::string& path : options.tables) {
+      Progress progress(Progress::standardErrorShows());
+      Loader loader(path, options.strict, selection, routes, progress);
+      loader.load();
+      report.lines += loader.lines();
+      report.faults += loader.badLines();
+      report.leftOut += loader.leftOut();
+      hasPeers = hasPeers || loader.selectedBy() == SelectedBy::peer;
+      hasRouteTables = hasRouteTables || loader.selectedBy() == SelectedBy::routeTable;
+      names += (names.empty() ? "" : ", ") + loader.name();
+      if (loader.isEmpty() && options.tables.size() > 1) {
+         say(fmt::format("{}: the table has no routes", loader.name()));
+         ++report.faults;
+      }
+   }
+   if (!options.peer.empty() && !hasPeers) {
+      throw DataError(fmt::format("{}: --peer is for lines of bgpdump -m, and these are none", names));
+   }
+   if (!options.routeTable.empty() && !hasRouteTables) {
+      throw DataError(fmt::format("{}: --route-table is for what ip route prints, and this is not", names));
+   }
+   routes.seal();
+   report.lost = routes.lost();
+   report.bound = routes.bound();
+   tellUnanswering(names, routes);
+   if (routes.size() == 0) {
+      throw DataError(fmt::format("{}: the table has no routes", names));
+   }
+   report.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+   return report;
+}
+
+}  // namespace Rtrie
