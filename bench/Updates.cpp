@@ -5,10 +5,10 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "tools/rtrie/ByteSource.h"
-#include "tools/rtrie/LineReader.h"
-#include "tools/rtrie/PrefixText.h"
-#include "tools/rtrie/Words.h"
+#include "tools/tables/ByteSource.h"
+#include "tools/tables/LineReader.h"
+#include "tools/tables/PrefixText.h"
+#include "tools/tables/Words.h"
 
 namespace Bench {
 
