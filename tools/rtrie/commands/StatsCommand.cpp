@@ -167,20 +167,20 @@ struct StatsFormat {
    void (*print)(const Figures& figures, Output& output);
 };
 
-constexpr StatsFormat formats[] = {
+constexpr StatsFormat statsFormats[] = {
    {"text", "for people", printText},
    {"json", "one object", printJson},
 };
 
 struct StatsOptions {
    TableOptions table;
-   std::string format = std::string(formats[0].name);
+   std::string format = std::string(statsFormats[0].name);
 };
 
 ExitStatus run(const StatsOptions& options) {
    options.table.check();
    const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
-   const StatsFormat& format = rowNamed(std::span<const StatsFormat>(formats), "format", options.format);
+   const StatsFormat& format = rowNamed(std::span<const StatsFormat>(statsFormats), "format", options.format);
    RouteSet routes;
    const auto report = loadTables(options.table, routes);
    const TableSet tables(engine, routes);
@@ -204,7 +204,7 @@ Run addStats(CLI::App& app) {
       ->type_name("FORMAT")
       ->capture_default_str();
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
-              helpSection("Formats", summariesOf(std::span<const StatsFormat>(formats))) + "\n" +
+              helpSection("Formats", summariesOf(std::span<const StatsFormat>(statsFormats))) + "\n" +
               helpSection("Example", "  rtrie stats --table /usr/share/tor/geoip --engine patricia-compact"));
    return [options] { return run(*options); };
 }

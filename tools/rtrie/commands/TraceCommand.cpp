@@ -167,19 +167,19 @@ struct TraceFormat {
    void (*listOf)(const std::vector<BriskTrace::Entry>& entries, Output& output);
 };
 
-constexpr TraceFormat formats[] = {
+constexpr TraceFormat traceFormats[] = {
    {"text", "for people", printSummaryText, printListText},
    {"json", "one object a line, times in nanoseconds", printSummaryJson, printListJson},
 };
 
 struct TraceOptions {
    std::string file;
-   std::string format = std::string(formats[0].name);
+   std::string format = std::string(traceFormats[0].name);
    bool isList = false;
 };
 
 ExitStatus run(const TraceOptions& options) {
-   const TraceFormat& format = rowNamed(std::span<const TraceFormat>(formats), "format", options.format);
+   const TraceFormat& format = rowNamed(std::span<const TraceFormat>(traceFormats), "format", options.format);
    const TraceContent content(options.file);
    Output output(STDOUT_FILENO);
    (options.isList ? format.listOf : format.summaryOf)(content.entries(), output);
@@ -195,7 +195,7 @@ Run addTrace(CLI::App& app) {
       ->required();
    app.add_flag("--list", options->isList, "Show each call by itself, the oldest first");
    app.add_option("--format", options->format, "How it is printed")->type_name("FORMAT")->capture_default_str();
-   app.footer(helpSection("Formats", summariesOf(std::span<const TraceFormat>(formats))) + "\n" +
+   app.footer(helpSection("Formats", summariesOf(std::span<const TraceFormat>(traceFormats))) + "\n" +
               helpSection("Example", "  rtrie trace trie.brisk"));
    return [options] { return run(*options); };
 }

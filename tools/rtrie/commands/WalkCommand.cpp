@@ -23,7 +23,7 @@ struct WalkFormat {
    void (*route)(const RouteTable::Prefix& route, std::string_view payload, Output& output);
 };
 
-constexpr WalkFormat formats[] = {
+constexpr WalkFormat walkFormats[] = {
    {"text", "the route, and behind a blank its payload: a table of routes again",
     [](const RouteTable::Prefix& route, std::string_view payload, Output& output) {
        output.text(route.stringValue());
@@ -52,7 +52,7 @@ constexpr WalkFormat formats[] = {
 
 struct WalkOptions {
    TableOptions table;
-   std::string format = std::string(formats[0].name);
+   std::string format = std::string(walkFormats[0].name);
    std::string prefix;
 };
 
@@ -71,7 +71,7 @@ ExitStatus run(const WalkOptions& options) {
    options.table.check();
    const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
    requireAnswers(engine, Questions::subtree, "walk", engines());
-   const WalkFormat& format = rowNamed(std::span<const WalkFormat>(formats), "format", options.format);
+   const WalkFormat& format = rowNamed(std::span<const WalkFormat>(walkFormats), "format", options.format);
    RouteTable::Prefix prefix;
    if (!options.prefix.empty()) {
       try {
@@ -102,7 +102,7 @@ Run addWalk(CLI::App& app) {
    app.add_option("--format", options->format, "How routes are printed")->type_name("FORMAT")->capture_default_str();
    app.add_option("PREFIX", options->prefix, "Only the routes that it covers; without it, all")->type_name("");
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
-              helpSection("Formats", summariesOf(std::span<const WalkFormat>(formats))) + "\n" +
+              helpSection("Formats", summariesOf(std::span<const WalkFormat>(walkFormats))) + "\n" +
               helpSection("Example", "  rtrie walk --table routes.txt 10.0.0.0/8"));
    return [options] { return run(*options); };
 }

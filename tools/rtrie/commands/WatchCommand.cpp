@@ -86,14 +86,14 @@ void printJson(const Effect& effect, Output& output) {
                      {"new", json(effect.after)}});
 }
 
-constexpr WatchFormat formats[] = {
+constexpr WatchFormat watchFormats[] = {
    {"text", "the change, the prefix, and its payload: OLD -> NEW where it is replaced", printText},
    {"tsv", "change, tab, prefix, tab, old payload, tab, new payload", printTsv},
    {"json", "one object a line: change, prefix, old, new", printJson},
 };
 
 struct WatchOptions : LoadOptions {
-   std::string format = std::string(formats[0].name);
+   std::string format = std::string(watchFormats[0].name);
    bool isPublications = false;
 };
 
@@ -328,7 +328,7 @@ ExitStatus run(const WatchOptions& options) {
          throw UsageError("standard input holds the updates, and can't be the table");
       }
    }
-   const WatchFormat& format = rowNamed(std::span<const WatchFormat>(formats), "format", options.format);
+   const WatchFormat& format = rowNamed(std::span<const WatchFormat>(watchFormats), "format", options.format);
    RouteSet routes;
    routes.candidatesAreKept();
    std::uint64_t faults = loadTables(options, routes).faults;
@@ -395,7 +395,7 @@ Run addWatch(CLI::App& app) {
                   "  add, replace, delete   the route that answers for the prefix is another now\n"
                   "  same                   it is the one that it was\n"
                   "  absent                 there was none to take away\n") +
-      "\n" + helpSection("Formats", summariesOf(std::span<const WatchFormat>(formats))) + "\n" +
+      "\n" + helpSection("Formats", summariesOf(std::span<const WatchFormat>(watchFormats))) + "\n" +
       helpSection("Examples",
                   "  echo '+ 192.0.2.0/24 via 198.51.100.1' | rtrie watch --table routes.txt\n"
                   "  ip monitor route | rtrie watch --table <(ip route show table all)\n"
