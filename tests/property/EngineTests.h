@@ -74,6 +74,7 @@ struct WorldCase {
 
    U32 place;  // of the world in an address, in bits
    bool setHasOneTree;
+   bool asksEachWay;  // at full size a shape is asked on each of the ways that lead to it
    Outcome (*run)(U32 place, bool asksEachTime);
 };
 
@@ -84,11 +85,12 @@ WorldCase::Outcome runWorld(U32 place, bool asksEachTime) {
    return {fault, world.states(), world.shapes()};
 }
 
+// Where a set has one tree, or where another engine has the same trees, it would tell nothing to ask each way.
 template <Engine E>
-auto placesOn(std::initializer_list<U32> places) {
+auto placesOn(std::initializer_list<U32> places, bool asksEachWay = !E::habits.setHasOneTree) {
    std::vector<WorldCase> cases;
    for (const U32 place : places) {
-      cases.push_back({place, E::habits.setHasOneTree, runWorld<E>});
+      cases.push_back({place, E::habits.setHasOneTree, asksEachWay && place == 0, runWorld<E>});
    }
    return testing::ValuesIn(cases);
 }
@@ -97,11 +99,10 @@ class SmallWorlds : public testing::TestWithParam<WorldCase> {};
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(SmallWorlds);
 
 TEST_P(SmallWorlds, everySetInEveryOrder) {
-   const auto& [place, setHasOneTree, runAt] = GetParam();
+   const auto& [place, setHasOneTree, asksEachWay, runAt] = GetParam();
    const LiveCounts before;
-   // A shape is asked on the first of the ways that lead to it; at full size, at one place, on each of them. Where a set
-   // has one tree, that would tell nothing.
-   const auto [fault, states, shapes] = runAt(place, isFull() && place == 0 && !setHasOneTree);
+   // A shape is asked on the first of the ways that lead to it; at full size, at one place, on each of them.
+   const auto [fault, states, shapes] = runAt(place, isFull() && asksEachWay);
    EXPECT_EQ("", fault);
    // There are 31 sets of one, 465 of two and 4495 of three. Each is added in all orders, and after each of these
    // removed in all orders.

@@ -169,7 +169,7 @@ TYPED_TEST(TableSmallWorldTest, everySubset) {
    if (isFull()) {
       this->everySubset({this->world.begin(), this->world.begin() + 15});
    }
-   for (int round = sized(1, 1, 4); round-- != 0;) {
+   for (int round = sized(1, 1, 2); round-- != 0;) {
       this->everySubset(this->sample(sized<std::size_t>(4, 7, 12), this->world));
    }
 }
@@ -198,7 +198,7 @@ TYPED_TEST(TableSmallWorldTest, everyPairInEveryOrder) {
 
 // Of six, 720 orders of additions and 720 of removals; at full size of many, and of four each with each.
 TYPED_TEST(TableSmallWorldTest, sixInEveryOrder) {
-   for (int round = sized(0, 1, 40); round-- != 0;) {
+   for (int round = sized(0, 1, 8); round-- != 0;) {
       ASSERT_NO_FATAL_FAILURE(this->everyOrder(this->sample(6, this->world), false));
       ASSERT_NO_FATAL_FAILURE(this->everyOrder(this->sample(isFull() ? 4 : 3, this->world), true));
    }

@@ -114,7 +114,7 @@ TYPED_TEST(TableValuesTest, eachLivesOnceAsLongAsItsRoute) {
    using Prefix = typename TypeParam::prefix_type;
    typename TestFixture::Session session;
    auto& dice = this->random;
-   for (int i = 0; i < sized(300, 2000, 100'000); ++i) {
+   for (int i = 0; i < sized(300, 2000, 10'000); ++i) {
       const auto p = randomPrefix<Prefix>(dice);
       const auto number = static_cast<std::uint32_t>(dice() % 100);
       switch (dice() % 8) {
@@ -300,7 +300,7 @@ TYPED_TEST(TableSmallValuesTest, agreesWithTheOracle) {
    static_assert(std::is_void_v<T> || std::is_same_v<T, NoDefault> || std::is_default_constructible_v<T>);
    std::mt19937_64 random(seed());
    TableSession<TypeParam> session;
-   for (int i = 0; i < sized(300, 2000, 100'000); ++i) {
+   for (int i = 0; i < sized(300, 2000, 10'000); ++i) {
       const auto p = randomPrefix<P>(random);
       const auto number = static_cast<std::uint32_t>(random());
       switch (random() % 4) {
