@@ -3,7 +3,7 @@
 #  - installed from BUILD into SCRATCH, moved, and used through find_package, through pkg-config and as a command. Moved,
 #    because nothing installed may lean on the folder it was built for;
 #  - SOURCE as a part of the project, by add_subdirectory and by FetchContent: what that sets up is checked;
-#  - with ROUTETRIE_FULL=1 these two are built as well, one shared and one static, and a static library is built, installed and
+#  - with ROUTETRIE_INSTALL_ALL=1 these two are built as well, one shared and one static, and a static library is built, installed and
 #    used: three times the whole library.
 # The environment names the tools: CMAKE, CXX, PKG_CONFIG; LIBDIR is the prefix's folder of libraries, VERSION what was built.
 set -euo pipefail
@@ -70,8 +70,8 @@ fi
 consumer subdirectory -DFROM=subdirectory -DSOURCE="$source"
 consumer fetch -DFROM=fetch -DSOURCE="$source" -DBUILD_SHARED_LIBS=OFF
 
-if [[ ${ROUTETRIE_FULL:-} != 1 ]]; then
-   printf 'used: installed; configured: as a part of another project (ROUTETRIE_FULL=1 builds it, and a static one)\n'
+if [[ ${ROUTETRIE_INSTALL_ALL:-} != 1 ]]; then
+   printf 'used: installed; configured: as a part of another project (ROUTETRIE_INSTALL_ALL=1 builds it, and a static one)\n'
    exit
 fi
 built subdirectory
