@@ -215,7 +215,7 @@ class ROUTETRIE_EXPORT Tree {
       return n.valueRun - static_cast<U32>(std::popcount(n.routes[1]));
    }
 
-   //--- lookups: Lookup.cpp holds them compiled for machines that count bits, for programs that are not
+   //--- lookups: TreeQuestions.cpp holds them compiled for machines that count bits, for programs that are not
    ROUTETRIE_INLINE Match matchHere(Bits address, unsigned step) const noexcept;
    template <unsigned valueSize>
    ROUTETRIE_INLINE void burstHere(const Bits* addresses, const void** answers, unsigned count) const noexcept;
