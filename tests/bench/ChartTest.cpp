@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 namespace Bench {
-namespace {
+namespace ChartTest {
 
 using testing::HasSubstr;
 using testing::Not;
@@ -71,5 +71,5 @@ TEST(Chart, WithoutAFigureIsNothingToDraw) {
    EXPECT_FALSE(hasPoints(empty));
 }
 
-}  // namespace
+}  // namespace ChartTest
 }  // namespace Bench

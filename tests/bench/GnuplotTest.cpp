@@ -13,7 +13,7 @@
 #include <stdexcept>
 
 namespace Bench {
-namespace {
+namespace GnuplotTest {
 
 using testing::HasSubstr;
 using testing::ThrowsMessage;
@@ -66,5 +66,5 @@ TEST_F(GnuplotTest, FailureNamesTheFile) {
                ThrowsMessage<std::runtime_error>(file("no/x.svg") + ": No such file or directory"));
 }
 
-}  // namespace
+}  // namespace GnuplotTest
 }  // namespace Bench

@@ -14,7 +14,7 @@
 #include "bench/engines/StdMap.h"
 
 namespace Bench {
-namespace {
+namespace MeasuredEngineTest {
 
 using testing::StartsWith;
 
@@ -153,5 +153,5 @@ TYPED_TEST(MeasuredEngineTest, RefusesAnEngineThatRefusesARoute) {
    EXPECT_THROW((fault<TypeParam, Wrong::insert>()), std::runtime_error);
 }
 
-}  // namespace
+}  // namespace MeasuredEngineTest
 }  // namespace Bench

@@ -17,7 +17,7 @@
 #include "tests/property/Workload.h"
 
 namespace Property {
-namespace {
+namespace AllocationTest {
 
 std::uint64_t slabAllocations() {
    std::uint64_t sum = 0;
@@ -122,5 +122,5 @@ TEST(Allocation, aDeepPathOfLongKeysCostsOneRecord) {
    EXPECT_EQ(route, answer);
 }
 
-}  // namespace
+}  // namespace AllocationTest
 }  // namespace Property

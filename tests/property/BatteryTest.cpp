@@ -13,7 +13,7 @@
 #include "tests/property/Workload.h"
 
 namespace Property {
-namespace {
+namespace BatteryTest {
 
 using testing::HasSubstr;
 using testing::StartsWith;
@@ -174,5 +174,5 @@ TEST(Workload, keepsTablesNearTheirSizeAndRoutesClose) {
    }
 }
 
-}  // namespace
+}  // namespace BatteryTest
 }  // namespace Property

@@ -18,7 +18,7 @@
 #include "tests/property/Workload.h"
 
 namespace Property {
-namespace {
+namespace BulkTest {
 
 using Corenet::AddressFamily;
 using Corenet::CompactIpPrefix;
@@ -212,5 +212,5 @@ TEST(BulkTest, ATrieGenWithoutAFamilyAnswersWithTheEmptyValue) {
    EXPECT_EQ(std::vector<IpGenPrefix>(2), answers);
 }
 
-}  // namespace
+}  // namespace BulkTest
 }  // namespace Property

@@ -15,7 +15,7 @@
 #include "tests/property/Scale.h"
 
 namespace Property {
-namespace {
+namespace DepthTest {
 
 // The sanitizers' frames are larger.
 constexpr std::size_t stackBytes = (isSanitized ? 8 : 1) * 64 * 1024;
@@ -126,5 +126,5 @@ TEST(DepthDeathTest, aLargeFrameDoesNotFit) {
                 "");
 }
 
-}  // namespace
+}  // namespace DepthTest
 }  // namespace Property

@@ -19,7 +19,7 @@
 #include "tests/support/LossAllowed.h"
 
 namespace Property {
-namespace {
+namespace FaultTest {
 
 //--- failing allocations ---
 
@@ -371,5 +371,5 @@ TYPED_TEST(ReadFaultTest, aMoveThatFailsMovesNothing) {
    EXPECT_EQ(key, iterator.key());
 }
 
-}  // namespace
+}  // namespace FaultTest
 }  // namespace Property

@@ -3,12 +3,12 @@
 #include "tests/property/FrontEngine.h"
 
 namespace Property {
-namespace {
+namespace FrontTest {
 
 using Corenet::ipv4;
 using Corenet::ipv6;
 
-constexpr RunLength run{5'000, 40'000, 150'000};
+constexpr RunLength run{5'000, 15'000, 150'000};
 
 INSTANTIATE_TEST_SUITE_P(Trie6, RandomOps, mixesOn<FrontEngine<Trie6Front>>(run), caseName);
 INSTANTIATE_TEST_SUITE_P(Compact4, RandomOps, mixesOn<FrontEngine<CompactFront<ipv4>>>(run), caseName);
@@ -18,5 +18,5 @@ INSTANTIATE_TEST_SUITE_P(Gen6, RandomOps, mixesOn<FrontEngine<GenFront<ipv6>>>(r
 INSTANTIATE_TEST_SUITE_P(Wrapper4, RandomOps, mixesOn<FrontEngine<WrapperFront<ipv4>>>(run), caseName);
 INSTANTIATE_TEST_SUITE_P(Wrapper6, RandomOps, mixesOn<FrontEngine<WrapperFront<ipv6>>>(run), caseName);
 
-}  // namespace
+}  // namespace FrontTest
 }  // namespace Property

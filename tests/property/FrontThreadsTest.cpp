@@ -15,7 +15,7 @@
 #include "tests/property/Workload.h"
 
 namespace Property {
-namespace {
+namespace FrontThreadsTest {
 
 constexpr int threadCount = 2;
 
@@ -146,5 +146,5 @@ TEST_F(FrontThreads, membersOfOneCollectionByVrf) {
    EXPECT_EQ(2U, byVrf->entries().memberCount());
 }
 
-}  // namespace
+}  // namespace FrontThreadsTest
 }  // namespace Property

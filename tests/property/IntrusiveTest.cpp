@@ -3,7 +3,7 @@
 #include "tests/property/IntrusiveEngine.h"
 
 namespace Property {
-namespace {
+namespace IntrusiveTest {
 
 INSTANTIATE_TEST_SUITE_P(Ipv6, RandomOps, mixesOn<Ipv6IntrusiveEngine>(), caseName);
 INSTANTIATE_TEST_SUITE_P(Ipv4, RandomOps, mixesOn<Ipv4IntrusiveEngine>(), caseName);
@@ -11,5 +11,5 @@ INSTANTIATE_TEST_SUITE_P(Ipv4, RandomOps, mixesOn<Ipv4IntrusiveEngine>(), caseNa
 INSTANTIATE_TEST_SUITE_P(Ipv6, SmallWorlds, placesOn<Ipv6IntrusiveEngine>({0, 4, 62, 124}), caseName);
 INSTANTIATE_TEST_SUITE_P(Ipv4, SmallWorlds, placesOn<Ipv4IntrusiveEngine>({0, 14, 28}), caseName);
 
-}  // namespace
+}  // namespace IntrusiveTest
 }  // namespace Property

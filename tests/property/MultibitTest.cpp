@@ -4,7 +4,7 @@
 #include "tests/property/MultibitEngine.h"
 
 namespace Property {
-namespace {
+namespace MultibitTest {
 
 // Sixteen and more routes of one length side by side, across the borders of levels: children and their arrays come and go.
 constexpr Mix bushes[] = {{"bushes", 3, {12, 0}, {32, 0}, 100, 400}};
@@ -13,5 +13,5 @@ INSTANTIATE_TEST_SUITE_P(Multibit, RandomOps, mixesOn<MultibitEngine>(), caseNam
 INSTANTIATE_TEST_SUITE_P(MultibitLevels, RandomOps, mixesOn<MultibitEngine>(longRun, bushes), caseName);
 INSTANTIATE_TEST_SUITE_P(Multibit, SmallWorlds, placesOn<MultibitEngine>({0, 6, 14, 18, 22, 26, 28}), caseName);
 
-}  // namespace
+}  // namespace MultibitTest
 }  // namespace Property

@@ -14,7 +14,7 @@
 #include "tests/property/Workload.h"
 
 namespace Property {
-namespace {
+namespace OrderTest {
 
 // What is planted, to see that each way is looked at.
 enum class Plant { none, walk, iterator, next, dump };
@@ -152,5 +152,5 @@ INSTANTIATE_TYPED_TEST_SUITE_P(Plain, OrderTest, Engines, EngineName);
 using DataEngines = PatriciaDataEngines<testing::Types>;
 INSTANTIATE_TYPED_TEST_SUITE_P(Data, OrderTest, DataEngines, EngineName);
 
-}  // namespace
+}  // namespace OrderTest
 }  // namespace Property

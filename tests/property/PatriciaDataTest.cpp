@@ -3,9 +3,9 @@
 #include "tests/property/PatriciaDataEngine.h"
 
 namespace Property {
-namespace {
+namespace PatriciaDataTest {
 
-constexpr RunLength run{3'000, 20'000, 100'000};
+constexpr RunLength run{3'000, 10'000, 100'000};
 
 INSTANTIATE_TEST_SUITE_P(Ipv4, RandomOps, mixesOn<Ipv4DataEngine>(run), caseName);
 INSTANTIATE_TEST_SUITE_P(Ipv4Compact, RandomOps, mixesOn<Ipv4CompactDataEngine>(run), caseName);
@@ -18,5 +18,5 @@ INSTANTIATE_TEST_SUITE_P(Ipv4Compact, SmallWorlds, placesOn<Ipv4CompactDataEngin
 INSTANTIATE_TEST_SUITE_P(Ipv6Legacy, SmallWorlds, placesOn<Ipv6LegacyDataEngine>({0, 62}, false), caseName);
 INSTANTIATE_TEST_SUITE_P(Ipv6Compact, SmallWorlds, placesOn<Ipv6CompactDataEngine>({0, 62}, false), caseName);
 
-}  // namespace
+}  // namespace PatriciaDataTest
 }  // namespace Property

@@ -11,7 +11,7 @@
 #include "tests/property/PatriciaEngine.h"
 
 namespace Property {
-namespace {
+namespace PatriciaShapeTest {
 
 template <class E>
 class PatriciaShape : public testing::Test {
@@ -141,5 +141,5 @@ TYPED_TEST(PatriciaShape, theDefaultRouteIsInNoNode) {
    EXPECT_EQ(1U, session.engine().trie().routes());
 }
 
-}  // namespace
+}  // namespace PatriciaShapeTest
 }  // namespace Property

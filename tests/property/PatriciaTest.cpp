@@ -4,7 +4,7 @@
 #include "tests/property/PatriciaEngine.h"
 
 namespace Property {
-namespace {
+namespace PatriciaTest {
 
 INSTANTIATE_TEST_SUITE_P(Ipv4, RandomOps, mixesOn<Ipv4Engine>(), caseName);
 INSTANTIATE_TEST_SUITE_P(Ipv4Compact, RandomOps, mixesOn<Ipv4CompactEngine>(), caseName);
@@ -16,5 +16,5 @@ INSTANTIATE_TEST_SUITE_P(Ipv4Compact, SmallWorlds, placesOn<Ipv4CompactEngine>({
 INSTANTIATE_TEST_SUITE_P(Ipv6Legacy, SmallWorlds, placesOn<Ipv6LegacyEngine>({0, 30, 62, 94, 124}), caseName);
 INSTANTIATE_TEST_SUITE_P(Ipv6Compact, SmallWorlds, placesOn<Ipv6CompactEngine>({0, 30, 54, 62, 94, 124}), caseName);
 
-}  // namespace
+}  // namespace PatriciaTest
 }  // namespace Property

@@ -19,7 +19,7 @@
 #include "tests/property/Workload.h"
 
 namespace Property {
-namespace {
+namespace PayloadTest {
 
 using Routing::PatriciaTrieWithNodeData;
 
@@ -399,5 +399,5 @@ TYPED_TEST(PayloadFaultTest, memoryThatRunsOutLeavesTheTrieAsItWas) {
 }
 #endif
 
-}  // namespace
+}  // namespace PayloadTest
 }  // namespace Property

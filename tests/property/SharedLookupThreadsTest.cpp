@@ -20,7 +20,7 @@
 #include "tests/property/Workload.h"
 
 namespace Property {
-namespace {
+namespace SharedLookupThreadsTest {
 
 constexpr int threadCount = 3;
 
@@ -235,5 +235,5 @@ TEST_F(SharedLookupThreads, intrusive) {
    });
 }
 
-}  // namespace
+}  // namespace SharedLookupThreadsTest
 }  // namespace Property

@@ -21,7 +21,7 @@ namespace Property {
 
 void PrintTo(const MaybePrefix& p, std::ostream* out) { *out << (p ? std::string(p->stringValue()) : "none"); }
 
-namespace {
+namespace SlowTableTest {
 
 using testing::ElementsAre;
 
@@ -139,5 +139,5 @@ TEST(PrefixBits, cutAndFlipped) {
    EXPECT_EQ(p("0.0.0.0/0"), cut(p("255.0.0.0/8"), 0));
 }
 
-}  // namespace
+}  // namespace SlowTableTest
 }  // namespace Property

@@ -6,7 +6,7 @@
 #include <sstream>
 
 namespace Property {
-namespace {
+namespace SlowTreeTest {
 
 // The tree after "+10.0.0.0/8 -10.0.0.0/8 ..."; a remove must find its route.
 SlowTree treeAfter(const std::string& ops) {
@@ -154,5 +154,5 @@ TEST(SlowTree, aRemoveThatFindsNothingChangesNothing) {
    EXPECT_EQ("10.1.2.0/24 {8 24}\n", tree.text());
 }
 
-}  // namespace
+}  // namespace SlowTreeTest
 }  // namespace Property

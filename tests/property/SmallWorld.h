@@ -21,8 +21,9 @@
 
 namespace Property {
 
-// Sets of up to so many routes; a sanitizer has time for pairs only.
-inline std::size_t largestSet() { return sized<std::size_t>(2, 3, 3); }
+// Sets of up to so many routes, in the world at this place: three at each place only at full size, and a sanitizer has time for
+// pairs only.
+inline std::size_t largestSet(U32 offset) { return sized<std::size_t>(2, offset == 0 ? 3 : 2, 3); }
 
 template <Engine E>
 class SmallWorld {
@@ -30,7 +31,7 @@ class SmallWorld {
    static constexpr U32 worldBits = 4;
 
    // A shape that was met before is asked again if `asksEachTime`.
-   explicit SmallWorld(U32 offset, bool asksEachTime) : asksEachTime_(asksEachTime) {
+   SmallWorld(U32 offset, bool asksEachTime) : largest_(largestSet(offset)), asksEachTime_(asksEachTime) {
       for (U32 length = 0; length <= worldBits; ++length) {
          for (U32 value = 0; value < (1U << length); ++value) {
             prefixes_.push_back(prefixAt(offset, length, value));
@@ -54,7 +55,7 @@ class SmallWorld {
 
    // The first fault with the ops that lead to it, or nothing.
    std::string run() {
-      for (std::size_t size = 1; size <= largestSet() && fault_.empty(); ++size) {
+      for (std::size_t size = 1; size <= largest_ && fault_.empty(); ++size) {
          std::vector<std::size_t> chosen;
          addEach(size, chosen);
       }
@@ -203,6 +204,7 @@ class SmallWorld {
 
    PrefixList prefixes_;
    PrefixList questions_;
+   const std::size_t largest_;
    const bool asksEachTime_;
    std::map<U32, Known> known_;  // by the set of routes, a bit each
    std::unordered_set<std::string> shapes_;

@@ -19,7 +19,7 @@
 #endif
 
 namespace Property {
-namespace {
+namespace TableFaultTest {
 
 using routetrie::table4;
 using routetrie::table6;
@@ -307,5 +307,5 @@ TYPED_TEST(TableFaultTest, questionsAllocateNothing) {
    }
 }
 
-}  // namespace
+}  // namespace TableFaultTest
 }  // namespace Property

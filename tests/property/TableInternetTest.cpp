@@ -12,7 +12,7 @@
 #include "tests/property/TableOracle.h"
 
 namespace Property {
-namespace {
+namespace TableInternetTest {
 
 using routetrie::table4;
 using routetrie::table6;
@@ -138,5 +138,5 @@ TYPED_TEST(TableInternetTest, churn) {
    EXPECT_LE(session.table.memory().total(), before + before / 2) << "churn at one size must not grow the table";
 }
 
-}  // namespace
+}  // namespace TableInternetTest
 }  // namespace Property

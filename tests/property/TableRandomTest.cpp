@@ -12,7 +12,7 @@
 #include "tests/property/Workload.h"
 
 namespace Property {
-namespace {
+namespace TableRandomTest {
 
 using routetrie::table4;
 using routetrie::table6;
@@ -210,5 +210,5 @@ TYPED_TEST(TableRandomTest, agreesWithTheOracle) { this->runMixes(); }
 TYPED_TEST(TableRandomTest, iteratorsLiveOnAmongChanges) { this->iteratorsAmongChanges(); }
 TYPED_TEST(TableRandomTest, mergesAndOverlaps) { this->mergesAndOverlaps(); }
 
-}  // namespace
+}  // namespace TableRandomTest
 }  // namespace Property

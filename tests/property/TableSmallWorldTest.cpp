@@ -13,7 +13,7 @@
 #include "tests/property/TableOracle.h"
 
 namespace Property {
-namespace {
+namespace TableSmallWorldTest {
 
 using routetrie::table4;
 using routetrie::table6;
@@ -257,5 +257,5 @@ TEST(TableOracle, looksAtEachQuestion) {
    EXPECT_TRUE(session.changeFault().starts_with("insert of 10.1.0.0/16"));
 }
 
-}  // namespace
+}  // namespace TableSmallWorldTest
 }  // namespace Property

@@ -13,7 +13,7 @@
 #include "tests/property/Scale.h"
 
 namespace Property {
-namespace {
+namespace TableValuesTest {
 
 using routetrie::prefix4;
 using routetrie::prefix6;
@@ -261,20 +261,20 @@ struct NoDefault {
    std::uint32_t number;
 };
 enum class Kind : std::uint16_t {};
-}  // namespace
+}  // namespace TableValuesTest
 
 template <>
-struct NumberIn<Nothing> {
-   static Nothing valueOf(std::uint32_t) { return {}; }
-   static std::uint32_t numberOf(Nothing) { return 0; }
+struct NumberIn<TableValuesTest::Nothing> {
+   static TableValuesTest::Nothing valueOf(std::uint32_t) { return {}; }
+   static std::uint32_t numberOf(TableValuesTest::Nothing) { return 0; }
    static std::uint32_t cut(std::uint32_t) { return 0; }
 };
 template <>
-struct NumberIn<Three> {
-   static Three valueOf(std::uint32_t n) {
+struct NumberIn<TableValuesTest::Three> {
+   static TableValuesTest::Three valueOf(std::uint32_t n) {
       return {{static_cast<char>(n), static_cast<char>(n >> 8), static_cast<char>(n >> 16)}};
    }
-   static std::uint32_t numberOf(const Three& value) {
+   static std::uint32_t numberOf(const TableValuesTest::Three& value) {
       return static_cast<std::uint8_t>(value.bytes[0]) |
              static_cast<std::uint32_t>(static_cast<std::uint8_t>(value.bytes[1])) << 8 |
              static_cast<std::uint32_t>(static_cast<std::uint8_t>(value.bytes[2])) << 16;
@@ -288,7 +288,7 @@ struct NumberIn<double> {
    static std::uint32_t cut(std::uint32_t n) { return n; }
 };
 
-namespace {
+namespace TableValuesTest {
 
 using SmallTables = testing::Types<table4<std::uint8_t>, table6<Kind>, table4<Three>, table6<double>, table6<Nothing>,
                                    table4<NoDefault>, table6<void>>;
@@ -340,5 +340,5 @@ TEST(TableOfImmovables, keepsThem) {
    EXPECT_EQ(50u + 50u, table.erase_covered(prefix6()));
 }
 
-}  // namespace
+}  // namespace TableValuesTest
 }  // namespace Property

@@ -16,7 +16,7 @@
 #include "tests/property/Workload.h"
 
 namespace Property {
-namespace {
+namespace ThreadsTest {
 
 constexpr unsigned threadCount = 4;
 
@@ -145,5 +145,5 @@ TEST(ThreadsUntold, eachOnATrieThatSharesNothing) {
    }
 }
 
-}  // namespace
+}  // namespace ThreadsTest
 }  // namespace Property

@@ -11,7 +11,7 @@
 #include "routetrie/table/Region.h"
 
 namespace routetrie::Impl {
-namespace {
+namespace ArenaTest {
 
 // Runs that come, grow, shrink and go, each filled with a byte of its own: what lies in one run is not touched by what becomes
 // of the others.
@@ -148,5 +148,5 @@ TEST(Region, blocksComeBack) {
    }
 }
 
-}  // namespace
+}  // namespace ArenaTest
 }  // namespace routetrie::Impl

@@ -13,7 +13,7 @@
 #include "routetrie/table.h"
 
 namespace routetrie {
-namespace {
+namespace BothFamiliesTest {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -152,5 +152,5 @@ TEST(BothFamilies, insertingARangeLeavesItWhole) {
    EXPECT_EQ(before, routes);
 }
 
-}  // namespace
+}  // namespace BothFamiliesTest
 }  // namespace routetrie

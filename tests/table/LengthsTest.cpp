@@ -6,7 +6,7 @@
 #include <set>
 
 namespace routetrie::Impl {
-namespace {
+namespace LengthsTest {
 
 template <unsigned width>
 void compareWithASet() {
@@ -61,5 +61,5 @@ TEST(Lengths, pastTheLongestThereIsNothing) {
    EXPECT_NE(six, other);
 }
 
-}  // namespace
+}  // namespace LengthsTest
 }  // namespace routetrie::Impl

@@ -12,7 +12,7 @@
 
 #include "routetrie/address.h"
 
-namespace {
+namespace PrefixTest {
 
 using namespace routetrie;
 
@@ -151,4 +151,4 @@ TEST(Prefix, printsAndHashes) {
    EXPECT_EQ(1u, (std::unordered_set<prefix>{"10.0.0.0/8"_prefix}).count("10.0.0.0/8"_prefix));
 }
 
-}  // namespace
+}  // namespace PrefixTest

@@ -12,7 +12,7 @@
 #include <utility>
 
 namespace routetrie::Impl {
-namespace {
+namespace SlotsTest {
 
 using Number = Slots<std::string>::Number;
 
@@ -161,5 +161,5 @@ TEST(Slots, areAligned) {
    }
 }
 
-}  // namespace
+}  // namespace SlotsTest
 }  // namespace routetrie::Impl

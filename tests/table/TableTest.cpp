@@ -18,7 +18,7 @@
 #include <vector>
 
 namespace routetrie {
-namespace {
+namespace TableTest {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -660,7 +660,7 @@ TEST(TableBugs, aChangeUnderneathIsSeenByEachKindOfRange) {
    EXPECT_EQ("10.1.128.0/17"_prefix, (++under)->prefix);
 }
 
-}  // namespace
+}  // namespace TableTest
 TEST(TableDeathTest, whatAnIteratorStandsOnIsInTheTable) {
    table4<int> t;
    t.insert({"10.0.0.0/8"_prefix, 1});

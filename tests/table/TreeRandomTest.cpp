@@ -12,7 +12,7 @@
 #include "routetrie/table/Tree.h"
 
 namespace routetrie::Impl {
-namespace {
+namespace TreeRandomTest {
 
 // Where prefixes come from: anywhere, near a few, on a few branches at the borders of strides, dense.
 enum class Shape { anywhere, near, borders, dense };
@@ -272,5 +272,5 @@ TEST(TreeRandom, asAMapWithAnIndex) {
    }
 }
 
-}  // namespace
+}  // namespace TreeRandomTest
 }  // namespace routetrie::Impl

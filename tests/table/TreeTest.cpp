@@ -44,7 +44,7 @@ struct TreeFault {
    }
 };
 
-namespace {
+namespace TreeTest {
 
 using testing::HasSubstr;
 
@@ -497,5 +497,5 @@ TEST(Tree, aValueThatCannotBeMadeLeavesAllAsItWas) {
    EXPECT_EQ(2u, tree.size());
 }
 
-}  // namespace
+}  // namespace TreeTest
 }  // namespace routetrie::Impl

@@ -28,7 +28,7 @@
 #include "routetrie/trie/patricia/PatriciaTrieWithNodeDataModule.h"
 #include "tests/support/RecordDecoder.h"
 
-namespace {
+namespace ModuleRecordTest {
 
 struct Record {
    const char* symbol;
@@ -184,4 +184,4 @@ TEST(ModuleRecords, EachRecordThatIsLoadedIsOneOfThese) {
    }
 }
 
-}  // namespace
+}  // namespace ModuleRecordTest

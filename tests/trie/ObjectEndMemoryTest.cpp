@@ -21,7 +21,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace ObjectEndMemoryTest {
 
 using Corvid::Ptr;
 using Property::LiveCounts;
@@ -228,6 +228,6 @@ TEST(ObjectEndMemory, withMemoryAnIntrusiveTrieEndsInOrder) {
       endOf(1));
 }
 
-}  // namespace
+}  // namespace ObjectEndMemoryTest
 
 #endif

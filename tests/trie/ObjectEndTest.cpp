@@ -15,7 +15,7 @@
 #include "tests/platform/Threads.h"
 #include "tests/property/LiveCounts.h"
 
-namespace {
+namespace ObjectEndTest {
 
 using Corvid::Change;
 using Corvid::Ptr;
@@ -363,4 +363,4 @@ TEST(TrieGenByVrfEnd, itsTriesAreHeldByTheirWatchersMeanwhile) {
    EXPECT_EQ("", before.changes());
 }
 
-}  // namespace
+}  // namespace ObjectEndTest

@@ -9,7 +9,7 @@
 #include "routetrie/trie/patricia/PatriciaTrieWalkCb.h"
 #include "tests/property/LiveCounts.h"
 
-namespace {
+namespace TrackerTest {
 
 using Property::LiveCounts;
 
@@ -67,4 +67,4 @@ TEST(TrackerName, isTheClass) {
              Routing::PatriciaTrieCompactIteratorCb::memAllocationTracker_->typeName());
 }
 
-}  // namespace
+}  // namespace TrackerTest

@@ -11,7 +11,7 @@
 #include "routetrie/trie/multibit/Trie.h"
 #include "routetrie/trie/patricia/PatriciaTrieWithNodeData.h"
 
-namespace {
+namespace WalkGuardTest {
 
 using Corenet::AddressFamily;
 using Corenet::CompactIpPrefix;
@@ -164,4 +164,4 @@ TEST(WalkGuardDeathTest, changesThroughFrontEnds) {
 
 #endif
 
-}  // namespace
+}  // namespace WalkGuardTest

@@ -215,7 +215,7 @@ std::unique_ptr<AnswerWriter> make(Output& output, PayloadOf payloadOf, const Op
    return std::make_unique<Writer>(output, std::move(payloadOf), op);
 }
 
-constexpr AnswerFormat rows[] = {
+constexpr AnswerFormat answerFormatRows[] = {
    {"text", "aligned, with the payload", make<TextWriter>},
    {"tsv", "query, tab, answer", make<TsvWriter<false>>},
    {"tsv-payload", "query, tab, answer, tab, payload", make<TsvWriter<true>>},
@@ -224,6 +224,6 @@ constexpr AnswerFormat rows[] = {
 
 }  // namespace
 
-std::span<const AnswerFormat> answerFormats() { return rows; }
+std::span<const AnswerFormat> answerFormats() { return answerFormatRows; }
 
 }  // namespace Rtrie

@@ -23,7 +23,7 @@ constexpr Engine engine(std::string_view name, std::string_view summary, bool ip
       }};
 }
 
-constexpr Engine rows[] = {
+constexpr Engine engineRows[] = {
    engine<GenTable>("auto", "what suits the family, as gen picks it: multibit trie for IPv4, Patricia trie for IPv6"),
    engine<PatriciaTable>("patricia", "Patricia trie with whole addresses in its nodes"),
    engine<CompactPatriciaTable>("patricia-compact", "Patricia trie with one-word prefixes in its IPv6 nodes"),
@@ -39,7 +39,7 @@ constexpr Engine rows[] = {
 
 }  // namespace
 
-std::span<const Engine> engines() { return rows; }
+std::span<const Engine> engines() { return engineRows; }
 
 void requireAnswers(const Engine& engine, Questions questions, std::string_view what, std::span<const Engine> known) {
    if (includes(engine.answers, questions)) {

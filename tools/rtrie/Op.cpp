@@ -10,7 +10,7 @@ namespace {
 
 using Query = Corenet::IpGenPrefix;
 
-constexpr Op rows[] = {
+constexpr Op opRows[] = {
    {"match", "the longest route that covers the query", Questions::longestMatch, AnswerKind::routes, false,
     [](const RouteTable& table, const Query& query, Answer& answer) { answer.routeIs(table.longestMatch(query)); }},
    {"exact", "yes if the query itself is a route", Questions::longestMatch, AnswerKind::yesNo, true,
@@ -42,7 +42,7 @@ constexpr Op rows[] = {
 
 }  // namespace
 
-std::span<const Op> ops() { return rows; }
+std::span<const Op> ops() { return opRows; }
 
 const Op& opOfEngine(std::string_view name, const Engine& engine, std::span<const Engine> known) {
    const Op& op = rowNamed(ops(), "op", name);

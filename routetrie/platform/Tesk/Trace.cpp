@@ -19,8 +19,8 @@ constinit TraceFacility Impl::trieGenFacility("TrieGen", &Impl::trieCompactFacil
 namespace {
 
 // The facilities, the newest first.
-constinit std::atomic<TraceFacility*> newest{&Impl::trieGenFacility};
-constinit std::mutex making;
+constinit std::atomic<TraceFacility*> newestFacility{&Impl::trieGenFacility};
+constinit std::mutex makingFacility;
 
 // Guards the sink and what is written to it. Neither it nor the pointer is ever destroyed.
 constinit std::mutex writing;
@@ -44,14 +44,14 @@ const char* baseName(const char* file) {
 }  // namespace
 
 TraceFacility* TraceHandle::made(std::string_view name) {
-   const std::lock_guard guard(making);
+   const std::lock_guard guard(makingFacility);
    if (const auto known = find(name)) {
       return known->facility_;
    }
    // Both live to the end of the process: handles may trace from any destructor at exit.
    const auto* const kept = new std::string(name);
-   auto* const facility = new TraceFacility(*kept, newest.load(std::memory_order_relaxed));
-   newest.store(facility, std::memory_order_release);
+   auto* const facility = new TraceFacility(*kept, newestFacility.load(std::memory_order_relaxed));
+   newestFacility.store(facility, std::memory_order_release);
    return facility;
 }
 
@@ -66,7 +66,8 @@ std::optional<TraceHandle> TraceHandle::find(std::string_view name) {
 
 std::vector<TraceHandle> TraceHandle::all() {
    std::vector<TraceHandle> handles;
-   for (auto* facility = newest.load(std::memory_order_acquire); facility != nullptr; facility = facility->next_) {
+   for (auto* facility = newestFacility.load(std::memory_order_acquire); facility != nullptr;
+        facility = facility->next_) {
       handles.push_back(TraceHandle(facility));
    }
    std::reverse(handles.begin(), handles.end());

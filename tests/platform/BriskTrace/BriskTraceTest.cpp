@@ -23,7 +23,7 @@
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "tests/platform/Threads.h"
 
-namespace {
+namespace BriskTraceTest {
 
 using BriskTrace::BlockTimer;
 using BriskTrace::Entry;
@@ -293,4 +293,4 @@ TEST(TraceFile, threads) {
    EXPECT_GE(entries.size(), 1u);
 }
 
-}  // namespace
+}  // namespace BriskTraceTest

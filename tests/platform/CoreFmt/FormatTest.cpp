@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-namespace {
+namespace FormatTest {
 
 TEST(Format, makesAString) {
    EXPECT_EQ(Corvid::String("7 routes"), CoreFmt::format("{} {}", 7, "routes"));
@@ -16,4 +16,4 @@ TEST(Format, refusesAFormatThatDoesNotFit) {
    EXPECT_THROW(static_cast<void>(CoreFmt::Detail::formatCorvidString("{}", {})), fmt::format_error);
 }
 
-}  // namespace
+}  // namespace FormatTest

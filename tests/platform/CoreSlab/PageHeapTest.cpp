@@ -13,7 +13,7 @@
 
 #include "routetrie/platform/CoreSlab/SizeClass.h"
 
-namespace {
+namespace PageHeapTest {
 
 using namespace CoreSlab;
 
@@ -217,4 +217,4 @@ TEST(PageHeap, threadsShareIt) {
    EXPECT_EQ(0u, heap.stats().liveBlocks);
 }
 
-}  // namespace
+}  // namespace PageHeapTest

@@ -24,7 +24,7 @@
 #define ROUTETRIE_TEST_C_HEAP_MAY_FAIL 1
 #endif
 
-namespace {
+namespace SlabTest {
 
 using namespace CoreSlab;
 
@@ -246,4 +246,4 @@ TEST_F(SlabTest, allFailFromTheChosenAllocationOn) {
 
 #endif
 
-}  // namespace
+}  // namespace SlabTest

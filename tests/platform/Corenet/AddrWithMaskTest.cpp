@@ -11,7 +11,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace AddrWithMaskTest {
 
 using namespace Corenet;
 using testing::HasSubstr;
@@ -204,4 +204,4 @@ TEST(IpGenAddrWithMask, equalityTakesInTheMask) {
    EXPECT_NE(IpGenAddrWithMask(gen("10.0.0.1"), 8), IpGenAddrWithMask(gen("10.0.0.1"), 264));
 }
 
-}  // namespace
+}  // namespace AddrWithMaskTest

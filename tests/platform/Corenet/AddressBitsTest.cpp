@@ -12,7 +12,7 @@
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace AddressBitsTest {
 
 using namespace Corenet;
 using TestSupport::RandomValues;
@@ -167,4 +167,4 @@ TYPED_TEST(AddressBitsOf, commonLengthAtEveryBit) {
    EXPECT_EQ(width, Bits().commonLength(Bits()));
 }
 
-}  // namespace
+}  // namespace AddressBitsTest

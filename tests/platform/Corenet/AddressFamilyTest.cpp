@@ -6,7 +6,7 @@
 
 #include <sstream>
 
-namespace {
+namespace AddressFamilyTest {
 
 using namespace Corenet;
 using testing::AllOf;
@@ -71,4 +71,4 @@ TEST(V4V6DeathTest, refusesAnyOtherFamily) {
    EXPECT_DEATH(v4V6(AddressFamily{255}), HasSubstr("Assertion `false' failed"));
 }
 
-}  // namespace
+}  // namespace AddressFamilyTest

@@ -12,7 +12,7 @@
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace AddressTextTest {
 
 using namespace Corenet;
 using Impl::readAddress;
@@ -154,4 +154,4 @@ TEST(AddressText, faultsOfAPrefix) {
    EXPECT_EQ(8u, length);
 }
 
-}  // namespace
+}  // namespace AddressTextTest

@@ -16,7 +16,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace CompactIpPrefixTest {
 
 using namespace Corenet;
 using Property::LiveCounts;
@@ -485,4 +485,4 @@ TEST(CompactIpPrefixOwnership, withoutMemoryTheValueIsUnchanged) {
 }
 #endif
 
-}  // namespace
+}  // namespace CompactIpPrefixTest

@@ -9,7 +9,7 @@
 
 #include "routetrie/platform/Corenet/IpAddr.h"
 
-namespace {
+namespace HashKeysTest {
 
 using namespace Corenet;
 
@@ -69,4 +69,4 @@ TEST(HashKeys, spreadsHostsOfASubnet) {
    }
 }
 
-}  // namespace
+}  // namespace HashKeysTest

@@ -13,7 +13,7 @@
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace IpAddrTest {
 
 using namespace Corenet;
 using TestSupport::RandomValues;
@@ -231,4 +231,4 @@ TEST(Ip6AddrText, isThatOfTheCLibraryForEveryPatternOfZeroGroups) {
    }
 }
 
-}  // namespace
+}  // namespace IpAddrTest

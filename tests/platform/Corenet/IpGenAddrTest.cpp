@@ -9,7 +9,7 @@
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace IpGenAddrTest {
 
 using namespace Corenet;
 using Bytes = std::array<U8, sizeof(IpGenAddr)>;
@@ -66,4 +66,4 @@ TEST(IpGenAddr, text) {
    EXPECT_EQ(Corenet::ipv4(), IpGenAddr::fromString("10.0.0.1").af());
 }
 
-}  // namespace
+}  // namespace IpGenAddrTest

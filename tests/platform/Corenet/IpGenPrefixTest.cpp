@@ -14,7 +14,7 @@
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace IpGenPrefixTest {
 
 using namespace Corenet;
 using TestSupport::RandomValues;
@@ -146,4 +146,4 @@ TEST(IpGenPrefix, textGivenLater) {
    EXPECT_EQ(IpGenPrefix(), prefix);
 }
 
-}  // namespace
+}  // namespace IpGenPrefixTest

@@ -10,7 +10,7 @@
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace PrefixDataAndLengthTest {
 
 using namespace Corenet;
 using testing::HasSubstr;
@@ -91,4 +91,4 @@ TEST(PrefixDataAndLengthDeathTest, textOfMoreThanAnAddress) {
                 HasSubstr("Assertion `length <= 32' failed"));
 }
 
-}  // namespace
+}  // namespace PrefixDataAndLengthTest

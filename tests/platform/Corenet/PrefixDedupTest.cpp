@@ -15,7 +15,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace PrefixDedupTest {
 
 using namespace Corenet;
 using Property::LiveCounts;
@@ -270,4 +270,4 @@ TEST_P(PrefixDedupThreads, fillAndEmptyTheTable) {
 INSTANTIATE_TEST_SUITE_P(ThreadControl, PrefixDedupThreads, testing::Bool(),
                          [](const auto& flag) { return flag.param ? "on" : "off"; });
 
-}  // namespace
+}  // namespace PrefixDedupTest

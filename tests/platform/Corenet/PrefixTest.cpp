@@ -10,7 +10,7 @@
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace PrefixTest {
 
 using namespace Corenet;
 using TestSupport::RandomValues;
@@ -184,4 +184,4 @@ TEST(Ip6Prefix, text) {
    EXPECT_EQ("::ffff:192.0.2.0/120", Ip6Prefix::fromString("::ffff:c000:200/120").stringValue());
 }
 
-}  // namespace
+}  // namespace PrefixTest

@@ -14,7 +14,7 @@
 #include "tests/platform/Corenet/RandomValues.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace TextTest {
 
 using namespace Corenet;
 using testing::AllOf;
@@ -370,4 +370,4 @@ TEST(LooksLikeIpv6, byItsColon) {
    EXPECT_FALSE(Impl::looksLikeIpv6(""));
 }
 
-}  // namespace
+}  // namespace TextTest

@@ -12,7 +12,7 @@
 #include <csignal>
 #include <string>
 
-namespace {
+namespace AssertTest {
 
 using testing::AllOf;
 using testing::HasSubstr;
@@ -76,4 +76,4 @@ TEST(AssertDeathTest, endsInAbort) {
    EXPECT_EXIT(Rules().check(false), testing::KilledBySignal(SIGABRT), HasSubstr("holds(value)"));
 }
 
-}  // namespace
+}  // namespace AssertTest

@@ -11,7 +11,7 @@
 #include "routetrie/platform/Tesk/AllocTrack.h"
 #include "tests/property/LiveCounts.h"
 
-namespace {
+namespace CreateTest {
 
 using Corvid::Node;
 using Corvid::nodeFlagAlive;
@@ -134,7 +134,7 @@ TEST(Create, aNewObjectIsHeldByItsOneReferenceAndCounted) {
       ASSERT_NE(nullptr, Counted::memAllocationTracker_);
       EXPECT_EQ(1u, liveObjects(Counted::memAllocationTracker_));
       EXPECT_EQ(sizeof(Counted), liveBytes(Counted::memAllocationTracker_));
-      EXPECT_EQ("(anonymous namespace)::Counted", Counted::memAllocationTracker_->typeName());
+      EXPECT_EQ("CreateTest::Counted", Counted::memAllocationTracker_->typeName());
    }
    EXPECT_EQ("", before.changes());
    EXPECT_EQ(0u, liveObjects(Counted::memAllocationTracker_));
@@ -217,4 +217,4 @@ TEST(Create, withoutMemoryNothingIsLeftBehind) {
 }
 #endif
 
-}  // namespace
+}  // namespace CreateTest

@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-namespace {
+namespace FormatAssertTest {
 
 static_assert(std::is_same_v<decltype(&Corvid::Impl::vfmassert),
                              void (*)(const char* expression, const char* file, const char* function, unsigned line,
@@ -18,4 +18,4 @@ TEST(FormatAssertDeathTest, printsTheFormattedTextAndAborts) {
                "File.cpp:7: U32 f\\(\\): Assertion `value == 8' failed: unsupported: 12");
 }
 
-}  // namespace
+}  // namespace FormatAssertTest

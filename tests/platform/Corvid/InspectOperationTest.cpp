@@ -8,7 +8,7 @@
 #include "routetrie/platform/Corvid/ModuleTables.h"
 #include "tests/platform/Corvid/Sample.h"
 
-namespace {
+namespace InspectOperationTest {
 
 using Corvid::AccessKind;
 using Corvid::FieldDescriptor;
@@ -384,4 +384,4 @@ TEST(PointerInterface, TakesAndDropsReferences) {
    EXPECT_EQ(shelf->uses(), 1U);
 }
 
-}  // namespace
+}  // namespace InspectOperationTest

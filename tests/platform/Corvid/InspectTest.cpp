@@ -9,7 +9,7 @@
 #include "routetrie/platform/Corvid/ModuleTables.h"
 #include "tests/platform/Corvid/Sample.h"
 
-namespace {
+namespace InspectTest {
 
 namespace Inspect = Corvid::Inspect;
 using Corvid::AccessKind;
@@ -314,4 +314,4 @@ TEST(ValueText, AValueIsCopiedOrZeroAndDestroyed) {
    EXPECT_EQ(prefix.getHash(&ten, 7), ten.hash(7));
 }
 
-}  // namespace
+}  // namespace InspectTest

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace {
+namespace MemTrackTest {
 
 TEST(MemTrack, countsSeveralAtOnceAndShowsAmongTheTrackers) {
    Tesk::AllocTrackTypeInfo* tracker = nullptr;
@@ -20,4 +20,4 @@ TEST(MemTrack, countsSeveralAtOnceAndShowsAmongTheTrackers) {
    EXPECT_EQ(0u, tracker->liveBytes());
 }
 
-}  // namespace
+}  // namespace MemTrackTest

@@ -14,7 +14,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace NodeTest {
 
 using Corvid::Node;
 using Corvid::NodeFlag;
@@ -368,4 +368,4 @@ TEST(NodeThreads, objectsOfOneThreadEachNeedNoFlag) {
    });
 }
 
-}  // namespace
+}  // namespace NodeTest

@@ -11,7 +11,7 @@
 #include "routetrie/platform/Corvid/Node.h"
 #include "tests/property/LiveCounts.h"
 
-namespace {
+namespace PtrTest {
 
 using Corvid::Node;
 using Corvid::nodeFlagAlive;
@@ -227,4 +227,4 @@ TEST_F(PtrTest, isAKey) {
    EXPECT_EQ(std::hash<Base*>()(a.get()), std::hash<Ptr<Base>>()(a));
 }
 
-}  // namespace
+}  // namespace PtrTest

@@ -13,7 +13,7 @@
 #include "routetrie/platform/Corvid/Create.h"
 #include "routetrie/platform/Corvid/Node.h"
 
-namespace {
+namespace PublisherTest {
 
 using Corvid::Change;
 using Corvid::FieldId;
@@ -277,4 +277,4 @@ TEST_F(PublisherWhileTold, whatAWatcherRaisesPassesAndLeavesAllSound) {
    EXPECT_EQ("ac", publish());
 }
 
-}  // namespace
+}  // namespace PublisherTest

@@ -12,7 +12,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace RQueueTest {
 
 struct QE_Numbers {};
 struct QE_Prefixes {};
@@ -155,4 +155,4 @@ TEST(RQueue, outOfMemoryChangesNothing) {
 }
 #endif
 
-}  // namespace
+}  // namespace RQueueTest

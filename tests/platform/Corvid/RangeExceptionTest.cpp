@@ -5,7 +5,7 @@
 #include <string>
 #include <type_traits>
 
-namespace {
+namespace RangeExceptionTest {
 
 using Corvid::RangeException;
 
@@ -37,4 +37,4 @@ TEST(RangeException, mayHaveNoText) {
    FAIL() << "nothing was raised";
 }
 
-}  // namespace
+}  // namespace RangeExceptionTest

@@ -8,7 +8,7 @@
 #include <sstream>
 #include <unordered_set>
 
-namespace {
+namespace StringTest {
 
 using Corvid::String;
 using namespace std::string_view_literals;
@@ -104,4 +104,4 @@ TEST(String, isAKey) {
    EXPECT_EQ("a", *ordered.begin());
 }
 
-}  // namespace
+}  // namespace StringTest

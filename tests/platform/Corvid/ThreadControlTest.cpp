@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace {
+namespace ThreadControlTest {
 
 using Corvid::ThreadControl;
 
@@ -20,4 +20,4 @@ TEST(ThreadControl, theByteSaysWhetherThereAreThreads) {
    EXPECT_EQ(0, *ThreadControl::tsp_);
 }
 
-}  // namespace
+}  // namespace ThreadControlTest

@@ -7,7 +7,7 @@
 #include "routetrie/platform/CoreFmt/Format.h"
 #include "routetrie/platform/Types.h"
 
-namespace {
+namespace DisplayPointerTest {
 
 using Keel::DisplayPointer;
 
@@ -20,4 +20,4 @@ TEST(DisplayPointer, sixteenDigitsOrNull) {
    EXPECT_EQ("L - 0x00007fff00000001", CoreFmt::format("{} - {}", 'L', DisplayPointer(at(0x7fff00000001))));
 }
 
-}  // namespace
+}  // namespace DisplayPointerTest

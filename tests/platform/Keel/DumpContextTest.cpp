@@ -9,7 +9,7 @@
 #include "routetrie/platform/Keel/DumpList.h"
 #include "tests/property/LiveCounts.h"
 
-namespace {
+namespace DumpContextTest {
 
 using Corvid::Ptr;
 using Keel::DumpContext;
@@ -149,4 +149,4 @@ TEST(DumpContext, leavesNothingBehind) {
    EXPECT_EQ("", before.changes());
 }
 
-}  // namespace
+}  // namespace DumpContextTest

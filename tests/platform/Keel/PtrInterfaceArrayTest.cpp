@@ -15,7 +15,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace PtrInterfaceArrayTest {
 
 using Corvid::Node;
 using Corvid::nodeFlagAlive;
@@ -411,4 +411,4 @@ TEST_F(HeapCheckerTest, withoutMemoryAnArrayRaisesAndNobodyHearsOfIt) {
 }
 #endif
 
-}  // namespace
+}  // namespace PtrInterfaceArrayTest

@@ -11,7 +11,7 @@
 
 #include "routetrie/platform/Corvid/Util.h"
 
-namespace {
+namespace EntryTest {
 
 using Regalloc::Entry;
 
@@ -69,4 +69,4 @@ TEST(Entry, anyOtherNumberEndsTheProcessAtLoad) {
    }
 }
 
-}  // namespace
+}  // namespace EntryTest

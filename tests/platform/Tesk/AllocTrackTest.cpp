@@ -13,7 +13,7 @@ struct TrackedHere {
    int value;
 };
 
-namespace {
+namespace AllocTrackTest {
 
 using Tesk::AllocTrackTypeInfo;
 
@@ -84,4 +84,4 @@ TEST(AllocTrack, firstUseByManyThreads) {
    Corvid::ThreadControl::multiThreadedIs(false);
 }
 
-}  // namespace
+}  // namespace AllocTrackTest

@@ -5,7 +5,7 @@
 #include "routetrie/platform/Corenet/IpGenPrefix.h"
 #include "routetrie/platform/Corvid/RangeException.h"
 
-namespace {
+namespace CharRangeTest {
 
 using Corenet::IpGenPrefix;
 using Tesk::CharRange;
@@ -45,4 +45,4 @@ TEST(SequenceToValue, badTextLosesNothing) {
    }
 }
 
-}  // namespace
+}  // namespace CharRangeTest

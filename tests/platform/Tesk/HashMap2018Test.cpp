@@ -19,7 +19,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/property/Scale.h"
 
-namespace {
+namespace HashMap2018Test {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -401,4 +401,4 @@ TEST(HashMap2018, behavesAsASet) {
    EXPECT_EQ("", before.changes());
 }
 
-}  // namespace
+}  // namespace HashMap2018Test

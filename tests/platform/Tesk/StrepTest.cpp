@@ -7,7 +7,7 @@
 #include "routetrie/platform/Corenet/IpGenPrefix.h"
 #include "routetrie/platform/Vrf/VrfIdMap.h"
 
-namespace {
+namespace StrepTest {
 
 using Tesk::CharRange;
 
@@ -94,4 +94,4 @@ TEST(Strep, aRethrownFaultSaysWhere) {
    FAIL() << "nothing was raised";
 }
 
-}  // namespace
+}  // namespace StrepTest

@@ -13,7 +13,7 @@
 #include "tests/platform/Threads.h"
 #include "tests/platform/TraceCapture.h"
 
-namespace {
+namespace TraceTest {
 
 using Tesk::TraceFacility;
 using Tesk::TraceHandle;
@@ -175,4 +175,4 @@ TEST(Trace, threadsTraceWhileLevelsAreSwitched) {
    }
 }
 
-}  // namespace
+}  // namespace TraceTest

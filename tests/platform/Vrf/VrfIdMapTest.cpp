@@ -6,7 +6,7 @@
 
 #include "routetrie/platform/Corvid/RangeException.h"
 
-namespace {
+namespace VrfIdMapTest {
 
 using Vrf::VrfIdMap;
 
@@ -30,4 +30,4 @@ TEST(VrfId, text) {
    }
 }
 
-}  // namespace
+}  // namespace VrfIdMapTest

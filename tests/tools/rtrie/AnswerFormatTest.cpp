@@ -8,7 +8,7 @@
 #include "tools/rtrie/Registry.h"
 
 namespace Rtrie {
-namespace {
+namespace AnswerFormatTest {
 
 using Support::prefix;
 
@@ -132,5 +132,5 @@ TEST_F(AnswerFormatTest, textOfManyBatches) {
    EXPECT_THAT(text, testing::EndsWith("\n2001:db8::/32  -\n"));
 }
 
-}  // namespace
+}  // namespace AnswerFormatTest
 }  // namespace Rtrie

@@ -6,7 +6,7 @@
 #include <vector>
 
 namespace Rtrie {
-namespace {
+namespace BarChartTest {
 
 std::string chart(const std::vector<Bar>& bars) { return barChart(bars, 10); }
 
@@ -24,5 +24,5 @@ TEST(BarChart, nothingForACountOfZero) {
    EXPECT_EQ("", chart({}));
 }
 
-}  // namespace
+}  // namespace BarChartTest
 }  // namespace Rtrie

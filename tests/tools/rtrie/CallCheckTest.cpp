@@ -24,7 +24,7 @@
 #include "tools/rtrie/InspectPath.h"
 
 namespace Rtrie {
-namespace {
+namespace CallCheckTest {
 
 namespace Inspect = Corvid::Inspect;
 using Corenet::AddressFamily;
@@ -302,5 +302,5 @@ TEST_F(CallCheckTest, whatIsHarmlessIsAnswered) {
    EXPECT_EQ("2001:db8::/32", refusalOf("trie6", "longestMatch(2001:db8::1/128)", AddressFamily::ipv6));
 }
 
-}  // namespace
+}  // namespace CallCheckTest
 }  // namespace Rtrie

@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace DumpTest {
 
 using Support::Ran;
 using Support::rtrie;
@@ -81,5 +81,5 @@ TEST_F(Dump, badUsageIsOneLine) {
    }
 }
 
-}  // namespace
+}  // namespace DumpTest
 }  // namespace Rtrie

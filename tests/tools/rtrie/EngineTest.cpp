@@ -9,7 +9,7 @@
 #include "tools/tables/AddressNumber.h"
 
 namespace Rtrie {
-namespace {
+namespace EngineTest {
 
 using Corenet::AddressFamily;
 using Corenet::IpGenPrefix;
@@ -183,5 +183,5 @@ TEST(Engine, namesAreDifferent) {
    EXPECT_EQ("auto", engines().front().name);
 }
 
-}  // namespace
+}  // namespace EngineTest
 }  // namespace Rtrie

@@ -10,7 +10,7 @@
 #include "tools/rtrie/Op.h"
 
 namespace Rtrie {
-namespace {
+namespace FrontTableTest {
 
 using Support::prefix;
 using Support::rtrie;
@@ -192,5 +192,5 @@ TEST_F(FrontEnds, fieldsComeFromTheFrontEndFirst) {
    EXPECT_EQ(&trie6.object(), &trie6.objectWith("empty"));
 }
 
-}  // namespace
+}  // namespace FrontTableTest
 }  // namespace Rtrie

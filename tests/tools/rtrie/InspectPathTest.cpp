@@ -8,7 +8,7 @@
 #include "tools/rtrie/Errors.h"
 
 namespace Rtrie {
-namespace {
+namespace InspectPathTest {
 
 using testing::ElementsAre;
 using Step = InspectPath::Step;
@@ -62,5 +62,5 @@ TEST(InspectPath, WhatIsNotThereRaises) {
    EXPECT_THROW(InspectPath("longerRoutePresentCommon").read(*trie), Corvid::RangeException);
 }
 
-}  // namespace
+}  // namespace InspectPathTest
 }  // namespace Rtrie

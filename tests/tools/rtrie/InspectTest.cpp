@@ -6,7 +6,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace InspectTest {
 
 using Support::Ran;
 using Support::rtrie;
@@ -147,5 +147,5 @@ TEST(InspectCommand, whatCantBeHadIsOneClearLine) {
    EXPECT_EQ(2, rtrie({"inspect", "--format", "xml"}).status);
 }
 
-}  // namespace
+}  // namespace InspectTest
 }  // namespace Rtrie

@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace IntrusiveTableTest {
 
 using Support::prefix;
 using Support::Ran;
@@ -86,5 +86,5 @@ TEST_F(Intrusive, aRouteTwiceIsOnce) {
    EXPECT_EQ(1U, table.nodes());
 }
 
-}  // namespace
+}  // namespace IntrusiveTableTest
 }  // namespace Rtrie

@@ -17,7 +17,7 @@
 extern char** environ;
 
 namespace Rtrie {
-namespace {
+namespace LookupTest {
 
 using Support::Ran;
 using Support::rtrie;
@@ -409,5 +409,5 @@ TEST_F(Lookup, manyQueries) {
    EXPECT_EQ(expected, answers({}, input));
 }
 
-}  // namespace
+}  // namespace LookupTest
 }  // namespace Rtrie

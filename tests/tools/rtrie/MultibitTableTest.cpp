@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace MultibitTableTest {
 
 using Support::prefix;
 using Support::Ran;
@@ -101,5 +101,5 @@ TEST_F(Multibit, countsTheArraysOfChildren) {
    EXPECT_GE(table.untrackedBytes(), 256 * sizeof(void*) + sizeof(std::size_t));
 }
 
-}  // namespace
+}  // namespace MultibitTableTest
 }  // namespace Rtrie

@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace NextHopsTest {
 
 using testing::ElementsAre;
 
@@ -34,5 +34,5 @@ TEST(NextHops, ofOtherPayloads) {
    EXPECT_TRUE(nextHopsOf("nexthop").empty());
 }
 
-}  // namespace
+}  // namespace NextHopsTest
 }  // namespace Rtrie

@@ -10,7 +10,7 @@
 #include "tools/rtrie/Registry.h"
 
 namespace Rtrie {
-namespace {
+namespace OpTest {
 
 using Support::prefix;
 
@@ -109,5 +109,5 @@ TEST(Op, unknownOnesAndThoseThatAnEngineLacks) {
    EXPECT_EQ("unknown op \"mach\": known are " + namesOf(ops()), faultOf("mach", testEngines[0], testEngines));
 }
 
-}  // namespace
+}  // namespace OpTest
 }  // namespace Rtrie

@@ -11,7 +11,7 @@
 #include "tools/rtrie/TsvField.h"
 
 namespace Rtrie {
-namespace {
+namespace OutputTest {
 
 class OutputTest : public testing::Test {
   protected:
@@ -86,5 +86,5 @@ TEST(Output, aStreamToAFullDeviceIsAFault) {
    close(full);
 }
 
-}  // namespace
+}  // namespace OutputTest
 }  // namespace Rtrie

@@ -5,7 +5,7 @@
 #include "routetrie/platform/Tesk/AllocTrack.h"
 
 namespace Rtrie {
-namespace {
+namespace PatriciaDataTableTest {
 
 using Support::prefix;
 using Support::rtrie;
@@ -76,5 +76,5 @@ TEST(PatriciaDataTable, theProgramPrintsThePayloadOfTheEngine) {
       run({"dump"}));
 }
 
-}  // namespace
+}  // namespace PatriciaDataTableTest
 }  // namespace Rtrie

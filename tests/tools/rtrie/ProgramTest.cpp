@@ -12,7 +12,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace ProgramTest {
 
 using Support::Ran;
 using Support::rtrie;
@@ -132,5 +132,5 @@ TEST(Program, aFullOutputIsAFault) {
    EXPECT_EQ("rtrie: cannot write the output: No space left on device\n", Support::contentOf(errors));
 }
 
-}  // namespace
+}  // namespace ProgramTest
 }  // namespace Rtrie

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 namespace Rtrie {
-namespace {
+namespace RegistryTest {
 
 struct Row {
    std::string_view name;
@@ -35,5 +35,5 @@ TEST(Registry, summariesAreALineEach) {
    EXPECT_EQ("  first             the one\n  second            the other\n", summariesOf(rows));
 }
 
-}  // namespace
+}  // namespace RegistryTest
 }  // namespace Rtrie

@@ -8,7 +8,7 @@
 #include "tools/rtrie/Registry.h"
 
 namespace Rtrie {
-namespace {
+namespace StatsTest {
 
 using Support::Ran;
 using Support::rtrie;
@@ -165,5 +165,5 @@ TEST(Stats, tableFromStandardInput) {
    EXPECT_EQ(0, ran.status);
 }
 
-}  // namespace
+}  // namespace StatsTest
 }  // namespace Rtrie

@@ -8,7 +8,7 @@
 #include "tools/tables/LiveBytes.h"
 
 namespace Rtrie {
-namespace {
+namespace TableSetTest {
 
 using Support::prefix;
 
@@ -62,5 +62,5 @@ TEST(TableSet, liveBytesAreThoseOfTheNodes) {
    EXPECT_EQ(before, trackedBytes());
 }
 
-}  // namespace
+}  // namespace TableSetTest
 }  // namespace Rtrie

@@ -7,7 +7,7 @@
 #include "routetrie/platform/BriskTrace.h"
 
 namespace Rtrie {
-namespace {
+namespace TraceTest {
 
 using BriskTrace::timeStamp;
 using BriskTrace::TraceFile;
@@ -98,5 +98,5 @@ TEST(Trace, aFileThatIsNone) {
    EXPECT_EQ(2, ran.status);
 }
 
-}  // namespace
+}  // namespace TraceTest
 }  // namespace Rtrie

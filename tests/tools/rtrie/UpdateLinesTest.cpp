@@ -9,7 +9,7 @@
 #include "tools/rtrie/Errors.h"
 
 namespace Rtrie {
-namespace {
+namespace UpdateLinesTest {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -241,5 +241,5 @@ TEST(UpdateLines, OneLineARouteAndRoutesByLabel) {
    EXPECT_EQ(3U, all.otherObjects);
 }
 
-}  // namespace
+}  // namespace UpdateLinesTest
 }  // namespace Rtrie

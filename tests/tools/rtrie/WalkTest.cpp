@@ -5,7 +5,7 @@
 #include "tools/rtrie/Engine.h"
 
 namespace Rtrie {
-namespace {
+namespace WalkTest {
 
 using Support::Ran;
 using Support::rtrie;
@@ -105,5 +105,5 @@ TEST_F(Walk, badUsageIsOneLine) {
    EXPECT_EQ(2, ran.status);
 }
 
-}  // namespace
+}  // namespace WalkTest
 }  // namespace Rtrie

@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace WatchTest {
 
 using Support::Ran;
 using Support::rtrie;
@@ -267,5 +267,5 @@ TEST(Watch, standardInputIsNotTheTable) {
    EXPECT_EQ(2, ran.status);
 }
 
-}  // namespace
+}  // namespace WatchTest
 }  // namespace Rtrie

@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace BgpDumpLinesTest {
 
 using Support::parsedBy;
 using testing::ElementsAre;
@@ -109,5 +109,5 @@ TEST(BgpDumpLines, badLines) {
                            "not a line of bgpdump -m: \"10.0.0.0/8\"", "not a line of bgpdump -m: \"BGP4MP\""));
 }
 
-}  // namespace
+}  // namespace BgpDumpLinesTest
 }  // namespace Rtrie

@@ -10,7 +10,7 @@
 #include "tools/rtrie/Errors.h"
 
 namespace Rtrie {
-namespace {
+namespace ByteSourceTest {
 
 using Support::Folder;
 using Support::gz;
@@ -187,5 +187,5 @@ TEST(ByteSource, aDescriptorGivesWhatIsThere) {
    EXPECT_THROW(source->read(part.data(), part.size()), DataError);
 }
 
-}  // namespace
+}  // namespace ByteSourceTest
 }  // namespace Rtrie

@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace CountryRangesTest {
 
 using Support::parsedBy;
 using testing::ElementsAre;
@@ -75,5 +75,5 @@ TEST(CountryRanges, dottedAddresses) {
    EXPECT_EQ(1U, parsed.faults.size());
 }
 
-}  // namespace
+}  // namespace CountryRangesTest
 }  // namespace Rtrie

@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace IpRouteLinesTest {
 
 using Support::parsedBy;
 using testing::ElementsAre;
@@ -227,5 +227,5 @@ TEST(IpRouteLines, looksLike) {
    EXPECT_FALSE(IpRouteLines::looksLike(""));
 }
 
-}  // namespace
+}  // namespace IpRouteLinesTest
 }  // namespace Rtrie

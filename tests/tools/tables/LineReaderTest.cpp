@@ -9,7 +9,7 @@
 #include "tools/rtrie/Errors.h"
 
 namespace Rtrie {
-namespace {
+namespace LineReaderTest {
 
 using testing::ElementsAre;
 
@@ -141,5 +141,5 @@ TEST(LineReader, aheadTakesNothing) {
    EXPECT_EQ("", reader.ahead(1));
 }
 
-}  // namespace
+}  // namespace LineReaderTest
 }  // namespace Rtrie

@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace MessagesTest {
 
 TEST(Messages, oneLineWithTheProgramsName) {
    EXPECT_EQ("rtrie: a:12: prefix length 33 exceeds 32: \"10.0.0.0/33\"\n",
@@ -29,5 +29,5 @@ TEST(Messages, longTextIsCut) {
    EXPECT_EQ("rtrie: " + std::string(400, 'x') + "\n", messageLine(std::string(400, 'x')));
 }
 
-}  // namespace
+}  // namespace MessagesTest
 }  // namespace Rtrie

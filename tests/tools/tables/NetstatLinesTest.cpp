@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace NetstatLinesTest {
 
 using Support::parsedBy;
 using testing::ElementsAre;
@@ -83,5 +83,5 @@ TEST(NetstatLines, badRows) {
    EXPECT_EQ(3U, parsed.faults.size());
 }
 
-}  // namespace
+}  // namespace NetstatLinesTest
 }  // namespace Rtrie

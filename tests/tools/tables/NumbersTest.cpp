@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 namespace Rtrie {
-namespace {
+namespace NumbersTest {
 
 TEST(Numbers, grouped) {
    EXPECT_EQ("0", grouped(0));
@@ -22,5 +22,5 @@ TEST(Numbers, perSecond) {
    EXPECT_EQ(0U, perSecond(1000, 0.0));
 }
 
-}  // namespace
+}  // namespace NumbersTest
 }  // namespace Rtrie

@@ -7,7 +7,7 @@
 #include <vector>
 
 namespace Rtrie {
-namespace {
+namespace OffersTest {
 
 TEST(Offers, aPayloadAloneIsItsOwnId) {
    Offers offers;
@@ -60,5 +60,5 @@ TEST(Offers, ranksByMetric) {
    EXPECT_EQ(0xffffffffU, metricOfRank(metricRank(0xffffffff, 1, 3)));
 }
 
-}  // namespace
+}  // namespace OffersTest
 }  // namespace Rtrie

@@ -4,7 +4,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace PrefixLinesTest {
 
 using Support::parsedBy;
 using testing::ElementsAre;
@@ -87,5 +87,5 @@ TEST(PrefixLines, badLines) {
                                           testing::HasSubstr("\"example\"")));
 }
 
-}  // namespace
+}  // namespace PrefixLinesTest
 }  // namespace Rtrie

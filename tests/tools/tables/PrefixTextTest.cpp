@@ -5,7 +5,7 @@
 #include "tools/rtrie/Errors.h"
 
 namespace Rtrie {
-namespace {
+namespace PrefixTextTest {
 
 std::string faultOf(std::string_view text) {
    try {
@@ -69,5 +69,5 @@ TEST(PrefixText, netmasks) {
    EXPECT_FALSE(isAddressText("10.0.0.0/8"));
 }
 
-}  // namespace
+}  // namespace PrefixTextTest
 }  // namespace Rtrie

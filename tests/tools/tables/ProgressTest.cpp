@@ -6,7 +6,7 @@
 #include <chrono>
 
 namespace Rtrie {
-namespace {
+namespace ProgressTest {
 
 TEST(Progress, lineOfAFile) {
    EXPECT_EQ("t  [........................]    0%  0 lines", progressLine("t", 0, 1000, 0));
@@ -40,5 +40,5 @@ TEST(Progress, showsOnlyAfterAWhileAndOnlyIfAsked) {
    EXPECT_EQ("\rt  3 lines\x1b[K\r\x1b[K\rt  5 lines\x1b[K\r\x1b[K", testing::internal::GetCapturedStderr());
 }
 
-}  // namespace
+}  // namespace ProgressTest
 }  // namespace Rtrie

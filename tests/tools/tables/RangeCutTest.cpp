@@ -9,7 +9,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace RangeCutTest {
 
 template <class Number>
 struct Cut {
@@ -89,5 +89,5 @@ TEST(AddressNumber, prefixesAndBack) {
    EXPECT_TRUE(((Corenet::U128{0x20010db8} << 96) | 1) == numberOf(Corenet::Ip6Addr::fromString("2001:db8::1")));
 }
 
-}  // namespace
+}  // namespace RangeCutTest
 }  // namespace Rtrie

@@ -12,7 +12,7 @@
 #include <vector>
 
 namespace Rtrie {
-namespace {
+namespace RouteListTest {
 
 // All that was told of each prefix, in the order of the lines.
 using History = std::map<std::pair<U32, unsigned>, std::vector<U32>>;
@@ -167,5 +167,5 @@ TEST(RouteList, anEmptyListHasNothing) {
    EXPECT_TRUE(list.routes().empty());
 }
 
-}  // namespace
+}  // namespace RouteListTest
 }  // namespace Rtrie

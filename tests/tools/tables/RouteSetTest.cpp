@@ -6,7 +6,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace RouteSetTest {
 
 using Support::prefix;
 using testing::ElementsAre;
@@ -119,5 +119,5 @@ TEST(RouteSet, countsByLength) {
    EXPECT_EQ(1U, ipv6[128]);
 }
 
-}  // namespace
+}  // namespace RouteSetTest
 }  // namespace Rtrie

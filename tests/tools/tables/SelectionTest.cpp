@@ -7,7 +7,7 @@
 #include "tools/rtrie/Errors.h"
 
 namespace Rtrie {
-namespace {
+namespace SelectionTest {
 
 TEST(Selection, aPeerByAddressOrAs) {
    EXPECT_TRUE(PeerName("192.0.2.1").isOf("192.0.2.1", "65000"));
@@ -60,5 +60,5 @@ TEST(Selection, whatIsLeftOutIsNamedAsLongAsThatIsAHandful) {
    EXPECT_EQ("t0 (10), t1 (10), t2 (10), t3 (10), t4 (10), t5 (10), t6 (10), t7 (10), others (20)", leftOut.names());
 }
 
-}  // namespace
+}  // namespace SelectionTest
 }  // namespace Rtrie

@@ -7,7 +7,7 @@
 #include <vector>
 
 namespace Rtrie {
-namespace {
+namespace StringPoolTest {
 
 TEST(StringPool, theEmptyTextIsIdZero) {
    StringPool pool;
@@ -43,5 +43,5 @@ TEST(StringPool, growsWithoutLosingAny) {
    EXPECT_EQ(5001U, pool.size());
 }
 
-}  // namespace
+}  // namespace StringPoolTest
 }  // namespace Rtrie

@@ -6,7 +6,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace TableFormatTest {
 
 std::string_view named(const std::vector<std::string>& lines) { return formatOf(lines).name; }
 
@@ -48,5 +48,5 @@ TEST(TableFormat, namesAreDifferent) {
    EXPECT_EQ(5U, names.size());
 }
 
-}  // namespace
+}  // namespace TableFormatTest
 }  // namespace Rtrie

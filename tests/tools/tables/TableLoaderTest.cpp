@@ -6,7 +6,7 @@
 #include "Support.h"
 
 namespace Rtrie {
-namespace {
+namespace TableLoaderTest {
 
 using Json = nlohmann::json;
 using Support::Ran;
@@ -171,5 +171,5 @@ TEST_F(TableLoader, anEndlessQueryOrUpdateIsToldToo) {
    EXPECT_EQ("rtrie: <stdin>:1: line longer than 65536 bytes\n", updates.err);
 }
 
-}  // namespace
+}  // namespace TableLoaderTest
 }  // namespace Rtrie

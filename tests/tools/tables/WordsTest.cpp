@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 namespace Rtrie {
-namespace {
+namespace WordsTest {
 
 TEST(Words, trimmedTakesBlanksOffBothEnds) {
    EXPECT_EQ("a b", trimmed(" \t a b \r"));
@@ -41,5 +41,5 @@ TEST(Words, aCommentNeedsABlankBeforeIt) {
    EXPECT_EQ("plain", withoutComment("plain"));
 }
 
-}  // namespace
+}  // namespace WordsTest
 }  // namespace Rtrie

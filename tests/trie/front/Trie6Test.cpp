@@ -17,7 +17,7 @@
 #include "tests/trie/Publications.h"
 #include "tests/trie/Surface.h"
 
-namespace {
+namespace Trie6Test {
 
 using Corenet::Ip6Prefix;
 namespace Inspect = Corvid::Inspect;
@@ -264,4 +264,4 @@ TEST(Trie6BesideTrie, onlyTheMultibitTrieAnnouncesWhatFailed) {
 }
 #endif
 
-}  // namespace
+}  // namespace Trie6Test

@@ -12,7 +12,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/trie/Surface.h"
 
-namespace {
+namespace TrieCompactTest {
 
 using Corenet::CompactIpPrefix;
 using Corenet::Ip6Prefix;
@@ -190,4 +190,4 @@ TEST(TrieCompactBesideTrie6, prefixesAndEngine) {
    EXPECT_EQ(CompactIpPrefix(), compact->findParent(p("::1/128")));
 }
 
-}  // namespace
+}  // namespace TrieCompactTest

@@ -13,7 +13,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/trie/Surface.h"
 
-namespace {
+namespace TrieGenByVrfTest {
 
 namespace Inspect = Corvid::Inspect;
 using Routing::TrieGenByVrf;
@@ -202,4 +202,4 @@ TEST(ByVrfAtScale, tenThousandVrfs) {
    EXPECT_EQ("", before.changes());
 }
 
-}  // namespace
+}  // namespace TrieGenByVrfTest

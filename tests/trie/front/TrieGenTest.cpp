@@ -17,7 +17,7 @@
 #include "tests/trie/Publications.h"
 #include "tests/trie/Surface.h"
 
-namespace {
+namespace TrieGenTest {
 
 namespace Inspect = Corvid::Inspect;
 using Corenet::AddressFamily;
@@ -646,4 +646,4 @@ TEST(TrieGenMemory, isBackToItsStartWhenTheTrieIsGone) {
    EXPECT_EQ("", before.changes());
 }
 
-}  // namespace
+}  // namespace TrieGenTest

@@ -15,7 +15,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/trie/Surface.h"
 
-namespace {
+namespace TrieGenWalkTest {
 
 namespace Inspect = Corvid::Inspect;
 using Corenet::IpGenPrefix;
@@ -235,4 +235,4 @@ TEST(TestWalkCallbackMemory, isBackToItsStart) {
    EXPECT_EQ("", before.changes());
 }
 
-}  // namespace
+}  // namespace TrieGenWalkTest

@@ -9,7 +9,7 @@
 #include "routetrie/platform/Tesk/Strep.h"
 #include "tests/trie/Surface.h"
 
-namespace {
+namespace TrieWalkPrefixTest {
 
 using Corenet::IpGenPrefix;
 using Routing::TrieWalkPrefix;
@@ -116,4 +116,4 @@ TEST(TrieWalkPrefix, byName) {
    EXPECT_EQ(valueOf("none", 0), made);
 }
 
-}  // namespace
+}  // namespace TrieWalkPrefixTest

@@ -54,7 +54,7 @@ static Corvid::Ptr<NotingTrieCompact> notingTrieCompactFactory(Corenet::AddressF
 // It is in no module.
 Corvid::TypeData Routing::WrapperOfNotingEngines::typeData() const { return {}; }
 
-namespace {
+namespace TrieWrapperFlagTest {
 
 TEST(TrieWrapperFlag, isHandedOnToEitherEngine) {
    for (const auto* route : {"10.0.0.0/8", "2001:db8::/32"}) {
@@ -69,4 +69,4 @@ TEST(TrieWrapperFlag, isHandedOnToEitherEngine) {
    }
 }
 
-}  // namespace
+}  // namespace TrieWrapperFlagTest

@@ -15,7 +15,7 @@
 #include "tests/property/LiveCounts.h"
 #include "tests/trie/Surface.h"
 
-namespace {
+namespace TrieWrapperTest {
 
 namespace Inspect = Corvid::Inspect;
 using Corenet::AddressFamily;
@@ -356,4 +356,4 @@ TEST_F(BesideTrieGen, theName) {
    EXPECT_FALSE(Inspect::findType("Routing::TrieWrapper")->field("name"));
 }
 
-}  // namespace
+}  // namespace TrieWrapperTest

@@ -9,7 +9,7 @@
 #include "routetrie/platform/Tesk/Strep.h"
 #include "tests/trie/Surface.h"
 
-namespace {
+namespace TwoLpmLenTest {
 
 using Functions = Corvid::Inspect::InspectAtomicFnTable<Routing::TwoLpmLen>;
 using Routing::TwoLpmLen;
@@ -107,4 +107,4 @@ TEST(TwoLpmLen, construction) {
    EXPECT_EQ(TwoLpmLen(), *reinterpret_cast<TwoLpmLen*>(place));
 }
 
-}  // namespace
+}  // namespace TwoLpmLenTest

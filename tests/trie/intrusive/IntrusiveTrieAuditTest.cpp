@@ -9,7 +9,7 @@
 #include "routetrie/trie/intrusive/IntrusiveTrie.h"
 #include "tests/trie/intrusive/IntrusiveKinds.h"
 
-namespace {
+namespace IntrusiveTrieAuditTest {
 
 using namespace testing_support;
 using testing::StartsWith;
@@ -127,4 +127,4 @@ TYPED_TEST(IntrusiveAudit, findsAWrongType) {
    EXPECT_THAT(this->with(root->parentWord, root->parentWord ^ 2), StartsWith("I5 node "));
 }
 
-}  // namespace
+}  // namespace IntrusiveTrieAuditTest

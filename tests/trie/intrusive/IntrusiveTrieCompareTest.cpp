@@ -9,7 +9,7 @@
 
 #include "tests/property/Scale.h"
 
-namespace {
+namespace IntrusiveTrieCompareTest {
 
 using namespace Sprig::Intrusive::Impl;
 using Corenet::PrefixDataAndLength;
@@ -127,4 +127,4 @@ TEST(Compare, startsAtTheByteThatHoldsTheKnownBits) {
    EXPECT_EQ((CompareResult{4, Difference::bothLongerAndRhsSet}), compare({one, 32}, {two, 32}, 7));
 }
 
-}  // namespace
+}  // namespace IntrusiveTrieCompareTest

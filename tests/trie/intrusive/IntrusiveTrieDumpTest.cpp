@@ -10,7 +10,7 @@
 #include "routetrie/trie/intrusive/Ipv6Trie.h"
 #include "tests/trie/intrusive/IntrusiveKinds.h"
 
-namespace {
+namespace IntrusiveTrieDumpTest {
 
 using Corenet::Ip6Prefix;
 using Corvid::Ptr;
@@ -235,4 +235,4 @@ TEST(Ipv6TrieDumpDeathTest, whatTheStreamRaisesEndsTheProcess) {
    EXPECT_DEATH(trie->dumpState(context, 0), "terminate called after throwing .*failure");
 }
 
-}  // namespace
+}  // namespace IntrusiveTrieDumpTest

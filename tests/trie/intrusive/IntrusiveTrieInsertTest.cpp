@@ -8,7 +8,7 @@
 #include "routetrie/trie/intrusive/IntrusiveTrie.h"
 #include "tests/trie/intrusive/IntrusiveKinds.h"
 
-namespace {
+namespace IntrusiveTrieInsertTest {
 
 using namespace testing_support;
 
@@ -238,4 +238,4 @@ TYPED_TEST(IntrusiveInsert, onlyPartingRoutesNeedMemory) {
 }
 #endif
 
-}  // namespace
+}  // namespace IntrusiveTrieInsertTest

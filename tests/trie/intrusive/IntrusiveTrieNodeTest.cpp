@@ -11,7 +11,7 @@
 #include "routetrie/trie/intrusive/IntrusiveTrie.h"
 #include "tests/trie/intrusive/IntrusiveKinds.h"
 
-namespace {
+namespace IntrusiveTrieNodeTest {
 
 using namespace testing_support;
 using namespace Sprig::Intrusive::Impl;
@@ -208,4 +208,4 @@ TYPED_TEST(IntrusiveNodeDeathTest, aLinkOfTypeNoneHasNoParent) {
    EXPECT_DEATH(route->trieNode().nextNode(true, 8), error);
 }
 
-}  // namespace
+}  // namespace IntrusiveTrieNodeTest

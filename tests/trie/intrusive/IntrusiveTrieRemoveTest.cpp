@@ -8,7 +8,7 @@
 #include "routetrie/trie/intrusive/IntrusiveTrie.h"
 #include "tests/trie/intrusive/IntrusiveKinds.h"
 
-namespace {
+namespace IntrusiveTrieRemoveTest {
 
 using namespace testing_support;
 
@@ -374,4 +374,4 @@ TYPED_TEST(IntrusiveRemoveDeathTest, ofALeafWithoutASiblingUnderAnInternalNode) 
    root->left = left;
 }
 
-}  // namespace
+}  // namespace IntrusiveTrieRemoveTest

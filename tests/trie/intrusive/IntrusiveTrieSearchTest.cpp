@@ -9,7 +9,7 @@
 #include "routetrie/trie/intrusive/IntrusiveTrie.h"
 #include "tests/trie/intrusive/IntrusiveKinds.h"
 
-namespace {
+namespace IntrusiveTrieSearchTest {
 
 using namespace testing_support;
 
@@ -281,4 +281,4 @@ TYPED_TEST(IntrusiveSearchDeathTest, climbingThroughAnUnlinkedInternalNode) {
    root->parentWord = word;
 }
 
-}  // namespace
+}  // namespace IntrusiveTrieSearchTest

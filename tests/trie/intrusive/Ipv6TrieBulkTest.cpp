@@ -9,7 +9,7 @@
 #include "tests/property/Scale.h"
 #include "tests/property/Workload.h"
 
-namespace {
+namespace Ipv6TrieBulkTest {
 
 using Corenet::Ip6Prefix;
 using Sprig::Ipv6TrieRoute;
@@ -63,4 +63,4 @@ TEST(Ipv6TrieBulkDeathTest, needsAnAnswerForEachQuery) {
                 testing::HasSubstr("Assertion `queries.size() == answers.size()' failed"));
 }
 
-}  // namespace
+}  // namespace Ipv6TrieBulkTest

@@ -4,7 +4,7 @@
 
 #include "routetrie/platform/Corvid/Inspect.h"
 
-namespace {
+namespace Ipv6TrieRouteTest {
 
 using Corenet::Ip6Prefix;
 using Sprig::Ipv6TrieRoute;
@@ -107,4 +107,4 @@ TEST(Ipv6TrieRoute, isReachedByName) {
    EXPECT_FALSE(route.isInTrie());
 }
 
-}  // namespace
+}  // namespace Ipv6TrieRouteTest

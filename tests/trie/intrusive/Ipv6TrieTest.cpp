@@ -9,7 +9,7 @@
 #include "routetrie/platform/Corvid/Inspect.h"
 #include "routetrie/platform/Corvid/RangeException.h"
 
-namespace {
+namespace Ipv6TrieTest {
 
 using Corenet::Ip6Prefix;
 using Corvid::Ptr;
@@ -416,4 +416,4 @@ TEST_F(Notifier, aCallOfTheHandlerByNameIsCounted) {
    EXPECT_THROW(Inspect::set(*trie, "trieChanged", "9"), Corvid::RangeException);
 }
 
-}  // namespace
+}  // namespace Ipv6TrieTest

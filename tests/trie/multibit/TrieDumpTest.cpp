@@ -7,7 +7,7 @@
 #include "routetrie/trie/multibit/TrieDumpStateWalkCallback.h"
 #include "tests/trie/multibit/TrieSupport.h"
 
-namespace {
+namespace TrieDumpTest {
 
 using namespace testing_support;
 using testing::StartsWith;
@@ -248,4 +248,4 @@ TEST_F(TrieDoDump, aFirstEntryOf16IsCalledTheSame) {
       dump());
 }
 
-}  // namespace
+}  // namespace TrieDumpTest

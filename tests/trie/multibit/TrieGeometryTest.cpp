@@ -4,7 +4,7 @@
 
 #include "routetrie/platform/Corenet/AddressBits.h"
 
-namespace {
+namespace TrieGeometryTest {
 
 using namespace TrieImpl;
 
@@ -81,4 +81,4 @@ TEST(TrieGeometry, aNodesAddressHasTheKeysAboveIt) {
    EXPECT_EQ(0xa1b2c3d0u, nodeAddress(5, address));
 }
 
-}  // namespace
+}  // namespace TrieGeometryTest

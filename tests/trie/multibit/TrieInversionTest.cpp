@@ -4,7 +4,7 @@
 
 #include "routetrie/trie/multibit/TrieGeometry.h"
 
-namespace {
+namespace TrieInversionTest {
 
 using namespace TrieImpl;
 
@@ -73,4 +73,4 @@ TEST(TrieInversion, invertsTheWayThere) {
    }
 }
 
-}  // namespace
+}  // namespace TrieInversionTest

@@ -5,7 +5,7 @@
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "tests/trie/multibit/TrieSupport.h"
 
-namespace {
+namespace TrieLookupTest {
 
 using namespace testing_support;
 
@@ -194,4 +194,4 @@ TEST_F(TrieLookup, theNodeOfAPrefixIsThatOfItsLength) {
    EXPECT_EQ(trie->root(), nodeFor("99.0.0.0/8"));
 }
 
-}  // namespace
+}  // namespace TrieLookupTest

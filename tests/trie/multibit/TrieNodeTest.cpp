@@ -8,7 +8,7 @@
 
 #include "tests/trie/multibit/TrieSupport.h"
 
-namespace {
+namespace TrieNodeTest {
 
 using namespace testing_support;
 using namespace TrieImpl;
@@ -382,4 +382,4 @@ TEST_F(TrieNodeTest, auditLooksAtTheLargeArraysAlone) {
    direct->audit();
 }
 
-}  // namespace
+}  // namespace TrieNodeTest

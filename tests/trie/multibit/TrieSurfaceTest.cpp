@@ -12,7 +12,7 @@
 #include "tests/trie/Surface.h"
 #include "tests/trie/multibit/TrieSupport.h"
 
-namespace {
+namespace TrieSurfaceTest {
 
 using namespace testing_support;
 using testing::ElementsAre;
@@ -215,4 +215,4 @@ TEST_F(TrieSurface, theOtherCallbacksByName) {
    EXPECT_EQ("null", Inspect::get(*wrapper, "pcb").text);
 }
 
-}  // namespace
+}  // namespace TrieSurfaceTest

@@ -12,7 +12,7 @@
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "tests/trie/multibit/TrieSupport.h"
 
-namespace {
+namespace TrieTest {
 
 using namespace testing_support;
 using testing::ElementsAre;
@@ -491,4 +491,4 @@ TEST_F(TrieAudit, routeBits) {
    EXPECT_EQ("", trie->audit());
 }
 
-}  // namespace
+}  // namespace TrieTest

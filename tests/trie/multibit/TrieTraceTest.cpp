@@ -9,7 +9,7 @@
 #include "routetrie/trie/multibit/TrieWalkCallbackTest.h"
 #include "tests/trie/multibit/TrieSupport.h"
 
-namespace {
+namespace TrieTraceTest {
 
 using namespace testing_support;
 using testing::HasSubstr;
@@ -173,4 +173,4 @@ TEST_F(TrieTraceTest, childrenOfAnArrayAreToldOfAlsoWhereThereIsNone) {
    EXPECT_THAT(text, HasSubstr("7 visit:  visit child i = 255 p = 4278190080\n"));
 }
 
-}  // namespace
+}  // namespace TrieTraceTest

@@ -8,7 +8,7 @@
 #include "routetrie/trie/multibit/TrieWalkCallbackTest.h"
 #include "tests/trie/multibit/TrieSupport.h"
 
-namespace {
+namespace TrieTraversalTest {
 
 using namespace testing_support;
 using testing::ElementsAre;
@@ -310,4 +310,4 @@ TEST_F(TrieWalk, nextOfTheNullPrefix) {
    EXPECT_EQ("0.0.0.0/0", next());
 }
 
-}  // namespace
+}  // namespace TrieTraversalTest

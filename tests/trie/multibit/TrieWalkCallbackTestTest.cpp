@@ -6,7 +6,7 @@
 
 #include "tests/trie/multibit/TrieSupport.h"
 
-namespace {
+namespace TrieWalkCallbackTestTest {
 
 using namespace testing_support;
 
@@ -52,4 +52,4 @@ TEST_F(Recorder, takesWhateverItIsTold) {
    EXPECT_EQ(p("10.0.0.0/8"), recorder->walkedPrefixBack());
 }
 
-}  // namespace
+}  // namespace TrieWalkCallbackTestTest

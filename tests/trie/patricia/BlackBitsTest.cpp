@@ -7,7 +7,7 @@
 #include <random>
 #include <set>
 
-namespace {
+namespace BlackBitsTest {
 
 using PatriciaTrieImpl::BlackBits;
 using Lengths = std::set<U32>;
@@ -140,4 +140,4 @@ TEST(BlackBitsDeathTest, prevPastTheLastWord) {
    EXPECT_DEATH(static_cast<void>(bits.prev(129)), "word < 4' failed");
 }
 
-}  // namespace
+}  // namespace BlackBitsTest

@@ -4,7 +4,7 @@
 
 #include "routetrie/platform/Tesk/AllocTrack.h"
 
-namespace {
+namespace PatriciaTrieDataTest {
 
 using namespace Routing;
 
@@ -42,4 +42,4 @@ TEST(PrefixData, objectsAreCountedByTheirClass) {
    EXPECT_EQ(before, PrefixData::memAllocationTracker_->liveObjects());
 }
 
-}  // namespace
+}  // namespace PatriciaTrieDataTest

@@ -7,7 +7,7 @@
 
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieDescentTest {
 
 using namespace testing_support;
 using Routing::lpmNodeImpl;
@@ -113,4 +113,4 @@ TYPED_TEST(WalkAllAncestorsData, reportsOneNodeUpToALength) {
    EXPECT_EQ((std::vector<U32>{8, 16, 24}), this->walk(24));
 }
 
-}  // namespace
+}  // namespace PatriciaTrieDescentTest

@@ -8,7 +8,7 @@
 #include "routetrie/trie/patricia/PatriciaTrieDumpStateWalkCb.h"
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieDumpTest {
 
 using namespace testing_support;
 
@@ -249,4 +249,4 @@ TEST(PatriciaTrieDump, doDummyTraceV6DoesNothing) {
    EXPECT_EQ("", testing::internal::GetCapturedStdout());
 }
 
-}  // namespace
+}  // namespace PatriciaTrieDumpTest

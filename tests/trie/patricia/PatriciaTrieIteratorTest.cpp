@@ -13,7 +13,7 @@
 #include "routetrie/platform/BriskTrace/BriskTrace.h"
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieIteratorTest {
 
 using namespace testing_support;
 using testing::ElementsAre;
@@ -346,4 +346,4 @@ TYPED_TEST(PatriciaTrieIteratorDeathTest, countAlreadyZero) {
       "0 != \\( \\*this \\)->iterators\\(\\)' failed");
 }
 
-}  // namespace
+}  // namespace PatriciaTrieIteratorTest

@@ -4,7 +4,7 @@
 
 #include "routetrie/platform/Corvid/RangeException.h"
 
-namespace {
+namespace PatriciaTrieKeyTest {
 
 using namespace Routing;
 using Corenet::AddressFamily;
@@ -128,4 +128,4 @@ TEST(Pfx, noFamilyGivesTheEmptyValueWhateverTheLength) {
    }
 }
 
-}  // namespace
+}  // namespace PatriciaTrieKeyTest

@@ -11,7 +11,7 @@
 #include "routetrie/trie/patricia/PatriciaTrieIterator.h"
 #include "tests/trie/Surface.h"
 
-namespace {
+namespace PatriciaTrieModuleTest {
 
 namespace Inspect = Corvid::Inspect;
 using Corenet::IpGenPrefix;
@@ -139,4 +139,4 @@ TEST(PatriciaTrieByName, payloadIsReachedThroughItsContainer) {
    EXPECT_EQ(1U, other->uses());
 }
 
-}  // namespace
+}  // namespace PatriciaTrieModuleTest

@@ -14,7 +14,7 @@
 #include "routetrie/platform/Tesk/AllocTrack.h"
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieNodeImplTest {
 
 using namespace PatriciaTrieImpl;
 using Corenet::AddressFamily;
@@ -452,4 +452,4 @@ TEST(PatriciaTrieNodeDeathTest, lengthsPastTheKey) {
                 "_prefixLen <= 128' failed");
 }
 
-}  // namespace
+}  // namespace PatriciaTrieNodeImplTest

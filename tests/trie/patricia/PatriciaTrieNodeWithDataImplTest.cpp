@@ -9,7 +9,7 @@
 
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieNodeWithDataImplTest {
 
 using namespace PatriciaTrieImpl;
 using testing_support::ContainerPtr;
@@ -371,4 +371,4 @@ TYPED_TEST(PatriciaTrieWithData, hookThatRaises) {
    EXPECT_EQ("", this->trie->audit());
 }
 
-}  // namespace
+}  // namespace PatriciaTrieNodeWithDataImplTest

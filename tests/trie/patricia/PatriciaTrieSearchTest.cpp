@@ -8,7 +8,7 @@
 #include "routetrie/trie/patricia/PatriciaTrieWalkCb.h"
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieSearchTest {
 
 using namespace testing_support;
 
@@ -304,4 +304,4 @@ TYPED_TEST(PatriciaTrieSearchDeathTest, dataAskedOfAPlainTrie) {
       text);
 }
 
-}  // namespace
+}  // namespace PatriciaTrieSearchTest

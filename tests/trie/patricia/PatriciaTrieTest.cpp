@@ -5,7 +5,7 @@
 
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieTest {
 
 using namespace testing_support;
 using testing::HasSubstr;
@@ -561,4 +561,4 @@ TEST(PatriciaTrieDeathTest, nullPrefixNeverBecomesANode) {
    EXPECT_DEATH(ipv6->updateRouteCompact(CompactIpPrefix::getNull(Corenet::ipv6), nullptr), "len <= 128' failed");
 }
 
-}  // namespace
+}  // namespace PatriciaTrieTest

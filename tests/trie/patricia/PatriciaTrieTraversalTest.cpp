@@ -6,7 +6,7 @@
 #include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieTraversalTest {
 
 using namespace testing_support;
 using Texts = std::vector<std::string>;
@@ -236,4 +236,4 @@ TEST(PatriciaTrieTraversalDeathTest, wrongFamilyMeetsANode) {
    EXPECT_DEATH(trie->getFirstBlackCompact(ipv6), "key1.af\\(\\) == key2.af\\(\\)' failed");
 }
 
-}  // namespace
+}  // namespace PatriciaTrieTraversalTest

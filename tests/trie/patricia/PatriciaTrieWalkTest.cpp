@@ -8,7 +8,7 @@
 #include "routetrie/trie/patricia/PatriciaTrie.h"
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieWalkTest {
 
 using namespace testing_support;
 using Texts = std::vector<std::string>;
@@ -245,4 +245,4 @@ TYPED_TEST(PatriciaTrieWalkFamilyDeathTest, wrongFamilyMeetsANode) {
    EXPECT_DEATH(TypeParam::children(*this->trie, TypeParam::wrongFamily(), recorder.get()), text);
 }
 
-}  // namespace
+}  // namespace PatriciaTrieWalkTest

@@ -15,7 +15,7 @@
 #include "tests/trie/Surface.h"
 #include "tests/trie/patricia/PatriciaKinds.h"
 
-namespace {
+namespace PatriciaTrieWithNodeDataTest {
 
 using namespace testing_support;
 using Routing::PatriciaTrieWithNodeData;
@@ -439,4 +439,4 @@ TEST(PatriciaTrieWithNodeData, byName) {
    EXPECT_TRUE(trie.empty());
 }
 
-}  // namespace
+}  // namespace PatriciaTrieWithNodeDataTest

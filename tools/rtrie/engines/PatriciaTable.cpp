@@ -19,18 +19,18 @@ RouteTable::Prefix parentOrNone(const RouteTable::Prefix& found) {
 // What getNext() does, which no trie with whole addresses in its IPv6 nodes has. The trie's own search goes through a
 // subtree from its beginning, so only those are searched that are not before the query as a whole.
 CompactIpPrefix nextInLegacyTrie(const Routing::PatriciaTrie& trie, const RouteTable::Prefix& query) {
-   using Node = PatriciaTrieImpl::PatriciaTrieV6Node;
+   using V6Node = PatriciaTrieImpl::PatriciaTrieV6Node;
    const auto bits = query.bits<128>();
    std::vector<Routing::PatriciaTrieNode*> subtrees;  // the first in order at the back
-   const auto* node = static_cast<const Node*>(trie.root());
+   const auto* node = static_cast<const V6Node*>(trie.root());
    while (node != nullptr && node->len() < query.len() && node->bits().sharesFirst(bits, node->len())) {
       if (!bits.bit(node->len())) {
          subtrees.push_back(node->right_);
       }
-      node = static_cast<const Node*>(bits.bit(node->len()) ? node->right_ : node->left_);
+      node = static_cast<const V6Node*>(bits.bit(node->len()) ? node->right_ : node->left_);
    }
    if (node != nullptr && !(node->bits() < bits)) {
-      subtrees.push_back(const_cast<Node*>(node));
+      subtrees.push_back(const_cast<V6Node*>(node));
    }
    for (CompactIpPrefix found; !subtrees.empty(); subtrees.pop_back()) {
       if (trie.getNextImpl(subtrees.back(), CompactIpPrefix(query), found)) {

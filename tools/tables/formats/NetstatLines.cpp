@@ -58,7 +58,7 @@ bool isRow6(const Words& words) {
 }
 
 // Metrics from 2^31 on are shown as negative numbers.
-std::optional<U32> metricOf(std::string_view word) {
+std::optional<U32> metricIn(std::string_view word) {
    std::int64_t value = 0;
    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
    const bool isMetric = error == std::errc{} && end == word.data() + word.size() &&
@@ -103,7 +103,7 @@ void NetstatLines::line(std::string_view text, RouteSet& routes) {
    if (isRejected && metricText == "-1") {
       return;
    }
-   const auto metric = metricOf(metricText);
+   const auto metric = metricIn(metricText);
    if (!metric) {
       throw BadText(fmt::format("metric \"{}\" is no number: \"{}\"", metricText, text));
    }
