@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <concepts>
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <iterator>
 #include <memory>
@@ -394,6 +395,30 @@ class basic_table {
    // Takes over the routes of `source` whose prefixes have none here; the others stay in `source`.
    void merge(basic_table& source);
    void merge(basic_table&& source) { merge(source); }
+   // Takes over all routes of `source`; where both have one, `rule(prefix, mine, theirs)` says what becomes of it: it has mine as T&,
+   // theirs as an rvalue, and may leave both alone. What it raises leaves in `source` that route and those behind it.
+   template <class Rule>
+   requires(has_values&& std::invocable<Rule&, const prefix_type&, Impl::ObjectOr<T>&,
+                                        Impl::ObjectOr<T>&&>) void merge(basic_table& source, Rule&& rule) {
+      if (&source == this) {
+         return;
+      }
+      for (auto at = source.begin(); at != std::default_sentinel;) {
+         const prefix_type p = prefixOf(*at);
+         ++at;
+         T& theirs = const_cast<T&>(source.values_.at(source.tree_.find(p.bits(), p.len())));
+         const auto mine = place(p, [&](void* bytes) { values_.make(bytes, std::move(theirs)); });
+         if (!mine.created) {
+            values_.change(mine.value, [&](T& value) { std::invoke(rule, p, value, std::move(theirs)); });
+         }
+         source.eraseAt(p.bits(), p.len());
+      }
+   }
+   template <class Rule>
+   requires(has_values&& std::invocable<Rule&, const prefix_type&, Impl::ObjectOr<T>&,
+                                        Impl::ObjectOr<T>&&>) void merge(basic_table&& source, Rule&& rule) {
+      merge(source, rule);
+   }
    void clear() noexcept {
       destroyValues();
       tree_.clear();

@@ -133,6 +133,8 @@ class table {
       insert(std::forward<R>(routes));
    }
    table(std::initializer_list<insertable> routes) { insert(routes); }
+   // Of the routes of each family.
+   table(Table4 v4, Table6 v6) noexcept : v4_(std::move(v4)), v6_(std::move(v6)) {}
    void swap(table& other) noexcept {
       v4_.swap(other.v4_);
       v6_.swap(other.v6_);
@@ -354,6 +356,17 @@ class table {
       v6_.merge(source.v6_);
    }
    void merge(table&& source) { merge(source); }
+   template <class Rule>
+   requires(has_values&& std::invocable<Rule&, const prefix&, Impl::ObjectOr<T>&, Impl::ObjectOr<T>&&>) void merge(
+      table& source, Rule&& rule) {
+      v4_.merge(source.v4_, rule);
+      v6_.merge(source.v6_, rule);
+   }
+   template <class Rule>
+   requires(has_values&& std::invocable<Rule&, const prefix&, Impl::ObjectOr<T>&, Impl::ObjectOr<T>&&>) void merge(
+      table&& source, Rule&& rule) {
+      merge(source, rule);
+   }
    void clear() noexcept {
       v4_.clear();
       v6_.clear();

@@ -106,6 +106,14 @@ TEST(BothFamilies, changesOfEitherFamily) {
    EXPECT_EQ(2u, set.size());
 }
 
+TEST(BothFamilies, mergeByARuleAndAreMadeOfOneEach) {
+   table<int> both{{"10.0.0.0/8"_prefix, 1}, {"::/0"_prefix, 2}};
+   both.merge(table<int>{{"10.0.0.0/8"_prefix, 10}, {"::/0"_prefix, 20}},
+              [](const prefix&, int& mine, int theirs) { mine += theirs; });
+   EXPECT_THAT(texts(both), ElementsAre("10.0.0.0/8 11", "::/0 22"));
+   EXPECT_EQ(both, table<int>(both.v4(), both.v6()));
+}
+
 TEST(BothFamilies, aBurstMayMixThem) {
    table<int> t{{"10.0.0.0/8"_prefix, 4}, {"a00::/8"_prefix, 6}};
    std::vector<address> asked;

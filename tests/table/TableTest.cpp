@@ -381,6 +381,43 @@ TEST(Table, erases) {
    EXPECT_TRUE(table.empty());
 }
 
+TEST(Table, mergeByARuleTakesAll) {
+   table4<std::string> to{{"10.0.0.0/8"_prefix, "a"}, {"11.0.0.0/8"_prefix, "b"}};
+   table4<std::string> from{{"10.0.0.0/8"_prefix, "c"}, {"11.0.0.0/8"_prefix, "d"}, {"12.0.0.0/8"_prefix, "e"}};
+   to.merge(from, [](prefix4 p, std::string& mine, std::string&& theirs) {
+      if (p != "11.0.0.0/8"_prefix) {
+         mine += theirs;
+      }
+   });
+   EXPECT_THAT(texts(to), ElementsAre("10.0.0.0/8 ac", "11.0.0.0/8 b", "12.0.0.0/8 e"));
+   EXPECT_TRUE(from.empty());
+   to.merge(to, [](prefix4, std::string& mine, std::string&&) { mine.clear(); });
+   EXPECT_EQ("b", to.find("11.0.0.0/8"_prefix)->value);
+
+   table4<std::unique_ptr<int>> owners;
+   owners.try_emplace("10.0.0.0/8"_prefix, std::make_unique<int>(1));
+   table4<std::unique_ptr<int>> others;
+   others.try_emplace("10.0.0.0/8"_prefix, std::make_unique<int>(2));
+   others.try_emplace("11.0.0.0/8"_prefix, std::make_unique<int>(3));
+   owners.merge(std::move(others), [](prefix4, auto& mine, auto&& theirs) { mine = std::move(theirs); });
+   EXPECT_EQ(2, *owners.find("10.0.0.0/8"_prefix)->value);
+   EXPECT_EQ(3, *owners.find("11.0.0.0/8"_prefix)->value);
+}
+
+// What the rule raises loses no route.
+TEST(Table, mergeByARuleThatRaises) {
+   table4<std::string> to{{"11.0.0.0/8"_prefix, "b"}};
+   table4<std::string> from{{"10.0.0.0/8"_prefix, "c"}, {"11.0.0.0/8"_prefix, "d"}, {"12.0.0.0/8"_prefix, "e"}};
+   EXPECT_THROW(to.merge(from,
+                         [](prefix4, std::string& mine, std::string&&) {
+                            mine = "halfway";
+                            throw std::runtime_error("no");
+                         }),
+                std::runtime_error);
+   EXPECT_THAT(texts(to), ElementsAre("10.0.0.0/8 c", "11.0.0.0/8 b"));
+   EXPECT_THAT(texts(from), ElementsAre("11.0.0.0/8 d", "12.0.0.0/8 e"));
+}
+
 TEST(Table, mergeTakesWhatIsNotThere) {
    table4<std::unique_ptr<int>> to;
    table4<std::unique_ptr<int>> from;
