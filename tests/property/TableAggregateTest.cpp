@@ -22,7 +22,7 @@
 #include "tests/property/Scale.h"
 
 namespace Property {
-namespace {
+namespace TableAggregateTest {
 
 using routetrie::table4;
 using routetrie::table6;
@@ -288,5 +288,5 @@ TYPED_TEST(TableAggregateTest, bordersTellTablesApart) {
    EXPECT_NE(0u, differingBorders(t, other));
 }
 
-}  // namespace
+}  // namespace TableAggregateTest
 }  // namespace Property

@@ -11,7 +11,7 @@
 #include "routetrie/route_set.h"
 
 namespace routetrie {
-namespace {
+namespace AggregateTest {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -90,5 +90,5 @@ TEST(Aggregate, takesSetsAndBothFamilies) {
    EXPECT_THAT(texts(aggregate(t)), ElementsAre("10.0.0.0/8 1", "2001:db8::/32 1"));
 }
 
-}  // namespace
+}  // namespace AggregateTest
 }  // namespace routetrie

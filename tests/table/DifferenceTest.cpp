@@ -13,7 +13,7 @@
 #include "routetrie/route_set.h"
 
 namespace routetrie {
-namespace {
+namespace DifferenceTest {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -87,5 +87,5 @@ TEST(Difference, turnsOneIntoTheOtherAsItIsWalked) {
    EXPECT_EQ(new4, a);
 }
 
-}  // namespace
+}  // namespace DifferenceTest
 }  // namespace routetrie

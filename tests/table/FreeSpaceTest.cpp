@@ -13,7 +13,7 @@
 #include "routetrie/route_set.h"
 
 namespace routetrie {
-namespace {
+namespace FreeSpaceTest {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -114,5 +114,5 @@ TEST(FreeSpace, canBeGivenOutAsItIsFound) {
    EXPECT_THAT(texts(free_blocks(t, pool)), IsEmpty());
 }
 
-}  // namespace
+}  // namespace FreeSpaceTest
 }  // namespace routetrie
