@@ -2,10 +2,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <vector>
 
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/rtrie/engines/ContainerTable.h"
 #include "tools/rtrie/engines/FrontTable.h"
 #include "tools/rtrie/engines/IntrusiveTable.h"
 #include "tools/rtrie/engines/MultibitTable.h"
@@ -24,14 +27,15 @@ constexpr Engine engine(std::string_view name, std::string_view summary, bool ip
 }
 
 constexpr Engine engineRows[] = {
-   engine<GenTable>("auto", "what suits the family, as gen picks it: multibit trie for IPv4, Patricia trie for IPv6"),
+   engine<ContainerTable>("auto", "table, but gen where a command reads fields of an engine by their names"),
+   engine<ContainerTable>("table", "the container routetrie::table, with a payload for each route"),
+   engine<GenTable>("gen", "the front end that publishes: multibit trie for IPv4, Patricia trie for IPv6"),
    engine<PatriciaTable>("patricia", "Patricia trie with whole addresses in its nodes"),
    engine<CompactPatriciaTable>("patricia-compact", "Patricia trie with one-word prefixes in its IPv6 nodes"),
    engine<PatriciaDataTable>("patricia-data", "the same with a payload for each route, kept in the trie"),
    engine<MultibitTable>("multibit", "multibit trie of six levels, one byte of routes a level; IPv4 alone", true,
                          false),
    engine<IntrusiveTable>("intrusive", "trie whose nodes are the routes' own objects; IPv6 alone", false, true),
-   engine<GenTable>("gen", "the front end that publishes: multibit trie for IPv4, Patricia trie for IPv6"),
    engine<Trie6Table>("trie6", "the IPv6 half of that by itself", false, true),
    engine<CompactTable>("compact", "Patricia trie behind a front end of one-word prefixes"),
    engine<WrapperTable>("wrapper", "front end of one-word prefixes: multibit trie for IPv4, Patricia trie for IPv6"),
@@ -40,6 +44,17 @@ constexpr Engine engineRows[] = {
 }  // namespace
 
 std::span<const Engine> engines() { return engineRows; }
+
+const Engine& engineNamed(std::string_view name, Questions questions, std::string_view what) {
+   const Engine* engine = &rowNamed(engines(), "engine", name);
+   if (engine == std::begin(engineRows)) {
+      const auto* able = std::find_if(std::begin(engineRows), std::end(engineRows),
+                                      [&](const Engine& each) { return includes(each.answers, questions); });
+      engine = able == std::end(engineRows) ? engine : able;
+   }
+   requireAnswers(*engine, questions, what, engines());
+   return *engine;
+}
 
 void requireAnswers(const Engine& engine, Questions questions, std::string_view what, std::span<const Engine> known) {
    if (includes(engine.answers, questions)) {

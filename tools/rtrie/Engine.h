@@ -27,8 +27,12 @@ struct Engine {
    }
 };
 
-// The first is the default.
+// The first is the default, auto.
 std::span<const Engine> engines();
+
+// The engine of that name; for auto, the first that answers the questions that `what` needs. Raises UsageError if it is
+// unknown or lacks one of them.
+const Engine& engineNamed(std::string_view name, Questions questions = Questions::none, std::string_view what = "");
 
 // Raises UsageError if the engine lacks one of the questions that `what` needs, and names those of `known` that do not:
 // engine "a" has no op "x": engines that have it are b, c

@@ -20,6 +20,7 @@
 #include "routetrie/platform/Corvid/Node.h"
 #include "routetrie/platform/Keel/DumpContext.h"
 #include "routetrie/platform/Types.h"
+#include "tools/tables/RouteSet.h"
 
 namespace Rtrie {
 
@@ -35,10 +36,11 @@ class RouteTable {
 
    // Adds a route; adding it again changes nothing.
    virtual void routeIs(const Prefix& route) = 0;
-   // The same with its payload, which an engine without payloads lets go.
-   virtual void routeWithPayloadIs(const Prefix& route, std::string_view) { routeIs(route); }
+   // The same with its payload, which an engine without payloads lets go; again, it takes the place of the one before. Payloads of
+   // one set alone, whose views have to hold as long as the table is asked for them.
+   virtual void routeWithPayloadIs(const Prefix& route, const Payload&) { routeIs(route); }
    virtual std::uint64_t routes() const = 0;
-   virtual std::uint64_t nodes() const = 0;
+   virtual std::uint64_t nodes() const { notAnswered(); }
 
    // What an engine of levels has at each of them, from the top; the default route is at none. Empty for any other engine.
    struct Level {
@@ -49,9 +51,15 @@ class RouteTable {
    virtual std::vector<Level> levels() const { return {}; }
    // The bytes that the engine holds and no allocation tracker counts.
    virtual std::uint64_t untrackedBytes() const { return 0; }
+   // What an engine that knows holds its bytes for. Empty for any other engine.
+   struct BytesFor {
+      std::string_view use;
+      std::uint64_t bytes = 0;
+   };
+   virtual std::vector<BytesFor> bytesByUse() const { return {}; }
 
    // The engine's own object, to be reached by name.
-   virtual Corvid::Node& object() const = 0;
+   virtual Corvid::Node& object() const { notAnswered(); }
    // The object to ask for a field of that name: where a front end has none, the engine beneath it.
    virtual Corvid::Node& objectWith(std::string_view) const { return object(); }
 
@@ -69,12 +77,13 @@ class RouteTable {
    virtual void children(const Prefix&, const Visit&) const { notAnswered(); }
    // The first route after the query, in order; never the default route.
    virtual Prefix next(const Prefix&) const { notAnswered(); }
-   // The payload of a route as the engine holds it; nullopt if there is no such route. The view holds as long as the
-   // table does.
+   // The payload of a route as the engine holds it; nullopt if there is no such route. The view holds until a route is added.
    virtual std::optional<std::string_view> payload(const Prefix&) const { notAnswered(); }
    // Writes the engine's state for an operator, or for its developer the tree of its nodes.
    virtual void dump(const Corvid::Ptr<const Keel::DumpContext>&) const { notAnswered(); }
    virtual void dumpTree(std::ostream&) const { notAnswered(); }
+   // How to read that tree; empty where nothing is to be said.
+   virtual std::string_view treeLegend() const { return {}; }
 
   protected:
    // covering() of an engine that has no operation for it: a search for each route. Requires: longestMatch and parent.
@@ -103,7 +112,9 @@ enum class Questions : U32 {
    next = 64,
    payload = 128,
    dump = 256,
-   dumpTree = 512
+   dumpTree = 512,
+   object = 1024,
+   nodes = 2048
 };
 
 constexpr Questions operator|(Questions a, Questions b) {
@@ -133,6 +144,8 @@ consteval Questions answeredBy() {
    ask(Questions::payload, &Table::payload, &RouteTable::payload);
    ask(Questions::dump, &Table::dump, &RouteTable::dump);
    ask(Questions::dumpTree, &Table::dumpTree, &RouteTable::dumpTree);
+   ask(Questions::object, &Table::object, &RouteTable::object);
+   ask(Questions::nodes, &Table::nodes, &RouteTable::nodes);
    return all;
 }
 

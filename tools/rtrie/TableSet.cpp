@@ -17,7 +17,7 @@ TableSet::TableSet(const Engine& engine, const RouteSet& routes)
       const auto bytesBefore = trackedBytes();
       const auto start = std::chrono::steady_clock::now();
       family.table = engine.make(af);
-      routes.forEachWithPayload(af, [&](const Corenet::IpGenPrefix& route, std::string_view payload) {
+      routes.forEachWithPayload(af, [&](const Corenet::IpGenPrefix& route, const Payload& payload) {
          family.table->routeWithPayloadIs(route, payload);
       });
       family.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();

@@ -16,6 +16,13 @@
 
 namespace Rtrie {
 
+// A payload and its number: within a set, equal texts have equal numbers, and the empty one has 0. The view holds as the one of
+// RouteSet::payload() does.
+struct Payload {
+   U32 id = 0;
+   std::string_view text;
+};
+
 // One of the offers for a prefix. The views hold as the one of RouteSet::payload() does.
 struct Candidate {
    std::string_view payload;
@@ -66,20 +73,20 @@ class RouteSet {
    // Number of routes of each length, index 0 to 32 or 128.
    std::vector<std::uint64_t> countByLength(Corenet::AddressFamily af) const;
 
-   // Calls each(IpGenPrefix, payload) for the routes of a family in ascending order. The payload's view holds as the one
-   // of payload() does.
+   // Calls each(IpGenPrefix, Payload) for the routes of a family in ascending order.
    template <class Each>
    void forEachWithPayload(Corenet::AddressFamily af, Each&& each) const {
       onList(af, [&](const auto& list) {
          for (const auto& route : list.routes()) {
-            each(prefixOf(route.address.number(), route.lengthBits), payloads_.text(offers_.payloadOf(route.offer)));
+            const U32 id = offers_.payloadOf(route.offer);
+            each(prefixOf(route.address.number(), route.lengthBits), Payload{id, payloads_.text(id)});
          }
       });
    }
    // The same with each(IpGenPrefix).
    template <class Each>
    void forEach(Corenet::AddressFamily af, Each&& each) const {
-      forEachWithPayload(af, [&](const Corenet::IpGenPrefix& route, std::string_view) { each(route); });
+      forEachWithPayload(af, [&](const Corenet::IpGenPrefix& route, const Payload&) { each(route); });
    }
 
   private:

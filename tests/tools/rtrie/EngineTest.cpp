@@ -5,6 +5,7 @@
 #include <set>
 
 #include "Support.h"
+#include "tools/rtrie/Errors.h"
 #include "tools/rtrie/Op.h"
 #include "tools/tables/AddressNumber.h"
 
@@ -171,6 +172,15 @@ TEST(Engine, longPrefixes) {
       EXPECT_EQ(prefix("2001:db8::/57"), table->longestMatch(prefix("2001:db8::2/128"))) << engine.name;
       EXPECT_EQ(IpGenPrefix(), table->longestMatch(prefix("2001:db9::2/128"))) << engine.name;
    }
+}
+
+TEST(Engine, autoIsTheFirstThatAnswers) {
+   EXPECT_EQ("auto", engineNamed("auto").name);
+   EXPECT_EQ("auto", engineNamed("auto", Questions::longestMatch | Questions::payload, "this").name);
+   EXPECT_EQ("gen", engineNamed("auto", Questions::object, "this").name);
+   EXPECT_EQ("gen", engineNamed("gen", Questions::object, "this").name);
+   EXPECT_THROW(engineNamed("table", Questions::object, "this"), UsageError);
+   EXPECT_THROW(engineNamed("radix"), UsageError);
 }
 
 TEST(Engine, namesAreDifferent) {

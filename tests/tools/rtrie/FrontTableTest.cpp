@@ -53,8 +53,7 @@ class FrontEnds : public testing::Test {
       std::string ipv6;
    };
    static const std::map<std::string, Beneath>& fronts() {
-      static const std::map<std::string, Beneath> all = {{"auto", {"multibit", "patricia"}},
-                                                         {"gen", {"multibit", "patricia"}},
+      static const std::map<std::string, Beneath> all = {{"gen", {"multibit", "patricia"}},
                                                          {"trie6", {"", "patricia"}},
                                                          {"compact", {"patricia-compact", "patricia-compact"}},
                                                          {"wrapper", {"multibit", "patricia-compact"}}};

@@ -127,6 +127,21 @@ TEST(InspectCommand, readsTheEngineWhereTheFrontEndHasNoSuchField) {
    }
 }
 
+// The container has no fields that can be reached by name, but it has a count.
+TEST(InspectCommand, theEngineTableHasItsCountAlone) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8\n");
+   const Ran count = rtrie({"inspect", "--table", table, "--engine", "table", "routes"});
+   EXPECT_EQ("IPv4  routes = 1\n", count.out);
+   EXPECT_EQ(0, count.status);
+   const Ran field = rtrie({"inspect", "--table", table, "--engine", "table", "routes", "empty"});
+   EXPECT_EQ("", field.out);
+   EXPECT_THAT(field.err,
+               testing::StartsWith("rtrie: engine \"table\" has no fields to read by name: engines that have "
+                                   "it are gen, patricia, "));
+   EXPECT_EQ(2, field.status);
+}
+
 TEST(InspectCommand, whatCantBeHadIsOneClearLine) {
    const Support::Folder folder;
    const auto table = folder.file("table", "10.0.0.0/8\n");
@@ -142,7 +157,7 @@ TEST(InspectCommand, whatCantBeHadIsOneClearLine) {
    EXPECT_EQ(1, noField.status);
    EXPECT_EQ(3, rtrie({"inspect", "--table", table, "nothing"}).status);
    const Ran family = rtrie({"inspect", "--table", table, "longestMatch(2001:db8::/32)"});
-   EXPECT_EQ("rtrie: no table of engine \"auto\" is of the family of \"longestMatch(2001:db8::/32)\"\n", family.err);
+   EXPECT_EQ("rtrie: no table of engine \"gen\" is of the family of \"longestMatch(2001:db8::/32)\"\n", family.err);
    EXPECT_EQ(3, family.status);
    EXPECT_EQ(2, rtrie({"inspect", "--format", "xml"}).status);
 }

@@ -20,8 +20,6 @@ class OneRoute : public RouteTable {
    explicit OneRoute(Prefix route = {}) : route_(route) {}
    void routeIs(const Prefix& route) override { route_ = route; }
    std::uint64_t routes() const override { return 1; }
-   std::uint64_t nodes() const override { return 1; }
-   Corvid::Node& object() const override { throw std::logic_error("there is no trie behind this one"); }
    Prefix longestMatch(const Prefix&) const override { return route_; }
 
   private:

@@ -16,15 +16,15 @@ std::string payloadOf(const RouteTable& table, std::string_view route) {
 
 TEST(PatriciaDataTable, keepsAPayloadForEachRoute) {
    PatriciaDataTable table(Corenet::ipv4);
-   table.routeWithPayloadIs(prefix("0.0.0.0/0"), "upstream");
-   table.routeWithPayloadIs(prefix("10.0.0.0/8"), "private");
+   table.routeWithPayloadIs(prefix("0.0.0.0/0"), {1, "upstream"});
+   table.routeWithPayloadIs(prefix("10.0.0.0/8"), {2, "private"});
    table.routeIs(prefix("10.1.0.0/16"));
    EXPECT_EQ("upstream", payloadOf(table, "0.0.0.0/0"));
    EXPECT_EQ("private", payloadOf(table, "10.0.0.0/8"));
    EXPECT_EQ("", payloadOf(table, "10.1.0.0/16"));
    EXPECT_EQ("no route", payloadOf(table, "10.2.0.0/16")) << "covered is no route";
-   table.routeWithPayloadIs(prefix("10.1.0.0/16"), "branch");
-   table.routeWithPayloadIs(prefix("0.0.0.0/0"), "other");
+   table.routeWithPayloadIs(prefix("10.1.0.0/16"), {3, "branch"});
+   table.routeWithPayloadIs(prefix("0.0.0.0/0"), {4, "other"});
    EXPECT_EQ("branch", payloadOf(table, "10.1.0.0/16"));
    EXPECT_EQ("other", payloadOf(table, "0.0.0.0/0"));
    EXPECT_EQ(3u, table.routes());
@@ -39,7 +39,7 @@ TEST(PatriciaDataTable, equalPayloadsAreOneObject) {
       PatriciaDataTable table(Corenet::ipv6);
       for (U8 length = 32; length <= 128; ++length) {
          table.routeWithPayloadIs(Corenet::Ip6Prefix::cut(prefix("2001:db8::/32").bits<128>(), length),
-                                  length % 2 == 0 ? "DE" : "NL");
+                                  length % 2 == 0 ? Payload{1, "DE"} : Payload{2, "NL"});
       }
       EXPECT_EQ(97u, table.routes());
       EXPECT_EQ(before + 2, tracker->liveObjects());

@@ -24,9 +24,8 @@ struct DumpOptions {
 
 ExitStatus run(const DumpOptions& options) {
    options.table.check();
-   const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
-   requireAnswers(engine, options.tree ? Questions::dumpTree : Questions::dump, options.tree ? "dump --tree" : "dump",
-                  engines());
+   const Engine& engine = options.tree ? engineNamed(options.table.engine, Questions::dumpTree, "dump --tree")
+                                       : engineNamed(options.table.engine, Questions::dump, "dump");
    RouteSet routes;
    const auto report = loadTables(options.table, routes);
    const TableSet tables(engine, routes);
@@ -35,9 +34,12 @@ ExitStatus run(const DumpOptions& options) {
    const auto context = Keel::dumpContextFactory(stream);
    context->verbosityIs(options.verbose ? Keel::DumpContext::verbose : 0);
    context->listLimitIs(options.limit);
+   bool legendIsPrinted = false;
    for (const auto af : families) {
       if (const auto& table = tables.of(af).table) {
          if (options.tree) {
+            output.text(legendIsPrinted ? "" : table->treeLegend());
+            legendIsPrinted = true;
             table->dumpTree(stream);
          } else {
             // The engine's own list or count may be without the default route.

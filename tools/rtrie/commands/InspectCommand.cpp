@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -91,21 +92,27 @@ ExitStatus showTypes(const InspectOptions& options, const InspectFormat& format)
 }
 
 // The table's own count goes before the engines', of which some leave the default route out.
-InspectPath::Read readOf(const RouteTable& table, const InspectPath& path) {
+bool isCount(const InspectPath& path) {
    const auto& first = path.steps().front();
-   if (path.steps().size() == 1 && first.field == "routes" && first.arguments.empty()) {
+   return path.steps().size() == 1 && first.field == "routes" && first.arguments.empty();
+}
+
+InspectPath::Read readOf(const RouteTable& table, const InspectPath& path) {
+   if (isCount(path)) {
       return {{fmt::format("{}", table.routes()), nullptr}, "U32"};
    }
-   return path.read(table.objectWith(first.field));
+   return path.read(table.objectWith(path.steps().front().field));
 }
 
 ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& format) {
    options.table.check();
-   const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
-   std::vector<InspectPath> paths(options.names.begin(), options.names.end());
+   const std::vector<InspectPath> paths(options.names.begin(), options.names.end());
    if (paths.empty()) {
       throw UsageError("what is to be read of the table? give a path, such as routes");
    }
+   const bool readsFields = !std::all_of(paths.begin(), paths.end(), isCount);
+   const Engine& engine =
+      engineNamed(options.table.engine, readsFields ? Questions::object : Questions::none, "fields to read by name");
    RouteSet routes;
    const auto report = loadTables(options.table, routes);
    const TableSet tables(engine, routes);

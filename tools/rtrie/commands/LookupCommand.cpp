@@ -94,7 +94,7 @@ void answerStandardInput(Lookup& lookup, AnswerWriter& writer) {
 
 ExitStatus run(const LookupOptions& options) {
    options.table.check();
-   const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
+   const Engine& engine = engineNamed(options.table.engine);
    const Op& op = opOfEngine(options.op, engine, engines());
    const AnswerFormat& format = rowNamed(answerFormats(), "format", options.format);
    if (options.queries.empty() && options.table.readsStandardInput()) {

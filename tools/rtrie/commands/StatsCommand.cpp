@@ -33,7 +33,10 @@ struct OwnCount {
    std::string name;
    std::uint64_t routes = 0;
 };
-std::optional<OwnCount> ownCountOf(const RouteTable& table) {
+std::optional<OwnCount> ownCountOf(const Engine& engine, const RouteTable& table) {
+   if (!includes(engine.answers, Questions::object)) {
+      return std::nullopt;
+   }
    auto& object = table.object();
    const auto type = Corvid::Inspect::typeOf(object);
    const auto field = type ? type->field("routes") : std::nullopt;
@@ -60,11 +63,16 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    }
    std::uint64_t const count = family.table->routes();
    line("routes", grouped(count));
-   if (const auto own = ownCountOf(*family.table)) {
+   if (const auto own = ownCountOf(engine, *family.table)) {
       line("engine counts", fmt::format("{} ({})", grouped(own->routes), own->name));
    }
-   line("nodes", grouped(family.table->nodes()));
+   if (includes(engine.answers, Questions::nodes)) {
+      line("nodes", grouped(family.table->nodes()));
+   }
    line("live bytes", grouped(family.liveBytes));
+   for (const auto& [use, bytes] : family.table->bytesByUse()) {
+      line(fmt::format("  {}", use), grouped(bytes));
+   }
    line("bytes a route", fmt::format("{:.2f}", static_cast<double>(family.liveBytes) / static_cast<double>(count)));
    line("insert time", timeAndRate(family.seconds, count, "routes"));
 
@@ -114,17 +122,23 @@ void printText(const Figures& figures, Output& output) {
    }
 }
 
-Json familyJson(Corenet::AddressFamily af, const RouteSet& routes, const TableSet::Family& family) {
+Json familyJson(const Engine& engine, Corenet::AddressFamily af, const RouteSet& routes,
+                const TableSet::Family& family) {
    Json object = {{"family", Corenet::stringValue(af).view()}, {"routes", routes.size(af)}};
    object["held"] = family.table != nullptr;
    if (!family.table) {
       return object;
    }
-   if (const auto own = ownCountOf(*family.table)) {
+   if (const auto own = ownCountOf(engine, *family.table)) {
       object["engineCounts"] = {{own->name, own->routes}};
    }
-   object["nodes"] = family.table->nodes();
+   if (includes(engine.answers, Questions::nodes)) {
+      object["nodes"] = family.table->nodes();
+   }
    object["liveBytes"] = family.liveBytes;
+   for (const auto& [use, bytes] : family.table->bytesByUse()) {
+      object["bytesByUse"][std::string(use)] = bytes;
+   }
    object["bytesARoute"] = static_cast<double>(family.liveBytes) / static_cast<double>(routes.size(af));
    object["insertSeconds"] = family.seconds;
    Json byLength = Json::object();
@@ -147,7 +161,7 @@ Json familyJson(Corenet::AddressFamily af, const RouteSet& routes, const TableSe
 void printJson(const Figures& figures, Output& output) {
    Json families = Json::array();
    for (auto af : Rtrie::families) {
-      families.push_back(familyJson(af, figures.routes, figures.tables.of(af)));
+      families.push_back(familyJson(figures.engine, af, figures.routes, figures.tables.of(af)));
    }
    jsonLine(output, {{"engine", figures.engine.name},
                      {"routes", figures.routes.size()},
@@ -179,7 +193,7 @@ struct StatsOptions {
 
 ExitStatus run(const StatsOptions& options) {
    options.table.check();
-   const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
+   const Engine& engine = engineNamed(options.table.engine);
    const StatsFormat& format = rowNamed(std::span<const StatsFormat>(statsFormats), "format", options.format);
    RouteSet routes;
    const auto report = loadTables(options.table, routes);

@@ -69,8 +69,7 @@ void walk(const TableSet& tables, const RouteTable::Prefix& prefix, const WalkFo
 
 ExitStatus run(const WalkOptions& options) {
    options.table.check();
-   const Engine& engine = rowNamed(engines(), "engine", options.table.engine);
-   requireAnswers(engine, Questions::subtree, "walk", engines());
+   const Engine& engine = engineNamed(options.table.engine, Questions::subtree, "walk");
    const WalkFormat& format = rowNamed(std::span<const WalkFormat>(walkFormats), "format", options.format);
    RouteTable::Prefix prefix;
    if (!options.prefix.empty()) {

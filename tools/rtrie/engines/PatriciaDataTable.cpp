@@ -25,12 +25,12 @@ class CoveringVisitor final : public Routing::PatriciaTrieCompactWalkCb {
 PatriciaDataTable::PatriciaDataTable(Corenet::AddressFamily af)
    : CompactPatriciaTable(Routing::patriciaTrieWithCompactNodeDataFactory(af)) {}
 
-void PatriciaDataTable::routeIs(const Prefix& route) { routeWithPayloadIs(route, ""); }
+void PatriciaDataTable::routeIs(const Prefix& route) { routeWithPayloadIs(route, {}); }
 
-void PatriciaDataTable::routeWithPayloadIs(const Prefix& route, std::string_view payload) {
-   auto place = payloads_.find(payload);
+void PatriciaDataTable::routeWithPayloadIs(const Prefix& route, const Payload& payload) {
+   auto place = payloads_.find(payload.text);
    if (place == payloads_.end()) {
-      const auto added = Corvid::ptrIsImpl<Payload>(payload);
+      const auto added = Corvid::ptrIsImpl<Data>(payload.text);
       place = payloads_.emplace(added->text, added).first;
    }
    trie().routeCompactIs(CompactIpPrefix(route), place->second);
@@ -45,7 +45,7 @@ std::optional<std::string_view> PatriciaDataTable::payload(const Prefix& route) 
    if (!found) {
       return std::nullopt;
    }
-   return static_cast<const Payload&>(*found).text;
+   return static_cast<const Data&>(*found).text;
 }
 
 }  // namespace Rtrie

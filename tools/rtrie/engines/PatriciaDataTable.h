@@ -16,14 +16,14 @@ class PatriciaDataTable final : public CompactPatriciaTable {
   public:
    explicit PatriciaDataTable(Corenet::AddressFamily af);
    void routeIs(const Prefix& route) override;
-   void routeWithPayloadIs(const Prefix& route, std::string_view payload) override;
+   void routeWithPayloadIs(const Prefix& route, const Payload& payload) override;
    void covering(const Prefix& query, const Visit& visit) const override;
    std::optional<std::string_view> payload(const Prefix& route) const override;
 
   private:
    // Routes share it, and setting a route again replaces the one it had.
-   struct Payload final : Routing::PrefixData {
-      explicit Payload(std::string_view itsText) : text(itsText) {}
+   struct Data final : Routing::PrefixData {
+      explicit Data(std::string_view itsText) : text(itsText) {}
       const std::string text;
    };
 
@@ -32,7 +32,7 @@ class PatriciaDataTable final : public CompactPatriciaTable {
    }
 
    // Each different payload once: a table of a million routes has some hundred countries. The keys are the payloads' own.
-   std::map<std::string_view, Corvid::Ptr<Payload>> payloads_;
+   std::map<std::string_view, Corvid::Ptr<Data>> payloads_;
 };
 
 }  // namespace Rtrie

@@ -1,0 +1,100 @@
+#include "tools/rtrie/engines/ContainerTable.h"
+
+#include <fmt/format.h>
+
+#include <ostream>
+
+#include "routetrie/platform/Keel/DumpList.h"
+
+namespace Rtrie {
+namespace {
+
+template <class Found>
+RouteTable::Prefix prefixOrNone(const Found& found) {
+   return found ? found->prefix : RouteTable::Prefix();
+}
+
+}  // namespace
+
+void ContainerTable::routeWithPayloadIs(const Prefix& route, const Payload& payload) {
+   if (payload.id >= payloads_.size()) {
+      payloads_.resize(payload.id + 1);
+   }
+   payloads_[payload.id] = payload.text;
+   table_.insert_or_assign(route, payload.id);
+}
+
+std::vector<RouteTable::BytesFor> ContainerTable::bytesByUse() const {
+   const auto memory = table_.memory();
+   return {{"nodes", memory.nodes}, {"values", memory.values}, {"index", memory.index}, {"free", memory.free}};
+}
+
+RouteTable::Prefix ContainerTable::longestMatch(const Prefix& query) const {
+   return prefixOrNone(table_.match(query));
+}
+RouteTable::Prefix ContainerTable::parent(const Prefix& query) const { return prefixOrNone(table_.parent(query)); }
+
+void ContainerTable::covering(const Prefix& query, const Visit& visit) const {
+   for (const auto& route : table_.covering(query)) {
+      visit(route.prefix);
+   }
+}
+
+void ContainerTable::subtree(const Prefix& query, const Visit& visit) const {
+   for (const auto& route : table_.covered(query)) {
+      visit(route.prefix);
+   }
+}
+
+void ContainerTable::children(const Prefix& query, const Visit& visit) const {
+   for (const auto& route : table_.children(query)) {
+      visit(route.prefix);
+   }
+}
+
+// The default route is before every other, so that it never comes next.
+RouteTable::Prefix ContainerTable::next(const Prefix& query) const {
+   const auto found = table_.upper_bound(query);
+   return found == table_.end() ? Prefix() : found->prefix;
+}
+
+std::optional<std::string_view> ContainerTable::payload(const Prefix& route) const {
+   const auto found = table_.find(route);
+   return found == table_.end() ? std::nullopt : std::optional(payloads_[found->value]);
+}
+
+void ContainerTable::dump(const Corvid::Ptr<const Keel::DumpContext>& context) const {
+   const auto count = static_cast<U32>(table_.size());
+   Keel::dumpLine(context, 0, "%s\n", af_ == Corenet::AddressFamily::ipv6 ? "table6" : "table4");
+   Keel::dumpLine(context, 2, "bytes #%zu\n", table_.memory().total());
+   for (const auto& [use, bytes] : bytesByUse()) {
+      Keel::dumpLine(context, 4, "%.*s #%llu\n", static_cast<int>(use.size()), use.data(),
+                     static_cast<unsigned long long>(bytes));
+   }
+   Keel::dumpLine(context, 2, "route[] #%u\n", count);
+   Keel::dumpListBegin(context, 2, count);
+   U32 shown = 0;
+   for (const auto& route : table_) {
+      if (!Keel::isListEntryShown(context, shown)) {
+         break;
+      }
+      ++shown;
+      const auto payload = payloads_[route.value];
+      const auto line = fmt::format("{}{}{}", route.prefix.stringValue(), payload.empty() ? "" : " ", payload);
+      Keel::dumpLine(context, 4, "%s\n", line.c_str());
+   }
+   Keel::dumpListEnd(context, 2, count);
+}
+
+void ContainerTable::dumpTree(std::ostream& out) const { out << table_.dump(); }
+
+std::string_view ContainerTable::treeLegend() const {
+   return "# A line is a node, and what stands under it lies under it. PREFIX is the bits that lead there.\n"
+          "#   PREFIX node: ROUTES     a choice of the next six bits, with the routes that end within them\n"
+          "#   PREFIX leaf             a route by itself, far below the node that leads to it\n"
+          "#   PREFIX skip             the way to a node far below, without a choice on it\n"
+          "#   default route           is kept beside the nodes\n"
+          "#   index to N bits         where a search for an address begins: a node for its first N bits\n";
+}
+
+}  // namespace Rtrie
