@@ -30,6 +30,9 @@
 //
 //    IPv4: 9 bits -> page, 9 bits -> node         IPv6: 12 bits -> page, 9 bits -> page, 9 bits -> node
 //
+// Where nothing stands at its depth, it holds the node six bits above instead, marked by the number's top bit: that is where the
+// answer mostly lies, and a lookup need not begin again at the root.
+//
 // Invariants, which audit() checks:
 //   1. A node but the root has a route or a child.
 //   2. A leaf is longer than the depth where it stands by more than 12, a skip by 12 or more. The prefix of each begins with the
@@ -38,7 +41,8 @@
 //   4. A node with one child and nothing else, but the root, has a child that is not compressed and has two children or a route.
 //   5. Runs have as many elements as there are bits set, in room for a count of runRoom(), and no two runs overlap.
 //   6. A number in the index that is not 0 is the node at the index's depth for these bits, or the compressed one on the way that
-//      spans it; in a page that is there, each of them has its number.
+//      spans it; or, marked, the node six bits above, which is not compressed and has no child there. In a page that is there, each
+//      of them has its number.
 //   7. size() is the number of routes.
 //
 // All numbers are of 32 bits and count from the base of the region (Region.h), which never moves.
@@ -171,6 +175,9 @@ class ROUTETRIE_EXPORT Tree {
 
    static constexpr unsigned indexDepth = width == 32 ? 18 : 30;
    static constexpr unsigned indexShift = 64 - stride - indexDepth;  // to six bits of the address's first 64
+   static constexpr unsigned groupDepth =
+      indexDepth - stride;                        // of the nodes whose children the index holds, 64 numbers in a row
+   static constexpr U32 aboveBit = U32{1} << 31;  // marks a number in the index: the node stands at groupDepth
    static constexpr unsigned pageBits = 9;
    static constexpr unsigned topBits = width == 32 ? 9 : 12;
    static constexpr unsigned pageDepth = indexDepth - pageBits;  // bits that lead to a page of numbers of nodes
@@ -236,14 +243,15 @@ class ROUTETRIE_EXPORT Tree {
 
    //--- the index
    U32* page(U32 block) const noexcept { return static_cast<U32*>(Region::at(base_, block)); }
-   U32* slotOf(Bits bits) const noexcept;   // null: no page
-   U32* openPage(Bits bits) noexcept;       // null: it would not pay, or no memory
-   U32 standing(Bits bits) const noexcept;  // what the index has to say of these bits
+   U32* slotOf(Bits bits) const noexcept;  // null: no page
+   U32* openPage(Bits bits) noexcept;      // null: it would not pay, or no memory
+   U32 standing(Bits bits, unsigned atDepth) const noexcept;
    template <class Visit>
    void standings(U32 at, unsigned depth, Bits bits, Bits within, unsigned shared, Visit&& visit) const;
    void buildIndex() noexcept;
    void dropIndex() noexcept;
-   void touch(Bits bits) noexcept;                                         // what these bits lead to may have changed
+   void fillPage(Bits bits) noexcept;
+   void touchGroup(Bits bits) noexcept;                                    // what these bits lead to may have changed
    void touchRun(const Node& parent, Bits bits, unsigned depth) noexcept;  // its children have moved
    void resizeIndex() noexcept;
 
@@ -296,9 +304,10 @@ ROUTETRIE_INLINE U32 Tree<width>::indexed(Bits address) const noexcept {
 // the longest route is mostly there. Where it is not, the search from the root finds it.
 template <unsigned width>
 ROUTETRIE_INLINE typename Tree<width>::Match Tree<width>::matchHere(Bits address, unsigned step) const noexcept {
-   const Node* n = nodes() + indexed(address);
+   const U32 number = indexed(address);
+   const Node* n = nodes() + (number & ~aboveBit);
    const U64 bits = highBits(address);
-   unsigned shift = indexShift;
+   unsigned shift = indexShift + (number >> 31) * stride;
    if constexpr (width == 128) {
       for (int level = 0; level < 2; ++level) {
          const unsigned chunk = static_cast<unsigned>(bits >> shift) & 63;
@@ -348,18 +357,17 @@ template <unsigned valueSize>
 ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, const void** answers,
                                              unsigned count) const noexcept {
    U32 at[32];
+   U8 shifts[32];
    U8 rest[32 + 1];  // those that need a search of their own
    unsigned rests = 0;
    for (unsigned i = 0; i < count; ++i) {
-      at[i] = indexed(addresses[i]);
+      const U32 number = indexed(addresses[i]);
+      at[i] = number & ~aboveBit;
+      shifts[i] = static_cast<U8>(indexShift + (number >> 31) * stride);
       __builtin_prefetch(nodes() + at[i]);
    }
    const auto high = [&](unsigned i) { return highBits(addresses[i]); };
-   U8 shifts[32];
    if constexpr (width == 128) {
-      for (unsigned i = 0; i < count; ++i) {
-         shifts[i] = indexShift;
-      }
       for (int level = 0; level < 2; ++level) {
          for (unsigned i = 0; i < count; ++i) {
             const Node& n = nodes()[at[i]];
@@ -374,8 +382,7 @@ ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, const void**
    }
    for (unsigned i = 0; i < count; ++i) {
       const Node& n = nodes()[at[i]];
-      const unsigned shift = width == 32 ? indexShift : shifts[i];
-      const unsigned chunk = static_cast<unsigned>(high(i) >> shift) & 63;
+      const unsigned chunk = static_cast<unsigned>(high(i) >> shifts[i]) & 63;
       const unsigned half = chunk >> 5;
       const U64 covering = n.routes[half] & wayTo[chunk & 31];
       const bool odd =

@@ -171,7 +171,7 @@ bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) noexcept {
       dropRoute(last, half, place);
    }
 
-   bool hasChangedNodes = isGone;
+   unsigned changedDepth = isGone ? path[steps - 1].depth : width;  // of the highest node that is another now
    std::optional<Bits> compressed;
    // Up, as long as what changed can make a difference above.
    for (unsigned i = steps; i-- != 0;) {
@@ -198,7 +198,7 @@ bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) noexcept {
       if (depth == 0 || !isBare(n)) {
          break;
       }
-      hasChangedNodes = true;
+      changedDepth = depth;
       if (!n.isCompressed() && !n.hasRoutes() && n.children == 0) {
          isGone = true;
          ++i;
@@ -210,10 +210,10 @@ bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) noexcept {
    }
    --size_;
    ++generation_;
-   if (hasChangedNodes) {
-      touch(bits);
+   if (changedDepth <= indexDepth) {
+      touchGroup(bits);
       if (compressed) {
-         touch(*compressed);
+         touchGroup(*compressed);
       }
    }
    resizeIndex();

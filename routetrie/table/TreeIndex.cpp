@@ -1,4 +1,5 @@
 // The index: what it has to say is told by the nodes alone, so it may be made, dropped and left away in parts at any time.
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -20,15 +21,16 @@ U32* Tree<width>::slotOf(Bits bits) const noexcept {
    }
 }
 
+// The node at a depth for these bits, or the compressed one on the way that spans it; 0: none.
 template <unsigned width>
-U32 Tree<width>::standing(Bits bits) const noexcept {
+U32 Tree<width>::standing(Bits bits, unsigned atDepth) const noexcept {
    U32 at = root_;
-   for (unsigned depth = 0; depth != indexDepth;) {
+   for (unsigned depth = 0; depth != atDepth;) {
       const Node& n = node(at);
       if (n.isCompressed()) {
          const unsigned length = n.length();
-         if (n.isLeaf() || length > indexDepth) {
-            return length >= indexDepth && keyOf<width>(n).sharesFirst(bits, indexDepth) ? at : 0;
+         if (n.isLeaf() || length > atDepth) {
+            return length >= atDepth && keyOf<width>(n).sharesFirst(bits, atDepth) ? at : 0;
          }
          if (!keyOf<width>(n).sharesFirst(bits, length)) {
             return 0;
@@ -90,14 +92,16 @@ void Tree<width>::buildIndex() noexcept {
    std::memset(page(index_), 0, topBytes);
    pages_ = 0;
    standings(root_, 0, Bits(), Bits(), 0, [&](Bits bits, U32 at) {
-      U32* slot = slotOf(bits);
-      if (slot == nullptr) {
-         slot = openPage(bits);
-      }
-      if (slot != nullptr) {
-         *slot = at;
+      if ((at & aboveBit) == 0 && slotOf(bits) == nullptr && openPage(bits) != nullptr) {
+         fillPage(bits);
       }
    });
+}
+
+// Writes what the index has to say of the bits that one page is for. Requires: the page is there, and empty.
+template <unsigned width>
+void Tree<width>::fillPage(Bits bits) noexcept {
+   standings(root_, 0, Bits(), bits, pageDepth, [&](Bits way, U32 number) { *slotOf(way) = number; });
 }
 
 template <unsigned width>
@@ -124,17 +128,25 @@ void Tree<width>::dropIndex() noexcept {
    pages_ = 0;
 }
 
+// What the index has to say of all bits that share these up to the group's depth is told anew.
 template <unsigned width>
-void Tree<width>::touch(Bits bits) noexcept {
+void Tree<width>::touchGroup(Bits bits) noexcept {
    if (index_ == 0) {
       return;
    }
-   const U32 at = standing(bits);
-   if (U32* const slot = slotOf(bits); slot != nullptr) {
-      *slot = at;
-   } else if (at != 0 && openPage(bits) != nullptr) {
-      standings(root_, 0, Bits(), bits, pageDepth, [&](Bits way, U32 number) { *slotOf(way) = number; });
+   U32* const slots = slotOf(bits.cut(groupDepth));
+   if (slots == nullptr) {
+      if (standing(bits, indexDepth) != 0 && openPage(bits) != nullptr) {
+         fillPage(bits);
+      }
+      return;
    }
+   std::fill_n(slots, std::size_t{1} << stride, U32{0});
+   const U32 at = standing(bits, groupDepth);
+   if (at == 0) {
+      return;
+   }
+   standings(at, groupDepth, bits.cut(groupDepth), Bits(), 0, [&](Bits way, U32 number) { *slotOf(way) = number; });
 }
 
 template <unsigned width>
@@ -143,19 +155,30 @@ void Tree<width>::touchRun(const Node& parent, Bits bits, unsigned depth) noexce
       return;
    }
    U32 child = parent.childRun;
-   if (depth + stride == indexDepth) {
+   if (depth == groupDepth) {
       if (U32* const slots = slotOf(bits.cut(depth)); slots != nullptr) {
          for (U64 rest = parent.children; rest != 0; rest &= rest - 1) {
             slots[std::countr_zero(rest)] = child++;
          }
+      } else if (parent.children != 0 && openPage(bits) != nullptr) {
+         fillPage(bits);
       }
       return;
    }
-   for (const U32 end = child + parent.childCount(); child != end; ++child) {
+   for (U64 rest = parent.children; rest != 0; rest &= rest - 1, ++child) {
       const Node& n = node(child);
-      if (n.isCompressed() && (n.isLeaf() ? n.length() >= indexDepth : n.length() > indexDepth)) {
-         if (U32* const slot = slotOf(keyOf<width>(n)); slot != nullptr) {
-            *slot = child;
+      if (n.isCompressed()) {
+         if (n.isLeaf() ? n.length() >= indexDepth : n.length() > indexDepth) {
+            if (U32* const slot = slotOf(keyOf<width>(n)); slot != nullptr) {
+               *slot = child;
+            }
+         }
+      } else if (depth + stride == groupDepth) {
+         const Bits way = withChunk(bits.cut(depth), depth, static_cast<unsigned>(std::countr_zero(rest)));
+         if (U32* const slots = slotOf(way); slots != nullptr) {
+            for (U64 absent = ~n.children; absent != 0; absent &= absent - 1) {
+               slots[std::countr_zero(absent)] = aboveBit | child;
+            }
          }
       }
    }
@@ -176,16 +199,18 @@ void Tree<width>::resizeIndex() noexcept {
 
 template U32* Tree<32>::slotOf(Bits) const noexcept;
 template U32* Tree<128>::slotOf(Bits) const noexcept;
-template U32 Tree<32>::standing(Bits) const noexcept;
-template U32 Tree<128>::standing(Bits) const noexcept;
+template U32 Tree<32>::standing(Bits, unsigned) const noexcept;
+template U32 Tree<128>::standing(Bits, unsigned) const noexcept;
 template U32* Tree<32>::openPage(Bits) noexcept;
 template U32* Tree<128>::openPage(Bits) noexcept;
 template void Tree<32>::buildIndex() noexcept;
 template void Tree<128>::buildIndex() noexcept;
 template void Tree<32>::dropIndex() noexcept;
 template void Tree<128>::dropIndex() noexcept;
-template void Tree<32>::touch(Bits) noexcept;
-template void Tree<128>::touch(Bits) noexcept;
+template void Tree<32>::fillPage(Bits) noexcept;
+template void Tree<128>::fillPage(Bits) noexcept;
+template void Tree<32>::touchGroup(Bits) noexcept;
+template void Tree<128>::touchGroup(Bits) noexcept;
 template void Tree<32>::touchRun(const Node&, Bits, unsigned) noexcept;
 template void Tree<128>::touchRun(const Node&, Bits, unsigned) noexcept;
 template void Tree<32>::resizeIndex() noexcept;

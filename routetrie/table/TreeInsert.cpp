@@ -21,9 +21,10 @@ void Tree<width>::needStore() {
 template <unsigned width>
 U32 Tree<width>::startFor(Bits bits, unsigned length, unsigned& depth) const noexcept {
    if (length > indexDepth) {
-      const U32 at = indexed(bits);
+      const U32 number = indexed(bits);
+      const U32 at = number & ~aboveBit;
       if (at != 0 && !node(at).isCompressed()) {
-         depth = indexDepth;
+         depth = number == at ? indexDepth : groupDepth;
          return at;
       }
    }
@@ -230,8 +231,10 @@ typename Tree<width>::Inserted Tree<width>::insert(Bits bits, unsigned length, v
             continue;
          }
          place = insertion.open(n, depth);
-         touch(bits);
-         touch(key);
+         if (depth < indexDepth) {
+            touchGroup(bits);
+            touchGroup(key);
+         }
          break;
       }
       const unsigned chunk = chunkAt(bits, depth);
@@ -245,8 +248,8 @@ typename Tree<width>::Inserted Tree<width>::insert(Bits bits, unsigned length, v
       } else if ((n.children >> chunk & 1) == 0) {
          place = insertion.addChild(n, depth);
          touchRun(n, bits, depth);
-         if (depth + stride <= indexDepth) {
-            touch(bits);
+         if (depth < groupDepth) {
+            touchGroup(bits);
          }
       } else {
          at = n.childRun + childRank(n.children, chunk);

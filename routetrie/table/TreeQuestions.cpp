@@ -82,8 +82,9 @@ typename Tree<width>::Match Tree<width>::matchWithin(Bits bits, unsigned maxLeng
    U64 bestBits = 0;
    unsigned bestDepth = 0;
    // The index spares the way down, and is mostly enough: what is found from there on is longer than all above.
-   U32 at = maxLength > indexDepth ? indexed(bits) : 0;
-   unsigned depth = indexDepth;
+   const U32 number = maxLength > indexDepth ? indexed(bits) : 0;
+   U32 at = number & ~aboveBit;
+   unsigned depth = number == at ? indexDepth : groupDepth;
    if (at == 0) {
       at = root_;
       depth = 0;
@@ -228,8 +229,8 @@ std::vector<lookup_read> Tree<width>::readsOf(Bits bits, unsigned length) const 
       }
       reads.push_back({indexDepth, 4, "index"});
       if (const U32 number = indexed(bits); number != 0) {
-         at = number;
-         depth = indexDepth;
+         at = number & ~aboveBit;
+         depth = number == at ? indexDepth : groupDepth;
       }
    }
    for (;;) {

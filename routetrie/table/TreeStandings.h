@@ -6,7 +6,7 @@
 namespace routetrie::Impl {
 
 // Calls visit(bits, number) for all that the index has to say of bits that share the first `shared` with `within`, from a node down to
-// which `bits` lead.
+// which `bits` lead. Requires: `shared` is at most groupDepth.
 template <unsigned width>
 template <class Visit>
 void Tree<width>::standings(U32 at, unsigned depth, Bits bits, Bits within, unsigned shared, Visit&& visit) const {
@@ -35,6 +35,11 @@ void Tree<width>::standings(U32 at, unsigned depth, Bits bits, Bits within, unsi
       const Bits way = withChunk(bits, depth, static_cast<unsigned>(std::countr_zero(rest)));
       if (way.sharesFirst(within, depth + stride < shared ? depth + stride : shared)) {
          standings(child, depth + stride, way, within, shared, visit);
+      }
+   }
+   if (depth == groupDepth) {
+      for (U64 absent = ~n.children; absent != 0; absent &= absent - 1) {
+         visit(withChunk(bits, depth, static_cast<unsigned>(std::countr_zero(absent))), aboveBit | at);
       }
    }
 }

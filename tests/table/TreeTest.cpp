@@ -386,6 +386,67 @@ TEST(Tree, theIndexComesAndGoes) {
    EXPECT_EQ("", tree.audit());
 }
 
+// Routes around one place of the index come and go in any order, under it, at it and above: nodes there are made, moved, compressed
+// and dropped, and the number for a place where nothing stands has to follow the node above it.
+template <unsigned width>
+void changeAroundAnEmptyPlace(unsigned indexDepth) {
+   using Bits = typename Tree<width>::Bits;
+   using Word = typename Bits::Word;
+   const auto bit = [](unsigned at) { return static_cast<Word>(Word{1} << (width - 1 - at)); };
+   std::mt19937 random(indexDepth);
+   Tree<width> tree(4);
+   // Enough for a page to pay, in other nodes that share the page.
+   for (unsigned i = 0; i < 1u << 12; ++i) {
+      Word word = bit(2);
+      for (unsigned k = 0; k < 12; ++k) {
+         word |= (i >> k & 1) != 0 ? bit(indexDepth - 7 + k) : Word{0};
+      }
+      add(tree, Bits(word | bit(indexDepth - 9)), indexDepth + 5);
+   }
+   TreeFault::buildIndex(tree);
+   ASSERT_EQ("", tree.audit());
+   const Bits place(bit(2));
+   ASSERT_EQ(nullptr, tree.template lookup<4>(place));
+   std::vector<std::pair<Bits, unsigned>> routes;
+   for (const unsigned length : {indexDepth - 14, indexDepth - 8, indexDepth - 5, indexDepth - 1, indexDepth,
+                                 indexDepth + 2, indexDepth + 8, indexDepth + 14}) {
+      for (const unsigned aside : {indexDepth - 13, indexDepth - 8, indexDepth - 2, indexDepth + 3, width}) {
+         const Bits bits = Bits(bit(2) | (aside < width ? bit(aside) : Word{0})).cut(length);
+         if (std::find(routes.begin(), routes.end(), std::pair(bits, length)) == routes.end()) {
+            routes.push_back({bits, length});
+         }
+      }
+   }
+   for (int round = 0; round < 40; ++round) {
+      std::shuffle(routes.begin(), routes.end(), random);
+      const std::size_t some = 1 + random() % 6;
+      for (const bool in : {true, false}) {
+         for (std::size_t i = 0; i < some; ++i) {
+            const auto& [bits, length] = routes[in ? i : some - 1 - i];
+            ASSERT_TRUE(in ? add(tree, bits, length) : tree.erase(bits, length, nullptr));
+            ASSERT_EQ("", tree.audit());
+            for (const auto& [asked, unused] : routes) {
+               unsigned longest = 999;
+               for (std::size_t j = 0; j < some; ++j) {
+                  if ((in ? j <= i : j < some - 1 - i) && routes[j].first.sharesFirst(asked, routes[j].second) &&
+                      (longest == 999 || routes[j].second > longest)) {
+                     longest = routes[j].second;
+                  }
+               }
+               const auto best = tree.match(asked, width);
+               ASSERT_EQ(longest, best.value != nullptr ? best.length : 999);
+               ASSERT_EQ(best.value, tree.template lookup<4>(asked));
+            }
+         }
+      }
+   }
+}
+
+TEST(Tree, theIndexFollowsWhatStandsAboveAnEmptyPlace) {
+   changeAroundAnEmptyPlace<32>(18);
+   changeAroundAnEmptyPlace<128>(30);
+}
+
 //--- audit() finds what is broken ---
 
 template <unsigned width>
@@ -441,6 +502,10 @@ TEST(TreeAudit, findsPlantedFaults) {
       EXPECT_THAT(tree.audit(), HasSubstr("the index leads elsewhere"));
       --slot;
       ASSERT_EQ("", tree.audit());
+      U32& empty = TreeFault::slot(tree, p6("2001:db8:0:1::/128").bits());
+      ASSERT_EQ("", tree.audit());
+      empty ^= U32{1} << 31;
+      EXPECT_THAT(tree.audit(), HasSubstr("the index leads elsewhere"));
    }
 }
 
