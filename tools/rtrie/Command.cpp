@@ -27,13 +27,28 @@ void TableOptions::addTo(CLI::App& app, bool needsTable) {
    app.add_option("--engine", engine, "What keeps the routes")->type_name("ENGINE")->capture_default_str();
 }
 
-void TableOptions::check() const {
-   if (std::count(tables.begin(), tables.end(), "-") > 1) {
-      throw UsageError("standard input can be a table only once");
-   }
+void addFormatOption(CLI::App& app, std::string& format, const std::string& what) {
+   app.add_option("--format", format, what)->type_name("FORMAT")->capture_default_str();
 }
 
-bool TableOptions::readsStandardInput() const { return std::count(tables.begin(), tables.end(), "-") > 0; }
+void addQueries(CLI::App& app, std::vector<std::string>& queries) {
+   app.add_option("QUERY", queries,
+                  "An address (taken as /32 or /128) or a prefix; without any, one a line from standard input")
+      ->type_name("");
+}
+
+void checkStandardInput(const LoadOptions& options, StandardInput use) {
+   const auto times = std::count(options.tables.begin(), options.tables.end(), "-");
+   if (times > 1) {
+      throw UsageError("standard input can be a table only once");
+   }
+   if (times == 1 && use == StandardInput::queries) {
+      throw UsageError("standard input is the table: give the queries as arguments");
+   }
+   if (times == 1 && use == StandardInput::updates) {
+      throw UsageError("standard input holds the updates, and can't be the table");
+   }
+}
 
 std::string helpSection(std::string_view title, std::string_view lines) {
    std::string section(title);

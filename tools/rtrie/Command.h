@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "tools/rtrie/Errors.h"
 #include "tools/tables/TableLoader.h"
@@ -27,6 +28,14 @@ struct Command {
 // Adds --table, which a command may need, --strict, --peer and --route-table. The options must outlive the app's parsing.
 void addLoadOptions(CLI::App& app, LoadOptions& options, bool needsTable = true);
 
+// Adds --format, and the queries that forEachQuery() takes. They must outlive the app's parsing.
+void addFormatOption(CLI::App& app, std::string& format, const std::string& what);
+void addQueries(CLI::App& app, std::vector<std::string>& queries);
+
+// Raises UsageError if standard input is to be a table more than once, or a table and what the command reads of it.
+enum class StandardInput : U8 { free, queries, updates };
+void checkStandardInput(const LoadOptions& options, StandardInput use = StandardInput::free);
+
 // What every command over a table in an engine takes.
 struct TableOptions : LoadOptions {
    std::string engine;
@@ -34,8 +43,7 @@ struct TableOptions : LoadOptions {
    // Adds the load options and --engine. The options must outlive the app's parsing.
    void addTo(CLI::App& app, bool needsTable = true);
    // Raises UsageError if standard input is named more than once.
-   void check() const;
-   bool readsStandardInput() const;
+   void check() const { checkStandardInput(*this); }
 };
 
 // Help that follows the options: a title and lines under it.

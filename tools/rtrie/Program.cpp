@@ -10,6 +10,7 @@
 #include "tools/rtrie/Command.h"
 #include "tools/rtrie/Registry.h"
 #include "tools/rtrie/commands/DumpCommand.h"
+#include "tools/rtrie/commands/ExplainCommand.h"
 #include "tools/rtrie/commands/InspectCommand.h"
 #include "tools/rtrie/commands/LookupCommand.h"
 #include "tools/rtrie/commands/StatsCommand.h"
@@ -24,6 +25,7 @@ namespace {
 
 constexpr Command commands[] = {
    {"lookup", "Load tables and answer queries about their routes", addLookup},
+   {"explain", "Load tables and tell why an address or a prefix gets the answer that it gets", addExplain},
    {"stats", "Load tables and show their size, cost and make-up", addStats},
    {"walk", "Load tables and print their routes in order", addWalk},
    {"dump", "Load tables and print the state of the engine that holds them", addDump},

@@ -7,7 +7,7 @@
 #include "tools/rtrie/Engine.h"
 
 namespace Rtrie {
-namespace {
+namespace ContainerTableTest {
 
 using Corenet::AddressFamily;
 using Support::prefix;
@@ -115,5 +115,5 @@ TEST(ContainerStats, tellsBytesByUse) {
    }
 }
 
-}  // namespace
+}  // namespace ContainerTableTest
 }  // namespace Rtrie

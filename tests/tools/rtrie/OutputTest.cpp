@@ -8,6 +8,7 @@
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/OutputStream.h"
+#include "tools/rtrie/Rows.h"
 #include "tools/rtrie/TsvField.h"
 
 namespace Rtrie {
@@ -84,6 +85,16 @@ TEST(Output, aStreamToAFullDeviceIsAFault) {
    OutputStream stream(output);
    EXPECT_THROW(stream << std::string(1 << 16, 'x'), DataError);
    close(full);
+}
+
+TEST(Rows, fieldsAreQuotedWhereTheyHaveTo) {
+   EXPECT_EQ("plain text", csvField("plain text"));
+   EXPECT_EQ("", csvField(""));
+   EXPECT_EQ("\"a,b\"", csvField("a,b"));
+   EXPECT_EQ("\"say \"\"no\"\"\"", csvField("say \"no\""));
+   EXPECT_EQ("\"two\nlines\"", csvField("two\nlines"));
+   EXPECT_EQ("\" blank\"", csvField(" blank"));
+   EXPECT_EQ("\"blank \"", csvField("blank "));
 }
 
 }  // namespace OutputTest

@@ -49,10 +49,10 @@ TEST(Program, helpHasAnExample) {
 
 TEST(Program, badUsageIsOneLine) {
    const Ran none = rtrie({});
-   EXPECT_THAT(none.err, testing::StartsWith("rtrie: a command is required: known are lookup, stats, "));
+   EXPECT_THAT(none.err, testing::StartsWith("rtrie: a command is required: known are lookup, explain, "));
    EXPECT_EQ(2, none.status);
    const Ran unknown = rtrie({"look"});
-   EXPECT_THAT(unknown.err, testing::StartsWith("rtrie: unknown command \"look\": known are lookup, stats, "));
+   EXPECT_THAT(unknown.err, testing::StartsWith("rtrie: unknown command \"look\": known are lookup, explain, "));
    EXPECT_EQ(2, unknown.status);
    for (const auto& arguments :
         std::vector<std::vector<std::string>>{{"look", "--loud"}, {"--loud"}, {"lookup", "stats"}, {"stats"}}) {

@@ -323,11 +323,7 @@ void tellPassedOver(const UpdateLines& lines) {
 }
 
 ExitStatus run(const WatchOptions& options) {
-   for (const auto& table : options.tables) {
-      if (table == "-") {
-         throw UsageError("standard input holds the updates, and can't be the table");
-      }
-   }
+   checkStandardInput(options, StandardInput::updates);
    const WatchFormat& format = rowNamed(std::span<const WatchFormat>(watchFormats), "format", options.format);
    RouteSet routes;
    routes.candidatesAreKept();

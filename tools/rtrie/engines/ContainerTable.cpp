@@ -16,57 +16,49 @@ RouteTable::Prefix prefixOrNone(const Found& found) {
 
 }  // namespace
 
-void ContainerTable::routeWithPayloadIs(const Prefix& route, const Payload& payload) {
-   if (payload.id >= payloads_.size()) {
-      payloads_.resize(payload.id + 1);
-   }
-   payloads_[payload.id] = payload.text;
-   table_.insert_or_assign(route, payload.id);
-}
-
 std::vector<RouteTable::BytesFor> ContainerTable::bytesByUse() const {
-   const auto memory = table_.memory();
+   const auto memory = all().memory();
    return {{"nodes", memory.nodes}, {"values", memory.values}, {"index", memory.index}, {"free", memory.free}};
 }
 
 RouteTable::Prefix ContainerTable::longestMatch(const Prefix& query) const {
-   return prefixOrNone(table_.match(query));
+   return prefixOrNone(all().match(query));
 }
-RouteTable::Prefix ContainerTable::parent(const Prefix& query) const { return prefixOrNone(table_.parent(query)); }
+RouteTable::Prefix ContainerTable::parent(const Prefix& query) const { return prefixOrNone(all().parent(query)); }
 
 void ContainerTable::covering(const Prefix& query, const Visit& visit) const {
-   for (const auto& route : table_.covering(query)) {
+   for (const auto& route : all().covering(query)) {
       visit(route.prefix);
    }
 }
 
 void ContainerTable::subtree(const Prefix& query, const Visit& visit) const {
-   for (const auto& route : table_.covered(query)) {
+   for (const auto& route : all().covered(query)) {
       visit(route.prefix);
    }
 }
 
 void ContainerTable::children(const Prefix& query, const Visit& visit) const {
-   for (const auto& route : table_.children(query)) {
+   for (const auto& route : all().children(query)) {
       visit(route.prefix);
    }
 }
 
 // The default route is before every other, so that it never comes next.
 RouteTable::Prefix ContainerTable::next(const Prefix& query) const {
-   const auto found = table_.upper_bound(query);
-   return found == table_.end() ? Prefix() : found->prefix;
+   const auto found = all().upper_bound(query);
+   return found == all().end() ? Prefix() : found->prefix;
 }
 
 std::optional<std::string_view> ContainerTable::payload(const Prefix& route) const {
-   const auto found = table_.find(route);
-   return found == table_.end() ? std::nullopt : std::optional(payloads_[found->value]);
+   const auto found = all().find(route);
+   return found == all().end() ? std::nullopt : std::optional(table_.text(found->value));
 }
 
 void ContainerTable::dump(const Corvid::Ptr<const Keel::DumpContext>& context) const {
-   const auto count = static_cast<U32>(table_.size());
+   const auto count = static_cast<U32>(all().size());
    Keel::dumpLine(context, 0, "%s\n", af_ == Corenet::AddressFamily::ipv6 ? "table6" : "table4");
-   Keel::dumpLine(context, 2, "bytes #%zu\n", table_.memory().total());
+   Keel::dumpLine(context, 2, "bytes #%zu\n", all().memory().total());
    for (const auto& [use, bytes] : bytesByUse()) {
       Keel::dumpLine(context, 4, "%.*s #%llu\n", static_cast<int>(use.size()), use.data(),
                      static_cast<unsigned long long>(bytes));
@@ -74,19 +66,19 @@ void ContainerTable::dump(const Corvid::Ptr<const Keel::DumpContext>& context) c
    Keel::dumpLine(context, 2, "route[] #%u\n", count);
    Keel::dumpListBegin(context, 2, count);
    U32 shown = 0;
-   for (const auto& route : table_) {
+   for (const auto& route : all()) {
       if (!Keel::isListEntryShown(context, shown)) {
          break;
       }
       ++shown;
-      const auto payload = payloads_[route.value];
+      const auto payload = table_.text(route.value);
       const auto line = fmt::format("{}{}{}", route.prefix.stringValue(), payload.empty() ? "" : " ", payload);
       Keel::dumpLine(context, 4, "%s\n", line.c_str());
    }
    Keel::dumpListEnd(context, 2, count);
 }
 
-void ContainerTable::dumpTree(std::ostream& out) const { out << table_.dump(); }
+void ContainerTable::dumpTree(std::ostream& out) const { out << all().dump(); }
 
 std::string_view ContainerTable::treeLegend() const {
    return "# A line is a node, and what stands under it lies under it. PREFIX is the bits that lead there.\n"

@@ -1,5 +1,4 @@
-// ContainerTable: the container routetrie::table as an engine of rtrie. It keeps the table's payloads: the value of a route is the
-// number of its payload, 4 bytes that lie in the nodes' own runs.
+// ContainerTable: the container routetrie::table as an engine of rtrie. It keeps the table's payloads.
 //
 // Tested by tests/tools/rtrie/ContainerTableTest.cpp and tests/tools/rtrie/EngineTest.cpp.
 #pragma once
@@ -8,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "routetrie/table.h"
+#include "tools/rtrie/PayloadTable.h"
 #include "tools/rtrie/RouteTable.h"
 
 namespace Rtrie {
@@ -16,15 +15,15 @@ namespace Rtrie {
 class ContainerTable final : public RouteTable {
   public:
    explicit ContainerTable(Corenet::AddressFamily af) : af_(af) {}
-   void routeIs(const Prefix& route) override { table_.try_emplace(route, U32{0}); }
-   void routeWithPayloadIs(const Prefix& route, const Payload& payload) override;
-   std::uint64_t routes() const override { return table_.size(); }
-   std::uint64_t untrackedBytes() const override { return table_.memory().total(); }
+   void routeIs(const Prefix& route) override { table_.routeIs(route); }
+   void routeWithPayloadIs(const Prefix& route, const Payload& payload) override { table_.routeIs(route, payload); }
+   std::uint64_t routes() const override { return all().size(); }
+   std::uint64_t untrackedBytes() const override { return all().memory().total(); }
    std::vector<BytesFor> bytesByUse() const override;
 
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
-   bool longerPresent(const Prefix& query) const override { return table_.has_longer(query); }
+   bool longerPresent(const Prefix& query) const override { return all().has_longer(query); }
    void covering(const Prefix& query, const Visit& visit) const override;
    void subtree(const Prefix& query, const Visit& visit) const override;
    void children(const Prefix& query, const Visit& visit) const override;
@@ -35,9 +34,10 @@ class ContainerTable final : public RouteTable {
    std::string_view treeLegend() const override;
 
   private:
+   const routetrie::table<U32>& all() const { return table_.routes(); }
+
    const Corenet::AddressFamily af_;
-   routetrie::table<U32> table_;
-   std::vector<std::string_view> payloads_{{}};  // by their numbers
+   PayloadTable table_;
 };
 
 }  // namespace Rtrie
