@@ -389,7 +389,7 @@ TEST(Tree, theIndexComesAndGoes) {
 // Routes around one place of the index come and go in any order, under it, at it and above: nodes there are made, moved, compressed
 // and dropped, and the number for a place where nothing stands has to follow the node above it.
 template <unsigned width>
-void changeAroundAnEmptyPlace(unsigned indexDepth) {
+void changeAroundAnEmptyPlace(unsigned indexDepth, bool isAlone) {
    using Bits = typename Tree<width>::Bits;
    using Word = typename Bits::Word;
    const auto bit = [](unsigned at) { return static_cast<Word>(Word{1} << (width - 1 - at)); };
@@ -405,13 +405,14 @@ void changeAroundAnEmptyPlace(unsigned indexDepth) {
    }
    TreeFault::buildIndex(tree);
    ASSERT_EQ("", tree.audit());
-   const Bits place(bit(2));
+   const Word start = isAlone ? bit(0) : bit(2);  // where nothing else stands, or beside all the others
+   const Bits place(start);
    ASSERT_EQ(nullptr, tree.template lookup<4>(place));
    std::vector<std::pair<Bits, unsigned>> routes;
    for (const unsigned length : {indexDepth - 14, indexDepth - 8, indexDepth - 5, indexDepth - 1, indexDepth,
                                  indexDepth + 2, indexDepth + 8, indexDepth + 14}) {
       for (const unsigned aside : {indexDepth - 13, indexDepth - 8, indexDepth - 2, indexDepth + 3, width}) {
-         const Bits bits = Bits(bit(2) | (aside < width ? bit(aside) : Word{0})).cut(length);
+         const Bits bits = Bits(start | (aside < width ? bit(aside) : Word{0})).cut(length);
          if (std::find(routes.begin(), routes.end(), std::pair(bits, length)) == routes.end()) {
             routes.push_back({bits, length});
          }
@@ -443,8 +444,10 @@ void changeAroundAnEmptyPlace(unsigned indexDepth) {
 }
 
 TEST(Tree, theIndexFollowsWhatStandsAboveAnEmptyPlace) {
-   changeAroundAnEmptyPlace<32>(18);
-   changeAroundAnEmptyPlace<128>(30);
+   for (const bool isAlone : {false, true}) {
+      changeAroundAnEmptyPlace<32>(18, isAlone);
+      changeAroundAnEmptyPlace<128>(30, isAlone);
+   }
 }
 
 //--- audit() finds what is broken ---
