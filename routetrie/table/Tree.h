@@ -251,6 +251,7 @@ class ROUTETRIE_EXPORT Tree {
    void buildIndex() noexcept;
    void dropIndex() noexcept;
    void fillPage(Bits bits) noexcept;
+   void writeGroup(U32* slots, const Node& n) noexcept;
    void touchGroup(Bits bits) noexcept;                                    // what these bits lead to may have changed
    void touchRun(const Node& parent, Bits bits, unsigned depth) noexcept;  // its children have moved
    void resizeIndex() noexcept;

@@ -210,7 +210,7 @@ bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) noexcept {
    }
    --size_;
    ++generation_;
-   if (changedDepth <= indexDepth) {
+   if (changedDepth < indexDepth) {  // the children of one at the group's depth are told already
       touchGroup(bits);
       if (compressed) {
          touchGroup(*compressed);

@@ -141,12 +141,26 @@ void Tree<width>::touchGroup(Bits bits) noexcept {
       }
       return;
    }
-   std::fill_n(slots, std::size_t{1} << stride, U32{0});
    const U32 at = standing(bits, groupDepth);
-   if (at == 0) {
+   if (at != 0 && !node(at).isCompressed()) {
+      writeGroup(slots, node(at));
       return;
    }
-   standings(at, groupDepth, bits.cut(groupDepth), Bits(), 0, [&](Bits way, U32 number) { *slotOf(way) = number; });
+   std::fill_n(slots, std::size_t{1} << stride, U32{0});
+   if (at != 0) {
+      standings(at, groupDepth, bits.cut(groupDepth), Bits(), 0,
+                [&](Bits way, U32 number) { *slotOf(way) = number; });
+   }
+}
+
+// The 64 numbers of the index for a node at the group's depth.
+template <unsigned width>
+void Tree<width>::writeGroup(U32* slots, const Node& n) noexcept {
+   std::fill_n(slots, std::size_t{1} << stride, aboveBit | static_cast<U32>(&n - nodes()));
+   U32 child = n.childRun;
+   for (U64 rest = n.children; rest != 0; rest &= rest - 1) {
+      slots[std::countr_zero(rest)] = child++;
+   }
 }
 
 template <unsigned width>
@@ -154,17 +168,15 @@ void Tree<width>::touchRun(const Node& parent, Bits bits, unsigned depth) noexce
    if (index_ == 0 || depth >= indexDepth) {
       return;
    }
-   U32 child = parent.childRun;
    if (depth == groupDepth) {
       if (U32* const slots = slotOf(bits.cut(depth)); slots != nullptr) {
-         for (U64 rest = parent.children; rest != 0; rest &= rest - 1) {
-            slots[std::countr_zero(rest)] = child++;
-         }
+         writeGroup(slots, parent);
       } else if (parent.children != 0 && openPage(bits) != nullptr) {
          fillPage(bits);
       }
       return;
    }
+   U32 child = parent.childRun;
    for (U64 rest = parent.children; rest != 0; rest &= rest - 1, ++child) {
       const Node& n = node(child);
       if (n.isCompressed()) {
@@ -176,9 +188,7 @@ void Tree<width>::touchRun(const Node& parent, Bits bits, unsigned depth) noexce
       } else if (depth + stride == groupDepth) {
          const Bits way = withChunk(bits.cut(depth), depth, static_cast<unsigned>(std::countr_zero(rest)));
          if (U32* const slots = slotOf(way); slots != nullptr) {
-            for (U64 absent = ~n.children; absent != 0; absent &= absent - 1) {
-               slots[std::countr_zero(absent)] = aboveBit | child;
-            }
+            writeGroup(slots, n);
          }
       }
    }
@@ -209,6 +219,8 @@ template void Tree<32>::dropIndex() noexcept;
 template void Tree<128>::dropIndex() noexcept;
 template void Tree<32>::fillPage(Bits) noexcept;
 template void Tree<128>::fillPage(Bits) noexcept;
+template void Tree<32>::writeGroup(U32*, const Node&) noexcept;
+template void Tree<128>::writeGroup(U32*, const Node&) noexcept;
 template void Tree<32>::touchGroup(Bits) noexcept;
 template void Tree<128>::touchGroup(Bits) noexcept;
 template void Tree<32>::touchRun(const Node&, Bits, unsigned) noexcept;
