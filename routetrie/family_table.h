@@ -526,12 +526,16 @@ class basic_table {
       return {iteratorAt(p, at.value), at.created};
    }
    size_type eraseAt(Bits bits, unsigned length) {
-      alignas(8) std::byte old[8];
-      if (!tree_.erase(bits, length, old)) {
-         return 0;
+      if constexpr (!Values::haveSlots) {
+         return tree_.erase(bits, length, nullptr) ? 1 : 0;
+      } else {
+         alignas(8) std::byte old[8];
+         if (!tree_.erase(bits, length, old)) {
+            return 0;
+         }
+         values_.destroy(old);
+         return 1;
       }
-      values_.destroy(old);
-      return 1;
    }
    template <class Iterator, class Test>
    size_type eraseFrom(Iterator at, Test&& test) {

@@ -35,28 +35,19 @@ U128 runsOf(U128 bits, unsigned count) noexcept {
    }
    return bits;
 }
+// Without branches, as nobody could foretell them and what `free` is read from is mostly far away.
 unsigned listOf(U128 free, unsigned none) noexcept {
-   if (free == 0) {
-      return none;
-   }
-   unsigned list = 0;
-   for (U128 next = free & free >> 1; next != 0 && list < 6; next &= next >> (U32{1} << list)) {
-      ++list;
+   unsigned list = free == 0 ? none : 0;
+   for (unsigned have = 1; have <= 32; have *= 2) {
+      free &= free >> have;
+      list += free != 0 ? 1 : 0;
    }
    return list;
 }
 
 }  // namespace
 
-Arena::Chunk& Arena::chunk(U32 block) const noexcept {
-   return *static_cast<Chunk*>(Region::at(Region::base(), block));
-}
-
-U32 Arena::blockOf(U32 at) const noexcept {
-   const std::size_t byte = std::size_t{at} << unitShift_;
-   const unsigned blockClass = Region::classAt(byte);
-   return static_cast<U32>(byte >> (Region::unitShift + blockClass) << blockClass);
-}
+Arena::Chunk& Arena::chunk(U32 block) const noexcept { return *static_cast<Chunk*>(Region::at(base_, block)); }
 
 unsigned Arena::headerUnits() const noexcept { return static_cast<unsigned>((headerBytes - 1) >> unitShift_) + 1; }
 
@@ -106,6 +97,7 @@ U32 Arena::addChunk(unsigned units) {
    const std::size_t bytes = std::max(needed, wanted);
    const auto blockClass = static_cast<unsigned>(std::countr_zero(bytes)) - Region::unitShift;
    const U32 block = Region::take(blockClass);
+   base_ = Region::base();
    Chunk& c = chunk(block);
    c = Chunk{};
    c.list = lists;
@@ -135,23 +127,6 @@ U32 Arena::allocate(unsigned units) {
    setFree(block, c, free & ~(ones(units) << from));
    usedUnits_ += units;
    return static_cast<U32>((std::size_t{block} << Region::unitShift >> unitShift_) + static_cast<unsigned>(from));
-}
-
-bool Arena::grow(U32 at, unsigned from, unsigned to) noexcept {
-   const U32 block = blockOf(at);
-   Chunk& c = chunk(block);
-   const unsigned first = at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);
-   if (first + to > 128) {
-      return false;
-   }
-   const U128 wanted = ones(to - from) << (first + from);
-   const U128 free = c.freeBits();
-   if ((free & wanted) != wanted) {
-      return false;
-   }
-   setFree(block, c, free & ~wanted);
-   usedUnits_ += to - from;
-   return true;
 }
 
 void Arena::release(U32 at, unsigned units) noexcept {

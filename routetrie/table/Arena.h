@@ -5,8 +5,9 @@
 //    | header | run of 3 |  free  | run of 4    |        header: a bit for each unit that is free; links
 //    +--------+----------+--------+----- ... ---+
 //
-// A run lies in one chunk. It grows in place if what is behind it is free, and gives units of its end back without asking for any,
-// so taking a route out of a tree needs no memory. Chunks are in lists by the longest run that is free in them: list k holds those
+// A run lies in one chunk. It gives units of its end back without asking for any, so taking a route out of a tree needs no memory.
+// It does not grow in place: what takes its longer content anew is at hand, as it was given out a moment ago, and the header that
+// knows whether there is room behind it mostly is not. Chunks are in lists by the longest run that is free in them: list k holds those
 // where it has 2^k units or more and fewer than 2^(k+1). A chunk that is empty goes back. The first chunks are small, and each next
 // may be as large as a quarter of all before it.
 // Tested by tests/table/ArenaTest.cpp.
@@ -30,11 +31,14 @@ class ROUTETRIE_EXPORT Arena {
 
    // Runs are known by the number of their first unit, counted from the region's base; never 0.
    U32 allocate(unsigned units);  // std::bad_alloc without memory
-   // Makes a run of `from` units one of `to` where it is; false if that cannot be.
-   bool grow(U32 at, unsigned from, unsigned to) noexcept;
    // Frees a run, or a part of one.
    void release(U32 at, unsigned units) noexcept;
    void clear() noexcept;
+   // Fetches ahead what a change of that run reads. Requires: it is one.
+   void prefetch(U32 at) const noexcept {
+      __builtin_prefetch(base_ + (std::size_t{at} << unitShift_));
+      __builtin_prefetch(Region::at(base_, blockOf(at)));
+   }
 
    std::size_t usedBytes() const noexcept { return std::size_t{usedUnits_} << unitShift_; }
    std::size_t heldBytes() const noexcept { return heldBytes_; }
@@ -51,16 +55,21 @@ class ROUTETRIE_EXPORT Arena {
    static constexpr unsigned lists = 7;
 
    Chunk& chunk(U32 block) const noexcept;
-   U32 blockOf(U32 at) const noexcept;
+   U32 blockOf(U32 at) const noexcept {
+      const std::size_t byte = std::size_t{at} << unitShift_;
+      const unsigned blockClass = Region::classAt(byte);
+      return static_cast<U32>(byte >> (Region::unitShift + blockClass) << blockClass);
+   }
    unsigned headerUnits() const noexcept;
    U32 addChunk(unsigned units);
    void link(U32 block, Chunk& chunk) noexcept;
    void unlink(U32 block, Chunk& chunk) noexcept;
    void setFree(U32 block, Chunk& chunk, U128 free) noexcept;
 
-   U32 all_ = 0;         // list of all chunks
-   U32 lists_[lists]{};  // see above
-   U32 usedUnits_ = 0;   // in runs
+   std::byte* base_ = nullptr;  // the region's; null while there is no chunk
+   U32 all_ = 0;                // list of all chunks
+   U32 lists_[lists]{};         // see above
+   U32 usedUnits_ = 0;          // in runs
    U8 unitShift_;
    std::size_t heldBytes_ = 0;
 };

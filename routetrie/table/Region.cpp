@@ -13,8 +13,7 @@ namespace routetrie::Impl {
 namespace {
 
 constexpr std::size_t extentBytes = std::size_t{1} << Region::extentShift;
-constexpr std::size_t mostExtents = std::size_t{1} << 18;  // 16 GiB: as far as 32 bits count the values
-constexpr U32 idleKept = 16;                               // empty extents that keep their memory
+constexpr U32 idleKept = 16;  // empty extents that keep their memory
 constexpr U16 noBlock = 0xffff;
 
 struct Extent {
@@ -23,14 +22,14 @@ struct Extent {
    U16 fresh;     // blocks from here on were never handed out
    U16 used;
    U16 free;  // the first of those that came back, by its number in the extent
-   U8 blockClass;
 
-   U32 blocks() const noexcept { return U32{1} << (Region::extentShift - Region::unitShift - blockClass); }
-   bool hasRoom() const noexcept { return free != noBlock || fresh < blocks(); }
+   bool hasRoom(unsigned blockClass) const noexcept {
+      return free != noBlock || fresh < U32{1} << (Region::extentShift - Region::unitShift - blockClass);
+   }
 };
 
-// Read without the lock: the class of an extent by those who hold a block in it. Pages of it that nobody needs stay untouched.
-constinit Extent extents[mostExtents]{};
+// Pages of it that nobody needs stay untouched.
+constinit Extent extents[Region::mostExtents]{};
 
 struct Shared {
    std::mutex lock;
@@ -65,8 +64,8 @@ void unlink(U32& list, U32 number) noexcept {
 std::byte* extentAt(U32 number) noexcept {
    return shared.base.load(std::memory_order_relaxed) + number * extentBytes;
 }
-std::byte* blockAt(U32 number, unsigned index) noexcept {
-   return extentAt(number) + index * Region::bytesOf(extents[number].blockClass);
+std::byte* blockAt(U32 number, unsigned blockClass, unsigned index) noexcept {
+   return extentAt(number) + index * Region::bytesOf(blockClass);
 }
 
 U32 openExtent(unsigned blockClass) {
@@ -79,13 +78,14 @@ U32 openExtent(unsigned blockClass) {
    } else {
       throw std::bad_alloc();
    }
-   extents[number] = {
-      .next = 0, .previous = 0, .fresh = 0, .used = 0, .free = noBlock, .blockClass = static_cast<U8>(blockClass)};
+   extents[number] = {.next = 0, .previous = 0, .fresh = 0, .used = 0, .free = noBlock};
    link(shared.withRoom[blockClass], number);
    return number;
 }
 
 }  // namespace
+
+constinit U8 Region::classes_[mostExtents]{};
 
 std::byte* Region::base() {
    if (std::byte* base = shared.base.load(std::memory_order_acquire)) {
@@ -118,16 +118,17 @@ U32 Region::take(unsigned blockClass) {
    U32 number = shared.withRoom[blockClass];
    if (number == 0) {
       number = openExtent(blockClass);
+      classes_[number] = static_cast<U8>(blockClass);
    }
    Extent& extent = extents[number];
    U16 index = extent.free;
    if (index != noBlock) {
-      std::memcpy(&extent.free, blockAt(number, index), sizeof extent.free);
+      std::memcpy(&extent.free, blockAt(number, blockClass, index), sizeof extent.free);
    } else {
       index = extent.fresh++;
    }
    ++extent.used;
-   if (!extent.hasRoom()) {
+   if (!extent.hasRoom(blockClass)) {
       unlink(shared.withRoom[blockClass], number);
    }
    return (number << (extentShift - unitShift)) + (U32{index} << blockClass);
@@ -137,12 +138,12 @@ void Region::give(U32 block) noexcept {
    const std::lock_guard guard(shared.lock);
    const U32 number = block >> (extentShift - unitShift);
    Extent& extent = extents[number];
-   const unsigned blockClass = extent.blockClass;
+   const unsigned blockClass = classes_[number];
    const auto index = static_cast<U16>((block - (number << (extentShift - unitShift))) >> blockClass);
-   if (!extent.hasRoom()) {
+   if (!extent.hasRoom(blockClass)) {
       link(shared.withRoom[blockClass], number);
    }
-   std::memcpy(blockAt(number, index), &extent.free, sizeof extent.free);
+   std::memcpy(blockAt(number, blockClass, index), &extent.free, sizeof extent.free);
    extent.free = index;
    if (--extent.used != 0) {
       return;
@@ -155,8 +156,6 @@ void Region::give(U32 block) noexcept {
       madvise(extentAt(number), extentBytes, MADV_DONTNEED);
    }
 }
-
-unsigned Region::classAt(std::size_t byte) noexcept { return extents[byte >> extentShift].blockClass; }
 
 #ifdef ROUTETRIE_FAULT_INJECTION
 namespace {

@@ -31,6 +31,7 @@ class ROUTETRIE_EXPORT Region {
    static constexpr unsigned unitShift = 8;                          // of a block's number, in bits
    static constexpr unsigned extentShift = 16;                       // bits
    static constexpr unsigned classes = extentShift - unitShift + 1;  // class k: blocks of 256 << k bytes
+   static constexpr std::size_t mostExtents = std::size_t{1} << 18;  // 16 GiB: as far as 32 bits count the values
    static constexpr std::size_t nothingBytes = 16 * 1024;
 
    // Where the numbers count from. Reserves the range if nobody has; std::bad_alloc without addresses.
@@ -42,7 +43,7 @@ class ROUTETRIE_EXPORT Region {
    static U32 take(unsigned blockClass);
    static void give(U32 block) noexcept;
    // The class of the block that the byte lies in. Requires: it lies in one.
-   static unsigned classAt(std::size_t byte) noexcept;
+   static unsigned classAt(std::size_t byte) noexcept { return classes_[byte >> extentShift]; }
 
    static constexpr std::size_t bytesOf(unsigned blockClass) noexcept {
       return std::size_t{1} << (unitShift + blockClass);
@@ -56,6 +57,10 @@ class ROUTETRIE_EXPORT Region {
 #else
    static void mayFail() noexcept {}
 #endif
+
+  private:
+   // Of each extent. Read without the lock by those who hold a block in it. Pages of it that nobody needs stay untouched.
+   static U8 classes_[mostExtents];
 };
 
 }  // namespace routetrie::Impl

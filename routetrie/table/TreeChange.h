@@ -42,10 +42,6 @@ class Tree<width>::Change {
       if (from == to) {
          return at;
       }
-      if (from != 0 && arena(kind).grow(at, from, to)) {
-         made_[madeCount_++] = {at + from, static_cast<U8>(to - from), kind};
-         return at;
-      }
       const U32 moved = allocate(kind, to);
       if (from != 0) {
          release(kind, at, from);
@@ -59,6 +55,9 @@ class Tree<width>::Change {
          return 0;
       }
       const unsigned count = n.routeCount();
+      if (count != 0) {
+         store_.values.prefetch(valuesStart(n) / 2);
+      }
       return 2 * resize(ofValues, count != 0 ? valuesStart(n) / 2 : 0, valueUnits(count), valueUnits(count + 1));
    }
    U32 roomForChild(const Node& n) {

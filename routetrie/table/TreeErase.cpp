@@ -12,6 +12,9 @@ void Tree<width>::dropRoute(Node& n, unsigned half, unsigned place) noexcept {
    const unsigned before = static_cast<unsigned>(std::popcount(n.routes[1]));
    const unsigned rank = static_cast<unsigned>(std::popcount(below(n.routes[half], place)));
    const U32 start = valuesStart(n);
+   if (step() != 0) {
+      store_->values.prefetch(start / 2);
+   }
    n.routes[half] &= ~(U64{1} << place);
    if (step() == 0) {
       return;

@@ -212,7 +212,9 @@ typename Tree<width>::Inserted Tree<width>::insert(Bits bits, unsigned length, v
       resizeIndex();
       return {&default_, true};
    }
-   needStore();
+   if (root_ == 0) {
+      needStore();
+   }
    unsigned depth = 0;
    U32 at = startFor(bits, length, depth);
    Insertion insertion(*this, bits, length, make, context);

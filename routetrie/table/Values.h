@@ -31,6 +31,7 @@ template <class T>
 class Values {
   public:
    static constexpr unsigned valueSize = sizeof(typename Slots<T>::Number);
+   static constexpr bool haveSlots = true;  // that destroy() gives back
 
    const T& at(const void* inRun) const noexcept { return slots_[number(inRun)]; }
 
@@ -119,6 +120,7 @@ template <InRun T>
 class Values<T> {
   public:
    static constexpr unsigned valueSize = std::bit_ceil(unsigned{sizeof(T)});
+   static constexpr bool haveSlots = false;
    static constexpr bool haveToGo = false;
 
    const T& at(const void* inRun) const noexcept { return *std::launder(static_cast<const T*>(inRun)); }
@@ -151,6 +153,7 @@ template <>
 class Values<void> {
   public:
    static constexpr unsigned valueSize = 0;
+   static constexpr bool haveSlots = false;
    static constexpr bool haveToGo = false;
 
    void make(void*) noexcept {}
