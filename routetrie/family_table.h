@@ -473,6 +473,15 @@ class basic_table {
          return prefixAt(bits, length);
       }
    }
+   // Requires: the cursor has the tree's generation.
+   value_type routeHere(const Cursor& cursor) const noexcept {
+      const auto p = prefix_type::ofValid(address_type(cursor.bits), cursor.length);
+      if constexpr (has_values) {
+         return value_type(p, values_.at(cursor.value));
+      } else {
+         return p;
+      }
+   }
    // Requires: it is there.
    value_type routeOf(Bits bits, unsigned length) const noexcept {
       const void* place = tree_.find(bits.cut(length), length);
@@ -573,9 +582,8 @@ class basic_table<width, T>::iterator {
    iterator() noexcept = default;
 
    value_type operator*() const noexcept {
-      return cursor_.generation == table_->tree_.generation()
-                ? table_->routeAt(cursor_.bits, cursor_.length, cursor_.value)
-                : table_->routeOf(cursor_.bits, cursor_.length);
+      return cursor_.generation == table_->tree_.generation() ? table_->routeHere(cursor_)
+                                                              : table_->routeOf(cursor_.bits, cursor_.length);
    }
    pointer operator->() const noexcept { return {**this}; }
    iterator& operator++() noexcept {

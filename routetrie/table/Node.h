@@ -81,6 +81,19 @@ inline constexpr auto places = [] {
    return result;
 }();
 
+// How many of the places before this one are of six bits.
+inline constexpr auto fullBefore = [] {
+   std::array<U8, 64> result{};
+   for (unsigned place = 0; place < 63; ++place) {
+      result[place + 1] = static_cast<U8>(result[place] + (places[place].length == stride ? 1 : 0));
+   }
+   return result;
+}();
+// The children under one half's routes, by the five bits behind the first.
+ROUTETRIE_INLINE U64 childrenOf(const Node& n, unsigned half) noexcept {
+   return half != 0 ? n.children >> 32 : n.children & 0xffffffff;
+}
+
 //--- six bits of an address ---
 
 template <unsigned width>

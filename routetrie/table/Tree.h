@@ -123,6 +123,8 @@ class ROUTETRIE_EXPORT Tree {
       const void* value = nullptr;
       std::uint64_t generation = 0;
       U8 level = noLevel;  // where the route's node stands; noLevel: not known
+      U8 half = 0;         // where it lies in its node
+      U8 place = 0;        // 63 of a leaf
       U32 path[levels];    // the nodes on the way, by depth; 0 where a skip passes
 
       static constexpr U8 noLevel = 255;
@@ -141,8 +143,8 @@ class ROUTETRIE_EXPORT Tree {
    bool last(Cursor& cursor) const noexcept { return seekBefore(cursor, Bits(Bits::mask(width)), width + 1); }
    bool seek(Cursor& cursor, Bits bits, unsigned length) const noexcept;        // the first at or after
    bool seekBefore(Cursor& cursor, Bits bits, unsigned length) const noexcept;  // the last before
-   bool next(Cursor& cursor) const noexcept;
-   bool previous(Cursor& cursor) const noexcept { return seekBefore(cursor, cursor.bits, cursor.length); }
+   bool next(Cursor& cursor) const noexcept { return nextInNode(cursor) || nextFromNode(cursor); }
+   bool previous(Cursor& cursor) const noexcept;
 
    //--- changes: what raises has changed nothing
 
@@ -268,6 +270,12 @@ class ROUTETRIE_EXPORT Tree {
    }
    Node copyOf(const Node& n, Tree& to) const;
    bool setDefault(Cursor& cursor) const noexcept;
+   ROUTETRIE_INLINE bool nextInNode(Cursor& cursor) const noexcept;
+   bool nextFromNode(Cursor& cursor) const noexcept;
+   template <bool forward>
+   bool seekWay(Cursor& cursor, Bits bits, unsigned length) const noexcept;
+   template <bool forward>
+   bool stepWay(Cursor& cursor) const noexcept;
    void dumpNode(std::string& out, const Node& n, unsigned depth, Bits bits, unsigned indent) const;
    void forget() noexcept;
 
@@ -435,6 +443,36 @@ void Tree<width>::lookupBulk(std::size_t count, Query&& query, Answer&& answer) 
       }
       done += piece;
    }
+}
+
+//--- order ---
+
+// Most steps are from one route of a node to the next, in one of its halves. False: this is not one of them.
+template <unsigned width>
+ROUTETRIE_INLINE bool Tree<width>::nextInNode(Cursor& cursor) const noexcept {
+   if (cursor.generation != generation_ || cursor.level == Cursor::noLevel) {
+      return false;
+   }
+   const Node& n = node(cursor.path[cursor.level]);
+   const unsigned place = cursor.place;
+   const U64 behind = n.routes[cursor.half] >> place >> 1;
+   if (behind == 0) {
+      return false;
+   }
+   const unsigned next = place + 1 + static_cast<unsigned>(std::countr_zero(behind));
+   // A child that follows a route of six bits comes before the next one.
+   const U64 children = childrenOf(n, cursor.half) >> fullBefore[place];
+   if (below(children, unsigned{fullBefore[next]} - fullBefore[place]) != 0) {
+      return false;
+   }
+   const unsigned depth = cursor.level * stride;
+   const unsigned change = places[place].low ^ places[next].low;
+   cursor.bits = Bits(cursor.bits.word() ^ withChunk(Bits(), depth, change).word());
+   cursor.length = depth + places[next].length;
+   const auto* const value = static_cast<const std::byte*>(cursor.value);
+   cursor.value = cursor.half == 0 ? value + step() : value - step();
+   cursor.place = static_cast<U8>(next);
+   return true;
 }
 
 }  // namespace routetrie::Impl

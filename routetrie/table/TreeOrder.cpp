@@ -13,23 +13,23 @@ constexpr unsigned none = ~0u;
 constexpr unsigned codes = 256;  // behind all of them
 constexpr unsigned codesInHalf = 126;
 
-// How many of the places before this one are of six bits.
-constexpr auto fullBefore = [] {
-   std::array<U8, 64> result{};
+unsigned chunkOfCode(unsigned code) noexcept { return code >> 7 << 5 | places[code >> 1 & 63].low; }
+
+// Of the five bits of a child, the place of the same six bits.
+constexpr auto fullPlace = [] {
+   std::array<U8, 32> result{};
    for (unsigned place = 0; place < 63; ++place) {
-      result[place + 1] = static_cast<U8>(result[place] + (places[place].length == stride ? 1 : 0));
+      if (places[place].length == stride) {
+         result[places[place].low] = static_cast<U8>(place);
+      }
    }
    return result;
 }();
 
-unsigned childCode(unsigned chunk) noexcept { return chunk >> 5 << 7 | placeOf(stride, chunk & 31) << 1 | 1; }
-U64 childrenOf(const Node& n, unsigned half) noexcept {
-   return half != 0 ? n.children >> 32 : n.children & 0xffffffff;
-}
-unsigned chunkOfCode(unsigned code) noexcept { return code >> 7 << 5 | places[code >> 1 & 63].low; }
+unsigned childCode(unsigned chunk) noexcept { return chunk >> 5 << 7 | unsigned{fullPlace[chunk & 31]} << 1 | 1; }
 
 // The first code from this one on that stands for something; the last one before it.
-unsigned codeFrom(const Node& n, unsigned code) noexcept {
+ROUTETRIE_INLINE unsigned codeFrom(const Node& n, unsigned code) noexcept {
    unsigned in = code & 127;
    for (unsigned half = code >> 7; half < 2; ++half, in = 0) {
       const unsigned firstRoute = (in + 1) >> 1;
@@ -41,7 +41,7 @@ unsigned codeFrom(const Node& n, unsigned code) noexcept {
          found = static_cast<unsigned>(std::countr_zero(routes)) << 1;
       }
       if (children != 0) {
-         const unsigned child = placeOf(stride, static_cast<unsigned>(std::countr_zero(children))) << 1 | 1;
+         const unsigned child = unsigned{fullPlace[static_cast<unsigned>(std::countr_zero(children))]} << 1 | 1;
          found = child < found ? child : found;
       }
       if (found != none) {
@@ -63,7 +63,7 @@ unsigned codeBefore(const Node& n, unsigned code) noexcept {
          found = static_cast<unsigned>(63 - std::countl_zero(routes)) << 1;
       }
       if (children != 0) {
-         const unsigned child = placeOf(stride, static_cast<unsigned>(63 - std::countl_zero(children))) << 1 | 1;
+         const unsigned child = unsigned{fullPlace[static_cast<unsigned>(63 - std::countl_zero(children))]} << 1 | 1;
          found = found == none || child > found ? child : found;
       }
       if (found != none) {
@@ -75,7 +75,7 @@ unsigned codeBefore(const Node& n, unsigned code) noexcept {
 
 }  // namespace
 
-// A cursor under way: it stands at a node, with the bits that lead there.
+// A cursor under way: it stands at a node, with the bits that lead there. Its steps go forward or back.
 template <unsigned width>
 class Tree<width>::Walk {
   public:
@@ -85,15 +85,23 @@ class Tree<width>::Walk {
    // Where the cursor is, in the generation of the tree.
    void resume() noexcept {
       level_ = cursor_.level;
-      bits_ = cursor_.bits.cut(level_ * stride);
+      bits_ = cursor_.bits;
    }
    const Node& node() const noexcept { return tree_.node(cursor_.path[level_]); }
    unsigned depth() const noexcept { return level_ * stride; }
 
+   // A compressed node holds its bits itself.
    void enterChild(unsigned chunk) noexcept {
       const Node& n = node();
-      const Bits bits = withChunk(bits_, depth(), chunk);
-      stand(level_ + 1, n.childRun + childRank(n.children, chunk), bits);
+      const U32 rank = childRank(n.children, chunk);
+      const U32 at = n.childRun + rank;
+      if (rank + 1 < n.childCount()) {
+         fetch(tree_.node(at + 1));
+      }
+      if (!tree_.node(at).isCompressed()) {
+         bits_ = withChunk(bits_.cut(depth()), depth(), chunk);
+      }
+      cursor_.path[++level_] = at;
    }
    void followSkip() noexcept {
       const Node& n = node();
@@ -103,95 +111,86 @@ class Tree<width>::Walk {
       }
       stand(level, n.target(), keyOf<width>(n));
    }
-   // To the next node above that is not compressed: the six bits that led down from there; none if there is no such node.
-   unsigned leave() noexcept {
-      const Bits from = bits_;
-      do {
-         if (level_ == 0) {
-            return none;
-         }
-         --level_;
-      } while (cursor_.path[level_] == 0 || node().isCompressed());
-      bits_ = from.cut(depth());
-      return chunkAt(from, depth());
-   }
 
-   // To the first route from a code on, the last before one.
-   bool forward(unsigned code) noexcept {
+   // To the first route from a code on; back: to the last before one.
+   template <bool forward>
+   bool go(unsigned code) noexcept {
       for (;;) {
-         const unsigned found = codeFrom(node(), code);
+         const unsigned found = forward ? codeFrom(node(), code) : codeBefore(node(), code);
          if (found == none) {
-            if (!behind(code)) {
-               return false;
+            if (!leave<forward>(code)) {
+               return nothing<forward>();
             }
          } else if ((found & 1) == 0) {
             return setRoute(found);
          } else {
             enterChild(chunkOfCode(found));
-            if (into()) {
-               return true;
+            if (node().isCompressed()) {
+               if (node().isLeaf()) {
+                  return setLeaf();
+               }
+               followSkip();
             }
-            code = 0;
+            code = forward ? 0 : codes;
          }
       }
    }
-   bool backward(unsigned code) noexcept {
-      for (;;) {
-         const unsigned found = codeBefore(node(), code);
-         if (found == none) {
-            if (!before(code)) {
-               return tree_.setDefault(cursor_);
-            }
-         } else if ((found & 1) == 0) {
-            return setRoute(found);
-         } else {
-            enterChild(chunkOfCode(found));
-            if (into()) {
-               return true;
-            }
-            code = codes;
-         }
-      }
-   }
-   // Past the node, either way: the code above from which to go on. False: nothing is above.
-   bool behind(unsigned& code) noexcept {
-      const unsigned chunk = leave();
-      code = childCode(chunk) + 1;
-      return chunk != none;
-   }
-   bool before(unsigned& code) noexcept {
-      const unsigned chunk = leave();
-      code = chunk != none ? childCode(chunk) : 0;
-      return chunk != none;
+   // The same from past the node on. Requires: it is compressed.
+   template <bool forward>
+   bool goPast() noexcept {
+      unsigned code = 0;
+      bits_ = keyOf<width>(node());
+      return leave<forward>(code) ? go<forward>(code) : nothing<forward>();
    }
    bool setLeaf() noexcept {
       const Node& n = node();
+      cursor_.half = 0;
+      cursor_.place = leafPlace;
       return set(keyOf<width>(n), n.length(), n.leafValue());
    }
 
   private:
+   static constexpr U8 leafPlace = 63;
+
    void stand(unsigned level, U32 at, Bits bits) noexcept {
       level_ = level;
       cursor_.path[level] = at;
       bits_ = bits;
    }
-   // From a node that was just entered: true if it is a leaf, on which the cursor now is; a skip is followed.
-   bool into() noexcept {
-      if (!node().isCompressed()) {
-         return false;
+   // To the next node above that is not compressed, and to the code from which to go on there. False: there is none above.
+   template <bool forward>
+   bool leave(unsigned& code) noexcept {
+      do {
+         if (level_ == 0) {
+            return false;
+         }
+         --level_;
+      } while (cursor_.path[level_] == 0 || node().isCompressed());
+      code = childCode(chunkAt(bits_, depth())) + (forward ? 1 : 0);
+      return true;
+   }
+   // Ahead of all routes is the default route.
+   template <bool forward>
+   bool nothing() noexcept {
+      return !forward && tree_.setDefault(cursor_);
+   }
+   // A walk comes to this node soon, and then to what it leads to.
+   void fetch(const Node& n) const noexcept {
+      if (!n.isCompressed()) {
+         __builtin_prefetch(tree_.valueAt(n.valueRun));
+         __builtin_prefetch(&tree_.node(n.childRun));
+      } else if (!n.isLeaf()) {
+         __builtin_prefetch(&tree_.node(n.target()));
       }
-      if (node().isLeaf()) {
-         return setLeaf();
-      }
-      followSkip();
-      return false;
    }
    bool setRoute(unsigned code) noexcept {
       const Node& n = node();
       const unsigned half = code >> 7;
       const unsigned place = code >> 1 & 63;
       const Place where = places[place];
-      return set(withChunk(bits_, depth(), half << 5 | where.low), depth() + where.length,
+      cursor_.half = static_cast<U8>(half);
+      cursor_.place = static_cast<U8>(place);
+      return set(withChunk(bits_.cut(depth()), depth(), half << 5 | where.low), depth() + where.length,
                  tree_.valueOf(n, half, place));
    }
    bool set(Bits bits, unsigned length, const void* value) noexcept {
@@ -205,7 +204,7 @@ class Tree<width>::Walk {
 
    const Tree& tree_;
    Cursor& cursor_;
-   Bits bits_;
+   Bits bits_;  // past the node's depth they may be anything
    unsigned level_ = 0;
 };
 
@@ -217,49 +216,17 @@ bool Tree<width>::setDefault(Cursor& cursor) const noexcept {
    return hasDefault_;
 }
 
+// The first route at or after a place; back: the last before it.
 template <unsigned width>
-bool Tree<width>::seek(Cursor& cursor, Bits bits, unsigned length) const noexcept {
-   if (length == 0 && setDefault(cursor)) {
-      return true;
-   }
-   Walk walk(*this, cursor);
-   walk.startAtRoot();
-   for (;;) {
-      const Node& n = walk.node();
-      if (n.isCompressed()) {
-         const Bits key = keyOf<width>(n);
-         const unsigned keyLength = n.length();
-         unsigned code = 0;
-         if (n.isLeaf()) {
-            if (key > bits || (key == bits && keyLength >= length)) {
-               return walk.setLeaf();
-            }
-         } else if (length > keyLength && key.sharesFirst(bits, keyLength)) {
-            walk.followSkip();
-            continue;
-         } else if (key >= bits) {
-            walk.followSkip();
-            return walk.forward(0);
-         }
-         return walk.behind(code) && walk.forward(code);
-      }
-      const unsigned depth = walk.depth();
-      const unsigned chunk = chunkAt(bits, depth);
-      if (length <= depth + stride) {
-         return walk.forward(
-            length == depth ? 0 : chunk >> 5 << 7 | placeOf(length - depth, cutLow(chunk & 31, length - depth)) << 1);
-      }
-      if ((n.children >> chunk & 1) == 0) {
-         return walk.forward(childCode(chunk) + 1);
-      }
-      walk.enterChild(chunk);
-   }
-}
-
-template <unsigned width>
-bool Tree<width>::seekBefore(Cursor& cursor, Bits bits, unsigned length) const noexcept {
+template <bool forward>
+bool Tree<width>::seekWay(Cursor& cursor, Bits bits, unsigned length) const noexcept {
    if (length == 0) {
-      return false;
+      if (!forward) {
+         return false;
+      }
+      if (setDefault(cursor)) {
+         return true;
+      }
    }
    Walk walk(*this, cursor);
    walk.startAtRoot();
@@ -268,47 +235,62 @@ bool Tree<width>::seekBefore(Cursor& cursor, Bits bits, unsigned length) const n
       if (n.isCompressed()) {
          const Bits key = keyOf<width>(n);
          const unsigned keyLength = n.length();
-         unsigned code = 0;
          if (n.isLeaf()) {
-            if (key < bits || (key == bits && keyLength < length)) {
-               return walk.setLeaf();
-            }
-         } else if (length > keyLength && key.sharesFirst(bits, keyLength)) {
+            const bool isBefore = key < bits || (key == bits && keyLength < length);
+            return isBefore != forward ? walk.setLeaf() : walk.template goPast<forward>();
+         }
+         if (length > keyLength && key.sharesFirst(bits, keyLength)) {
             walk.followSkip();
             continue;
-         } else if (key < bits) {
-            walk.followSkip();
-            return walk.backward(codes);
          }
-         return walk.before(code) ? walk.backward(code) : setDefault(cursor);
+         // All that it leads to lies on one side.
+         if ((key < bits) == forward) {
+            return walk.template goPast<forward>();
+         }
+         walk.followSkip();
+         return walk.template go<forward>(forward ? 0 : codes);
       }
       const unsigned depth = walk.depth();
       const unsigned chunk = chunkAt(bits, depth);
       if (length <= depth + stride) {
-         return walk.backward(
+         return walk.template go<forward>(
             length == depth ? 0 : chunk >> 5 << 7 | placeOf(length - depth, cutLow(chunk & 31, length - depth)) << 1);
       }
       if ((n.children >> chunk & 1) == 0) {
-         return walk.backward(childCode(chunk));
+         return walk.template go<forward>(childCode(chunk));
       }
       walk.enterChild(chunk);
    }
 }
 
 template <unsigned width>
-bool Tree<width>::next(Cursor& cursor) const noexcept {
+template <bool forward>
+bool Tree<width>::stepWay(Cursor& cursor) const noexcept {
    if (cursor.generation != generation_ || cursor.level == Cursor::noLevel) {
-      return seek(cursor, cursor.bits, cursor.length + 1);
+      return seekWay<forward>(cursor, cursor.bits, cursor.length + (forward ? 1 : 0));
    }
    Walk walk(*this, cursor);
    walk.resume();
-   const unsigned depth = walk.depth();
-   if (walk.node().isCompressed()) {
-      unsigned code = 0;
-      return walk.behind(code) && walk.forward(code);
-   }
-   const unsigned chunk = chunkAt(cursor.bits, depth);
-   return walk.forward((chunk >> 5 << 7 | placeOf(cursor.length - depth, chunk & 31) << 1) + 1);
+   return walk.node().isCompressed() ? walk.template goPast<forward>()
+                                     : walk.template go<forward>(unsigned{cursor.half} << 7 |
+                                                                 unsigned{cursor.place} << 1 | (forward ? 1 : 0));
+}
+
+template <unsigned width>
+bool Tree<width>::seek(Cursor& cursor, Bits bits, unsigned length) const noexcept {
+   return seekWay<true>(cursor, bits, length);
+}
+template <unsigned width>
+bool Tree<width>::seekBefore(Cursor& cursor, Bits bits, unsigned length) const noexcept {
+   return seekWay<false>(cursor, bits, length);
+}
+template <unsigned width>
+bool Tree<width>::nextFromNode(Cursor& cursor) const noexcept {
+   return stepWay<true>(cursor);
+}
+template <unsigned width>
+bool Tree<width>::previous(Cursor& cursor) const noexcept {
+   return stepWay<false>(cursor);
 }
 
 template bool Tree<32>::setDefault(Cursor&) const noexcept;
@@ -317,7 +299,9 @@ template bool Tree<32>::seek(Cursor&, Bits, unsigned) const noexcept;
 template bool Tree<128>::seek(Cursor&, Bits, unsigned) const noexcept;
 template bool Tree<32>::seekBefore(Cursor&, Bits, unsigned) const noexcept;
 template bool Tree<128>::seekBefore(Cursor&, Bits, unsigned) const noexcept;
-template bool Tree<32>::next(Cursor&) const noexcept;
-template bool Tree<128>::next(Cursor&) const noexcept;
+template bool Tree<32>::nextFromNode(Cursor&) const noexcept;
+template bool Tree<128>::nextFromNode(Cursor&) const noexcept;
+template bool Tree<32>::previous(Cursor&) const noexcept;
+template bool Tree<128>::previous(Cursor&) const noexcept;
 
 }  // namespace routetrie::Impl
