@@ -6,8 +6,10 @@
 #include "routetrie/address.h"
 #include "routetrie/explanation.h"
 #include "routetrie/family_table.h"
+#include "routetrie/journal.h"
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "routetrie/prefix.h"
+#include "routetrie/watch.h"
 
 namespace routetrie::Impl {
 
@@ -48,6 +50,26 @@ std::string_view describe(verdict why) noexcept {
       case verdict::taken: return "taken: the longest";
       case verdict::shorter: return "not taken: a longer one covers it";
       case verdict::refused: return "not taken: refused by the test";
+   }
+   return {};
+}
+
+std::string_view describe(change_kind kind) noexcept {
+   switch (kind) {
+      case change_kind::added: return "added";
+      case change_kind::changed: return "changed";
+      case change_kind::erased: return "erased";
+   }
+   return {};
+}
+
+std::string_view describe(watch_cause cause) noexcept {
+   switch (cause) {
+      case watch_cause::added: return "added";
+      case watch_cause::changed: return "changed";
+      case watch_cause::erased: return "erased";
+      case watch_cause::rechecked: return "rechecked";
+      case watch_cause::several: return "several changes";
    }
    return {};
 }

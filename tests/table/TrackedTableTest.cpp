@@ -1,0 +1,211 @@
+#include "routetrie/tracked_table.h"
+
+#include <fmt/format.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <ranges>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "routetrie/digest.h"
+#include "routetrie/journal.h"
+#include "routetrie/route_set.h"
+#include "routetrie/watch.h"
+
+namespace routetrie {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+template <class T>
+using followed = tracked_table<table<T>, digest_tracker, journal_tracker, watch_tracker>;
+
+template <class Changes>
+std::vector<std::string> texts(const Changes& changes) {
+   std::vector<std::string> list;
+   if (!changes) {
+      return {"too old"};
+   }
+   for (const auto& c : *changes) {
+      list.push_back(fmt::format("{}: {} {}", c.generation, c.prefix, describe(c.kind)));
+   }
+   return list;
+}
+
+static_assert(!std::is_copy_constructible_v<followed<int>> && std::is_nothrow_move_constructible_v<followed<int>> &&
+              std::is_nothrow_move_assignable_v<followed<int>>);
+static_assert(sizeof(watched_table4<int>) <= sizeof(table4<int>) + 3 * sizeof(void*));
+
+TEST(TrackedTable, isAskedAndChangedAsATable) {
+   followed<std::string> t;
+   EXPECT_TRUE(t.insert({"10.0.0.0/8"_prefix, "ten"}).second);
+   EXPECT_FALSE(t.insert({"10.0.0.0/8"_prefix, "again"}).second);
+   EXPECT_EQ("ten", t.try_emplace("10.0.0.0/8"_prefix, "again").first->value);
+   EXPECT_FALSE(t.insert_or_assign("10.0.0.0/8"_prefix, "X").second);
+   EXPECT_TRUE(t.update("10.1.0.0/16"_prefix, [](std::string& s) { s = "lan"; }));
+   EXPECT_EQ(2u, t.size());
+   EXPECT_FALSE(t.empty());
+   EXPECT_EQ("lan", t.match("10.1.2.3"_address)->value);
+   EXPECT_EQ("lan", *t.lookup("10.1.2.3"_address));
+   EXPECT_EQ("X", t.parent("10.1.0.0/16"_prefix)->value);
+   EXPECT_EQ("X", t.shortest_match("10.1.2.3"_address)->value);
+   EXPECT_EQ("X", t.match_if("10.1.2.3"_address, [](const auto& r) { return r.value == "X"; })->value);
+   EXPECT_EQ(2, std::ranges::distance(t.covering("10.1.2.3"_address)));
+   EXPECT_EQ(2, std::ranges::distance(t.covering_nearest("10.1.2.3"_address)));
+   EXPECT_EQ(2, std::ranges::distance(t.covered("10.0.0.0/8"_prefix)));
+   EXPECT_EQ(1, std::ranges::distance(t.children("10.0.0.0/8"_prefix)));
+   EXPECT_TRUE(t.has_longer("10.0.0.0/8"_prefix) && t.overlaps("0.0.0.0/0"_prefix) &&
+               t.contains("10.1.0.0/16"_prefix));
+   EXPECT_EQ(t.end(), t.find("11.0.0.0/8"_prefix));
+   EXPECT_EQ(t.lower_bound("0.0.0.0/0"_prefix), t.begin());
+   EXPECT_EQ("lan", t.upper_bound("10.0.0.0/8"_prefix)->value);
+   EXPECT_EQ("lan", t.rbegin()->value);
+   EXPECT_EQ(2u, t.explain("10.1.2.3"_address).candidates.size());
+   EXPECT_EQ("", t.audit());
+   EXPECT_EQ("lan", t.erase(t.find("10.0.0.0/8"_prefix))->value);
+   EXPECT_EQ(0u, t.erase("10.0.0.0/8"_prefix));
+   EXPECT_EQ(1u, t.erase_covered("10.0.0.0/8"_prefix));
+   EXPECT_THROW(t.insert({prefix(), "none"}), std::invalid_argument);
+   EXPECT_THROW(t.erase(prefix()), std::invalid_argument);
+   EXPECT_THROW(t.erase_covered(prefix()), std::invalid_argument);
+   EXPECT_EQ(2u,
+             t.insert(std::vector<std::pair<prefix, std::string>>{{"10.0.0.0/8"_prefix, "a"}, {"::/0"_prefix, "b"}}));
+   EXPECT_EQ(digest(t.table()), t.digest());
+   t.clear();
+   EXPECT_EQ(table_digest(), t.digest());
+   tracked_table<route_set4, journal_tracker> set;
+   EXPECT_TRUE(set.insert("10.0.0.0/8"_prefix).second);
+   EXPECT_FALSE(set.insert("10.0.0.0/8"_prefix).second);
+   EXPECT_EQ(1u, set.generation());
+}
+
+TEST(TrackedTable, ofValuesThatAreOnlyMoved) {
+   tracked_table<table4<std::unique_ptr<int>>, journal_tracker> t;
+   EXPECT_TRUE(t.try_emplace("10.0.0.0/8"_prefix, std::make_unique<int>(1)).second);
+   t.insert_or_assign("10.0.0.0/8"_prefix, std::make_unique<int>(2));
+   EXPECT_THAT(texts(t.changes_since(0)), ElementsAre("1: 10.0.0.0/8 added", "2: 10.0.0.0/8 changed"));
+}
+
+TEST(Journal, tellsWhatHasChangedSince) {
+   tracked_table<table4<int>, journal_tracker> t;
+   EXPECT_EQ(0u, t.generation());
+   EXPECT_THAT(texts(t.changes_since(0)), IsEmpty());
+   EXPECT_THAT(texts(t.changes_since(1)), ElementsAre("too old")) << "the table has never been there";
+   t.insert({"10.0.0.0/8"_prefix, 1});
+   t.insert({"10.0.0.0/8"_prefix, 2});
+   t.insert_or_assign("10.0.0.0/8"_prefix, 2);
+   t.erase("11.0.0.0/8"_prefix);
+   t.erase("10.0.0.0/8"_prefix);
+   EXPECT_THAT(texts(t.changes_since(0)),
+               ElementsAre("1: 10.0.0.0/8 added", "2: 10.0.0.0/8 changed", "3: 10.0.0.0/8 erased"));
+   EXPECT_THAT(texts(t.changes_since(2)), ElementsAre("3: 10.0.0.0/8 erased"));
+   EXPECT_THAT(texts(t.changes_since(3)), IsEmpty());
+   EXPECT_EQ(3u, t.generation());
+}
+
+TEST(Journal, keepsAsManyAsItIsTold) {
+   tracked_table<table4<int>, journal_tracker> t;
+   EXPECT_EQ(1024u, t.kept_changes());
+   t.keep_changes(3);
+   for (unsigned i = 0; i < 7; ++i) {
+      t.insert({prefix4::cut(prefix4::Bits(i << 24), 8), 1});
+      const auto reach = std::min(3u, i + 1);
+      EXPECT_EQ(reach, texts(t.changes_since(i + 1 - reach)).size());
+      if (i >= 3) {
+         EXPECT_THAT(texts(t.changes_since(i - 3)), ElementsAre("too old"));
+      }
+   }
+   EXPECT_THAT(texts(t.changes_since(4)),
+               ElementsAre("5: 4.0.0.0/8 added", "6: 5.0.0.0/8 added", "7: 6.0.0.0/8 added"));
+   t.keep_changes(2);
+   EXPECT_THAT(texts(t.changes_since(4)), ElementsAre("too old"));
+   EXPECT_THAT(texts(t.changes_since(5)), ElementsAre("6: 5.0.0.0/8 added", "7: 6.0.0.0/8 added"));
+   t.keep_changes(4);
+   t.clear();
+   EXPECT_EQ(14u, t.generation());
+   EXPECT_THAT(texts(t.changes_since(9)), ElementsAre("too old"));
+   EXPECT_THAT(texts(t.changes_since(12)), ElementsAre("13: 5.0.0.0/8 erased", "14: 6.0.0.0/8 erased"));
+   t.keep_changes(0);
+   t.insert({"10.0.0.0/8"_prefix, 1});
+   EXPECT_THAT(texts(t.changes_since(14)), ElementsAre("too old"));
+   EXPECT_THAT(texts(t.changes_since(15)), IsEmpty());
+}
+
+TEST(Journal, ofWholeTables) {
+   tracked_table<table4<int>, journal_tracker> t;
+   t.insert({"10.0.0.0/8"_prefix, 1});
+   table4<int> next{{"10.0.0.0/8"_prefix, 1}, {"11.0.0.0/8"_prefix, 1}};
+   t.replace(next);
+   EXPECT_EQ(1u, next.size()) << "it has what the table had";
+   EXPECT_THAT(texts(t.changes_since(1)), ElementsAre("2: 11.0.0.0/8 added"));
+   t.replace(table4<int>{{"11.0.0.0/8"_prefix, 2}});
+   EXPECT_THAT(texts(t.changes_since(2)), ElementsAre("3: 10.0.0.0/8 erased", "4: 11.0.0.0/8 changed"));
+}
+
+TEST(Journal, saysAfterAMoveThatAllIsAnew) {
+   tracked_table<table4<int>, journal_tracker, digest_tracker> t;
+   t.insert({"10.0.0.0/8"_prefix, 1});
+   auto moved = std::move(t);
+   EXPECT_THAT(texts(moved.changes_since(0)), ElementsAre("1: 10.0.0.0/8 added"));
+   EXPECT_EQ(digest(moved.table()), moved.digest());
+   EXPECT_THAT(texts(t.changes_since(1)), ElementsAre("too old"));
+   EXPECT_EQ(table_digest(), t.digest());
+   t.insert({"11.0.0.0/8"_prefix, 1});
+   const auto before = t.generation();
+   t = std::move(moved);
+   EXPECT_THAT(texts(t.changes_since(before)), ElementsAre("too old"));
+   EXPECT_THAT(texts(moved.changes_since(1)), ElementsAre("too old"));
+   EXPECT_EQ(digest(t.table()), t.digest());
+}
+
+//--- what raises has changed nothing ---
+
+struct Fragile {
+   int number = 0;
+   bool breaks = false;
+   Fragile() = default;
+   Fragile(int n) : number(n) {}
+   Fragile(const Fragile& other) : number(other.number), breaks(other.breaks) {
+      if (breaks) {
+         throw std::runtime_error("no copy");
+      }
+   }
+   Fragile& operator=(const Fragile&) = default;
+   friend bool operator==(const Fragile& a, const Fragile& b) { return a.number == b.number; }
+   friend void digest_append(digest_stream& out, const Fragile& f) { digest_value(out, f.number); }
+};
+
+TEST(TrackedTable, aChangeThatRaisesIsNoChange) {
+   tracked_table<table4<Fragile>, digest_tracker, journal_tracker, watch_tracker> t;
+   int told = 0;
+   const auto w = t.watch("10.0.0.1"_address, watch_kind::best_match, [&](const auto&) { ++told; });
+   t.try_emplace("10.0.0.0/8"_prefix, 1);
+   EXPECT_EQ(1, told);
+   Fragile bad(2);
+   bad.breaks = true;
+   EXPECT_THROW(t.insert_or_assign("10.1.0.0/16"_prefix, bad), std::runtime_error);
+   EXPECT_THROW(t.insert({"10.0.0.1/32"_prefix, bad}), std::runtime_error);
+   EXPECT_THROW(t.update("10.0.0.0/8"_prefix,
+                         [](Fragile& f) {
+                            f.number = 5;
+                            throw std::runtime_error("no");
+                         }),
+                std::runtime_error);
+   EXPECT_EQ(1u, t.size());
+   EXPECT_EQ(1u, t.generation());
+   EXPECT_EQ(digest(t.table()), t.digest());
+   EXPECT_EQ(1, told);
+   t.erase("10.0.0.0/8"_prefix);
+   EXPECT_EQ(2, told);
+   EXPECT_EQ(table_digest(), t.digest());
+}
+
+}  // namespace
+}  // namespace routetrie
