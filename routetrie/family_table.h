@@ -230,7 +230,7 @@ class basic_table {
       }
       tree_.template lookupBulk<Values::valueSize>(
          addresses.size(), [&](std::size_t i) { return addresses[i].bits(); },
-         [&](std::size_t i, const void* place) { answers[i] = valueOf(place); });
+         [this, to = answers.data()](std::size_t i, const void* place) { to[i] = valueOf(place); });
    }
    // The longest route that covers the prefix and is shorter than it; the prefix may be a route or not.
    std::optional<value_type> parent(const prefix_type& p) const noexcept {

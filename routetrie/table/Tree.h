@@ -100,14 +100,16 @@ class ROUTETRIE_EXPORT Tree {
    };
    // The longest route of at most `maxLength` bits that covers that many bits of these.
    Match match(Bits bits, unsigned maxLength) const noexcept {
-      return maxLength != width ? matchWithin(bits, maxLength)
-             : countsBits       ? matchHere(bits, step_)
-                                : matchByLibrary(bits);
+      if (maxLength != width) {
+         return matchWithin(bits, maxLength);
+      }
+      Match match;
+      return !countsBits ? matchByLibrary(bits) : matchHere(bits, step_, match) ? match : matchFurther(bits);
    }
    // The value of the longest that covers the address. Requires: valueSize is the tree's.
    template <unsigned valueSize>
    const void* lookup(Bits address) const noexcept;
-   // Of `count` addresses: calls answer(i, value or null) with query(i), once for each.
+   // Of `count` addresses: calls answer(i, value or null) with query(i), once for each, in any order.
    template <unsigned valueSize, class Query, class Answer>
    void lookupBulk(std::size_t count, Query&& query, Answer&& answer) const noexcept;
    Lengths<width> covering(Bits bits, unsigned maxLength) const noexcept;  // the lengths of those that cover
@@ -206,6 +208,10 @@ class ROUTETRIE_EXPORT Tree {
    static ROUTETRIE_INLINE U32 valueNumber(const Node& n, unsigned half, unsigned place) noexcept {
       return n.valueRun + (static_cast<U32>(std::popcount(below(n.routes[half], place))) ^ (0 - half));
    }
+   // Of the route that has so many places above its own in these, the routes of the half.
+   static ROUTETRIE_INLINE U32 valueNumber(const Node& n, unsigned half, U64 routes, unsigned above) noexcept {
+      return n.valueRun + ((static_cast<U32>(std::popcount(routes << above)) - 1) ^ (0 - half));
+   }
    void* valueOf(const Node& n, unsigned half, unsigned place) const noexcept {
       return step() == 0 ? base_ : valueAt(valueNumber(n, half, place));
    }
@@ -225,9 +231,20 @@ class ROUTETRIE_EXPORT Tree {
    }
 
    //--- lookups: TreeQuestions.cpp holds them compiled for machines that count bits, for programs that are not
-   ROUTETRIE_INLINE Match matchHere(Bits address, unsigned step) const noexcept;
-   template <unsigned valueSize>
-   ROUTETRIE_INLINE void burstHere(const Bits* addresses, const void** answers, unsigned count) const noexcept;
+   // False: it is for a search.
+   ROUTETRIE_INLINE bool matchHere(Bits address, unsigned step, Match& match) const noexcept;
+   // The child that these bits lead to, the shift then that of its bits; the node itself if there is none or it is compressed.
+   ROUTETRIE_INLINE U32 childHere(U32 at, U64 bits, unsigned& shift) const noexcept {
+      const Node& n = nodes()[at];
+      // The child's bit is the top one of these, and counted with those before it.
+      const U64 upTo = n.children << (~(bits >> shift) & 63);
+      const U32 child = n.childRun + static_cast<U32>(std::popcount(upTo)) - 1;
+      const auto isThere = static_cast<U32>((upTo & ~n.routes[0]) >> 63);
+      shift -= stride * isThere;
+      return at ^ ((at ^ child) & (0 - isThere));
+   }
+   template <unsigned valueSize, class Answer>
+   ROUTETRIE_INLINE void burstHere(const Bits* addresses, unsigned count, Answer&& answer) const noexcept;
    ROUTETRIE_INLINE U32 indexed(Bits address) const noexcept;
    static ROUTETRIE_INLINE U64 highBits(Bits address) noexcept {
       if constexpr (width == 32) {
@@ -239,7 +256,7 @@ class ROUTETRIE_EXPORT Tree {
    const void* lookupByLibrary(Bits address, unsigned valueSize) const noexcept;
    void burstByLibrary(const Bits* addresses, const void** answers, unsigned count,
                        unsigned valueSize) const noexcept;
-   Match search(Bits address) const noexcept { return matchWithin(address, width); }
+   Match matchFurther(Bits address) const noexcept;
    Match matchWithin(Bits bits, unsigned maxLength) const noexcept;
    Match matchByLibrary(Bits address) const noexcept;
 
@@ -310,61 +327,37 @@ ROUTETRIE_INLINE U32 Tree<width>::indexed(Bits address) const noexcept {
 }
 
 // Down by the children's bits alone to where they end, by arithmetic for the first levels, as nobody can tell how many there are;
-// the longest route is mostly there. Where it is not, the search from the root finds it.
+// the longest route is mostly there. What it is not, one branch sends to a search that looks at everything. A processor keeps as many
+// lookups under way as it has room for instructions that wait for a line of memory, so these are few.
 template <unsigned width>
-ROUTETRIE_INLINE typename Tree<width>::Match Tree<width>::matchHere(Bits address, unsigned step) const noexcept {
+ROUTETRIE_INLINE bool Tree<width>::matchHere(Bits address, unsigned step, Match& match) const noexcept {
    const U32 number = indexed(address);
-   const Node* n = nodes() + (number & ~aboveBit);
+   U32 at = number & ~aboveBit;
    const U64 bits = highBits(address);
    unsigned shift = indexShift + (number >> 31) * stride;
    if constexpr (width == 128) {
       for (int level = 0; level < 2; ++level) {
-         const unsigned chunk = static_cast<unsigned>(bits >> shift) & 63;
-         const U64 more = (n->children >> chunk) & ~(n->routes[0] >> 63) & 1;
-         const Node* const child = nodes() + (n->childRun + childRank(n->children, chunk));
-         n = more != 0 ? child : n;
-         shift -= stride * static_cast<unsigned>(more);
+         at = childHere(at, bits, shift);
       }
    }
-   for (;;) {
-      if (n->isCompressed()) [[unlikely]] {
-         const unsigned length = n->length();
-         if (!keyOf<width>(*n).sharesFirst(address, length)) {
-            return search(address);
-         }
-         if (n->isLeaf()) {
-            return {length, n->leafValue()};
-         }
-         if (length > 64 - stride) {
-            return search(address);
-         }
-         n = nodes() + n->target();
-         shift = 64 - stride - length;
-      }
-      const unsigned chunk = static_cast<unsigned>(bits >> shift) & 63;
-      if ((n->children >> chunk & 1) == 0) [[likely]] {
-         const unsigned half = chunk >> 5;
-         const U64 covering = n->routes[half] & wayTo[chunk & 31];
-         if (covering == 0) [[unlikely]] {
-            return search(address);
-         }
-         const auto place = static_cast<unsigned>(63 - std::countl_zero(covering));
-         return {64 - stride - shift + places[place].length,
-                 base_ + std::size_t{valueNumber(*n, half, place)} * step};
-      }
-      if (shift < stride) [[unlikely]] {
-         return search(address);
-      }
-      n = nodes() + (n->childRun + childRank(n->children, chunk));
-      shift -= stride;
+   const Node* const n = nodes() + at;
+   const unsigned chunk = static_cast<unsigned>(bits >> shift) & 63;
+   const unsigned half = chunk >> 5;
+   const U64 routes = n->routes[half];
+   const U64 covering = routes & wayTo[chunk & 31];
+   if (covering == 0 || (n->children >> chunk & 1) != 0 || n->isCompressed()) [[unlikely]] {
+      return false;
    }
+   const auto above = static_cast<unsigned>(std::countl_zero(covering));
+   match.length = 64 - stride - shift + places[63 - above].length;
+   match.value = base_ + std::size_t{valueNumber(*n, half, routes, above)} * step;
+   return true;
 }
 
 // A burst goes level by level: what one address waits for is fetched while the others are looked at.
 template <unsigned width>
-template <unsigned valueSize>
-ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, const void** answers,
-                                             unsigned count) const noexcept {
+template <unsigned valueSize, class Answer>
+ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, unsigned count, Answer&& answer) const noexcept {
    U32 at[32];
    U8 shifts[32];
    U8 rest[32 + 1];  // those that need a search of their own
@@ -379,12 +372,9 @@ ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, const void**
    if constexpr (width == 128) {
       for (int level = 0; level < 2; ++level) {
          for (unsigned i = 0; i < count; ++i) {
-            const Node& n = nodes()[at[i]];
-            const unsigned chunk = static_cast<unsigned>(high(i) >> shifts[i]) & 63;
-            const auto more = static_cast<U32>((n.children >> chunk) & ~(n.routes[0] >> 63) & 1);
-            const U32 child = n.childRun + childRank(n.children, chunk);
-            at[i] ^= (at[i] ^ child) & (0 - more);
-            shifts[i] = static_cast<U8>(shifts[i] - stride * more);
+            unsigned shift = shifts[i];
+            at[i] = childHere(at[i], high(i), shift);
+            shifts[i] = static_cast<U8>(shift);
             __builtin_prefetch(nodes() + at[i]);
          }
       }
@@ -393,22 +383,19 @@ ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, const void**
       const Node& n = nodes()[at[i]];
       const unsigned chunk = static_cast<unsigned>(high(i) >> shifts[i]) & 63;
       const unsigned half = chunk >> 5;
-      const U64 covering = n.routes[half] & wayTo[chunk & 31];
-      const bool odd =
-         static_cast<bool>(static_cast<unsigned>(n.children >> chunk & 1) | static_cast<unsigned>(n.routes[0] >> 63) |
-                           static_cast<unsigned>(covering == 0));
-      rest[rests] = static_cast<U8>(i);
-      rests += odd ? 1 : 0;
-      if constexpr (valueSize == 0) {
-         answers[i] = &n;
-      } else {
-         const auto place = static_cast<unsigned>(63 - std::countl_zero(covering | 1));
-         answers[i] = base_ + std::size_t{valueNumber(n, half, place)} * bytesInRun(valueSize);
-         __builtin_prefetch(answers[i]);
+      const U64 routes = n.routes[half];
+      const U64 covering = routes & wayTo[chunk & 31];
+      if (covering == 0 || (n.children >> chunk & 1) != 0 || n.isCompressed()) [[unlikely]] {
+         rest[rests++] = static_cast<U8>(i);
+         continue;
       }
+      const auto above = static_cast<unsigned>(std::countl_zero(covering));
+      const void* const value = base_ + std::size_t{valueNumber(n, half, routes, above)} * bytesInRun(valueSize);
+      __builtin_prefetch(value);
+      answer(i, value);
    }
    for (unsigned r = 0; r < rests; ++r) {
-      answers[rest[r]] = matchHere(addresses[rest[r]], bytesInRun(valueSize)).value;
+      answer(rest[r], matchFurther(addresses[rest[r]]).value);
    }
 }
 
@@ -416,7 +403,11 @@ template <unsigned width>
 template <unsigned valueSize>
 inline const void* Tree<width>::lookup(Bits address) const noexcept {
    if constexpr (countsBits) {
-      return matchHere(address, bytesInRun(valueSize)).value;
+      Match match;
+      if (matchHere(address, bytesInRun(valueSize), match)) [[likely]] {
+         return match.value;
+      }
+      return matchFurther(address).value;
    } else {
       return lookupByLibrary(address, valueSize);
    }
@@ -427,19 +418,19 @@ template <unsigned valueSize, class Query, class Answer>
 void Tree<width>::lookupBulk(std::size_t count, Query&& query, Answer&& answer) const noexcept {
    constexpr unsigned burst = 32;
    Bits addresses[burst];
-   const void* answers[burst];
    for (std::size_t done = 0; done < count;) {
       const auto piece = static_cast<unsigned>(count - done < burst ? count - done : burst);
       for (unsigned i = 0; i < piece; ++i) {
          addresses[i] = query(done + i);
       }
       if constexpr (countsBits) {
-         burstHere<valueSize>(addresses, answers, piece);
+         burstHere<valueSize>(addresses, piece, [&](unsigned i, const void* value) { answer(done + i, value); });
       } else {
+         const void* answers[burst];
          burstByLibrary(addresses, answers, piece, valueSize);
-      }
-      for (unsigned i = 0; i < piece; ++i) {
-         answer(done + i, answers[i]);
+         for (unsigned i = 0; i < piece; ++i) {
+            answer(done + i, answers[i]);
+         }
       }
       done += piece;
    }

@@ -17,27 +17,63 @@ ROUTETRIE_INLINE U64 wayUpTo(unsigned chunk, unsigned most) noexcept {
 
 }  // namespace
 
+// As matchHere(), for what it leaves: through compressed nodes and any number of levels. Where the deepest node has nothing, a search
+// that looks at all of them does.
+template <unsigned width>
+typename Tree<width>::Match Tree<width>::matchFurther(Bits address) const noexcept {
+   const U32 number = indexed(address);
+   U32 at = number & ~aboveBit;
+   unsigned depth = number == at ? indexDepth : groupDepth;
+   for (;;) {
+      const Node& n = node(at);
+      if (n.isCompressed()) {
+         const unsigned length = n.length();
+         if (!keyOf<width>(n).sharesFirst(address, length)) {
+            break;
+         }
+         if (n.isLeaf()) {
+            return {length, n.leafValue()};
+         }
+         depth = length;
+         at = n.target();
+         continue;
+      }
+      const unsigned chunk = chunkAt(address, depth);
+      if ((n.children >> chunk & 1) == 0) {
+         const unsigned half = chunk >> 5;
+         const U64 covering = n.routes[half] & wayTo[chunk & 31];
+         if (covering == 0) {
+            break;
+         }
+         const auto place = static_cast<unsigned>(63 - std::countl_zero(covering));
+         return {depth + places[place].length, valueOf(n, half, place)};
+      }
+      at = n.childRun + childRank(n.children, chunk);
+      depth += stride;
+   }
+   return matchWithin(address, width);
+}
+
 // The table of a program that counts no bits itself comes here.
 template <unsigned width>
 const void* Tree<width>::lookupByLibrary(Bits address, unsigned valueSize) const noexcept {
-   switch (valueSize) {
-      case 0: return matchHere(address, 0).value;
-      case 8: return matchHere(address, 8).value;
-      default: return matchHere(address, 4).value;
-   }
+   Match match;
+   return matchHere(address, bytesInRun(valueSize), match) ? match.value : matchFurther(address).value;
 }
 template <unsigned width>
 typename Tree<width>::Match Tree<width>::matchByLibrary(Bits address) const noexcept {
-   return matchHere(address, step_);
+   Match match;
+   return matchHere(address, step_, match) ? match : matchFurther(address);
 }
 
 template <unsigned width>
 void Tree<width>::burstByLibrary(const Bits* addresses, const void** answers, unsigned count,
                                  unsigned valueSize) const noexcept {
+   const auto answer = [&](unsigned i, const void* value) { answers[i] = value; };
    switch (valueSize) {
-      case 0: burstHere<0>(addresses, answers, count); break;
-      case 8: burstHere<8>(addresses, answers, count); break;
-      default: burstHere<4>(addresses, answers, count); break;
+      case 0: burstHere<0>(addresses, count, answer); break;
+      case 8: burstHere<8>(addresses, count, answer); break;
+      default: burstHere<4>(addresses, count, answer); break;
    }
 }
 
@@ -272,6 +308,8 @@ table_memory Tree<width>::memory() const noexcept {
 
 template const void* Tree<32>::lookupByLibrary(Bits, unsigned) const noexcept;
 template const void* Tree<128>::lookupByLibrary(Bits, unsigned) const noexcept;
+template Tree<32>::Match Tree<32>::matchFurther(Bits) const noexcept;
+template Tree<128>::Match Tree<128>::matchFurther(Bits) const noexcept;
 template void Tree<32>::burstByLibrary(const Bits*, const void**, unsigned, unsigned) const noexcept;
 template void Tree<128>::burstByLibrary(const Bits*, const void**, unsigned, unsigned) const noexcept;
 template Tree<32>::Match Tree<32>::matchByLibrary(Bits) const noexcept;
