@@ -77,6 +77,13 @@ struct table_memory {
    std::size_t index = 0;   // direct tables of the first bits
    std::size_t free = 0;    // handed out, and empty for now
    std::size_t total() const noexcept { return nodes + values + index + free; }
+   table_memory& operator+=(const table_memory& other) noexcept {
+      nodes += other.nodes;
+      values += other.values;
+      index += other.index;
+      free += other.free;
+      return *this;
+   }
 };
 
 }  // namespace routetrie

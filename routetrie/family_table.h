@@ -38,9 +38,11 @@
 #include "routetrie/explanation.h"
 #include "routetrie/platform/Corvid/Assert.h"
 #include "routetrie/prefix.h"
+#include "routetrie/refresh.h"
 #include "routetrie/route.h"
 #include "routetrie/table/Tree.h"
 #include "routetrie/table/Values.h"
+#include "routetrie/walk_page.h"
 
 namespace routetrie {
 
@@ -102,6 +104,9 @@ using PrefixOfWidth = std::conditional_t<width == 32, prefix4, prefix6>;
 
 }  // namespace Impl
 
+template <class T>
+class table;
+
 template <unsigned width, class T>
 class basic_table {
    static_assert(width == 32 || width == 128);
@@ -112,6 +117,8 @@ class basic_table {
    using Values = Impl::Values<T>;
    using Bits = typename Tree::Bits;
    using Cursor = typename Tree::Cursor;
+   using Refresh = Impl::Refresh<width>;
+   using Touch = Impl::Touch<width>;
 
   public:
    static constexpr bool has_values = !std::is_void_v<T>;
@@ -120,6 +127,7 @@ class basic_table {
    using mapped_type = T;
    using size_type = std::size_t;
    using difference_type = std::ptrdiff_t;
+   using token_type = basic_walk_token<prefix_type>;
    // What is put in: a prefix and a value; of a set, a prefix.
    using insertable =
       typename std::conditional_t<has_values, std::type_identity<std::pair<prefix_type, Impl::ObjectOr<T>>>,
@@ -160,6 +168,7 @@ class basic_table {
    basic_table& operator=(basic_table&& other) noexcept {
       if (this != &other) {
          clear();
+         unmark();
          swap(other);
       }
       return *this;
@@ -168,6 +177,7 @@ class basic_table {
    void swap(basic_table& other) noexcept {
       tree_.swap(other.tree_);
       values_.swap(other.values_);
+      refresh_.swap(other.refresh_);
    }
    friend void swap(basic_table& a, basic_table& b) noexcept { a.swap(b); }
 
@@ -193,6 +203,17 @@ class basic_table {
    // The first route at or behind the place of `p`, which need not be a route; the first behind it.
    iterator lower_bound(const prefix_type& p) const noexcept { return from(p, 0); }
    iterator upper_bound(const prefix_type& p) const noexcept { return from(p, 1); }
+
+   //--- reading: in pages (routetrie/walk_page.h) ---
+
+   // At most so many routes: all, from the first on, or what a token says. Raises std::invalid_argument for a page of none.
+   walk_page<basic_table> walk(size_type budget, const token_type& from = {}) const {
+      return walk_page<basic_table>(*this, budget, from);
+   }
+   // The first page of those that the prefix covers, itself included; walk() goes on with its token.
+   walk_page<basic_table> walk_covered(const prefix_type& p, size_type budget) const {
+      return walk(budget, token_type(p));
+   }
 
    //--- reading: what covers an address or a prefix ---
 
@@ -275,7 +296,8 @@ class basic_table {
       if (size() > other.size()) {
          return other.overlaps(*this);
       }
-      return std::ranges::any_of(*this, [&](const value_type& route) { return other.overlaps(prefixOf(route)); });
+      return std::ranges::any_of(*this,
+                                 [&](const value_type& route) { return other.overlaps(Impl::prefixOf(route)); });
    }
    // The addresses around this one, in one piece, that have the same longest match or, as it, none.
    address_range<address_type> same_answer(const address_type& a) const noexcept;
@@ -343,10 +365,12 @@ class basic_table {
    template <class U>
    requires(has_values&& std::is_constructible_v<T, U>&& std::is_assignable_v<Impl::ObjectOr<T>&, U>)
       std::pair<iterator, bool> insert_or_assign(const prefix_type& p, U&& value) {
+      Touch touch = touchOf(p);
       const auto at = place(p, [&](void* bytes) { values_.make(bytes, std::forward<U>(value)); });
       if (!at.created) {
          values_.assign(at.value, std::forward<U>(value));
       }
+      touch.keep();
       return {iteratorAt(p, at.value), at.created};
    }
    // Finds the value, or makes one as T(), and lets `change` have it as T&; true if it was made. What `change` raises leaves
@@ -355,6 +379,7 @@ class basic_table {
    template <class Change>
    requires(has_values&& std::invocable<Change, Impl::ObjectOr<T>&>&& std::is_default_constructible_v<T>) bool update(
       const prefix_type& p, Change&& change) {
+      Touch touch = touchOf(p);
       const auto at = place(p, [&](void* bytes) {
          T value{};
          change(value);
@@ -363,6 +388,7 @@ class basic_table {
       if (!at.created) {
          values_.change(at.value, std::forward<Change>(change));
       }
+      touch.keep();
       return at.created;
    }
 
@@ -392,6 +418,12 @@ class basic_table {
    friend size_type erase_if(basic_table& t, Test test) {
       return t.eraseFrom(t.begin(), test);
    }
+   // The same in slices: of the next `budget` routes from a token on, those that pass.
+   template <std::predicate<const value_type&> Test>
+   friend erased_slice<prefix_type> erase_if(basic_table& t, Test test, size_type budget,
+                                             const token_type& from = {}) {
+      return Impl::eraseSlice(t, test, budget, from);
+   }
    // Takes over the routes of `source` whose prefixes have none here; the others stay in `source`.
    void merge(basic_table& source);
    void merge(basic_table&& source) { merge(source); }
@@ -404,13 +436,15 @@ class basic_table {
          return;
       }
       for (auto at = source.begin(); at != std::default_sentinel;) {
-         const prefix_type p = prefixOf(*at);
+         const prefix_type p = Impl::prefixOf(*at);
          ++at;
          T& theirs = const_cast<T&>(source.values_.at(source.tree_.find(p.bits(), p.len())));
+         Touch touch = touchOf(p);
          const auto mine = place(p, [&](void* bytes) { values_.make(bytes, std::move(theirs)); });
          if (!mine.created) {
             values_.change(mine.value, [&](T& value) { std::invoke(rule, p, value, std::move(theirs)); });
          }
+         touch.keep();
          source.eraseAt(p.bits(), p.len());
       }
    }
@@ -423,12 +457,64 @@ class basic_table {
       destroyValues();
       tree_.clear();
       values_.forget();
+      if (refresh_ != nullptr) {
+         refresh_->forgetAll();
+      }
+   }
+
+   //--- refresh and sweep (routetrie/refresh.h) ---
+
+   // From now on it is noted which routes are touched: inserted, assigned or updated, or found by insert() to be there. A mark that
+   // is still open is set anew. It goes with the routes when the table is moved or swapped, and stays behind when it is copied.
+   void mark() { refresh_ = std::make_unique<Refresh>(); }
+   bool is_marked() const noexcept { return refresh_ != nullptr; }
+   // Nothing is swept, or no more.
+   void unmark() noexcept { refresh_.reset(); }
+   // Looks at the next `budget` routes and erases those that were not touched since mark(); the last slice ends the mark. Raises
+   // std::logic_error if the table is not marked, std::invalid_argument for a budget of 0.
+   sweep_slice sweep(size_type budget) {
+      if (refresh_ == nullptr) {
+         Impl::throwNoMark();
+      }
+      if (budget == 0) {
+         Impl::throwNoBudget();
+      }
+      sweep_slice slice;
+      const auto [bits, length] = refresh_->place();
+      Cursor cursor;
+      bool there = tree_.seek(cursor, bits, length);
+      for (; there && budget != 0; --budget) {
+         const Bits at = cursor.bits;
+         const unsigned atLength = cursor.length;
+         there = tree_.next(cursor);
+         if (!refresh_->pass(at, atLength)) {
+            slice.erased += eraseAt(at, atLength);
+         }
+      }
+      slice.done = !there;
+      if (slice.done) {
+         unmark();
+      }
+      return slice;
    }
 
    //--- for developers ---
 
    // Recounts from the nodes: "" if all is sound, else the first broken rule.
-   std::string audit() const { return tree_.audit(); }
+   std::string audit() const {
+      std::string fault = tree_.audit();
+      if (!fault.empty() || refresh_ == nullptr) {
+         return fault;
+      }
+      const Tree& touched = refresh_->touched();
+      Cursor cursor;
+      for (bool there = touched.first(cursor); there; there = touched.next(cursor)) {
+         if (tree_.find(cursor.bits, cursor.length) == nullptr || refresh_->isPassed(cursor.bits, cursor.length)) {
+            return "what is noted as touched is not there, or was swept";
+         }
+      }
+      return touched.audit();
+   }
    // The tree as text, a node a line.
    std::string dump() const {
       std::string text;
@@ -439,12 +525,17 @@ class basic_table {
    table_memory memory() const noexcept {
       table_memory held = tree_.memory();
       held.values += values_.bytes();
+      if (refresh_ != nullptr) {
+         held += refresh_->memory();
+      }
       return held;
    }
 
   private:
    template <unsigned, class>
    friend class basic_table;
+   template <class>
+   friend class table;
 
    struct Bounds {
       Bits bits;
@@ -454,13 +545,6 @@ class basic_table {
    static Bounds boundsOf(const prefix_type& p) noexcept { return {p.bits(), p.len()}; }
    static auto taken() noexcept {
       return [](const value_type&) { return true; };
-   }
-   static const prefix_type& prefixOf(const value_type& route) noexcept {
-      if constexpr (has_values) {
-         return route.prefix;
-      } else {
-         return route;
-      }
    }
    static prefix_type prefixAt(Bits bits, unsigned length) noexcept {
       return prefix_type::ofValid(address_type(bits.cut(length)), length);
@@ -515,12 +599,9 @@ class basic_table {
       }
    }
 
-   // Finds the bytes of the value or makes them, in one search.
+   // Finds the bytes of the value or makes them, in one search. Requires: is_prefix(p).
    template <class Make>
    auto place(const prefix_type& p, Make&& make) {
-      if (!is_prefix(p)) {
-         Impl::throwNoPrefix();
-      }
       using Function = std::remove_reference_t<Make>;
       return tree_.insert(
          p.bits(), p.len(), [](void* context, void* bytes) { (*static_cast<Function*>(context))(bytes); },
@@ -531,10 +612,24 @@ class basic_table {
    }
    template <class Make>
    std::pair<iterator, bool> emplace(const prefix_type& p, Make&& make) {
+      Touch touch = touchOf(p);
       const auto at = place(p, std::forward<Make>(make));
+      touch.keep();
       return {iteratorAt(p, at.value), at.created};
    }
+   Touch touchOf(const prefix_type& p) {
+      if (!is_prefix(p)) {
+         Impl::throwNoPrefix();
+      }
+      return Touch(refresh_.get(), p.bits(), p.len());
+   }
+   void forgetTouch(Bits bits, unsigned length) noexcept {
+      if (refresh_ != nullptr) [[unlikely]] {
+         refresh_->forget(bits, length);
+      }
+   }
    size_type eraseAt(Bits bits, unsigned length) {
+      forgetTouch(bits, length);
       if constexpr (!Values::haveSlots) {
          return tree_.erase(bits, length, nullptr) ? 1 : 0;
       } else {
@@ -551,7 +646,7 @@ class basic_table {
       size_type erased = 0;
       while (at != std::default_sentinel) {
          const value_type route = *at;
-         const prefix_type p = prefixOf(route);
+         const prefix_type p = Impl::prefixOf(route);
          const bool goes = test(route);
          ++at;
          if (goes) {
@@ -565,6 +660,7 @@ class basic_table {
 
    Tree tree_;
    [[no_unique_address]] Values values_;
+   std::unique_ptr<Refresh> refresh_;  // while it is marked
 };
 
 //--- iterators ---
@@ -830,13 +926,14 @@ void basic_table<width, T>::merge(basic_table& source) {
       return;
    }
    for (auto at = source.begin(); at != std::default_sentinel;) {
-      const prefix_type p = prefixOf(*at);
+      const prefix_type p = Impl::prefixOf(*at);
       ++at;
       if constexpr (has_values) {
          alignas(8) std::byte old[8];
          const auto result = emplace(
             p, [&](void* place) { values_.makeFrom(place, source.values_, source.tree_.find(p.bits(), p.len())); });
          if (result.second) {
+            source.forgetTouch(p.bits(), p.len());
             source.tree_.erase(p.bits(), p.len(), old);
             source.values_.destroy(old);
          }

@@ -40,6 +40,20 @@ struct basic_route {
    }
 };
 
+namespace Impl {
+
+// The prefix of what a table answers with, a route or of a set the prefix itself.
+template <any_prefix P, class T>
+const P& prefixOf(const basic_route<P, T>& r) noexcept {
+   return r.prefix;
+}
+template <any_prefix P>
+const P& prefixOf(const P& p) noexcept {
+   return p;
+}
+
+}  // namespace Impl
+
 template <class T>
 using route = basic_route<prefix, T>;
 template <class T>

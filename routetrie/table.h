@@ -29,6 +29,7 @@
 #include "routetrie/family_table.h"
 #include "routetrie/prefix.h"
 #include "routetrie/route.h"
+#include "routetrie/walk_page.h"
 
 namespace routetrie {
 
@@ -171,6 +172,13 @@ class table {
    iterator upper_bound(const prefix& p) const noexcept {
       return inFamily(p, end(), [this](const auto& t, const auto& of) { return iterator(this, t.upper_bound(of)); });
    }
+
+   //--- reading: in pages ---
+
+   walk_page<table> walk(size_type budget, const walk_token& from = {}) const {
+      return walk_page<table>(*this, budget, from);
+   }
+   walk_page<table> walk_covered(const prefix& p, size_type budget) const { return walk(budget, walk_token(p)); }
 
    //--- reading: what covers an address or a prefix ---
 
@@ -339,7 +347,7 @@ class table {
    iterator erase(const iterator& at) {
       iterator next = at;
       ++next;
-      erase(prefixOf(*at));
+      erase(Impl::prefixOf(*at));
       return next;
    }
    size_type erase_covered(const prefix& p) {
@@ -350,6 +358,10 @@ class table {
       const auto of = [&](const auto& r) { return test(value_type(Impl::ofEither(r))); };
       const size_type erased = erase_if(t.v4_, of);
       return erased + erase_if(t.v6_, of);
+   }
+   template <std::predicate<const value_type&> Test>
+   friend erased_slice<prefix> erase_if(table& t, Test test, size_type budget, const walk_token& from = {}) {
+      return Impl::eraseSlice(t, test, budget, from);
    }
    void merge(table& source) {
       v4_.merge(source.v4_);
@@ -372,6 +384,31 @@ class table {
       v6_.clear();
    }
 
+   //--- refresh and sweep, of both families in one ---
+
+   void mark() {
+      auto six = std::make_unique<typename Table6::Refresh>();
+      v4_.mark();
+      v6_.refresh_ = std::move(six);
+   }
+   bool is_marked() const noexcept { return v4_.is_marked() || v6_.is_marked(); }
+   void unmark() noexcept {
+      v4_.unmark();
+      v6_.unmark();
+   }
+   sweep_slice sweep(size_type budget) {
+      if (!is_marked()) {
+         Impl::throwNoMark();
+      }
+      // A family at a time: the slice that ends the one may be short.
+      if (!v4_.is_marked()) {
+         return v6_.sweep(budget);
+      }
+      sweep_slice slice = v4_.sweep(budget);
+      slice.done = slice.done && !v6_.is_marked();
+      return slice;
+   }
+
    //--- for developers ---
 
    std::string audit() const {
@@ -379,15 +416,7 @@ class table {
       return fault.empty() ? v6_.audit() : fault;
    }
    std::string dump() const { return v4_.dump() + v6_.dump(); }
-   table_memory memory() const noexcept {
-      table_memory sum = v4_.memory();
-      const table_memory more = v6_.memory();
-      sum.nodes += more.nodes;
-      sum.values += more.values;
-      sum.index += more.index;
-      sum.free += more.free;
-      return sum;
-   }
+   table_memory memory() const noexcept { return v4_.memory() += v6_.memory(); }
 
   private:
    template <class X>
@@ -396,13 +425,6 @@ class table {
          return address(x);
       } else {
          return prefix(x);
-      }
-   }
-   static const prefix& prefixOf(const value_type& r) noexcept {
-      if constexpr (has_values) {
-         return r.prefix;
-      } else {
-         return r;
       }
    }
    template <class Optional>

@@ -1,6 +1,7 @@
 // The errors and explanations of the values and the table, in words.
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <stdexcept>
 
 #include "routetrie/address.h"
@@ -9,6 +10,8 @@
 #include "routetrie/journal.h"
 #include "routetrie/platform/Corvid/RangeException.h"
 #include "routetrie/prefix.h"
+#include "routetrie/refresh.h"
+#include "routetrie/walk_page.h"
 #include "routetrie/watch.h"
 
 namespace routetrie::Impl {
@@ -39,6 +42,61 @@ void throwNoPrefix() { throw std::invalid_argument("a table has no route of the 
 
 void throwBulkSizes(std::size_t addresses, std::size_t answers) {
    throw std::invalid_argument(fmt::format("room for {} answers to {} addresses", answers, addresses));
+}
+
+void throwNoBudget() { throw std::invalid_argument("a budget of no routes"); }
+void throwNoMark() { throw std::logic_error("a table that is not marked has nothing to sweep"); }
+
+namespace {
+
+constexpr std::string_view tokenStart = "start";
+constexpr std::string_view tokenAfter = "after=";
+constexpr std::string_view tokenUnder = ",under=";
+constexpr std::string_view tokenCheck = ",check=";
+
+// FNV-1a of 32 bits (Fowler, Noll, Vo): one character that is changed always changes it.
+std::string checkOf(std::string_view text) {
+   std::uint32_t hash = 0x811c9dc5;
+   for (const char c : text) {
+      hash = (hash ^ static_cast<unsigned char>(c)) * 0x01000193;
+   }
+   return fmt::format("{:08x}", hash);
+}
+
+}  // namespace
+
+std::string tokenText(std::string_view after, std::string_view under) {
+   std::string text = after.empty() ? std::string(tokenStart) : fmt::format("{}{}", tokenAfter, after);
+   if (!under.empty()) {
+      text += fmt::format("{}{}", tokenUnder, under);
+   }
+   return text + fmt::format("{}{}", tokenCheck, checkOf(text));
+}
+
+std::string_view readToken(std::string_view text, TokenTexts& texts) {
+   const std::size_t check = text.rfind(tokenCheck);
+   if (check == text.npos) {
+      return noToken;
+   }
+   std::string_view rest = text.substr(0, check);
+   if (text.substr(check + tokenCheck.size()) != checkOf(rest)) {
+      return "walk token is damaged";
+   }
+   if (const std::size_t under = rest.find(tokenUnder); under != rest.npos) {
+      texts.under = rest.substr(under + tokenUnder.size());
+      rest = rest.substr(0, under);
+      if (texts.under.empty()) {
+         return noToken;
+      }
+   }
+   if (rest == tokenStart) {
+      return {};
+   }
+   if (!rest.starts_with(tokenAfter) || rest.size() == tokenAfter.size()) {
+      return noToken;
+   }
+   texts.after = rest.substr(tokenAfter.size());
+   return {};
 }
 
 }  // namespace routetrie::Impl

@@ -196,6 +196,27 @@ TYPED_TEST(TableFaultTest, updates) {
    }
 }
 
+// What raises has touched nothing, so that the sweep takes all.
+TYPED_TEST(TableFaultTest, changesOfAMarkedTable) {
+   for (const auto& world : this->worlds()) {
+      for (const auto& p : {world.empty() ? this->host(1) : world.front(), this->host(9)}) {
+         for (const Source source : sources) {
+            bool failed = true;
+            for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
+               typename TestFixture::Session session;
+               this->fill(session, world);
+               session.table.mark();
+               failed = failsWith(source, n, [&] { TestFixture::put(session.table, p, 1000); });
+               EXPECT_EQ("", session.table.audit()) << "allocation " << n;
+               while (!session.table.sweep(50).done) {
+               }
+               EXPECT_EQ(failed ? 0u : 1u, session.table.size()) << "allocation " << n;
+            }
+         }
+      }
+   }
+}
+
 TYPED_TEST(TableFaultTest, copies) {
    for (const auto& world : this->worlds()) {
       const std::size_t failures = this->failEach(
