@@ -15,7 +15,7 @@
 #include "tests/property/Scale.h"
 
 namespace Property {
-namespace {
+namespace CompiledTest {
 
 using routetrie::instruction_set;
 using routetrie::table4;
@@ -283,5 +283,5 @@ TYPED_TEST(CompiledProperty, StaysSmallWhereRoutesAreSpread) {
    }
 }
 
-}  // namespace
+}  // namespace CompiledTest
 }  // namespace Property

@@ -14,7 +14,7 @@
 #include <vector>
 
 namespace routetrie {
-namespace {
+namespace CompiledTest {
 
 using Impl::BorderSweep;
 
@@ -229,5 +229,5 @@ TEST(CompiledTable, UsesTheInstructionsThatItIsTold) {
    }
 }
 
-}  // namespace
+}  // namespace CompiledTest
 }  // namespace routetrie

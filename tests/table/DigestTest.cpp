@@ -18,7 +18,7 @@
 #include "routetrie/tracked_table.h"
 
 namespace routetrie {
-namespace {
+namespace DigestTest {
 
 std::string hashOf(std::initializer_list<std::uint64_t> words) {
    digest_stream out({0x0706050403020100, 0x0f0e0d0c0b0a0908});
@@ -157,5 +157,5 @@ TEST(DigestTracker, followsItsTable) {
    EXPECT_EQ(table_digest(), t.digest());
 }
 
-}  // namespace
+}  // namespace DigestTest
 }  // namespace routetrie

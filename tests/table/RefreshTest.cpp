@@ -17,7 +17,7 @@
 #include "routetrie/table.h"
 
 namespace routetrie {
-namespace {
+namespace RefreshTest {
 namespace refreshes {
 
 using testing::ElementsAre;
@@ -296,5 +296,5 @@ TEST(Refresh, sweepsAsTheModelDoes) {
 }
 
 }  // namespace refreshes
-}  // namespace
+}  // namespace RefreshTest
 }  // namespace routetrie

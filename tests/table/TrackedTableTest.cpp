@@ -19,7 +19,7 @@
 #include "routetrie/watch.h"
 
 namespace routetrie {
-namespace {
+namespace TrackedTableTest {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -207,5 +207,5 @@ TEST(TrackedTable, aChangeThatRaisesIsNoChange) {
    EXPECT_EQ(table_digest(), t.digest());
 }
 
-}  // namespace
+}  // namespace TrackedTableTest
 }  // namespace routetrie

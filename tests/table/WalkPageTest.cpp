@@ -19,7 +19,7 @@
 #include "routetrie/table.h"
 
 namespace routetrie {
-namespace {
+namespace WalkPageTest {
 namespace walk_pages {
 
 using testing::ElementsAre;
@@ -283,5 +283,5 @@ TEST(WalkPage, pagesOfATableThatChanges) {
 }
 
 }  // namespace walk_pages
-}  // namespace
+}  // namespace WalkPageTest
 }  // namespace routetrie

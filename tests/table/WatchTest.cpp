@@ -15,7 +15,7 @@
 #include "routetrie/route_set.h"
 
 namespace routetrie {
-namespace {
+namespace WatchTest {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -316,5 +316,5 @@ TEST(WatchDeathTest, aFunctionMayNotDestroyItsTable) {
                 "Assertion `a table is not destroyed by a function that it calls' failed");
 }
 
-}  // namespace
+}  // namespace WatchTest
 }  // namespace routetrie
