@@ -30,12 +30,14 @@
 // Tested by tests/table/WatchTest.cpp, tests/property/TableTrackedTest.cpp.
 #pragma once
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <exception>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -46,6 +48,7 @@
 
 #include "routetrie/platform/Corvid/Assert.h"
 #include "routetrie/table/Kinds.h"
+#include "routetrie/table/PrefixFilter.h"
 #include "routetrie/tracked_table.h"
 
 namespace routetrie {
@@ -133,13 +136,20 @@ class Watches final : public WatchesBase {
    bool isTelling() const noexcept { return isTelling_; }
    // Whether a change of this prefix's route may matter to one of them. While some are still to be told, all of them may.
    bool concerns(const P& p) const noexcept {
-      return !line_.empty() || isUnder(best_, p) || isUnder(tested_, p) || exact_.contains(p) || under_.match(p);
+      return !line_.empty() || (atOrUnder_.mayHaveLastStep(p) && isAtOrUnder(p)) ||
+             (!under_.empty() && over_.mayHaveAnyStep(p) && under_.match(p));
    }
 
    Number add(const Table& t, const P& at, watch_kind kind, Function&& tell, Test&& usable) {
       if (free_ == none) {
          watches_.emplace_back();
          free_ = static_cast<Number>(watches_.size() - 1);
+      }
+      if (atOrUnder_.isFull()) {
+         refill(atOrUnder_, {&best_, &tested_, &exact_});
+      }
+      if (over_.isFull()) {
+         refill(over_, {&under_});
       }
       Kept state = kind == watch_kind::anything_under ? nullptr : answer(t, at, kind, usable);
       const Number number = free_;
@@ -153,6 +163,7 @@ class Watches final : public WatchesBase {
             throw;
          }
       }
+      fill(index, at);
       Watch& w = watches_[number];
       free_ = w.next;
       w.at = at;
@@ -273,8 +284,33 @@ class Watches final : public WatchesBase {
       Kept before;  // of anything_under alone
    };
 
-   static bool isUnder(const Index& index, const P& p) noexcept {
-      return !index.empty() && (index.contains(p) || index.has_longer(p));
+   bool isAtOrUnder(const P& p) const noexcept {
+      const auto isUnder = [&](const Index& index) {
+         return !index.empty() && (index.contains(p) || index.has_longer(p));
+      };
+      return isUnder(best_) || isUnder(tested_) || exact_.contains(p);
+   }
+   void fill(const Index& index, const P& at) noexcept {
+      if (&index == &exact_) {
+         atOrUnder_.addLastStep(at);
+      } else if (&index == &under_) {
+         over_.addLastStep(at);
+      } else {
+         atOrUnder_.addAllSteps(at);
+      }
+   }
+   // Anew, with what has a watch now, in room for twice as much.
+   void refill(PrefixFilter& filter, std::initializer_list<const Index*> of) {
+      std::size_t entries = 0;
+      for (const Index* index : of) {
+         entries += index->size() * (index == &exact_ || index == &under_ ? 1 : 5);  // they share most short steps
+      }
+      filter.reset(std::max<std::size_t>(64, 2 * entries));
+      for (const Index* index : of) {
+         for (const auto& entry : *index) {
+            fill(*index, entry.prefix);
+         }
+      }
    }
    static Number headAt(const Index& index, const P& p) noexcept {
       const auto at = index.find(p);
@@ -444,6 +480,8 @@ class Watches final : public WatchesBase {
    Number ended_ = none;
    std::size_t live_ = 0;
    Index best_, tested_, exact_, under_;
+   PrefixFilter atOrUnder_;  // where the first three have something
+   PrefixFilter over_;       // where the last has
    TableOfPrefix<P, Kept> kept_;
    std::vector<Waiting> line_;
    std::map<std::pair<Number, P>, std::size_t> places_;  // in the line, of anything_under: a watch and a route
