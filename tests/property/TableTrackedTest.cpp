@@ -305,8 +305,15 @@ class TableTrackedTest : public testing::Test {
                case 4:
                   isInBatch = true;
                   table.batch([&](auto&) {
-                     for (unsigned n = below(8); n-- != 0;) {
-                        below(4) == 0 ? changeMany() : change();
+                     for (unsigned n = below(12); n-- != 0;) {
+                        switch (below(10)) {
+                           case 0: changeMany(); break;
+                           case 1:
+                           case 2: watch(deeds); break;
+                           case 3: endSome(); break;
+                           case 4: recheckSome(); break;
+                           default: change(); break;
+                        }
                      }
                      isInBatch = false;
                   });
