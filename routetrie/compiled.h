@@ -38,6 +38,7 @@ template <unsigned width, class T>
 class basic_compiled_table {
    static_assert(std::is_void_v<T> || std::is_copy_constructible_v<T>, "a compiled table keeps copies of the values");
    struct NoValues {
+      static constexpr bool areWords = false;
       std::size_t bytes() const noexcept { return 0; }
    };
    using Compiled = Impl::Compiled<width>;
@@ -54,7 +55,32 @@ class basic_compiled_table {
    // Of a table, or of any range of routes in order, by address, then length, each prefix once. Raises std::invalid_argument if
    // they come otherwise.
    template <std::ranges::input_range R>
-   requires(!std::same_as<std::remove_cvref_t<R>, basic_compiled_table>) explicit basic_compiled_table(R&& routes);
+   requires(!std::same_as<std::remove_cvref_t<R>, basic_compiled_table>) explicit basic_compiled_table(R&& routes) {
+      std::size_t expected = 0;
+      if constexpr (requires { routes.size(); }) {
+         expected = routes.size();
+      }
+      Impl::BorderSweep<width> sweep(expected);
+      const auto add = [&](const prefix_type& p, Impl::U32 word) {
+         if (!is_prefix(p)) {
+            Impl::throwNoPrefix();
+         }
+         sweep.add(p.bits(), p.len(), word);
+      };
+      if constexpr (has_values) {
+         typename Values::Taking taking(values_);
+         for (auto&& [where, what] : routes) {
+            add(where, taking.word(what));
+         }
+      } else {
+         for (const prefix_type& p : routes) {
+            add(p, 0);
+         }
+      }
+      const auto borders = sweep.finish();
+      size_ = borders.routes;
+      compiled_ = Compiled(borders);
+   }
    basic_compiled_table(basic_compiled_table&& other) noexcept { swap(other); }
    basic_compiled_table& operator=(basic_compiled_table&& other) noexcept {
       basic_compiled_table taken(std::move(other));
@@ -112,6 +138,11 @@ class basic_compiled_table {
       if (answers.size() < addresses.size()) {
          Impl::throwBulkSizes(addresses.size(), answers.size());
       }
+      // Where an answer lies is the answer, if values are words.
+      if constexpr (std::same_as<Answer, const T*> && Values::areWords) {
+         compiled_.lookupBulk(addresses.data(), answers.data(), addresses.size(), with_);
+         return;
+      }
       std::array<const Impl::U32*, 64> found;
       for (std::size_t done = 0; done < addresses.size(); done += found.size()) {
          const std::size_t piece = std::min(found.size(), addresses.size() - done);
@@ -127,36 +158,6 @@ class basic_compiled_table {
    std::size_t size_ = 0;
    instruction_set with_ = Impl::bestInstructions();
 };
-
-template <unsigned width, class T>
-template <std::ranges::input_range R>
-requires(!std::same_as<std::remove_cvref_t<R>, basic_compiled_table<width, T>>)
-   basic_compiled_table<width, T>::basic_compiled_table(R&& routes) {
-   std::size_t expected = 0;
-   if constexpr (requires { routes.size(); }) {
-      expected = routes.size();
-   }
-   Impl::BorderSweep<width> sweep(expected);
-   const auto add = [&](const prefix_type& p, Impl::U32 word) {
-      if (!is_prefix(p)) {
-         Impl::throwNoPrefix();
-      }
-      sweep.add(p.bits(), p.len(), word);
-   };
-   if constexpr (has_values) {
-      typename Values::Taking taking(values_);
-      for (auto&& [where, what] : routes) {
-         add(where, taking.word(what));
-      }
-   } else {
-      for (const prefix_type& p : routes) {
-         add(p, 0);
-      }
-   }
-   const auto borders = sweep.finish();
-   size_ = borders.routes;
-   compiled_ = Compiled(borders);
-}
 
 template <class T>
 using compiled_table4 = basic_compiled_table<32, T>;

@@ -2,21 +2,16 @@
 //
 // Every answer is a word of 32 bits in one run; a search finds the place of the word. There are two ways to it:
 //
-//    bitmap (IPv4)                                     tree (both)
+//    bitmap (a large IPv4 table)                       tree (everything else)
 //
-//    12 bits -> group, 16 bytes                        first bits -> a node; from there the same number of levels for all
-//    +-------------------+-------+---------+           +------+---------------------------+
-//    | slots: 64 bits    | slots | answers |           | base | 15 borders of 32 bits     |  64 bytes
-//    +-------------------+-------+---------+           +------+---------------------------+
-//    6 bits -> slot, 10 bytes                          a node's children stand in one run; the child for a key is
-//    +--------------------+------+                     base + how many borders are at most the key. Missing borders
-//    | borders: 64 bits   | from |                     are the least there is and stand first, and base makes up for
-//    +--------------------+------+                     them. The last level's children are answers.
-//    6 bits -> block, a /24
-//
-//    In a group a set bit stands for a slot that is there, and the first always is. In a slot it stands for a block whose
-//    answer differs from the one before. So the answer is the group's, plus the slot's, plus the bits set up to the block in
-//    the last slot that is there; all of them if that one lies before.
+//    18 bits -> slot, 12 bytes                         first bits -> a node; from there the same number of levels for all
+//    +--------------------+------+                     +------+---------------------------+
+//    | borders: 64 blocks | base |                     | base | 15 borders of 32 bits     |  64 bytes
+//    +--------------------+------+                     +------+---------------------------+
+//    6 bits -> block, a /24; a set bit says that       a node's children stand in one run; the child for a key is
+//    its answer differs from the one before. The       base + how many borders are at most the key. Missing borders
+//    answer is base + bits set up to the block.        are the least there is and stand first, and base makes up for
+//                                                      them. The last level's children are answers.
 //
 // The key of a tree is 32 bits of the address, behind the bits that the index takes: all of an IPv4 address, and of an IPv6 one
 // those where it pays. The index is a window of the values that occur, and one entry more for all others. What is finer than the
@@ -68,30 +63,21 @@ class LineArray {
    std::size_t size_ = 0;
 };
 
-struct Group {
-   U64 used;
-   U32 slots;    // one before its first; of all slots
-   U32 answers;  // where those of its slots count from
-};
 struct Slot {
-   static constexpr std::size_t bytes = 10;  // 64 bits, and 16 of where its answers start, less one; at any alignment
-   static constexpr unsigned groupShift = 20, slotShift = 14, blockShift = 8;
-   static constexpr std::size_t groupCount = std::size_t{1} << (32 - groupShift);
+   U32 borders[2];  // 64 bits as the machine stores them, at the alignment of 32
+   U32 base;        // one less than where its answers start
+
+   static constexpr unsigned slotShift = 14, blockShift = 8;
+   static constexpr std::size_t count = std::size_t{1} << (32 - slotShift);
 
    // Where the answer to an address is.
-   static ROUTETRIE_INLINE U32 answerOf(const Group* groups, const U8* slots, U32 address) noexcept {
-      const Group& group = groups[address >> groupShift];
-      const U64 used = group.used << (~(address >> slotShift) & 63);
-      const U8* const slot = slots + std::size_t{group.slots + static_cast<U32>(std::popcount(used))} * bytes;
-      U64 borders;
-      U16 from;
-      std::memcpy(&borders, slot, sizeof borders);
-      std::memcpy(&from, slot + sizeof borders, sizeof from);
-      // The slot's own blocks up to the address's, or all.
-      const auto own = static_cast<U32>(static_cast<std::int64_t>(used) >> 63);
-      return group.answers + from + static_cast<U32>(std::popcount(borders << (~(address >> blockShift) & 63 & own)));
+   ROUTETRIE_INLINE U32 answerOf(U32 address) const noexcept {
+      U64 bits;
+      std::memcpy(&bits, borders, sizeof bits);
+      return base + static_cast<U32>(std::popcount(bits << (~(address >> blockShift) & 63)));
    }
 };
+static_assert(sizeof(Slot) == 12);
 
 struct BorderNode {
    using Four [[gnu::vector_size(16)]] = I32;
@@ -136,7 +122,6 @@ class ROUTETRIE_EXPORT Compiled {
    void swap(Compiled& other) noexcept {
       std::swap(shape_, other.shape_);
       std::swap(index_, other.index_);
-      std::swap(groups_, other.groups_);
       std::swap(slots_, other.slots_);
       std::swap(nodes_, other.nodes_);
       std::swap(answers_, other.answers_);
@@ -147,14 +132,15 @@ class ROUTETRIE_EXPORT Compiled {
    // Where the word of the answer lies; null: no route. Requires: the machine has the instructions.
    const U32* lookup(Bits address, instruction_set with) const noexcept {
       if constexpr (width == 32 && countsBits) {
-         if (shape_.groups != nullptr) [[likely]] {
-            return answer(address, Slot::answerOf(shape_.groups, shape_.slots, address.word()));
+         if (shape_.slots != nullptr) [[likely]] {
+            return answer(address, shape_.slots[address.word() >> Slot::slotShift].answerOf(address.word()));
          }
       }
       return lookupByLibrary(address, with);
    }
-   // Of `count` addresses, each `width` / 8 bytes in network order, one behind the other.
-   void lookupBulk(const void* addresses, const U32** found, std::size_t count, instruction_set with) const noexcept;
+   // Of `count` addresses, each `width` / 8 bytes in network order, one behind the other; `found` has room for as many
+   // pointers.
+   void lookupBulk(const void* addresses, void* found, std::size_t count, instruction_set with) const noexcept;
 
    table_memory memory() const noexcept;
    const char* shape() const noexcept;  // "bitmap", "tree", "sorted", "empty"
@@ -168,9 +154,8 @@ class ROUTETRIE_EXPORT Compiled {
       static constexpr U32 zero[1] = {0};
       static constexpr U32 absent[1] = {~U32{0}};
 
-      const Group* groups = nullptr;  // of the bitmap; null: a tree
-      const U8* slots = nullptr;
-      const U32* index = zero;  // of windowSize + 1 nodes; answers, if there are no levels
+      const Slot* slots = nullptr;  // of the bitmap; null: a tree
+      const U32* index = zero;      // of windowSize + 1 nodes; answers, if there are no levels
       const BorderNode* nodes = nullptr;
       const U32* answers = absent;
       U64 windowFirst = 0;     // of the values of the first bits, the first and how many are in the index
@@ -208,8 +193,7 @@ class ROUTETRIE_EXPORT Compiled {
 
    Shape shape_;
    LineArray<U32> index_;
-   LineArray<Group> groups_;
-   LineArray<U8> slots_;
+   LineArray<Slot> slots_;
    LineArray<BorderNode> nodes_;
    LineArray<U32> answers_;
    LineArray<Word> fineBorders_;

@@ -223,28 +223,21 @@ struct Compiled<width>::Plan {
 
 template <unsigned width>
 struct Compiled<width>::BitmapPlan {
-   std::size_t slots = 0;
    std::size_t answers = 0;
    std::size_t fine = 0;
 
    explicit BitmapPlan(const Borders<32>& borders) {
-      U32 last = 0, slot = 0;
+      U32 last = 0;
       forEachBlock(
          borders, Slot::blockShift,
-         [&](U32 block, U32 word) {
-            if (answers == 0 || word != last) {
-               slots += block >> 6 != slot && (block >> 6 & 63) != 0 ? 1 : 0;
-               slot = block >> 6;
-               ++answers;
-               last = word;
-            }
+         [&](U32, U32 word) {
+            answers += answers == 0 || word != last ? 1 : 0;
+            last = word;
          },
          [&](U32, U32) { ++fine; });
-      slots += Slot::groupCount;  // the first of each is there, whatever is in it
    }
-   std::size_t bytes() const noexcept {
-      return Slot::groupCount * sizeof(Group) + slots * Slot::bytes + answers * sizeof(U32) + fine * 9;
-   }
+   static constexpr std::size_t slotBytes = Slot::count * sizeof(Slot);
+   std::size_t bytes() const noexcept { return slotBytes + answers * sizeof(U32) + fine * 9; }
 };
 
 template <unsigned width>
@@ -258,7 +251,7 @@ Compiled<width>::Compiled(const Borders<width>& borders, CompiledForm form) {
    const std::size_t mostBytes =
       mayChoose ? bytesARoute<width> * borders.routes + smallBytes : std::numeric_limits<U32>::max();
    if constexpr (width == 32) {
-      if (mayChoose || form == CompiledForm::bitmap) {
+      if (mayChoose ? BitmapPlan::slotBytes < mostBytes : form == CompiledForm::bitmap) {
          const BitmapPlan plan(borders);
          if (plan.bytes() <= mostBytes && (plan.fine * 16 < borders.starts.size() || !mayChoose)) {
             makeBitmap(borders, plan);
@@ -302,35 +295,22 @@ template <unsigned width>
 void Compiled<width>::makeBitmap(const Borders<width>& borders, const BitmapPlan& plan) {
    if constexpr (width == 32) {
       const std::size_t words = plan.answers, fine = plan.fine;
-      groups_ = LineArray<Group>(Slot::groupCount);
-      slots_ = LineArray<U8>(plan.slots * Slot::bytes);
+      slots_ = LineArray<Slot>(Slot::count);
       answers_ = LineArray<U32>(words + fine);
       U32* const answers = answers_.data();
       std::vector<U32> fineStarts;
       fineStarts.reserve(fine);
       U32 made = 0, fines = 0;
-      U32 slot = 0;   // of 2^18; where the borders go that were met last
-      U32 slots = 0;  // made before
+      U32 slot = 0;
       U64 bits = 0;
-      U32 before = ~U32{0};  // the answer that goes on into the slot
-      // Puts the slot away, with the groups that begin up to the next one.
-      const auto close = [&](U32 next) {
-         for (;;) {
-            Group& group = groups_.data()[slot >> 6];
-            if ((slot & 63) == 0) {
-               group = {0, slots - 1, before};
-            }
-            group.used |= U64{1} << (slot & 63);
-            U8* const at = slots_.data() + std::size_t{slots++} * Slot::bytes;
-            const auto from = static_cast<U16>(before - group.answers);
-            std::memcpy(at, &bits, sizeof bits);
-            std::memcpy(at + sizeof bits, &from, sizeof from);
+      U32 base = ~U32{0};  // the answer that goes on into the slot
+      const auto close = [&](U32 until) {
+         for (; slot < until; ++slot) {
+            Slot& to = slots_.data()[slot];
+            std::memcpy(to.borders, &bits, sizeof bits);
+            to.base = base;
             bits = 0;
-            before = made - 1;
-            slot = std::min(next, (slot | 63) + 1);
-            if (slot == next) {
-               return;
-            }
+            base = made - 1;
          }
       };
       forEachBlock(
@@ -339,9 +319,7 @@ void Compiled<width>::makeBitmap(const Borders<width>& borders, const BitmapPlan
             if (made != 0 && word == answers[made - 1]) {
                return;
             }
-            if (block >> 6 != slot) {
-               close(block >> 6);
-            }
+            close(block >> 6);
             bits |= U64{1} << (block & 63);
             answers[made++] = word;
          },
@@ -349,8 +327,7 @@ void Compiled<width>::makeBitmap(const Borders<width>& borders, const BitmapPlan
             fineStarts.push_back(start);
             answers[words + fines++] = word;
          });
-      close(1u << 18);
-      shape_.groups = groups_.data();
+      close(static_cast<U32>(Slot::count));
       shape_.slots = slots_.data();
       shape_.answers = answers;
       if (fine != 0) {
@@ -478,7 +455,7 @@ template <unsigned width>
 table_memory Compiled<width>::memory() const noexcept {
    table_memory held;
    held.nodes = nodes_.bytes() + fineBorders_.bytes();
-   held.index = index_.bytes() + groups_.bytes() + slots_.bytes() + fineIndex_.bytes();
+   held.index = index_.bytes() + slots_.bytes() + fineIndex_.bytes();
    held.values = answers_.bytes();
    return held;
 }
@@ -486,7 +463,7 @@ table_memory Compiled<width>::memory() const noexcept {
 template <unsigned width>
 const char* Compiled<width>::shape() const noexcept {
    return answers_.bytes() == 0         ? "empty"
-          : shape_.groups != nullptr    ? "bitmap"
+          : shape_.slots != nullptr     ? "bitmap"
           : shape_.index == Shape::zero ? "sorted"
                                         : "tree";
 }

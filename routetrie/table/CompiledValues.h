@@ -35,6 +35,8 @@ concept Hashed = requires(const T& value) {
 template <class T>
 class CompiledValues {
   public:
+   static constexpr bool areWords = false;
+
    // Takes values while the table is compiled.
    class Taking {
      public:
@@ -105,6 +107,8 @@ class CompiledValues {
 template <InRun T>
 requires(sizeof(T) <= 4) class CompiledValues<T> {
   public:
+   static constexpr bool areWords = true;
+
    class Taking {
      public:
       explicit Taking(CompiledValues&) noexcept {}

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <limits>
@@ -12,6 +13,8 @@
 #include <type_traits>
 #include <utility>
 #include <vector>
+
+#include "routetrie/platform/Types.h"
 
 namespace routetrie {
 namespace CompiledTest {
@@ -195,14 +198,17 @@ TEST(CompiledTable, OfASetTellsWhatIsCovered) {
 }
 
 TEST(CompiledTable, IsMadeOfAnyRoutesInOrder) {
-   const std::vector<std::pair<prefix6, int>> routes{{"::/0"_prefix, 1}, {"2001:db8::/32"_prefix, 2}};
+   const prefix6 outer = "::/0"_prefix, inner = "2001:db8::/32"_prefix;
+   std::vector<std::pair<prefix6, int>> routes;
+   routes.emplace_back(outer, 1);
+   routes.emplace_back(inner, 2);
    const compiled_table6<int> compiled(routes);
    EXPECT_EQ(1, *compiled.lookup("2001:db7::"_address));
    EXPECT_EQ(2, *compiled.lookup("2001:db8::"_address));
-   const std::vector<std::pair<prefix6, int>> wrong{{"2001:db8::/32"_prefix, 2}, {"::/0"_prefix, 1}};
-   EXPECT_THROW(compiled_table6<int>{wrong}, std::invalid_argument);
-   const std::vector<std::pair<prefix6, int>> null{{prefix6::nullPrefix(), 2}};
-   EXPECT_THROW(compiled_table6<int>{null}, std::invalid_argument);
+   std::ranges::reverse(routes);
+   EXPECT_THROW(compiled_table6<int>{routes}, std::invalid_argument);
+   routes[0].first = prefix6::nullPrefix();
+   EXPECT_THROW(compiled_table6<int>{routes}, std::invalid_argument);
 }
 
 TEST(CompiledTable, OfFewRoutesIsSmall) {
