@@ -22,7 +22,7 @@
 #include "tests/property/Scale.h"
 
 namespace Property {
-namespace {
+namespace TableTrackedTest {
 
 using routetrie::covers;
 using routetrie::table4;
@@ -486,5 +486,5 @@ TYPED_TEST(TableTrackedTest, journalsBringReadersUpToDate) {
    EXPECT_GT(inTime, 0u);
 }
 
-}  // namespace
+}  // namespace TableTrackedTest
 }  // namespace Property

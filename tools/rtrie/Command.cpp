@@ -14,8 +14,10 @@ void addLoadOptions(CLI::App& app, LoadOptions& options, bool needsTable) {
       ->allow_extra_args(false)
       ->required(needsTable);
    app.add_flag("--strict", options.strict, "Stop at the first bad line of a table");
-   app.add_option("--peer", options.peer, "Of lines of bgpdump, only what this peer says, or the peers of this AS")
-      ->type_name("ADDRESS|AS");
+   app.add_option("--peer", options.peer,
+                  "Of MRT files and lines of bgpdump, only what this peer says, or the peers of this AS; the best of "
+                  "all unless given")
+      ->type_name("ADDRESS|AS|all");
    app.add_option("--route-table", options.routeTable,
                   "Of what ip route prints, the routes of this routing table, or of all; main unless given")
       ->type_name("NAME|ID|all");

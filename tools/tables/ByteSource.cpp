@@ -185,6 +185,35 @@ class DescriptorSource final : public ByteSource {
 
 }  // namespace
 
+std::string_view PeekedSource::ahead(std::size_t bytes) {
+   while (buffer_.size() - begin_ < bytes && !atEnd_ && !failure_) {
+      const std::size_t there = buffer_.size();
+      buffer_.resize(there + bytes);
+      std::size_t got = 0;
+      try {
+         got = source_->read(buffer_.data() + there, bytes);
+         atEnd_ = got == 0;
+      } catch (const DataError&) {
+         failure_ = std::current_exception();
+      }
+      buffer_.resize(there + got);
+   }
+   return {buffer_.data() + begin_, buffer_.size() - begin_};
+}
+
+std::size_t PeekedSource::read(char* to, std::size_t room) {
+   if (begin_ == buffer_.size()) {
+      if (failure_) {
+         std::rethrow_exception(failure_);
+      }
+      return atEnd_ ? 0 : source_->read(to, room);
+   }
+   const std::size_t got = std::min(room, buffer_.size() - begin_);
+   std::memcpy(to, buffer_.data() + begin_, got);
+   begin_ += got;
+   return got;
+}
+
 std::string tableName(const std::string& path) { return path == "-" ? "<stdin>" : path; }
 
 std::unique_ptr<ByteSource> openTable(const std::string& path, std::uint64_t mostBytes) {

@@ -5,9 +5,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "routetrie/platform/Types.h"
 
@@ -28,6 +32,28 @@ class ByteSource {
    virtual std::uint64_t position() const { return 0; }
    // Bytes of the whole file, 0 if that is not known beforehand (a pipe).
    virtual std::uint64_t size() const { return 0; }
+};
+
+// A source whose first bytes can be looked at before they are read.
+class PeekedSource final : public ByteSource {
+  public:
+   explicit PeekedSource(std::unique_ptr<ByteSource> source) : source_(std::move(source)) {}
+
+   // The bytes that come next, at least so many unless the source ends or fails before; a failure is raised by the read() that
+   // comes to it. The view holds until the next call.
+   std::string_view ahead(std::size_t bytes);
+
+   std::size_t read(char* to, std::size_t room) override;
+   std::string name() const override { return source_->name(); }
+   std::uint64_t position() const override { return source_->position(); }
+   std::uint64_t size() const override { return source_->size(); }
+
+  private:
+   std::unique_ptr<ByteSource> source_;
+   std::vector<char> buffer_;
+   std::size_t begin_ = 0;  // of the bytes in the buffer that are not read yet
+   bool atEnd_ = false;
+   std::exception_ptr failure_;
 };
 
 // What a compressed table may unpack to, unless it is of a size that text of routes packs to. Where it swells more than

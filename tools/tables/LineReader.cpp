@@ -17,12 +17,6 @@ LineReader::LineReader(ByteSource& source, TooLong tooLong, std::size_t chunkByt
      chunkBytes_(chunkBytes),
      buffer_(limits.line + 2 * chunkBytes) {}
 
-std::string_view LineReader::ahead(std::size_t bytes) {
-   while (end_ - begin_ < bytes && fill()) {
-   }
-   return {buffer_.data() + begin_, end_ - begin_};
-}
-
 std::optional<std::string_view> LineReader::next() {
    std::size_t searched = 0;  // of the bytes from begin_, those known to hold no line end
    for (;;) {

@@ -33,9 +33,6 @@ class LineReader {
    explicit LineReader(ByteSource& source, TooLong tooLong = nullptr, std::size_t chunkBytes = 1 << 17,
                        LineLimits limits = {});
 
-   // The bytes that come next, at least so many unless the source ends before; at most chunkBytes may be asked for.
-   std::string_view ahead(std::size_t bytes);
-
    // The next line without its end (LF or CR LF; the last line needs none), nullopt at the end. The view holds
    // until the next call. Raises what the source raises, and DataError if a line does not end.
    std::optional<std::string_view> next();

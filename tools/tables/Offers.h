@@ -54,7 +54,17 @@ class Offers {
    // Requires: an id that idOf() gave.
    Offer of(U32 id) const { return isPlain(id) ? plain(id) : offers_[id & ~kept]; }
    U32 payloadOf(U32 id) const { return isPlain(id) ? id : offers_[id & ~kept].payload; }
-   bool answers(U32 id) const { return isPlain(id) || (of(id).answers && !of(id).isWithdrawal); }
+   bool answers(U32 id) const {
+      if (isPlain(id)) {
+         return true;
+      }
+      const Offer& offer = offers_[id & ~kept];
+      return offer.answers && !offer.isWithdrawal && !isLost(offer.source);
+   }
+
+   // From now on no offer of that source stands for anything.
+   void loseSource(U32 source) { lost_.insert(source); }
+   bool isLost(U32 source) const { return !lost_.empty() && lost_.contains(source); }
 
   private:
    static constexpr U32 kept = 0x80000000;  // the bit of the ids of offers that stand in offers_
@@ -85,7 +95,8 @@ class Offers {
 
    std::vector<Offer> offers_;
    std::unordered_set<U32, Hash, Equal> ids_;
-   U32 lastId_ = 0;  // neighbours in a table are often offered alike
+   std::unordered_set<U32> lost_;  // sources
+   U32 lastId_ = 0;                // neighbours in a table are often offered alike
 };
 
 }  // namespace Rtrie

@@ -22,14 +22,14 @@ void draw(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stde
 }  // namespace
 
 std::string progressLine(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes,
-                         std::uint64_t lines) {
+                         std::uint64_t lines, std::string_view unit) {
    if (sizeBytes == 0) {
-      return fmt::format("{}  {} lines", name, grouped(lines));
+      return fmt::format("{}  {} {}", name, grouped(lines), unit);
    }
    const double share = std::min(1.0, static_cast<double>(positionBytes) / static_cast<double>(sizeBytes));
    const auto done = static_cast<unsigned>(share * barMarks);
-   return fmt::format("{}  [{:#<{}}{:.<{}}]  {:>3}%  {} lines", name, "", done, "", barMarks - done,
-                      static_cast<unsigned>(share * 100), grouped(lines));
+   return fmt::format("{}  [{:#<{}}{:.<{}}]  {:>3}%  {} {}", name, "", done, "", barMarks - done,
+                      static_cast<unsigned>(share * 100), grouped(lines), unit);
 }
 
 Progress::Progress(bool shown, std::function<Clock::time_point()> now)
@@ -38,7 +38,7 @@ Progress::Progress(bool shown, std::function<Clock::time_point()> now)
 bool Progress::standardErrorShows() { return isatty(STDERR_FILENO) == 1; }
 
 void Progress::update(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes,
-                      std::uint64_t lines) {
+                      std::uint64_t lines, std::string_view unit) {
    if (!shown_) {
       return;
    }
@@ -48,7 +48,7 @@ void Progress::update(std::string_view name, std::uint64_t positionBytes, std::u
    }
    nextDraw_ = now + drawEvery;
    drawn_ = true;
-   draw("\r" + progressLine(name, positionBytes, sizeBytes, lines) + "\x1b[K");
+   draw("\r" + progressLine(name, positionBytes, sizeBytes, lines, unit) + "\x1b[K");
 }
 
 void Progress::hide() {

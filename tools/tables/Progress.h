@@ -18,7 +18,7 @@ namespace Rtrie {
 
 // The bar's line. sizeBytes 0: not known, and then there is no bar and no percentage.
 std::string progressLine(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes,
-                         std::uint64_t lines);
+                         std::uint64_t lines, std::string_view unit = "lines");
 
 class Progress {
   public:
@@ -34,7 +34,8 @@ class Progress {
    static bool standardErrorShows();
 
    // To be called now and then, at most every few thousand lines; draws when it is time to.
-   void update(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes, std::uint64_t lines);
+   void update(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes, std::uint64_t lines,
+               std::string_view unit = "lines");
 
    // Wipes the bar, before anything else is printed. The next update draws it again.
    void hide();

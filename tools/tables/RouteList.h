@@ -177,7 +177,7 @@ class RouteList {
       std::unordered_set<U32> gone;  // sources whose offers before the line in hand are gone
       for (std::size_t i = told.size(); i > isSealed; --i) {
          const Offer offer = offers_.of(told[i - 1].offer);
-         if (offer.source == 0 || !gone.contains(offer.source)) {
+         if (offer.source == 0 || (!offers_.isLost(offer.source) && !gone.contains(offer.source))) {
             if (!offer.isWithdrawal) {
                (offer.choice == Choice::lastLine ? all : ranked).push_back(told[i - 1]);
             }
@@ -187,7 +187,8 @@ class RouteList {
          }
       }
       const auto addEarlier = [&](const Route& route) {
-         if (const U32 source = offers_.of(route.offer).source; source == 0 || !gone.contains(source)) {
+         if (const U32 source = offers_.of(route.offer).source;
+             source == 0 || (!offers_.isLost(source) && !gone.contains(source))) {
             all.push_back(route);
          }
       };

@@ -13,32 +13,52 @@ void RouteSet::candidatesAreKept() {
 }
 
 void RouteSet::add(const Corenet::IpGenPrefix& prefix, std::string_view payload) {
-   addOffer(prefix, payloads_.idOf(payload));
+   add(prefix, payloads_.idOf(payload));
 }
 
-void RouteSet::add(const Corenet::IpGenPrefix& prefix, const OfferText& text) {
+void RouteSet::add(const Corenet::IpGenPrefix& prefix, const OfferText& offer) { add(prefix, offerIdOf(offer)); }
+
+U32 RouteSet::offerIdOf(const OfferText& text) {
    Offer offer;
    offer.payload = payloads_.idOf(text.payload);
-   offer.source = payloads_.idOf(text.source);
+   offer.source = sourceIdOf(text.source);
    offer.choice = text.choice;
    offer.rank = text.rank;
    offer.answers = text.answers;
    offer.replaces = text.replaces;
-   addOffer(prefix, offers_.idOf(offer));
+   return offers_.idOf(offer);
 }
 
 void RouteSet::withdraw(const Corenet::IpGenPrefix& prefix, std::string_view source) {
    Offer offer;
-   offer.source = payloads_.idOf(source);
+   offer.source = sourceIdOf(source);
    offer.isWithdrawal = true;
-   addOffer(prefix, offers_.idOf(offer));
+   add(prefix, offers_.idOf(offer));
 }
 
-void RouteSet::addOffer(const Corenet::IpGenPrefix& prefix, U32 offer) {
+void RouteSet::loseSource(std::string_view source) {
+   for (auto& [name, id] : sources_) {
+      const auto text = payloads_.text(name);
+      if (text.starts_with(source) && (text.size() == source.size() || text[source.size()] == ' ')) {
+         offers_.loseSource(id);
+         id = payloads_.addAgain(name);
+      }
+   }
+}
+
+U32 RouteSet::sourceIdOf(std::string_view source) {
+   if (source.empty()) {
+      return 0;
+   }
+   const U32 name = payloads_.idOf(source);
+   return sources_.try_emplace(name, name).first->second;
+}
+
+void RouteSet::add(const Corenet::IpGenPrefix& prefix, U32 offerId) {
    if (prefix.af() == Corenet::AddressFamily::ipv6) {
-      list6_.add(numberOf(prefix.v6Prefix().address()), prefix.len(), offer);
+      list6_.add(numberOf(prefix.v6Prefix().address()), prefix.len(), offerId);
    } else {
-      list4_.add(numberOf(prefix.v4Prefix().address()), prefix.len(), offer);
+      list4_.add(numberOf(prefix.v4Prefix().address()), prefix.len(), offerId);
    }
 }
 

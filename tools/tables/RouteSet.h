@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "routetrie/platform/Corenet.h"
@@ -53,6 +54,11 @@ class RouteSet {
    void add(const Corenet::IpGenPrefix& prefix, std::string_view payload);
    void add(const Corenet::IpGenPrefix& prefix, const OfferText& offer);
    void withdraw(const Corenet::IpGenPrefix& prefix, std::string_view source);
+   // Withdraws all that the source has offered so far, and what was offered by those that are named by it, a blank and more.
+   void loseSource(std::string_view source);
+   // The two steps of add(), for an offer that is made for many prefixes. The id holds until a source is lost.
+   U32 offerIdOf(const OfferText& offer);
+   void add(const Corenet::IpGenPrefix& prefix, U32 offerId);
    void addRange(U32 first, U32 last, std::string_view payload);
    void addRange(Corenet::U128 first, Corenet::U128 last, std::string_view payload);
    void seal();
@@ -99,13 +105,15 @@ class RouteSet {
       }
    }
 
-   void addOffer(const Corenet::IpGenPrefix& prefix, U32 offer);
+   U32 sourceIdOf(std::string_view source);
 
    StringPool payloads_;  // and sources
    Offers offers_;
    RouteList<U32> list4_{offers_};
    RouteList<Corenet::U128> list6_{offers_};
    bool keepsCandidates_ = false;
+   // Of the sources by the ids of their names, what they go by now; a source that was lost goes on by another id of its name.
+   std::unordered_map<U32, U32> sources_;
 };
 
 }  // namespace Rtrie

@@ -44,15 +44,17 @@ PeerName::PeerName(std::string_view text) {
    }
    if (isNumber(number)) {
       as_ = number;
+   } else if (text == "all") {
+      isAll_ = true;
    } else if (isPrefixText(text) && text.find('/') == std::string_view::npos) {
       address_ = prefixOfText(text);
    } else {
-      throw UsageError(fmt::format("--peer takes an address or the number of an AS: \"{}\"", text));
+      throw UsageError(fmt::format("--peer takes an address, the number of an AS or all: \"{}\"", text));
    }
 }
 
 bool PeerName::isOf(std::string_view address, std::string_view as) const {
-   return address_ ? isPrefixText(address) && prefixOfText(address) == *address_ : as == as_;
+   return isAll_ || (address_ ? isPrefixText(address) && prefixOfText(address) == *address_ : as == as_);
 }
 
 RouteTableNames::RouteTableNames() : ids_{{"default", 253}, {"main", 254}, {"local", 255}} {}
@@ -102,14 +104,14 @@ bool Selection::takesRouteTable(std::string_view name) const {
    return allRouteTables || routeTableNames.key(name) == routeTable.value_or(routeTableNames.key("main"));
 }
 
-void LeftOut::add(std::string_view name) {
-   ++count_;
+void LeftOut::add(std::string_view name, std::uint64_t count) {
+   count_ += count;
    if (const auto found = byName_.find(name); found != byName_.end()) {
-      ++found->second;
+      found->second += count;
    } else if (byName_.size() < mostNames) {
-      byName_.emplace(name, 1);
+      byName_.emplace(name, count);
    } else {
-      ++unnamed_;
+      unnamed_ += count;
    }
 }
 

@@ -16,16 +16,17 @@
 
 namespace Rtrie {
 
-// A BGP peer by its address, or all peers of an AS by its number.
+// A BGP peer by its address, all peers of an AS by its number, or all peers there are.
 class PeerName {
   public:
-   // "192.0.2.1", "2001:db8::1", "65000" or "AS65000". Raises UsageError for anything else.
+   // "192.0.2.1", "2001:db8::1", "65000", "AS65000" or "all". Raises UsageError for anything else.
    explicit PeerName(std::string_view text);
    bool isOf(std::string_view address, std::string_view as) const;
 
   private:
    std::optional<Corenet::IpGenPrefix> address_;
    std::string as_;
+   bool isAll_ = false;
 };
 
 // The names of the kernel's routing tables: main, local, default, and those that this machine's /etc/iproute2 gives.
@@ -56,7 +57,7 @@ struct Selection {
 // What was left out because it is not wanted: how much, and of whom, as far as that is a handful.
 class LeftOut {
   public:
-   void add(std::string_view name);
+   void add(std::string_view name, std::uint64_t count = 1);
    std::uint64_t count() const { return count_; }
    // "100 (7), local (2), others (40)"
    std::string names() const;

@@ -18,4 +18,10 @@ U32 StringPool::idOf(std::string_view wanted) {
    return lastId_;
 }
 
+U32 StringPool::addAgain(U32 id) {
+   texts_.append(std::string(text(id)));
+   starts_.push_back(texts_.size());
+   return size() - 1;
+}
+
 }  // namespace Rtrie

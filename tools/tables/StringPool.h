@@ -23,7 +23,10 @@ class StringPool {
    // The id of the text, which is added if it is new.
    U32 idOf(std::string_view wanted);
 
-   // Requires: an id that idOf() gave.
+   // Another id of the text that has the id; idOf() goes on giving the first.
+   U32 addAgain(U32 id);
+
+   // Requires: an id that idOf() or addAgain() gave.
    std::string_view text(U32 id) const {
       return std::string_view(texts_).substr(starts_[id], starts_[id + 1] - starts_[id]);
    }

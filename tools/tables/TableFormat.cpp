@@ -24,6 +24,8 @@ std::unique_ptr<LineParser> make(const Selection& selection) {
 
 // A prefix a line comes last: what `ip route` prints looks like it too.
 constexpr TableFormat formats[] = {
+   {"mrt", "MRT files of route collectors: tables and updates; the payload is the peer, its next hop and the AS path",
+    nullptr, nullptr, SelectedBy::peer},
    {"bgpdump", "lines of bgpdump -m; the payload is the AS path", BgpDumpLines::looksLike, make<BgpDumpLines>,
     SelectedBy::peer},
    {"ranges", "FIRST,LAST,COUNTRY: addresses, IPv4 ones as decimal numbers too", CountryRanges::looksLike,
@@ -43,7 +45,8 @@ const TableFormat& formatOf(std::span<const std::string> lines) {
    const TableFormat* best = &formats[std::size(formats) - 1];
    std::ptrdiff_t bestCount = 0;
    for (const TableFormat& format : formats) {
-      const auto count = std::count_if(lines.begin(), lines.end(), format.looksLike);
+      const auto count =
+         format.looksLike == nullptr ? 0 : std::count_if(lines.begin(), lines.end(), format.looksLike);
       if (count > bestCount) {
          best = &format;
          bestCount = count;

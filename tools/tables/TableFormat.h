@@ -38,6 +38,7 @@ class LineParser {
 // What a table of some format can be selected by.
 enum class SelectedBy : U8 { nothing, peer, routeTable };
 
+// One that is no text is here for the help, and has neither of the two functions.
 struct TableFormat {
    std::string_view name;
    std::string_view summary;

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <iterator>
 #include <vector>
 
 #include "tools/tables/ByteSource.h"
@@ -16,6 +15,9 @@
 #include "tools/tables/TableErrors.h"
 #include "tools/tables/TableFormat.h"
 #include "tools/tables/Words.h"
+#include "tools/tables/mrt/MrtRecords.h"
+#include "tools/tables/mrt/MrtRoutes.h"
+#include "tools/tables/mrt/MrtTable.h"
 
 namespace Rtrie {
 namespace {
@@ -26,27 +28,17 @@ constexpr std::size_t sampleLines = 200;
 constexpr std::uint64_t shownBadLines = 20;
 constexpr std::uint64_t linesPerUpdate = 1024;
 
-// Bytes at the start of a table that tell whether it is text.
-constexpr std::size_t sniffedBytes = 4096;
-
-// The header of a record of MRT (RFC 6396): seconds, type, subtype and length, high byte first.
-bool isMrt(std::string_view bytes) {
-   const auto number = [&](std::size_t at, std::size_t size) {
-      U32 value = 0;
-      for (const char byte : bytes.substr(at, size)) {
-         value = (value << 8) | static_cast<unsigned char>(byte);
-      }
-      return value;
-   };
-   constexpr std::size_t headerBytes = 12;
-   constexpr U32 types[] = {11, 12, 13, 16, 17, 32, 33, 48, 49};
-   constexpr U32 maxSubtype = 20;
-   constexpr U32 maxRecordBytes = 1U << 24;
-   return bytes.size() >= headerBytes && std::count(std::begin(types), std::end(types), number(4, 2)) > 0 &&
-          number(6, 2) <= maxSubtype && number(8, 4) <= maxRecordBytes;
-}
+// Bytes at the start of a table that tell what it is.
+constexpr std::size_t sniffedBytes = std::size_t{1} << 16;
+// Where more records than this are bad, and there is no good one, there is none to come.
+constexpr std::uint64_t mostBadRecords = 1'000'000;
 
 bool isBlankOrComment(std::string_view trimmedLine) { return trimmedLine.empty() || trimmedLine.front() == '#'; }
+
+std::string counted(std::uint64_t count, std::string_view what, std::string_view several = "") {
+   return fmt::format("{} {}{}", grouped(count), count == 1 || several.empty() ? what : several,
+                      count == 1 || !several.empty() ? "" : "s");
+}
 
 // Loads one table.
 class Loader {
@@ -58,13 +50,33 @@ class Loader {
         routes_(routes),
         progress_(progress),
         source_(openTable(path)),
-        reader_(*source_, [this](std::uint64_t number, const std::string& what) {
+        reader_(source_, [this](std::uint64_t number, const std::string& what) {
            ++entries_;
            badLine(what, number);
         }) {}
 
    void load() {
-      refuseBinary();
+      const auto first = source_.ahead(sniffedBytes);
+      if (isMrt(first)) {
+         loadMrt();
+         return;
+      }
+      // An endless file of zeros has no lines to be bad.
+      if (first.find('\0') != std::string_view::npos) {
+         throw DataError(fmt::format("{}: is no text: it holds bytes of 0", name_));
+      }
+      loadLines();
+   }
+
+   std::uint64_t lines() const { return lines_; }
+   std::uint64_t badLines() const { return badLines_; }
+   std::uint64_t leftOut() const { return leftOut_; }
+   SelectedBy selectedBy() const { return selectedBy_; }
+   bool isEmpty() const { return entries_ == badLines_; }
+   const std::string& name() const { return name_; }
+
+  private:
+   void loadLines() {
       std::vector<std::uint64_t> numbers;
       std::vector<std::string> sample;
       while (sample.size() < sampleLines) {
@@ -86,26 +98,45 @@ class Loader {
       }
       parser->end(routes_);
       progress_.hide();
-      tellCount();
+      lines_ = reader_.lineNumber();
+      tellCount("line");
       tellLeftOut(parser->leftOut());
    }
 
-   std::uint64_t lines() const { return reader_.lineNumber(); }
-   std::uint64_t badLines() const { return badLines_; }
-   std::uint64_t leftOut() const { return leftOut_; }
-   SelectedBy selectedBy() const { return selectedBy_; }
-   bool isEmpty() const { return entries_ == badLines_; }
-   const std::string& name() const { return name_; }
-
-  private:
-   // An endless file of zeros has no lines to be bad.
-   void refuseBinary() {
-      const auto first = reader_.ahead(sniffedBytes);
-      if (isMrt(first)) {
-         throw DataError(fmt::format("{}: is an MRT file: read what bgpdump -m prints of it", name_));
+   void loadMrt() {
+      selectedBy_ = SelectedBy::peer;
+      const auto bad = [this](const std::string& what) {
+         badEntry(what.starts_with(name_) ? what : fmt::format("{}: {}", name_, what));
+      };
+      MrtTable table(routes_);
+      MrtRecords records(source_, bad);
+      MrtRoutes parser(selection_, table, bad);
+      while (const auto record = records.next()) {
+         ++entries_;
+         records.readUpTo(parser.read(*record));
+         if (record->number % linesPerUpdate == 0) {
+            progress_.update(name_, source_.position(), source_.size(), record->number, "records");
+         }
+         if (badLines_ > mostBadRecords && isEmpty()) {
+            throw DataError(fmt::format("{}: {} bad records and no other: given up", name_, grouped(badLines_)));
+         }
       }
-      if (first.substr(0, sniffedBytes).find('\0') != std::string_view::npos) {
-         throw DataError(fmt::format("{}: is no text: it holds bytes of 0", name_));
+      progress_.hide();
+      lines_ = records.count();
+      entries_ = std::max(entries_, badLines_);
+      tellCount("record");
+      const LeftOut peers = parser.otherPeers();
+      leftOut_ = peers.count() + parser.otherKinds().count();
+      if (peers.count() > 0) {
+         say(
+            fmt::format("{}: {} of other peers left out: {}", name_, counted(peers.count(), "route"), peers.names()));
+      }
+      if (parser.otherKinds().count() > 0) {
+         say(fmt::format("{}: left out what is no unicast route of a peer: {}", name_, parser.otherKinds().names()));
+      }
+      if (parser.masked() > 0) {
+         say(fmt::format("{}: {} with bits past the length, which were cleared", name_,
+                         counted(parser.masked(), "prefix", "prefixes")));
       }
    }
 
@@ -113,7 +144,7 @@ class Loader {
    std::optional<std::string_view> nextLine() {
       while (const auto line = reader_.next()) {
          if (reader_.lineNumber() % linesPerUpdate == 0) {
-            progress_.update(name_, source_->position(), source_->size(), reader_.lineNumber());
+            progress_.update(name_, source_.position(), source_.size(), reader_.lineNumber());
          }
          if (const auto text = trimmed(*line); !isBlankOrComment(text)) {
             return text;
@@ -132,8 +163,11 @@ class Loader {
    }
 
    void badLine(std::string_view fault, std::uint64_t number) {
+      badEntry(fmt::format("{}:{}: {}", name_, number, fault));
+   }
+
+   void badEntry(const std::string& message) {
       ++badLines_;
-      const auto message = fmt::format("{}:{}: {}", name_, number, fault);
       if (strict_) {
          throw DataError(message);
       }
@@ -154,13 +188,14 @@ class Loader {
                       byPeer ? "" : "; --route-table takes one of them, or all"));
    }
 
-   void tellCount() const {
+   // what: "line"
+   void tellCount(std::string_view what) const {
       if (badLines_ == 0) {
          return;
       }
       const std::string hidden =
          badLines_ > shownBadLines ? fmt::format(" ({} of them not shown)", grouped(badLines_ - shownBadLines)) : "";
-      say(fmt::format("{}: {} bad line{} left out of {}{}", name_, grouped(badLines_), badLines_ == 1 ? "" : "s",
+      say(fmt::format("{}: {} bad {}{} left out of {}{}", name_, grouped(badLines_), what, badLines_ == 1 ? "" : "s",
                       grouped(entries_), hidden));
    }
 
@@ -169,8 +204,9 @@ class Loader {
    const Selection& selection_;
    RouteSet& routes_;
    Progress& progress_;
-   std::unique_ptr<ByteSource> source_;
+   PeekedSource source_;
    LineReader reader_;
+   std::uint64_t lines_ = 0;
    std::uint64_t entries_ = 0;  // lines that are neither blank nor comments
    std::uint64_t badLines_ = 0;
    std::uint64_t leftOut_ = 0;
@@ -227,7 +263,7 @@ LoadReport loadTables(const LoadOptions& options, RouteSet& routes) {
       }
    }
    if (!options.peer.empty() && !hasPeers) {
-      throw DataError(fmt::format("{}: --peer is for lines of bgpdump -m, and these are none", names));
+      throw DataError(fmt::format("{}: --peer is for MRT and lines of bgpdump -m, and this is neither", names));
    }
    if (!options.routeTable.empty() && !hasRouteTables) {
       throw DataError(fmt::format("{}: --route-table is for what ip route prints, and this is not", names));

@@ -61,6 +61,19 @@ TEST(BgpDumpLines, aPeersUpdatesAreItsOwn) {
    EXPECT_THAT(parsed.candidates, ElementsAre());
 }
 
+TEST(BgpDumpLines, aSessionThatEndsTakesItsRoutes) {
+   const auto parsed = parsedBy<BgpDumpLines>({
+      "TABLE_DUMP2|1|B|192.0.2.1|65000|10.0.0.0/8|65000 1|IGP|",
+      "TABLE_DUMP2_AP|1|B|192.0.2.1|65000|11.0.0.0/8|7|65000 1|IGP|",
+      "TABLE_DUMP2|1|B|192.0.2.1|650001|10.0.0.0/8|650001 2 3|IGP|",
+      "BGP4MP|2|STATE|192.0.2.1|65000|5|6",
+      "BGP4MP|2|STATE|192.0.2.1|65000|6|1",
+      "BGP4MP|3|A|192.0.2.1|65000|12.0.0.0/8|65000|IGP|",
+   });
+   EXPECT_THAT(parsed.routes, ElementsAre("10.0.0.0/8 650001 2 3", "12.0.0.0/8 65000"));
+   EXPECT_THAT(parsed.candidates, ElementsAre());
+}
+
 // As bgpdump prints what RFC 8050 has: the number of the path before the path.
 TEST(BgpDumpLines, severalPathsOfOnePeer) {
    const auto parsed =

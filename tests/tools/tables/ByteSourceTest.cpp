@@ -187,5 +187,21 @@ TEST(ByteSource, aDescriptorGivesWhatIsThere) {
    EXPECT_THROW(source->read(part.data(), part.size()), DataError);
 }
 
+// What is there before a fault is handed out before it.
+TEST(ByteSource, peekedTakesNothing) {
+   const Folder folder;
+   PeekedSource whole(openTable(folder.file("t", "abcdef")));
+   EXPECT_EQ("abc", whole.ahead(3).substr(0, 3));
+   EXPECT_EQ("abcdef", whole.ahead(100));
+   EXPECT_EQ("abcdef", allOf(whole));
+   EXPECT_EQ("", whole.ahead(1));
+   const auto packed = Support::gz(std::string(1000, 'x') + "end");
+   PeekedSource cut(openTable(folder.file("cut", packed.substr(0, packed.size() - 1))));
+   EXPECT_EQ(1003U, cut.ahead(5000).size());
+   std::string text(5000, ' ');
+   EXPECT_EQ(1003U, cut.read(text.data(), text.size()));
+   EXPECT_THROW(cut.read(text.data(), text.size()), DataError);
+}
+
 }  // namespace ByteSourceTest
 }  // namespace Rtrie

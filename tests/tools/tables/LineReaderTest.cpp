@@ -131,15 +131,5 @@ TEST(LineReader, byDefaultALineHas64KiB) {
    }
 }
 
-TEST(LineReader, aheadTakesNothing) {
-   TextSource source("abc\ndef", 2);
-   LineReader reader(source, nullptr, 16);
-   EXPECT_EQ("abc\n", reader.ahead(3));
-   EXPECT_EQ("abc\ndef", reader.ahead(16));
-   EXPECT_EQ("abc", reader.next());
-   EXPECT_EQ("def", reader.next());
-   EXPECT_EQ("", reader.ahead(1));
-}
-
 }  // namespace LineReaderTest
 }  // namespace Rtrie

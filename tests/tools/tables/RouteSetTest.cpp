@@ -119,5 +119,33 @@ TEST(RouteSet, countsByLength) {
    EXPECT_EQ(1U, ipv6[128]);
 }
 
+// Whether the set was sealed in between or not.
+TEST(RouteSet, aSourceThatIsLostTakesItsOffers) {
+   const auto by = [](std::string_view payload, std::string_view source) {
+      OfferText offer;
+      offer.payload = payload;
+      offer.source = source;
+      offer.choice = Choice::asPath;
+      return offer;
+   };
+   for (const bool isSealed : {false, true}) {
+      RouteSet routes;
+      routes.candidatesAreKept();
+      routes.add(Support::prefix("10.0.0.0/8"), by("a", "192.0.2.1 7"));
+      routes.add(Support::prefix("10.0.0.0/8"), by("b", "192.0.2.1 70"));
+      routes.add(Support::prefix("11.0.0.0/8"), by("c", "192.0.2.1 7 3"));
+      routes.add(Support::prefix("12.0.0.0/8"), "of a list");
+      if (isSealed) {
+         routes.seal();
+      }
+      routes.loseSource("192.0.2.1 7");
+      routes.add(Support::prefix("13.0.0.0/8"), by("d", "192.0.2.1 7"));
+      EXPECT_THAT(Support::textOf(routes),
+                  testing::ElementsAre("10.0.0.0/8 b", "12.0.0.0/8 of a list", "13.0.0.0/8 d"));
+      EXPECT_EQ(1U, routes.candidates(Support::prefix("10.0.0.0/8")).size());
+      EXPECT_EQ("192.0.2.1 7", routes.candidates(Support::prefix("13.0.0.0/8")).front().source);
+   }
+}
+
 }  // namespace RouteSetTest
 }  // namespace Rtrie

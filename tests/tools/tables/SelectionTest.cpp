@@ -17,6 +17,7 @@ TEST(Selection, aPeerByAddressOrAs) {
    EXPECT_TRUE(PeerName("65000").isOf("192.0.2.1", "65000"));
    EXPECT_TRUE(PeerName("as65000").isOf("192.0.2.1", "65000"));
    EXPECT_FALSE(PeerName("65000").isOf("192.0.2.1", "6500"));
+   EXPECT_TRUE(PeerName("all").isOf("192.0.2.1", "65000"));
    for (const auto text : {"", "AS", "192.0.2.0/24", "rrc00", "192.0.2.300"}) {
       EXPECT_THROW(PeerName{text}, UsageError) << text;
    }

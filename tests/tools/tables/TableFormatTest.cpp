@@ -43,9 +43,9 @@ TEST(TableFormat, namesAreDifferent) {
    std::set<std::string_view> names;
    for (const auto& format : tableFormats()) {
       EXPECT_TRUE(names.insert(format.name).second) << format.name;
-      EXPECT_NE(nullptr, format.parser(Selection()));
+      EXPECT_TRUE(format.parser == nullptr || format.parser(Selection()) != nullptr);
    }
-   EXPECT_EQ(5U, names.size());
+   EXPECT_EQ(tableFormats().size(), names.size());
 }
 
 }  // namespace TableFormatTest

@@ -1,9 +1,12 @@
 // TableLoader: the program over tables of which a part is wanted, does not count, or is no table at all.
 #include "tools/tables/TableLoader.h"
 
+#include <fmt/format.h>
+
 #include <nlohmann/json.hpp>
 
 #include "Support.h"
+#include "tests/tools/tables/MrtBytes.h"
 
 namespace Rtrie {
 namespace TableLoaderTest {
@@ -118,7 +121,7 @@ TEST_F(TableLoader, peers) {
             {{"payload", "65000 1 2"}, {"peer", "192.0.2.1"}, {"as", 65000}, {"chosen", false}, {"answers", true}}}),
       json["candidates"]);
    EXPECT_EQ(2, lookup(dump, {"--peer", "rrc00", "10.0.0.1"}).status);
-   EXPECT_EQ(told(": --peer is for lines of bgpdump -m, and these are none"),
+   EXPECT_EQ(told(": --peer is for MRT and lines of bgpdump -m, and this is neither"),
              lookup("10.0.0.0/8\n", {"--peer", "1", "10.0.0.1"}).err);
 }
 
@@ -143,12 +146,62 @@ TEST_F(TableLoader, everyCompression) {
 }
 
 TEST_F(TableLoader, whatIsNoTextIsNamed) {
-   const std::string mrt("\x3d\x3c\x93\xa3\x00\x0c\x00\x01\x00\x00\x00\x22 and so on", 22);
-   EXPECT_EQ(told(": is an MRT file: read what bgpdump -m prints of it"), lookup(mrt, {"10.0.0.1"}).err);
-   EXPECT_EQ(told(": is an MRT file: read what bgpdump -m prints of it"), lookup(Support::gz(mrt), {"10.0.0.1"}).err);
    const Ran zeros = rtrie({"lookup", "--table", "/dev/zero", "10.0.0.1"});
    EXPECT_EQ("rtrie: /dev/zero: is no text: it holds bytes of 0\n", zeros.err);
    EXPECT_EQ(3, zeros.status);
+}
+
+TEST_F(TableLoader, mrtInEveryCompression) {
+   using namespace Mrt;
+   const std::string index = peerIndex({{"192.0.2.1", 65000}, {"192.0.2.2", 65009}});
+   const std::string mrt =
+      index +
+      rib(2, "10.0.0.0/8", {entry(0, path({65000, 1, 2}) + nextHop("192.0.2.9")), entry(1, path({65009, 2}))}) +
+      rib(3, "11.0.0.0/8", {entry(0, path({65000}))}) + record(99, 0, "what") +
+      message({"192.0.2.1", 65000}, update("", path({65000}), nlri("12.1.0.0/15")));
+   const auto unknown = fmt::format(": record 4 at byte {}: unknown kind: type 99, subtype 0", mrt.find("what") - 12);
+   for (const auto packed : {Support::gz, Support::bz2, Support::xz, Support::zst}) {
+      const Ran ran = lookup(packed(mrt), {"--format", "tsv-payload", "10.0.0.1", "12.0.0.1"});
+      EXPECT_EQ(
+         "10.0.0.1/32\t10.0.0.0/8\tpeer 192.0.2.2 as 65009 path 65009 2\n12.0.0.1/32\t12.0.0.0/15\tpeer 192.0.2.1 as "
+         "65000 path 65000\n",
+         ran.out);
+      EXPECT_EQ(told(unknown) + told(": 1 bad record left out of 5") +
+                   told(": left out what is no unicast route of a peer: IPv4 multicast (1)") +
+                   told(": 1 prefix with bits past the length, which were cleared") +
+                   told(": 1 route lost to another of the same prefix; lookup --op exact --format json shows it"),
+                ran.err);
+      EXPECT_EQ(1, ran.status);
+      // Cut, and what was there is read.
+      const auto part = packed(mrt);
+      const Ran cut = lookup(part.substr(0, part.size() - 1), {"--format", "tsv", "10.0.0.1"});
+      EXPECT_THAT(cut.err, HasSubstr("truncated"));
+      EXPECT_EQ(1, cut.status);
+   }
+   const Ran one = lookup(mrt, {"--peer", "65000", "10.0.0.1"});
+   EXPECT_EQ("10.0.0.1/32  10.0.0.0/8  peer 192.0.2.1 as 65000 via 192.0.2.9 path 65000 1 2\n", one.out);
+   EXPECT_THAT(one.err, HasSubstr(told(": 1 route of other peers left out: 192.0.2.2 65009 (1)")));
+   const Ran strict = lookup(mrt, {"--strict", "10.0.0.1"});
+   EXPECT_EQ(told(unknown), strict.err);
+   EXPECT_EQ(3, strict.status);
+   EXPECT_EQ("10.0.0.0/8\n12.0.0.0/15\n",
+             rtrie({"walk", "--table", folder_.file("t", mrt), "--peer", "all", "--format", "tsv"}).out);
+}
+
+TEST_F(TableLoader, bombsOfMrtEndInTime) {
+   using namespace Mrt;
+   const std::string noPeers = record(13, 1, u32(0) + u16(0) + u16(0));
+   std::string bad = noPeers;
+   while (bad.size() < 20'000'000) {
+      bad += record(16, 4, std::string(40, 'x'));
+   }
+   const Ran ran = lookup(Support::gz(bad), {"10.0.0.1"});
+   EXPECT_EQ(3, ran.status);
+   EXPECT_THAT(ran.err, HasSubstr("a peer of the unknown address family 30840"));
+   EXPECT_LT(ran.peakBytes, 500'000'000U);
+   const Ran garbage = lookup(Support::gz(noPeers + std::string(70'000'000, 'x')), {"10.0.0.1"});
+   EXPECT_THAT(garbage.err, HasSubstr("no record within 67,108,864 bytes: this is no MRT"));
+   EXPECT_EQ(3, garbage.status);
 }
 
 TEST_F(TableLoader, aLineThatIsTooLongIsToldAndTheRestLoads) {

@@ -23,6 +23,12 @@ void BgpDumpLines::line(std::string_view text, RouteSet& routes) {
    takeField(text, '|');  // when
    const auto kind = takeField(text, '|');
    if (kind == "STATE") {
+      constexpr std::string_view established = "6";
+      const auto address = takeField(text, '|');
+      const auto as = takeField(text, '|');
+      if (takeField(text, '|') == established && text != established && isWanted(address, as)) {
+         routes.loseSource(peer_);
+      }
       return;
    }
    const bool isWithdrawal = kind == "W";

@@ -4,7 +4,7 @@
 //    TABLE_DUMP2_AP|1700000000|B|192.0.2.1|65000|10.0.0.0/8|7|65000 65001|...    the peer's path 7 of several
 //    BGP4MP|1700000000|A|192.0.2.1|65000|10.0.0.0/8|65000 65001|IGP|...          announced: instead of what the peer had
 //    BGP4MP|1700000000|W|192.0.2.1|65000|10.0.0.0/8                              withdrawn by that peer alone
-//    BGP4MP|1700000000|STATE|192.0.2.1|65000|3|2                                 no route: passed over
+//    BGP4MP|1700000000|STATE|192.0.2.1|65000|6|1                                 out of Established: all that the peer had is gone
 //
 // Of what several peers say of a prefix the shortest AS path is taken, and of equal ones the first line. A set of ASs
 // counts as one, a confederation's as none, as routers count.
