@@ -8,8 +8,8 @@
 #include "routetrie/route_set.h"
 #include "routetrie/table/Kinds.h"
 
-namespace routetrie::Impl {
-namespace PrefixFilterTest {
+namespace routetrie::Impl::prefix_filter_test {
+namespace {
 
 template <class P>
 P anyPrefix(std::mt19937_64& random) {
@@ -70,5 +70,5 @@ TEST(PrefixFilter, ofBothFamilies) {
    EXPECT_EQ(32 * 8u, filter.bytes());
 }
 
-}  // namespace PrefixFilterTest
-}  // namespace routetrie::Impl
+}  // namespace
+}  // namespace routetrie::Impl::prefix_filter_test
