@@ -139,6 +139,7 @@ class basic_table {
    class iterator;
    using const_iterator = iterator;
    using reverse_iterator = std::reverse_iterator<iterator>;
+   class UnderPlace;
    class covered_iterator;
    class children_iterator;
    template <bool nearestFirst>
@@ -718,8 +719,9 @@ class basic_table<width, T>::iterator {
    bool atEnd_ = true;
 };
 
+// A place among the routes under a prefix.
 template <unsigned width, class T>
-class basic_table<width, T>::covered_iterator {
+class basic_table<width, T>::UnderPlace {
   public:
    using value_type = basic_table::value_type;
    using difference_type = std::ptrdiff_t;
@@ -728,12 +730,42 @@ class basic_table<width, T>::covered_iterator {
    using iterator_category = std::bidirectional_iterator_tag;
    using iterator_concept = std::bidirectional_iterator_tag;
 
-   covered_iterator() noexcept = default;
-
    value_type operator*() const noexcept { return *at_; }
    pointer operator->() const noexcept { return {**this}; }
+   friend bool operator==(const UnderPlace& a, const UnderPlace& b) noexcept {
+      const bool atEnd = a.isPast();
+      return atEnd == b.isPast() && (atEnd || a.at_ == b.at_);
+   }
+   friend bool operator==(const UnderPlace& a, std::default_sentinel_t) noexcept { return a.isPast(); }
+
+  protected:
+   UnderPlace() noexcept = default;
+   UnderPlace(const iterator& at, const prefix_type& under) noexcept
+      : at_(at), under_(is_prefix(under) ? under : prefix_type()) {}
+
+   const Tree& tree() const noexcept { return at_.table_->tree_; }
+   bool isPast() const noexcept { return at_.atEnd_ || !at_.cursor_.bits.sharesFirst(under_.bits(), under_.len()); }
+   // To the first route behind all that lies under a prefix.
+   void goPast(const prefix_type& p) noexcept {
+      at_.atEnd_ = !tree().seek(at_.cursor_, last_address(p).bits(), width + 1);
+   }
+   // To the route before; from the end, to the last one under the prefix.
+   void goBack() noexcept {
+      at_.atEnd_ = !(isPast() ? tree().seekBefore(at_.cursor_, last_address(under_).bits(), width + 1)
+                              : tree().previous(at_.cursor_));
+   }
+
+   iterator at_;
+   prefix_type under_;
+};
+
+template <unsigned width, class T>
+class basic_table<width, T>::covered_iterator : public UnderPlace {
+  public:
+   covered_iterator() noexcept = default;
+
    covered_iterator& operator++() noexcept {
-      ++at_;
+      ++this->at_;
       return *this;
    }
    covered_iterator operator++(int) noexcept {
@@ -742,14 +774,7 @@ class basic_table<width, T>::covered_iterator {
       return before;
    }
    covered_iterator& operator--() noexcept {
-      if (*this == std::default_sentinel) {
-         at_ = at_.table_->end();
-         Cursor cursor;
-         at_.atEnd_ = !at_.table_->tree_.seekBefore(cursor, last_address(under_).bits(), width + 1);
-         at_.cursor_ = cursor;
-      } else {
-         --at_;
-      }
+      this->goBack();
       return *this;
    }
    covered_iterator operator--(int) noexcept {
@@ -757,40 +782,22 @@ class basic_table<width, T>::covered_iterator {
       --*this;
       return before;
    }
-   friend bool operator==(const covered_iterator& a, const covered_iterator& b) noexcept {
-      const bool atEnd = a == std::default_sentinel;
-      return atEnd == (b == std::default_sentinel) && (atEnd || a.at_ == b.at_);
-   }
-   friend bool operator==(const covered_iterator& a, std::default_sentinel_t) noexcept { return a.isPast(); }
 
   private:
    friend basic_table;
-   bool isPast() const noexcept { return at_.atEnd_ || !at_.cursor_.bits.sharesFirst(under_.bits(), under_.len()); }
    covered_iterator(const basic_table* table, const prefix_type& under) noexcept
-      : at_(table->lower_bound(under)), under_(is_prefix(under) ? under : prefix_type()) {}
-
-   iterator at_;
-   prefix_type under_;
+      : UnderPlace(table->lower_bound(under), under) {}
 };
 
 template <unsigned width, class T>
-class basic_table<width, T>::children_iterator {
+class basic_table<width, T>::children_iterator : public UnderPlace {
   public:
-   using value_type = basic_table::value_type;
-   using difference_type = std::ptrdiff_t;
-   using reference = value_type;
-   using pointer = Impl::Arrow<value_type>;
-   using iterator_category = std::bidirectional_iterator_tag;
-   using iterator_concept = std::bidirectional_iterator_tag;
-
    children_iterator() noexcept = default;
 
-   value_type operator*() const noexcept { return *at_; }
-   pointer operator->() const noexcept { return {**this}; }
    // To what comes behind all that lies under this child.
    children_iterator& operator++() noexcept {
-      const prefix_type here = prefixAt(at_.cursor_.bits, at_.cursor_.length);
-      at_.atEnd_ = !at_.table_->tree_.seek(at_.cursor_, last_address(here).bits(), width + 1);
+      const Cursor& here = this->at_.cursor_;
+      this->goPast(prefixAt(here.bits, here.length));
       return *this;
    }
    children_iterator operator++(int) noexcept {
@@ -800,15 +807,13 @@ class basic_table<width, T>::children_iterator {
    }
    // To the outermost route under the prefix that covers what comes before.
    children_iterator& operator--() noexcept {
-      const Tree& tree = at_.table_->tree_;
-      const bool there = *this == std::default_sentinel
-                            ? tree.seekBefore(at_.cursor_, last_address(under_).bits(), width + 1)
-                            : tree.previous(at_.cursor_);
-      at_.atEnd_ = !there;
-      if (there && at_.cursor_.length > under_.len()) {
-         const Bits bits = at_.cursor_.bits;
-         const auto outermost = tree.covering(bits, at_.cursor_.length).atLeast(under_.len() + 1u);
-         at_.cursor_ = tree.at(bits.cut(*outermost), *outermost, tree.find(bits.cut(*outermost), *outermost));
+      this->goBack();
+      Cursor& here = this->at_.cursor_;
+      const unsigned from = this->under_.len() + 1u;
+      if (!this->at_.atEnd_ && here.length >= from) {
+         const unsigned outermost = *this->tree().covering(here.bits, here.length).atLeast(from);
+         const Bits bits = here.bits.cut(outermost);
+         here = this->tree().at(bits, outermost, this->tree().find(bits, outermost));
       }
       return *this;
    }
@@ -817,20 +822,11 @@ class basic_table<width, T>::children_iterator {
       --*this;
       return before;
    }
-   friend bool operator==(const children_iterator& a, const children_iterator& b) noexcept {
-      const bool atEnd = a == std::default_sentinel;
-      return atEnd == (b == std::default_sentinel) && (atEnd || a.at_ == b.at_);
-   }
-   friend bool operator==(const children_iterator& a, std::default_sentinel_t) noexcept { return a.isPast(); }
 
   private:
    friend basic_table;
-   bool isPast() const noexcept { return at_.atEnd_ || !at_.cursor_.bits.sharesFirst(under_.bits(), under_.len()); }
    children_iterator(const basic_table* table, const prefix_type& under) noexcept
-      : at_(table->upper_bound(under)), under_(is_prefix(under) ? under : prefix_type()) {}
-
-   iterator at_;
-   prefix_type under_;
+      : UnderPlace(table->upper_bound(under), under) {}
 };
 
 template <unsigned width, class T>
