@@ -125,6 +125,11 @@ template <class E>
 concept StepsThrough = requires(const E& asked) {
    { asked.walkNext() } -> std::same_as<std::uint64_t>;
 };
+// Makes a form for lookup alone of the loaded table, and tells how many routes there were.
+template <class E>
+concept Compiles = requires(const E& asked) {
+   { asked.compile() } -> std::same_as<std::uint64_t>;
+};
 // Deletes the route that was inserted with that id, without a search for it.
 template <class E>
 concept ErasesByHandle = requires(E engine, U32 id) {

@@ -4,9 +4,10 @@ namespace Bench {
 
 std::span<const EngineRow> engines() {
    static const std::array rows = {
-      tableRow(),     patriciaRow(),     patriciaCompactRow(), patriciaDataRow(), multibitRow(),
-      intrusiveRow(), trie6Row(),        compactRow(),         genRow(),          wrapperRow(),
-      stdMapRow(),    hashByLengthRow(), rteRibRow(),          rteFibRow(),       rteLpmRow(),
+      tableRow(),        compiledRow(), patriciaRow(),  patriciaCompactRow(),
+      patriciaDataRow(), multibitRow(), intrusiveRow(), trie6Row(),
+      compactRow(),      genRow(),      wrapperRow(),   stdMapRow(),
+      hashByLengthRow(), rteRibRow(),   rteFibRow(),    rteLpmRow(),
    };
    return rows;
 }

@@ -35,6 +35,7 @@ struct EngineRow {
 std::span<const EngineRow> engines();
 
 EngineRow tableRow();
+EngineRow compiledRow();
 EngineRow patriciaRow();
 EngineRow patriciaCompactRow();
 EngineRow patriciaDataRow();

@@ -77,6 +77,7 @@ class MeasuredEngine final : public Measured {
          case Op::walk: return Walks<E>;
          case Op::walkIterator: return Iterates<E>;
          case Op::walkNext: return StepsThrough<E>;
+         case Op::compile: return Compiles<E>;
          case Op::matchBulk:
          case Op::matchBulkUniform: return AnswersBulk<E, F>;
          default: return true;
@@ -110,6 +111,7 @@ class MeasuredEngine final : public Measured {
          case Op::walk: return walk(state);
          case Op::walkIterator: return walkIterator(state);
          case Op::walkNext: return walkNext(state);
+         case Op::compile: return compile(state);
          case Op::churn: return churn(state);
          case Op::mixed: return mixed(state);
          case Op::updates: return updates(state);
@@ -396,6 +398,11 @@ class MeasuredEngine final : public Measured {
          inBlocks(state, work_.asked, [&](U32 at) { return E::token(engine_.next(keys_[at])); });
       }
    }
+   void compile(benchmark::State& state) {
+      if constexpr (Compiles<E>) {
+         eachTime(state, [&] { return engine_.compile(); });
+      }
+   }
    void walk(benchmark::State& state) {
       if constexpr (Walks<E>) {
          eachTime(state, [&] { return engine_.walk(); });
@@ -558,6 +565,9 @@ class MeasuredEngine final : public Measured {
             fault = fmt::format("{}: {} routes instead of {}", what, walked, work_.routes.size());
          }
       };
+      if constexpr (Compiles<E>) {
+         compare("compile", engine_.compile());
+      }
       if constexpr (Walks<E>) {
          compare("walk", engine_.walk());
       }
