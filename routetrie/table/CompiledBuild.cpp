@@ -32,6 +32,7 @@ void forEachBlock(const Borders<width>& all, unsigned shift, Emit&& emit, Fine&&
          fine(all.starts[i], all.words[i]);
          continue;
       }
+      // Without this the search among what is fine would go on, and find the same.
       if (isFine && here != block + 1) {
          emit(static_cast<Word>(block + 1), all.words[i - 1]);
       }
