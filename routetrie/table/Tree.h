@@ -243,8 +243,6 @@ class ROUTETRIE_EXPORT Tree {
       shift -= stride * isThere;
       return at ^ ((at ^ child) & (0 - isThere));
    }
-   template <unsigned valueSize, class Answer>
-   ROUTETRIE_INLINE void burstHere(const Bits* addresses, unsigned count, Answer&& answer) const noexcept;
    ROUTETRIE_INLINE U32 indexed(Bits address) const noexcept;
    static ROUTETRIE_INLINE U64 highBits(Bits address) noexcept {
       if constexpr (width == 32) {
@@ -254,8 +252,12 @@ class ROUTETRIE_EXPORT Tree {
       }
    }
    const void* lookupByLibrary(Bits address, unsigned valueSize) const noexcept;
-   void burstByLibrary(const Bits* addresses, const void** answers, unsigned count,
-                       unsigned valueSize) const noexcept;
+   // The values of up to mostInBurst addresses: TreeBurst.cpp.
+   static constexpr unsigned mostInBurst = 32;
+   void burst(const Bits* addresses, const void** answers, unsigned count) const noexcept;
+   template <unsigned step>
+   void burstByOne(const Bits* addresses, const void** answers, unsigned count) const noexcept;
+   void burstByEight(const Bits* addresses, const void** answers, unsigned count) const noexcept;
    Match matchFurther(Bits address) const noexcept;
    Match matchWithin(Bits bits, unsigned maxLength) const noexcept;
    Match matchByLibrary(Bits address) const noexcept;
@@ -354,51 +356,6 @@ ROUTETRIE_INLINE bool Tree<width>::matchHere(Bits address, unsigned step, Match&
    return true;
 }
 
-// A burst goes level by level: what one address waits for is fetched while the others are looked at.
-template <unsigned width>
-template <unsigned valueSize, class Answer>
-ROUTETRIE_INLINE void Tree<width>::burstHere(const Bits* addresses, unsigned count, Answer&& answer) const noexcept {
-   U32 at[32];
-   U8 shifts[32];
-   U8 rest[32 + 1];  // those that need a search of their own
-   unsigned rests = 0;
-   for (unsigned i = 0; i < count; ++i) {
-      const U32 number = indexed(addresses[i]);
-      at[i] = number & ~aboveBit;
-      shifts[i] = static_cast<U8>(indexShift + (number >> 31) * stride);
-      __builtin_prefetch(nodes() + at[i]);
-   }
-   const auto high = [&](unsigned i) { return highBits(addresses[i]); };
-   if constexpr (width == 128) {
-      for (int level = 0; level < 2; ++level) {
-         for (unsigned i = 0; i < count; ++i) {
-            unsigned shift = shifts[i];
-            at[i] = childHere(at[i], high(i), shift);
-            shifts[i] = static_cast<U8>(shift);
-            __builtin_prefetch(nodes() + at[i]);
-         }
-      }
-   }
-   for (unsigned i = 0; i < count; ++i) {
-      const Node& n = nodes()[at[i]];
-      const unsigned chunk = static_cast<unsigned>(high(i) >> shifts[i]) & 63;
-      const unsigned half = chunk >> 5;
-      const U64 routes = n.routes[half];
-      const U64 covering = routes & wayTo[chunk & 31];
-      if (covering == 0 || (n.children >> chunk & 1) != 0 || n.isCompressed()) [[unlikely]] {
-         rest[rests++] = static_cast<U8>(i);
-         continue;
-      }
-      const auto above = static_cast<unsigned>(std::countl_zero(covering));
-      const void* const value = base_ + std::size_t{valueNumber(n, half, routes, above)} * bytesInRun(valueSize);
-      __builtin_prefetch(value);
-      answer(i, value);
-   }
-   for (unsigned r = 0; r < rests; ++r) {
-      answer(rest[r], matchFurther(addresses[rest[r]]).value);
-   }
-}
-
 template <unsigned width>
 template <unsigned valueSize>
 inline const void* Tree<width>::lookup(Bits address) const noexcept {
@@ -416,21 +373,16 @@ inline const void* Tree<width>::lookup(Bits address) const noexcept {
 template <unsigned width>
 template <unsigned valueSize, class Query, class Answer>
 void Tree<width>::lookupBulk(std::size_t count, Query&& query, Answer&& answer) const noexcept {
-   constexpr unsigned burst = 32;
-   Bits addresses[burst];
+   Bits addresses[mostInBurst];
+   const void* answers[mostInBurst];
    for (std::size_t done = 0; done < count;) {
-      const auto piece = static_cast<unsigned>(count - done < burst ? count - done : burst);
+      const auto piece = static_cast<unsigned>(count - done < mostInBurst ? count - done : mostInBurst);
       for (unsigned i = 0; i < piece; ++i) {
          addresses[i] = query(done + i);
       }
-      if constexpr (countsBits) {
-         burstHere<valueSize>(addresses, piece, [&](unsigned i, const void* value) { answer(done + i, value); });
-      } else {
-         const void* answers[burst];
-         burstByLibrary(addresses, answers, piece, valueSize);
-         for (unsigned i = 0; i < piece; ++i) {
-            answer(done + i, answers[i]);
-         }
+      burst(addresses, answers, piece);
+      for (unsigned i = 0; i < piece; ++i) {
+         answer(done + i, answers[i]);
       }
       done += piece;
    }

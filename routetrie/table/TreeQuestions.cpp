@@ -67,17 +67,6 @@ typename Tree<width>::Match Tree<width>::matchByLibrary(Bits address) const noex
 }
 
 template <unsigned width>
-void Tree<width>::burstByLibrary(const Bits* addresses, const void** answers, unsigned count,
-                                 unsigned valueSize) const noexcept {
-   const auto answer = [&](unsigned i, const void* value) { answers[i] = value; };
-   switch (valueSize) {
-      case 0: burstHere<0>(addresses, count, answer); break;
-      case 8: burstHere<8>(addresses, count, answer); break;
-      default: burstHere<4>(addresses, count, answer); break;
-   }
-}
-
-template <unsigned width>
 const void* Tree<width>::find(Bits bits, unsigned length) const noexcept {
    if (length == 0) {
       return defaultValue();
@@ -310,8 +299,6 @@ template const void* Tree<32>::lookupByLibrary(Bits, unsigned) const noexcept;
 template const void* Tree<128>::lookupByLibrary(Bits, unsigned) const noexcept;
 template Tree<32>::Match Tree<32>::matchFurther(Bits) const noexcept;
 template Tree<128>::Match Tree<128>::matchFurther(Bits) const noexcept;
-template void Tree<32>::burstByLibrary(const Bits*, const void**, unsigned, unsigned) const noexcept;
-template void Tree<128>::burstByLibrary(const Bits*, const void**, unsigned, unsigned) const noexcept;
 template Tree<32>::Match Tree<32>::matchByLibrary(Bits) const noexcept;
 template Tree<128>::Match Tree<128>::matchByLibrary(Bits) const noexcept;
 template const void* Tree<32>::find(Bits, unsigned) const noexcept;

@@ -450,6 +450,55 @@ TEST(Tree, theIndexFollowsWhatStandsAboveAnEmptyPlace) {
    }
 }
 
+// Bursts of every size, so that those done side by side and those left over one by one both answer as lookup() does.
+template <unsigned width, unsigned valueSize>
+void askInBursts() {
+   using Bits = typename Tree<width>::Bits;
+   std::mt19937_64 random(7 * width + valueSize);
+   Tree<width> tree(valueSize);
+   const auto anyBits = [&] {
+      if constexpr (width == 32) {
+         return Bits(static_cast<U32>(random() & 0x3f0f'ffff));
+      } else {
+         return Bits(U128{random() & 0x0f00'0fff'f00f'000f} << 64 | (random() & 3));
+      }
+   };
+   std::vector<Bits> known;
+   while (tree.size() < (width == 32 ? 40000u : 12000u)) {
+      const unsigned length = width / 4 + static_cast<unsigned>(random() % (width / 4 * 3 + 1));
+      known.push_back(anyBits());
+      add(tree, known.back().cut(length), length, random());
+   }
+   ASSERT_GT(tree.memory().index, 0u);
+   for (std::size_t count = 0; count <= 70; ++count) {
+      std::vector<Bits> asked;
+      for (std::size_t i = 0; i < count; ++i) {
+         asked.push_back(random() % 4 == 0 ? anyBits() : known[random() % known.size()]);
+      }
+      std::vector<int> times(count, 0);
+      tree.template lookupBulk<valueSize>(
+         count, [&](std::size_t i) { return asked[i]; },
+         [&](std::size_t i, const void* value) {
+            ++times[i];
+            const auto best = tree.match(asked[i], width);
+            ASSERT_EQ(best.value != nullptr, value != nullptr);
+            if (valueSize != 0) {
+               ASSERT_EQ(best.value, value);
+            }
+         });
+      ASSERT_EQ(std::vector<int>(count, 1), times);
+   }
+}
+
+TEST(Tree, burstsOfEverySize) {
+   askInBursts<32, 0>();
+   askInBursts<32, 4>();
+   askInBursts<32, 8>();
+   askInBursts<128, 0>();
+   askInBursts<128, 2>();
+   askInBursts<128, 8>();
+}
+
 //--- audit() finds what is broken ---
 
 template <unsigned width>
