@@ -18,9 +18,15 @@ void addLoadOptions(CLI::App& app, LoadOptions& options, bool needsTable) {
                   "Of MRT files and lines of bgpdump, only what this peer says, or the peers of this AS; the best of "
                   "all unless given")
       ->type_name("ADDRESS|AS|all");
-   app.add_option("--route-table", options.routeTable,
-                  "Of what ip route prints, the routes of this routing table, or of all; main unless given")
+   app.add_option(
+         "--route-table,--vrf", options.routeTable,
+         "Of what ip route, FRR or BIRD print, the routes of this routing table or VRF, or of all; main unless given")
       ->type_name("NAME|ID|all");
+   app.add_option_function<std::string>(
+         "--host-bits", [&options](const std::string& what) { options.masksHostBits = what == "mask"; },
+         "What is done with an address that has bits past the length of its prefix: refuse, unless given, or mask")
+      ->type_name("refuse|mask")
+      ->check(CLI::IsMember({"refuse", "mask"}));
 }
 
 void TableOptions::addTo(CLI::App& app, bool needsTable) {

@@ -44,6 +44,24 @@ Corenet::IpGenPrefix prefixOfText(std::string_view text) {
    return prefix;
 }
 
+Corenet::IpGenPrefix maskedPrefixOfText(std::string_view text, std::uint64_t& masked) {
+   const auto slash = text.find('/');
+   if (slash != std::string_view::npos) {
+      try {
+         return prefixOfText(text);
+      } catch (const BadText&) {
+         const auto address = prefixOfText(text.substr(0, slash));
+         const bool isIpv6 = address.af() == Corenet::AddressFamily::ipv6;
+         // Whether the length is one, the address of zeros tells.
+         const auto length = prefixOfText(fmt::format("{}{}", isIpv6 ? "::" : "0.0.0.0", text.substr(slash))).len();
+         ++masked;
+         return isIpv6 ? prefixOf(address.bits<128>().cut(length).word(), length)
+                       : prefixOf(address.bits<32>().cut(length).word(), length);
+      }
+   }
+   return prefixOfText(text);
+}
+
 bool isPrefixText(std::string_view text) {
    // Most words that are no prefix are told by their characters, without the price of an exception.
    if (text.find_first_not_of("0123456789abcdefABCDEF:./") != std::string_view::npos ||

@@ -4,6 +4,7 @@
 // Tested by tests/tools/tables/PrefixTextTest.cpp.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string_view>
 
@@ -14,6 +15,12 @@ namespace Rtrie {
 
 // Raises BadText, whose text quotes the bad one: prefix length 33 exceeds 32: "10.0.0.0/33"
 Corenet::IpGenPrefix prefixOfText(std::string_view text);
+
+// What to do with bits past the length of a prefix: 10.1.2.3/8.
+enum class HostBits : U8 { refuse, mask };
+
+// The same, but such bits are cleared, and counted.
+Corenet::IpGenPrefix maskedPrefixOfText(std::string_view text, std::uint64_t& masked);
 
 // Whether prefixOfText would succeed.
 bool isPrefixText(std::string_view text);

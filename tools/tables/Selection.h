@@ -13,6 +13,7 @@
 
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/platform/Types.h"
+#include "tools/tables/PrefixText.h"
 
 namespace Rtrie {
 
@@ -50,6 +51,7 @@ struct Selection {
    RouteTableNames routeTableNames;
    std::optional<std::string> routeTable;  // a key(); without one, main
    bool allRouteTables = false;
+   HostBits hostBits = HostBits::refuse;
 
    bool takesRouteTable(std::string_view name) const;
 };

@@ -5,9 +5,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <map>
+#include <memory>
 #include <vector>
 
 #include "tools/tables/ByteSource.h"
+#include "tools/tables/JsonReader.h"
 #include "tools/tables/LineReader.h"
 #include "tools/tables/Messages.h"
 #include "tools/tables/Numbers.h"
@@ -65,7 +68,11 @@ class Loader {
       if (first.find('\0') != std::string_view::npos) {
          throw DataError(fmt::format("{}: is no text: it holds bytes of 0", name_));
       }
-      loadLines();
+      if (isJson(first)) {
+         loadJson();
+      } else {
+         loadLines();
+      }
    }
 
    std::uint64_t lines() const { return lines_; }
@@ -90,6 +97,7 @@ class Loader {
       const TableFormat& format = formatOf(sample);
       selectedBy_ = format.selectedBy;
       const auto parser = format.parser(selection_);
+      parser->hostBitsAre(selection_.hostBits);
       for (std::size_t i = 0; i < sample.size(); ++i) {
          parse(*parser, sample[i], numbers[i]);
       }
@@ -100,7 +108,51 @@ class Loader {
       progress_.hide();
       lines_ = reader_.lineNumber();
       tellCount("line");
-      tellLeftOut(parser->leftOut());
+      tellLeftOut(parser->leftOut(), "line");
+      tellMasked(parser->masked());
+   }
+
+   // Documents may follow each other that are of different kinds: IPv4 routes of one program, IPv6 routes of another.
+   void loadJson() {
+      std::map<const TableFormat*, std::unique_ptr<EntryParser>> parsers;
+      const auto bad = [this](std::string_view what) { badEntry(fmt::format("{}: {}", name_, what)); };
+      const auto each = [&](const JsonEntry& entry) {
+         ++entries_;
+         const TableFormat* format = formatOf(entry);
+         if (format == nullptr) {
+            bad(fmt::format("entry {}: no route of a kind that is known", entries_));
+            return;
+         }
+         auto& parser = parsers[format];
+         if (!parser) {
+            parser = format->entryParser(selection_);
+            parser->hostBitsAre(selection_.hostBits);
+            selectedBy_ = format->selectedBy;
+         }
+         try {
+            parser->entry(entry, routes_);
+         } catch (const BadText& fault) {
+            bad(fmt::format("entry {}: {}", entries_, fault.what()));
+         }
+         if (entries_ % linesPerUpdate == 0) {
+            progress_.update(name_, source_.position(), source_.size(), entries_, "entries");
+         }
+      };
+      readJson(source_, each, [&](const std::string& what) {
+         ++entries_;
+         bad("not JSON from here on: " + what);
+      });
+      for (const auto& [format, parser] : parsers) {
+         parser->end(routes_);
+      }
+      progress_.hide();
+      lines_ = entries_;
+      tellCount("entry", "entries");
+      for (const auto& [format, parser] : parsers) {
+         selectedBy_ = std::max(selectedBy_, format->selectedBy);
+         tellLeftOut(parser->leftOut(), "entry", "entries");
+         tellMasked(parser->masked());
+      }
    }
 
    void loadMrt() {
@@ -134,10 +186,7 @@ class Loader {
       if (parser.otherKinds().count() > 0) {
          say(fmt::format("{}: left out what is no unicast route of a peer: {}", name_, parser.otherKinds().names()));
       }
-      if (parser.masked() > 0) {
-         say(fmt::format("{}: {} with bits past the length, which were cleared", name_,
-                         counted(parser.masked(), "prefix", "prefixes")));
-      }
+      tellMasked(parser.masked());
    }
 
    // The next line that is neither blank nor a comment, trimmed.
@@ -177,25 +226,34 @@ class Loader {
       }
    }
 
-   void tellLeftOut(const LeftOut& leftOut) {
-      leftOut_ = leftOut.count();
-      if (leftOut_ == 0) {
+   void tellLeftOut(const LeftOut& leftOut, std::string_view what, std::string_view several = "") {
+      leftOut_ += leftOut.count();
+      if (leftOut.count() == 0) {
          return;
       }
       const bool byPeer = selectedBy_ == SelectedBy::peer;
-      say(fmt::format("{}: {} line{} of other {} left out: {}{}", name_, grouped(leftOut_), leftOut_ == 1 ? "" : "s",
+      say(fmt::format("{}: {} of other {} left out: {}{}", name_, counted(leftOut.count(), what, several),
                       byPeer ? "peers" : "routing tables", leftOut.names(),
                       byPeer ? "" : "; --route-table takes one of them, or all"));
    }
 
-   // what: "line"
-   void tellCount(std::string_view what) const {
+   void tellMasked(std::uint64_t masked) const {
+      if (masked > 0) {
+         say(fmt::format("{}: {} with bits past the length, which were cleared", name_,
+                         counted(masked, "prefix", "prefixes")));
+      }
+   }
+
+   void tellCount(std::string_view what, std::string_view several = "") const {
       if (badLines_ == 0) {
          return;
       }
       const std::string hidden =
          badLines_ > shownBadLines ? fmt::format(" ({} of them not shown)", grouped(badLines_ - shownBadLines)) : "";
-      say(fmt::format("{}: {} bad {}{} left out of {}{}", name_, grouped(badLines_), what, badLines_ == 1 ? "" : "s",
+      say(fmt::format("{}: {} bad {} left out of {}{}", name_, grouped(badLines_),
+                      badLines_ == 1    ? std::string(what)
+                      : several.empty() ? fmt::format("{}s", what)
+                                        : std::string(several),
                       grouped(entries_), hidden));
    }
 
@@ -232,6 +290,7 @@ Selection selectionOf(const LoadOptions& options) {
    if (!options.peer.empty()) {
       selection.peer.emplace(options.peer);
    }
+   selection.hostBits = options.masksHostBits ? HostBits::mask : HostBits::refuse;
    selection.routeTableNames = RouteTableNames::ofThisMachine();
    selection.allRouteTables = options.routeTable == "all";
    if (!options.routeTable.empty()) {
@@ -266,7 +325,8 @@ LoadReport loadTables(const LoadOptions& options, RouteSet& routes) {
       throw DataError(fmt::format("{}: --peer is for MRT and lines of bgpdump -m, and this is neither", names));
    }
    if (!options.routeTable.empty() && !hasRouteTables) {
-      throw DataError(fmt::format("{}: --route-table is for what ip route prints, and this is not", names));
+      throw DataError(
+         fmt::format("{}: --route-table is for what ip route, FRR and BIRD print, and this is not", names));
    }
    routes.seal();
    report.lost = routes.lost();

@@ -18,8 +18,9 @@ namespace Rtrie {
 struct LoadOptions {
    std::vector<std::string> tables;
    bool strict = false;
-   std::string peer;        // a PeerName; empty: the best of all peers
-   std::string routeTable;  // name or id of one of the kernel's routing tables, or "all"; empty: main
+   std::string peer;            // a PeerName; empty: the best of all peers
+   bool masksHostBits = false;  // of addresses with bits past the length of their prefix; else they are refused
+   std::string routeTable;      // name or id of one of the kernel's routing tables, or "all"; empty: main
 };
 
 // With the names of this machine's routing tables. Raises UsageError if the peer is none.

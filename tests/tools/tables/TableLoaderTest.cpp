@@ -100,7 +100,7 @@ TEST_F(TableLoader, aRoutingTableByNameOrId) {
    const Ran none = lookup(listing, {"--route-table", "7", "10.6.0.1"});
    EXPECT_THAT(none.err, HasSubstr(": 7 lines of other routing tables left out: 100 (1), local (1), main (5)"));
    EXPECT_THAT(none.err, EndsWith("t: the table has no routes\n"));
-   EXPECT_EQ(told(": --route-table is for what ip route prints, and this is not"),
+   EXPECT_EQ(told(": --route-table is for what ip route, FRR and BIRD print, and this is not"),
              lookup("10.0.0.0/8\n", {"--route-table", "main", "10.0.0.1"}).err);
 }
 

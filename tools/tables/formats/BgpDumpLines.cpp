@@ -41,7 +41,7 @@ void BgpDumpLines::line(std::string_view text, RouteSet& routes) {
    if (prefixText.empty()) {
       throw BadText(fmt::format("no prefix in field 6: \"{}\"", whole));
    }
-   const auto prefix = prefixOfText(prefixText);
+   const auto prefix = prefixIn(prefixText);
    const bool hasPathId = takeField(typeText, '|').ends_with("_AP");
    const auto pathId = hasPathId ? takeField(text, '|') : std::string_view();
    if (!isWanted(address, as)) {

@@ -164,7 +164,7 @@ void IpRouteLines::line(std::string_view text, RouteSet& routes) {
       }
       Route route;
       if (line.destination != "default") {
-         route.prefix = prefixOfText(line.destination);
+         route.prefix = prefixIn(line.destination);
       }
       // A line that this program has written has the next hops on it, without a backslash.
       const auto hops = std::min(line.attributes.size(), (" " + std::string(line.attributes)).find(" nexthop "));

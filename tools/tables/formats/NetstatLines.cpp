@@ -94,8 +94,9 @@ void NetstatLines::line(std::string_view text, RouteSet& routes) {
    if (!is4 && !isRow6(words)) {
       throw BadText(fmt::format("not a row of what netstat -rn prints: \"{}\"", text));
    }
-   const auto prefix = is4 ? prefixOfMask(words[0] == "default" ? "0.0.0.0" : words[0], *netmaskLength(words[2]))
-                           : prefixOfText(destination6(words[0]));
+   const auto prefix =
+      is4 ? prefixIn(fmt::format("{}/{}", words[0] == "default" ? "0.0.0.0" : words[0], *netmaskLength(words[2])))
+          : prefixIn(destination6(words[0]));
    const auto flags = words[is4 ? 3 : 2];
    const auto metricText = is4 && !hasMetric_ ? "0" : words[is4 ? 4 : 3];
    const bool isRejected = flags.find('!') != std::string_view::npos;

@@ -105,7 +105,7 @@ void PrefixLines::line(std::string_view text, RouteSet& routes) {
       addRange(first, *last, text, whole, routes);
       return;
    }
-   auto prefix = prefixOfText(first);
+   auto prefix = prefixIn(first);
    if (first.find('/') == std::string_view::npos) {
       std::string_view rest = text;
       auto second = takeColumn(rest);
@@ -116,10 +116,10 @@ void PrefixLines::line(std::string_view text, RouteSet& routes) {
       if (isBeforeTab && isPrefixByAs(text)) {
          rest = text;
          const auto length = takeField(rest, '\t');
-         prefix = prefixOfText(fmt::format("{}/{}", first, length));
+         prefix = prefixIn(fmt::format("{}/{}", first, length));
          text = rest;
       } else if (second.starts_with('/') && second.size() > 1) {
-         prefix = prefixOfText(fmt::format("{}{}", first, second));
+         prefix = prefixIn(fmt::format("{}{}", first, second));
          text = rest;
       } else if (isNamed || isIpv4Shaped(second)) {
          const auto length = netmaskLength(second);
@@ -127,7 +127,7 @@ void PrefixLines::line(std::string_view text, RouteSet& routes) {
             throw BadText(fmt::format("\"{}\" behind an address is no netmask, and a range is FIRST - LAST: \"{}\"",
                                       second, whole));
          }
-         prefix = prefixOfMask(first, *length);
+         prefix = prefixIn(fmt::format("{}/{}", first, *length));
          text = rest;
       } else if (isAddressShaped(second) && isPrefixText(second)) {
          throw BadText(

@@ -1,0 +1,212 @@
+#include "tools/tables/formats/FrrLines.h"
+
+#include <fmt/format.h>
+
+#include <charconv>
+
+#include "tools/tables/TableErrors.h"
+#include "tools/tables/Words.h"
+
+namespace Rtrie {
+namespace {
+
+struct Protocol {
+   char letter;
+   std::string_view name;
+};
+constexpr Protocol protocols[] = {{'K', "kernel"}, {'C', "connected"}, {'L', "local"},       {'S', "static"},
+                                  {'R', "rip"},    {'O', "ospf"},      {'I', "isis"},        {'B', "bgp"},
+                                  {'E', "eigrp"},  {'N', "nhrp"},      {'T', "table"},       {'v', "vnc"},
+                                  {'V', "vnc"},    {'A', "babel"},     {'F', "pbr"},         {'f', "openfabric"},
+                                  {'D', "sharp"},  {'Z', "frr"},       {'t', "table-direct"}};
+
+std::string_view protocolOf(char letter) {
+   for (const Protocol& each : protocols) {
+      if (each.letter == letter) {
+         return each.name;
+      }
+   }
+   return {};
+}
+
+constexpr std::string_view marks = ">*qrbto";
+
+bool isMarks(std::string_view word) { return word.find_first_not_of(marks) == std::string_view::npos; }
+
+// "S>*", "C", "B>r": a protocol and marks, the latter perhaps as words of their own. Taken off the text with what follows up
+// to the prefix; empty if the text starts otherwise.
+std::string takeFlags(std::string_view& text) {
+   std::string_view rest = text;
+   std::string flags;
+   auto word = takeWord(rest);
+   if (word.empty() || protocolOf(word.front()).empty() || !isMarks(word.substr(1))) {
+      return {};
+   }
+   for (; !word.empty() && (flags.empty() || isMarks(word)); word = takeWord(rest)) {
+      flags += word;
+      text = rest;
+   }
+   return isPrefixText(word) || word.find('/') != std::string_view::npos ? flags : std::string();
+}
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }  // of how long a route is there, which comes last
+
+bool isHop(std::string_view word) { return word == "via" || word == "is" || word == "unreachable"; }
+
+// "O - OSPF, I - IS-IS, ...", of what stands above the routes.
+bool isLegend(std::string_view text) {
+   if (text.starts_with("Codes:")) {
+      return true;
+   }
+   takeWord(text);
+   return takeWord(text) == "-";
+}
+
+// "VRF red:", "IPv4 unicast VRF red:"
+std::string_view vrfOf(std::string_view text) {
+   constexpr std::string_view word = "VRF ";
+   const auto at = text.find(word);
+   return at == std::string_view::npos || !text.ends_with(':')
+             ? std::string_view()
+             : text.substr(at + word.size(), text.size() - at - word.size() - 1);
+}
+
+std::optional<U32> numberOf(std::string_view text) {
+   U32 number = 0;
+   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+   return error == std::errc{} && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+}  // namespace
+
+bool FrrLines::opensWith(std::string_view firstLine) {
+   return firstLine.starts_with("Codes:") && firstLine.find(" - ") != std::string_view::npos;
+}
+
+bool FrrLines::looksLike(std::string_view line) {
+   auto rest = line;
+   return isLegend(line) || !vrfOf(line).empty() || !takeFlags(rest).empty();
+}
+
+void FrrLines::line(std::string_view text, RouteSet& routes) {
+   if (isLegend(text)) {
+      return;
+   }
+   if (const auto vrf = vrfOf(text); !vrf.empty()) {
+      close(routes);
+      table_ = vrf;
+      return;
+   }
+   const std::string_view whole = text;
+   if (const auto flags = takeFlags(text); !flags.empty()) {
+      close(routes);
+      RouterRoute route;
+      route.prefix = prefixIn(takeWord(text));
+      route.table = table_;
+      route.protocol = protocolOf(flags.front());
+      route.isSelected = flags.find('>') != std::string::npos;
+      route.distance = 0;
+      text = trimmed(text);
+      bool isBound = false;
+      if (text.starts_with("from ")) {
+         takeWord(text);
+         takeWord(text);
+         isBound = true;
+         text = trimmed(text);
+      }
+      if (text.starts_with('[')) {
+         auto inside = takeWord(text, " ]");
+         inside.remove_prefix(1);
+         route.distance = numberOf(takeField(inside, '/'));
+         const auto metric = numberOf(inside);
+         if (!route.distance || !metric) {
+            throw BadText(fmt::format("no [DISTANCE/METRIC]: \"{}\"", whole));
+         }
+         route.metric = *metric;
+         text.remove_prefix(1);
+      }
+      route.rank = *route.distance;
+      route.isUsable = !isBound;
+      open_ = std::move(route);
+      hasActiveHop_ = false;
+      hop(trimmed(text));
+      return;
+   }
+   std::string_view rest = text;
+   for (auto word = takeWord(rest); isMarks(word) && !word.empty(); word = takeWord(rest)) {
+      text = trimmed(rest);
+   }
+   rest = text;
+   if (!isHop(takeWord(rest))) {
+      throw BadText(fmt::format("no line of show ip route: \"{}\"", whole));
+   }
+   if (!open_) {
+      throw BadText(fmt::format("next hop without a route before it: \"{}\"", whole));
+   }
+   hop(text);
+}
+
+// "via 192.0.2.2 (recursive), eth0, weight 1, 00:00:05"
+void FrrLines::hop(std::string_view text) {
+   const auto first = trimmed(takeField(text, ','));
+   std::string hop;
+   const bool isUnreachable = first.starts_with("unreachable");
+   if (isUnreachable) {
+      open_->type = first.find("blackhole") != std::string_view::npos    ? "blackhole"
+                    : first.find("prohibited") != std::string_view::npos ? "prohibit"
+                                                                         : "unreachable";
+   } else if (first.starts_with("via ")) {
+      auto words = first;
+      takeWord(words);
+      hop = fmt::format("via {}", takeWord(words));
+   }
+   bool isActive =
+      first.find("inactive") == std::string_view::npos && first.find("duplicate removed") == std::string_view::npos;
+   const bool isRecursive = first.find("(recursive") != std::string_view::npos;
+   bool hasDevice = false;
+   while (!text.empty()) {
+      auto part = trimmed(takeField(text, ','));
+      auto words = part;
+      const auto word = takeWord(words);
+      if (word == "weight" || word == "src" || word == "label") {
+         hop += fmt::format("{}{}", hop.empty() ? "" : " ", part);
+      } else if (!hasDevice && !isUnreachable && !word.empty() && !(isDigit(word.front()) && text.empty())) {
+         hasDevice = true;
+         hop += fmt::format("{}dev {}", hop.empty() ? "" : " ", word);
+         isActive = isActive && words.find("inactive") == std::string_view::npos;
+      }
+   }
+   if (isRecursive) {
+      return;
+   }
+   hasActiveHop_ = hasActiveHop_ || isActive;
+   if (!isUnreachable && !hop.empty()) {
+      open_->hops.push_back(hop + (isActive ? "" : " dead"));
+   }
+}
+
+void FrrLines::close(RouteSet& routes) {
+   if (!open_) {
+      return;
+   }
+   RouterRoute route = std::move(*open_);
+   open_.reset();
+   route.isUsable = route.isUsable && hasActiveHop_;
+   // `ip route` tells no weight of one next hop.
+   if (route.hops.size() == 1) {
+      if (const auto at = route.hops[0].find(" weight "); at != std::string::npos) {
+         route.hops[0].erase(at, route.hops[0].find(' ', at + 8) - at);
+      }
+   }
+   const auto table = route.table;
+   if (!tables_.add(std::move(route), routes)) {
+      leaveOut(table);
+   }
+}
+
+void FrrLines::end(RouteSet& routes) {
+   close(routes);
+   tables_.end(routes, [this](std::string_view table) { leaveOut(table); });
+}
+
+}  // namespace Rtrie
