@@ -13,6 +13,10 @@ void addLoadOptions(CLI::App& app, LoadOptions& options, bool needsTable) {
       ->type_name("FILE")
       ->allow_extra_args(false)
       ->required(needsTable);
+   addSelectionOptions(app, options);
+}
+
+void addSelectionOptions(CLI::App& app, LoadOptions& options) {
    app.add_flag("--strict", options.strict, "Stop at the first bad line of a table");
    app.add_option("--peer", options.peer,
                   "Of MRT files and lines of bgpdump, only what this peer says, or the peers of this AS; the best of "

@@ -23,10 +23,14 @@ struct Command {
    std::string_view summary;
    // Adds the command's options to its part of the command line and returns what is to be run.
    Run (*add)(CLI::App& app);
+   std::string_view exitStatus = exitStatusHelp;
 };
 
 // Adds --table, which a command may need, --strict, --peer and --route-table. The options must outlive the app's parsing.
 void addLoadOptions(CLI::App& app, LoadOptions& options, bool needsTable = true);
+
+// Of these, all but --table.
+void addSelectionOptions(CLI::App& app, LoadOptions& options);
 
 // Adds --format, and the queries that forEachQuery() takes. They must outlive the app's parsing.
 void addFormatOption(CLI::App& app, std::string& format, const std::string& what);

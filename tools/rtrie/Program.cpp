@@ -9,12 +9,16 @@
 
 #include "tools/rtrie/Command.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/rtrie/commands/AggregateCommand.h"
+#include "tools/rtrie/commands/DiffCommand.h"
 #include "tools/rtrie/commands/DumpCommand.h"
 #include "tools/rtrie/commands/ExplainCommand.h"
+#include "tools/rtrie/commands/FreeCommand.h"
 #include "tools/rtrie/commands/InspectCommand.h"
 #include "tools/rtrie/commands/LookupCommand.h"
 #include "tools/rtrie/commands/StatsCommand.h"
 #include "tools/rtrie/commands/TraceCommand.h"
+#include "tools/rtrie/commands/VerifyCommand.h"
 #include "tools/rtrie/commands/WalkCommand.h"
 #include "tools/rtrie/commands/WatchCommand.h"
 #include "tools/tables/Messages.h"
@@ -26,6 +30,17 @@ namespace {
 constexpr Command commands[] = {
    {"lookup", "Load tables and answer queries about their routes", addLookup},
    {"explain", "Load tables and tell why an address or a prefix gets the answer that it gets", addExplain},
+   {"diff", "Compare two tables route by route", addDiff,
+    "  0                 the tables have the same routes\n"
+    "  1                 they differ\n"
+    "  2                 a table or the command line is bad, or the output can't be written\n"},
+   {"aggregate", "Load tables and print the smallest one that gives every address the same answer", addAggregate},
+   {"free", "Load tables and print what they leave free of a prefix", addFree},
+   {"verify", "Load tables into every engine and compare what the engines answer", addVerify,
+    "  0                 every engine is sound and answers as it should\n"
+    "  1                 one does not, or some input was bad\n"
+    "  2                 the command line asks for something that does not exist\n"
+    "  3                 nothing was usable, or the output can't be written\n"},
    {"stats", "Load tables and show their size, cost and make-up", addStats},
    {"walk", "Load tables and print their routes in order", addWalk},
    {"dump", "Load tables and print the state of the engine that holds them", addDump},
@@ -55,7 +70,7 @@ ExitStatus runCommandLine(int argc, char** argv) {
    for (const Command& command : commands) {
       CLI::App* part = app.add_subcommand(std::string(command.name), std::string(command.summary));
       runs.emplace_back(part, command.add(*part));
-      part->footer(part->get_footer() + "\n\n" + helpSection("Exit status", exitStatusHelp));
+      part->footer(part->get_footer() + "\n\n" + helpSection("Exit status", command.exitStatus));
    }
    try {
       app.parse(argc, argv);

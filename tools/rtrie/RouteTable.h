@@ -79,6 +79,8 @@ class RouteTable {
    virtual Prefix next(const Prefix&) const { notAnswered(); }
    // The payload of a route as the engine holds it; nullopt if there is no such route. The view holds until a route is added.
    virtual std::optional<std::string_view> payload(const Prefix&) const { notAnswered(); }
+   // Checks the engine's own rules: empty if it is sound, else the first broken one.
+   virtual std::string audit() const { notAnswered(); }
    // Writes the engine's state for an operator, or for its developer the tree of its nodes.
    virtual void dump(const Corvid::Ptr<const Keel::DumpContext>&) const { notAnswered(); }
    virtual void dumpTree(std::ostream&) const { notAnswered(); }
@@ -114,7 +116,8 @@ enum class Questions : U32 {
    dump = 256,
    dumpTree = 512,
    object = 1024,
-   nodes = 2048
+   nodes = 2048,
+   audit = 4096
 };
 
 constexpr Questions operator|(Questions a, Questions b) {
@@ -146,6 +149,7 @@ consteval Questions answeredBy() {
    ask(Questions::dumpTree, &Table::dumpTree, &RouteTable::dumpTree);
    ask(Questions::object, &Table::object, &RouteTable::object);
    ask(Questions::nodes, &Table::nodes, &RouteTable::nodes);
+   ask(Questions::audit, &Table::audit, &RouteTable::audit);
    return all;
 }
 

@@ -72,6 +72,11 @@ TEST_F(Walk, onlyTheRoutesUnderAPrefix) {
    EXPECT_EQ("2001:db8:1::/48\n", walk({"2001:db8:1::/48"}).out);
 }
 
+TEST_F(Walk, csvHasTheNamesOfItsColumns) {
+   EXPECT_EQ("prefix,payload\n10.0.0.0/8,private net\n10.0.0.0/16,\n10.1.0.0/16,branch\n",
+             walk({"--format", "csv", "10.0.0.0/8"}).out);
+}
+
 TEST_F(Walk, itsOutputIsATableOfTheSameRoutes) {
    const Ran first = walk({});
    const Ran second = rtrie({"walk", "--table", "-"}, first.out);

@@ -1,6 +1,9 @@
 // WatchCommand: the program, given updates on its standard input.
 #include "tools/rtrie/commands/WatchCommand.h"
 
+#include <map>
+#include <random>
+
 #include "Support.h"
 
 namespace Rtrie {
@@ -265,6 +268,131 @@ TEST(Watch, standardInputIsNotTheTable) {
    const Ran ran = rtrie({"watch", "--table", "-"}, "10.0.0.0/8\n");
    EXPECT_EQ("rtrie: standard input holds the updates, and can't be the table\n", ran.err);
    EXPECT_EQ(2, ran.status);
+}
+
+TEST(Watch, speaksCsv) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8 old\n");
+   EXPECT_EQ("change,prefix,old,new\nreplace,10.0.0.0/8,old,\"a, b\"\n",
+             rtrie({"watch", "--table", table, "--format", "csv"}, "+ 10.0.0.0/8 a, b\n").out);
+}
+
+TEST(Watch, matchTellsWhenAnotherRouteAnswers) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "0.0.0.0/0 up\n10.0.0.0/8 ten\n2001:db8::/32\n");
+   const std::string updates =
+      "+ 10.1.0.0/16 branch\n"     // covers the one, and not the other
+      "+ 10.2.0.0/16 elsewhere\n"  // no match changes
+      "+ 10.1.0.0/16 branch\n"     // the same again
+      "+ 10.0.0.0/8 newer\n"       // hidden for the one by the longer route
+      "- 10.1.0.0/16\n"
+      "- 10.0.0.0/8\n"
+      "- 0.0.0.0/0\n"
+      "- 2001:db8::/32\n"
+      "- 2001:db8::/32\n";
+   const std::vector<std::string> command = {"watch",   "--table",     table,     "--match",    "10.1.2.3",
+                                             "--match", "10.0.0.0/12", "--match", "2001:db8::1"};
+   const Ran ran = rtrie(command, updates);
+   EXPECT_EQ("", ran.err);
+   EXPECT_EQ(
+      "10.1.2.3/32  10.0.0.0/8 ten -> 10.1.0.0/16 branch  (add 10.1.0.0/16)\n"
+      "10.0.0.0/12  10.0.0.0/8 ten -> 10.0.0.0/8 newer  (replace 10.0.0.0/8)\n"
+      "10.1.2.3/32  10.1.0.0/16 branch -> 10.0.0.0/8 newer  (delete 10.1.0.0/16)\n"
+      "10.0.0.0/12  10.0.0.0/8 newer -> 0.0.0.0/0 up  (delete 10.0.0.0/8)\n"
+      "10.1.2.3/32  10.0.0.0/8 newer -> 0.0.0.0/0 up  (delete 10.0.0.0/8)\n"
+      "10.0.0.0/12  0.0.0.0/0 up -> none  (delete 0.0.0.0/0)\n"
+      "10.1.2.3/32  0.0.0.0/0 up -> none  (delete 0.0.0.0/0)\n"
+      "2001:db8::1/128  2001:db8::/32 -> none  (delete 2001:db8::/32)\n",
+      ran.out);
+   EXPECT_EQ(0, ran.status);
+   const auto as = [&](const char* format) {
+      auto arguments = command;
+      arguments.insert(arguments.end(), {"--format", format});
+      return rtrie(arguments, "+ 10.1.0.0/16 branch\n- 2001:db8::/32\n").out;
+   };
+   EXPECT_EQ(
+      "10.1.2.3/32\t10.0.0.0/8\tten\t10.1.0.0/16\tbranch\tadd\t10.1.0.0/16\n"
+      "2001:db8::1/128\t2001:db8::/32\t\t-\t\tdelete\t2001:db8::/32\n",
+      as("tsv"));
+   EXPECT_THAT(as("csv"),
+               testing::StartsWith("query,old,old payload,new,new payload,cause,prefix\n10.1.2.3/32,10.0.0.0/8,"));
+   EXPECT_EQ(
+      "{\"query\":\"10.1.2.3/32\",\"old\":{\"prefix\":\"10.0.0.0/8\",\"payload\":\"ten\"},"
+      "\"new\":{\"prefix\":\"10.1.0.0/16\",\"payload\":\"branch\"},"
+      "\"cause\":{\"change\":\"add\",\"prefix\":\"10.1.0.0/16\"}}\n"
+      "{\"query\":\"2001:db8::1/128\",\"old\":{\"prefix\":\"2001:db8::/32\",\"payload\":\"\"},\"new\":null,"
+      "\"cause\":{\"change\":\"delete\",\"prefix\":\"2001:db8::/32\"}}\n",
+      as("json"));
+}
+
+// In a random world, against lookups of the table as it is after each update.
+TEST(Watch, matchTellsEachChangeAndNoOther) {
+   const Support::Folder folder;
+   std::mt19937 random(9);
+   std::map<std::string, std::string> routes = {{"64.0.0.0/2", "start"}};
+   const auto table = folder.file("table", "64.0.0.0/2 start\n");
+   const std::vector<U32> watched = {0x40000000, 0x48000000, 0x4c000000, 0x7fffffff, 0x00000001};
+   const auto best = [&](U32 address) {
+      for (int length = 32; length >= 0; --length) {
+         const auto route = routes.find(
+            Corenet::Prefix::cut(Corenet::AddressBits<32>(address), static_cast<unsigned>(length)).stringValue());
+         if (route != routes.end()) {
+            return route->first + " " + route->second;
+         }
+      }
+      return std::string("none");
+   };
+   std::string updates;
+   std::string expected;
+   for (unsigned i = 0; i < 400; ++i) {
+      const auto length = static_cast<unsigned>(random() % 8);
+      const std::string prefix =
+         Corenet::Prefix::cut(Corenet::AddressBits<32>(static_cast<U32>(random()) & 0x7fffffff), length)
+            .stringValue();
+      std::map<U32, std::string> before;
+      for (const U32 address : watched) {
+         before[address] = best(address);
+      }
+      const bool isThere = routes.contains(prefix);
+      const bool isWithdrawal = random() % 2 == 0;
+      if (isWithdrawal) {
+         updates += "- " + prefix + "\n";
+         routes.erase(prefix);
+      } else {
+         const std::string payload = fmt::format("p{}", random() % 2);
+         updates += "+ " + prefix + " " + payload + "\n";
+         routes[prefix] = payload;
+      }
+      for (const auto& [address, was] : before) {
+         if (best(address) != was) {
+            expected +=
+               fmt::format("{}/32  {} -> {}  ({} {})\n",
+                           Corenet::IpAddr(Corenet::AddressBits<32>(address)).stringValue(), was, best(address),
+                           isWithdrawal ? "delete"
+                           : isThere    ? "replace"
+                                        : "add",
+                           prefix);
+         }
+      }
+   }
+   std::vector<std::string> command = {"watch", "--table", table};
+   for (const U32 address : watched) {
+      command.insert(command.end(),
+                     {"--match", std::string(Corenet::IpAddr(Corenet::AddressBits<32>(address)).stringValue())});
+   }
+   EXPECT_EQ(expected, rtrie(command, updates).out);
+   EXPECT_GT(std::count(expected.begin(), expected.end(), '\n'), 40);
+}
+
+TEST(Watch, matchTakesAddressesAndPrefixesAlone) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8\n");
+   const Ran bad = rtrie({"watch", "--table", table, "--match", "nonsense"});
+   EXPECT_THAT(bad.err, testing::HasSubstr("\"nonsense\""));
+   EXPECT_EQ(2, bad.status);
+   EXPECT_EQ(2, rtrie({"watch", "--table", table, "--match", "10.0.0.1", "--publications"}).status);
+   const Ran family = rtrie({"watch", "--table", table, "--match", "2001:db8::1"}, "+ ::/0 six\n");
+   EXPECT_EQ("2001:db8::1/128  none -> ::/0 six  (add ::/0)\n", family.out);
 }
 
 }  // namespace WatchTest

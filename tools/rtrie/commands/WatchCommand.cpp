@@ -15,12 +15,14 @@
 #include <vector>
 
 #include "routetrie/platform/Corvid/Inspect.h"
+#include "routetrie/table.h"
 #include "routetrie/trie/front/TrieGen.h"
+#include "tools/rtrie/ChangeFormat.h"
 #include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/Output.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/rtrie/Rows.h"
 #include "tools/rtrie/TableSet.h"
-#include "tools/rtrie/TsvField.h"
 #include "tools/rtrie/UpdateLines.h"
 #include "tools/tables/LineReader.h"
 #include "tools/tables/Messages.h"
@@ -32,32 +34,27 @@
 namespace Rtrie {
 namespace {
 
-// What an update did. Only the first three are changes.
-enum class Kind : U8 { add, replace, remove, same, absent };
-
-constexpr std::string_view nameOf(Kind kind) {
-   switch (kind) {
-      case Kind::add: return "add";
-      case Kind::replace: return "replace";
-      case Kind::remove: return "delete";
-      case Kind::same: return "same";
-      case Kind::absent: return "absent";
-   }
-   return "";
-}
-
-// Payloads of the route that answers, before and after; none if there was or is none.
-struct Effect {
-   Kind kind;
+// The route that answers a watched query, with its payload.
+struct Best {
    Corenet::IpGenPrefix prefix;
-   std::optional<std::string> before;
-   std::optional<std::string> after;
+   std::string payload;
+   bool operator==(const Best&) const = default;
+};
+
+// Another one answers a watched query now, or with another payload, because of that.
+struct MatchChange {
+   Corenet::IpGenPrefix query;
+   std::optional<Best> before;
+   std::optional<Best> after;
+   Effect cause;
 };
 
 struct WatchFormat {
    std::string_view name;
    std::string_view summary;
+   void (*begin)(bool isOfMatches, Output& output);
    void (*print)(const Effect& effect, Output& output);
+   void (*printMatch)(const MatchChange& change, Output& output);
 };
 
 void printText(const Effect& effect, Output& output) {
@@ -65,7 +62,7 @@ void printText(const Effect& effect, Output& output) {
       return payload && !payload->empty() ? std::string_view(*payload) : std::string_view("-");
    };
    output.format("{:<7}  {}", nameOf(effect.kind), effect.prefix.stringValue());
-   if (effect.kind == Kind::replace) {
+   if (effect.kind == ChangeKind::replace) {
       output.format("  {} -> {}", shown(effect.before), shown(effect.after));
    } else if (const auto& one = effect.before ? effect.before : effect.after; one && !one->empty()) {
       output.format("  {}", *one);
@@ -73,28 +70,71 @@ void printText(const Effect& effect, Output& output) {
    output.text("\n");
 }
 
-void printTsv(const Effect& effect, Output& output) {
-   output.format("{}\t{}\t{}\t{}\n", nameOf(effect.kind), effect.prefix.stringValue(),
-                 tsvField(effect.before.value_or("")), tsvField(effect.after.value_or("")));
+void printMatchText(const MatchChange& change, Output& output) {
+   const auto shown = [](const std::optional<Best>& best) {
+      return !best
+                ? std::string("none")
+                : fmt::format("{}{}{}", best->prefix.stringValue(), best->payload.empty() ? "" : " ", best->payload);
+   };
+   output.format("{}  {} -> {}  ({} {})\n", change.query.stringValue(), shown(change.before), shown(change.after),
+                 nameOf(change.cause.kind), change.cause.prefix.stringValue());
 }
 
-void printJson(const Effect& effect, Output& output) {
-   const auto json = [](const std::optional<std::string>& payload) { return payload ? Json(*payload) : Json(); };
-   jsonLine(output, {{"change", nameOf(effect.kind)},
-                     {"prefix", std::string(effect.prefix.stringValue())},
-                     {"old", json(effect.before)},
-                     {"new", json(effect.after)}});
+template <RowForm form>
+void printMatchRow(const MatchChange& change, Output& output) {
+   const auto prefix = [](const std::optional<Best>& best) {
+      return best ? std::string(best->prefix.stringValue()) : std::string("-");
+   };
+   const auto payload = [](const std::optional<Best>& best) {
+      return best ? std::string_view(best->payload) : std::string_view();
+   };
+   row(output, form,
+       {change.query.stringValue(), prefix(change.before), payload(change.before), prefix(change.after),
+        payload(change.after), nameOf(change.cause.kind), change.cause.prefix.stringValue()});
 }
+
+template <RowForm form>
+void printNames(bool isOfMatches, Output& output) {
+   if (isOfMatches) {
+      rowNames(output, form, {"query", "old", "old payload", "new", "new payload", "cause", "prefix"});
+   } else {
+      printChangeNames(form, output);
+   }
+}
+
+void printMatchJson(const MatchChange& change, Output& output) {
+   const auto json = [](const std::optional<Best>& best) {
+      return best ? Json({{"prefix", std::string(best->prefix.stringValue())}, {"payload", best->payload}}) : Json();
+   };
+   jsonLine(output,
+            {{"query", std::string(change.query.stringValue())},
+             {"old", json(change.before)},
+             {"new", json(change.after)},
+             {"cause",
+              {{"change", nameOf(change.cause.kind)}, {"prefix", std::string(change.cause.prefix.stringValue())}}}});
+}
+
+template <RowForm form>
+void printRow(const Effect& effect, Output& output) {
+   printChangeRow(effect, form, output);
+}
+
+void printNoNames(bool, Output&) {}
 
 constexpr WatchFormat watchFormats[] = {
-   {"text", "the change, the prefix, and its payload: OLD -> NEW where it is replaced", printText},
-   {"tsv", "change, tab, prefix, tab, old payload, tab, new payload", printTsv},
-   {"json", "one object a line: change, prefix, old, new", printJson},
+   {"text", "the change, the prefix, and its payload: OLD -> NEW where it is replaced", printNoNames, printText,
+    printMatchText},
+   {"tsv", "change, tab, prefix, tab, old payload, tab, new payload", printNames<RowForm::tsv>,
+    printRow<RowForm::tsv>, printMatchRow<RowForm::tsv>},
+   {"csv", "the same with commas, and the names of the columns first", printNames<RowForm::csv>,
+    printRow<RowForm::csv>, printMatchRow<RowForm::csv>},
+   {"json", "one object a line: change, prefix, old, new", printNoNames, printChangeJson, printMatchJson},
 };
 
 struct WatchOptions : LoadOptions {
    std::string format = std::string(watchFormats[0].name);
    bool isPublications = false;
+   std::vector<std::string> matches;
 };
 
 // The trie of one family, and what it publishes: "IPv4 changedRoute none -> 10.0.0.0/8".
@@ -175,6 +215,17 @@ class WatchedTable {
          touched_.erase(update.prefix);
       }
       return {kindOf(before, after), update.prefix, before, after};
+   }
+
+   // The longest route that covers it.
+   std::optional<Best> best(const Corenet::IpGenPrefix& query) {
+      const auto prefix = trie(query.af()).longestMatch(query);
+      if (!routetrie::is_prefix(prefix)) {
+         return std::nullopt;
+      }
+      const auto touched = touched_.find(prefix);
+      return Best{prefix, touched != touched_.end() ? answering(touched->second).value_or("")
+                                                    : std::string(loaded_.payload(prefix).value_or(""))};
    }
 
   private:
@@ -294,17 +345,50 @@ class WatchedTable {
       return hops;
    }
 
-   static Kind kindOf(const std::optional<std::string>& before, const std::optional<std::string>& after) {
+   static ChangeKind kindOf(const std::optional<std::string>& before, const std::optional<std::string>& after) {
       if (!before) {
-         return after ? Kind::add : Kind::absent;
+         return after ? ChangeKind::add : ChangeKind::absent;
       }
-      return !after ? Kind::remove : *before == *after ? Kind::same : Kind::replace;
+      return !after ? ChangeKind::remove : *before == *after ? ChangeKind::same : ChangeKind::replace;
    }
 
    const RouteSet& loaded_;
    const RouteTableNames routeTableNames_;
    std::array<WatchedTrie, 2> tries_ = {WatchedTrie(Corenet::ipv4()), WatchedTrie(Corenet::ipv6())};
    std::map<Corenet::IpGenPrefix, std::vector<Route>> touched_;
+};
+
+// What is watched with --match, and what answers each at the moment. Of an update, only those under its prefix are looked at.
+class WatchedMatches {
+  public:
+   // Raises UsageError if a text is no address and no prefix.
+   WatchedMatches(const std::vector<std::string>& texts, WatchedTable& table) : table_(table) {
+      for (const std::string& text : texts) {
+         try {
+            const auto query = prefixOfText(text);
+            watched_.insert_or_assign(query, table.best(query));
+         } catch (const BadText& fault) {
+            throw UsageError(fault.what());
+         }
+      }
+   }
+   bool empty() const { return watched_.empty(); }
+
+   // Calls each(MatchChange) for those that the change of a route has changed.
+   template <class Each>
+   void update(const Effect& cause, Each&& each) {
+      for (const auto& [query, before] : watched_.covered(cause.prefix)) {
+         auto after = table_.best(query);
+         if (after != before) {
+            each(MatchChange{query, before, after, cause});
+            watched_.insert_or_assign(query, std::move(after));
+         }
+      }
+   }
+
+  private:
+   WatchedTable& table_;
+   routetrie::table<std::optional<Best>> watched_;
 };
 
 // Lines that were passed over are no faults, but whoever waits for one of them wants to know.
@@ -331,7 +415,11 @@ ExitStatus run(const WatchOptions& options) {
    const std::uint64_t tableFaults = faults;
    const Selection selection = selectionOf(options);
    WatchedTable table(routes, selection);
+   WatchedMatches matches(options.matches, table);
    Output output(STDOUT_FILENO);
+   if (!options.isPublications) {
+      format.begin(!matches.empty(), output);
+   }
    if (options.isPublications) {
       table.watch(output);
    }
@@ -339,7 +427,12 @@ ExitStatus run(const WatchOptions& options) {
    UpdateLines lines(selection, [&](const RouteUpdate& update) {
       const Effect effect = table.apply(update);
       ++applied;
-      if (!options.isPublications) {
+      if (!matches.empty()) {
+         matches.update(effect, [&](const MatchChange& change) {
+            format.printMatch(change, output);
+            output.lineDone();
+         });
+      } else if (!options.isPublications) {
          format.print(effect, output);
          output.lineDone();
       }
@@ -373,12 +466,17 @@ ExitStatus run(const WatchOptions& options) {
 Run addWatch(CLI::App& app) {
    auto options = std::make_shared<WatchOptions>();
    addLoadOptions(app, *options);
-   auto* const format = app.add_option("--format", options->format, "How changes are printed")
-                           ->type_name("FORMAT")
-                           ->capture_default_str();
+   addFormatOption(app, options->format, "How changes are printed");
+   auto* const matches =
+      app.add_option(
+            "--match", options->matches,
+            "Print only when another route answers one of these, or with another payload: what answered before, what "
+            "does now, and which change is the cause")
+         ->type_name("ADDRESS|PREFIX ...");
    app.add_flag("--publications", options->isPublications,
                 "Print what the trie tells its watchers, attribute by attribute, instead of the changes of routes")
-      ->excludes(format);
+      ->excludes("--format")
+      ->excludes(matches);
    app.footer(
       helpSection(
          "Updates, one a line of standard input",
@@ -393,6 +491,7 @@ Run addWatch(CLI::App& app) {
                   "  absent                 there was none to take away\n") +
       "\n" + helpSection("Formats", summariesOf(std::span<const WatchFormat>(watchFormats))) + "\n" +
       helpSection("Examples",
+                  "  ip monitor route | rtrie watch --table <(ip route show table all) --match 192.0.2.1\n"
                   "  echo '+ 192.0.2.0/24 via 198.51.100.1' | rtrie watch --table routes.txt\n"
                   "  ip monitor route | rtrie watch --table <(ip route show table all)\n"
                   "  ip monitor route | rtrie watch --table <(ip route show table all) --route-table 100"));

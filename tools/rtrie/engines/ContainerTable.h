@@ -21,6 +21,7 @@ class ContainerTable final : public RouteTable {
    std::uint64_t untrackedBytes() const override { return all().memory().total(); }
    std::vector<BytesFor> bytesByUse() const override;
 
+   std::string audit() const override { return all().audit(); }
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
    bool longerPresent(const Prefix& query) const override { return all().has_longer(query); }

@@ -101,6 +101,7 @@ class FrontTable final : public RouteTable {
    std::uint64_t nodes() const override { return beneath_->nodes(); }
    std::vector<Level> levels() const override { return beneath_->levels(); }
    std::uint64_t untrackedBytes() const override { return beneath_->untrackedBytes(); }
+   std::string audit() const override { return trie_->audit(); }
    Corvid::Node& object() const override { return *trie_; }
    Corvid::Node& objectWith(std::string_view field) const override {
       const auto has = [&](Corvid::Node& node) {
