@@ -8,7 +8,7 @@
 
 #include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/NextHops.h"
-#include "tools/rtrie/TsvField.h"
+#include "tools/rtrie/Rows.h"
 #include "tools/tables/Words.h"
 
 namespace Rtrie {
@@ -19,10 +19,12 @@ using Corenet::IpGenPrefix;
 constexpr std::string_view noAnswer = "-";
 constexpr std::string_view yesOrNo(bool yes) { return yes ? "yes" : "no"; }
 
-template <bool hasPayload>
-class TsvWriter final : public AnswerWriter {
+template <RowForm form, bool hasPayload>
+class RowWriter final : public AnswerWriter {
   public:
-   using AnswerWriter::AnswerWriter;
+   RowWriter(Output& output, PayloadOf payloadOf, const Op& op) : AnswerWriter(output, std::move(payloadOf), op) {
+      rowNames(output, form, {"query", "answer", "payload"});
+   }
 
    void write(const IpGenPrefix& query, const Answer& answer) override {
       if (op_.kind == AnswerKind::yesNo) {
@@ -40,15 +42,12 @@ class TsvWriter final : public AnswerWriter {
   private:
    // route: the one whose payload it is, or null.
    void line(const IpGenPrefix& query, std::string_view answer, const IpGenPrefix* route) {
-      output_.text(query.stringValue());
-      output_.text("\t");
-      output_.text(answer);
       if constexpr (hasPayload) {
-         output_.text("\t");
-         output_.text(route == nullptr ? "" : tsvField(payloadOf_(*route).value_or("")));
+         const auto payload = route == nullptr ? std::nullopt : payloadOf_(*route);
+         row(output_, form, {query.stringValue(), answer, payload.value_or("")});
+      } else {
+         row(output_, form, {query.stringValue(), answer});
       }
-      output_.text("\n");
-      output_.lineDone();
    }
 };
 
@@ -217,8 +216,10 @@ std::unique_ptr<AnswerWriter> make(Output& output, PayloadOf payloadOf, const Op
 
 constexpr AnswerFormat answerFormatRows[] = {
    {"text", "aligned, with the payload", make<TextWriter>},
-   {"tsv", "query, tab, answer", make<TsvWriter<false>>},
-   {"tsv-payload", "query, tab, answer, tab, payload", make<TsvWriter<true>>},
+   {"tsv", "query, tab, answer", make<RowWriter<RowForm::tsv, false>>},
+   {"tsv-payload", "query, tab, answer, tab, payload", make<RowWriter<RowForm::tsv, true>>},
+   {"csv", "query, answer and payload with commas between, and their names first",
+    make<RowWriter<RowForm::csv, true>>},
    {"json", "one object a line: query, answer, payload; with --op exact, all candidates", make<JsonWriter>, true},
 };
 

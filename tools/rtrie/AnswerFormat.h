@@ -3,6 +3,7 @@
 //    text   for people: columns for the query, the answer and the payload
 //    tsv    QUERY<TAB>ANSWER, "-" for no answer, "yes" or "no"; an op with many answers has a line for each
 //    tsv-payload   the same and <TAB>PAYLOAD, empty if there is none (see TsvField)
+//    csv    QUERY,ANSWER,PAYLOAD, and these names first (see Rows)
 //    json   one object a line: query, answer (null for none; true or false), payload (null if there is no route); nexthops
 //           if the payload has several; candidates, best first, if the writer is given them
 //

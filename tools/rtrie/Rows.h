@@ -15,10 +15,17 @@ namespace Rtrie {
 
 enum class RowForm { tsv, csv };
 
+// Whether a field can stand in a row of that form as it is.
+inline bool isPlainField(RowForm form, std::string_view text) {
+   if (form == RowForm::tsv) {
+      return text.find_first_of("\t\n\r\\") == std::string_view::npos;
+   }
+   return text.empty() ||
+          (text.find_first_of(",\"\r\n") == std::string_view::npos && text.front() != ' ' && text.back() != ' ');
+}
+
 inline std::string csvField(std::string_view text) {
-   const bool isPlain = text.find_first_of(",\"\r\n") == std::string_view::npos &&
-                        (text.empty() || (text.front() != ' ' && text.back() != ' '));
-   if (isPlain) {
+   if (isPlainField(RowForm::csv, text)) {
       return std::string(text);
    }
    std::string field = "\"";
@@ -35,7 +42,11 @@ inline void row(Output& output, RowForm form, std::initializer_list<std::string_
    bool isFirst = true;
    for (const auto field : fields) {
       output.text(isFirst ? "" : form == RowForm::csv ? "," : "\t");
-      output.text(form == RowForm::csv ? csvField(field) : tsvField(field));
+      if (isPlainField(form, field)) {
+         output.text(field);
+      } else {
+         output.text(form == RowForm::csv ? csvField(field) : tsvField(field));
+      }
       isFirst = false;
    }
    output.text("\n");

@@ -43,6 +43,14 @@ std::vector<std::string> accessOf(const Field& field) {
    return names;
 }
 
+std::string accessTextOf(const Field& field) {
+   std::string access;
+   for (const std::string& name : accessOf(field)) {
+      access += (access.empty() ? "" : " ") + name;
+   }
+   return access;
+}
+
 std::string_view kindOf(Tesk::Shape shape) {
    switch (shape) {
       case Tesk::Shape::value: return "attribute";
@@ -122,10 +130,7 @@ void printSurfaceText(std::span<const Type> types, Output& output) {
       }
       output.text("\n");
       for (const Field& field : type.fields()) {
-         std::string access;
-         for (const std::string& name : accessOf(field)) {
-            access += (access.empty() ? "" : " ") + name;
-         }
+         const std::string access = accessTextOf(field);
          output.format("    {:>3}  {:<23}  {:<24}  {}{}\n", field.id(), kindOf(field.shape()),
                        access.empty() ? "none" : access, signatureOf(field),
                        field.isPublished() ? ", published" : "");
@@ -133,6 +138,17 @@ void printSurfaceText(std::span<const Type> types, Output& output) {
       }
    }
    output.text("\n");
+}
+
+void printSurface(std::span<const Type> types, RowForm form, Output& output) {
+   rowNames(output, form, {"module", "class", "id", "name", "kind", "type", "access"});
+   for (const Type& type : types) {
+      for (const Field& field : type.fields()) {
+         row(output, form,
+             {type.moduleName(), type.name(), fmt::format("{}", field.id()), field.name(), kindOf(field.shape()),
+              field.typeName(), accessTextOf(field)});
+      }
+   }
 }
 
 void printSurfaceJson(std::span<const Type> types, Output& output) {

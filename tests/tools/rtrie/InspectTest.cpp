@@ -162,5 +162,20 @@ TEST(InspectCommand, whatCantBeHadIsOneClearLine) {
    EXPECT_EQ(2, rtrie({"inspect", "--format", "xml"}).status);
 }
 
+TEST(InspectCommand, speaksRows) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8\n2001:db8::/32\n");
+   EXPECT_EQ("ipv4\troutes\t1\nipv6\troutes\t1\n",
+             rtrie({"inspect", "--table", table, "--format", "tsv", "routes"}).out);
+   EXPECT_EQ(
+      "family,path,value\nipv4,longestMatch(10.1.2.3/32),10.0.0.0/8\n"
+      "ipv4,routes,1\nipv6,routes,1\n",
+      rtrie({"inspect", "--table", table, "--format", "csv", "longestMatch(10.1.2.3/32)", "routes"}).out);
+   EXPECT_THAT(rtrie({"inspect", "--format", "tsv", "PatriciaTrie"}).out,
+               ContainsRegex("(^|\n)PatriciaTrie\tRouting::PatriciaTrie\t136\troutes\tattribute\tU32\tget set\n"));
+   EXPECT_THAT(rtrie({"inspect", "--format", "csv", "PatriciaTrie"}).out,
+               testing::StartsWith("module,class,id,name,kind,type,access\n"));
+}
+
 }  // namespace InspectTest
 }  // namespace Rtrie

@@ -336,7 +336,8 @@ TEST_F(Lookup, badUsageIsOneLine) {
    };
    EXPECT_EQ("rtrie: unknown engine \"radix\": known are " + namesOf(engines()) + "\n", usage({"--engine", "radix"}));
    EXPECT_EQ("rtrie: unknown op \"nearest\": known are " + namesOf(ops()) + "\n", usage({"--op", "nearest"}));
-   EXPECT_EQ("rtrie: unknown format \"xml\": known are text, tsv, tsv-payload, json\n", usage({"--format", "xml"}));
+   EXPECT_EQ("rtrie: unknown format \"xml\": known are text, tsv, tsv-payload, csv, json\n",
+             usage({"--format", "xml"}));
    EXPECT_THAT(usage({"--colour"}), HasSubstr("--colour"));
    EXPECT_THAT(usage({"--op"}), HasSubstr("--op"));
    EXPECT_EQ("rtrie: standard input is the table: give the queries as arguments\n", usage({"--table", "-"}));
@@ -407,6 +408,15 @@ TEST_F(Lookup, manyQueries) {
       expected += query + (i % 3 == 1 ? "\t10.1.0.0/16\n" : "\t10.0.0.0/8\n");
    }
    EXPECT_EQ(expected, answers({}, input));
+}
+
+TEST_F(Lookup, csvHasTheNamesOfItsColumns) {
+   const Ran ran = lookup({"--format", "csv", "10.1.2.3", "2001:db8:1::1", "::1"});
+   EXPECT_EQ("query,answer,payload\n10.1.2.3/32,10.1.0.0/16,branch\n2001:db8:1::1/128,2001:db8:1::/48,\n::1/128,-,\n",
+             ran.out);
+   EXPECT_EQ(0, ran.status);
+   EXPECT_EQ("query,answer,payload\n10.0.0.0/8,yes,private\n",
+             lookup({"--format", "csv", "--op", "exact", "10.0.0.0/8"}).out);
 }
 
 }  // namespace LookupTest

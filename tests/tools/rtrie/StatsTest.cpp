@@ -165,5 +165,24 @@ TEST(Stats, tableFromStandardInput) {
    EXPECT_EQ(0, ran.status);
 }
 
+// Each row is what the object has under that name.
+TEST(Stats, speaksRows) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "0.0.0.0/0\n10.0.0.0/8\n10.1.0.0/16\n2001:db8::/32\n");
+   const std::vector<std::string> command = {"stats", "--table", table, "--engine", "multibit", "--format"};
+   const auto as = [&](const char* format) {
+      auto arguments = command;
+      arguments.emplace_back(format);
+      return rtrie(arguments).out;
+   };
+   const std::string tsv = as("tsv");
+   EXPECT_THAT(tsv, testing::StartsWith("engine\tmultibit\nroutes\t4\nlines\t4\n"));
+   EXPECT_THAT(tsv, HasSubstr("\nfamilies.ipv4.routes\t3\n"));
+   EXPECT_THAT(tsv, HasSubstr("\nfamilies.ipv4.routesByLength.16\t1\n"));
+   EXPECT_THAT(tsv, HasSubstr("\nfamilies.ipv6.held\tfalse\n"));
+   EXPECT_THAT(tsv, HasSubstr("\nfamilies.ipv4.levels.0 (/1 to /8).routes\t1\n"));
+   EXPECT_THAT(as("csv"), testing::StartsWith("figure,value\nengine,multibit\n"));
+}
+
 }  // namespace StatsTest
 }  // namespace Rtrie

@@ -43,6 +43,14 @@ TEST(Trace, callsBySummaryAndByList) {
                ContainsRegex("^\\{\"startNs\":[0-9]+,\"elapsedNs\":[0-9]+,\"thread\":[0-9]+,\"source\":"));
    EXPECT_EQ(1201, std::count(jsonList.out.begin(), jsonList.out.end(), '\n'));
    EXPECT_EQ(1202, std::count(list.out.begin(), list.out.end(), '\n'));
+   EXPECT_THAT(rtrie({"trace", "--format", "tsv", path}).out,
+               MatchesRegex("1(\t[0-9]+){4}\tTrieGen\t7\tbool route\\(\\)\n"
+                            "1200(\t[0-9]+){4}\tTrieGen\t12\tvoid routeIs\\(\\)\n"));
+   EXPECT_THAT(rtrie({"trace", "--format", "csv", path}).out,
+               testing::StartsWith("calls,minNs,medianNs,p99Ns,maxNs,source,line,text\n1,"));
+   const Ran csvList = rtrie({"trace", "--format", "csv", "--list", path});
+   EXPECT_THAT(csvList.out, testing::StartsWith("startNs,elapsedNs,thread,source,line,text\n"));
+   EXPECT_EQ(1202, std::count(csvList.out.begin(), csvList.out.end(), '\n'));
    EXPECT_THAT(list.out, ContainsRegex("\n +[0-9]+\\.[0-9]{3} +[0-9]+ +[0-9]+  TrieGen:7 bool route\\(\\)\n$"));
 }
 

@@ -16,6 +16,7 @@
 #include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/Output.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/rtrie/Rows.h"
 #include "tools/rtrie/SurfaceFormat.h"
 #include "tools/rtrie/TableSet.h"
 #include "tools/tables/Messages.h"
@@ -32,6 +33,7 @@ struct InspectFormat {
    std::string_view name;
    std::string_view summary;
    void (*types)(std::span<const Inspect::Type> types, Output& output);
+   void (*begin)(Output& output);  // what stands before the values
    void (*value)(Corenet::AddressFamily af, std::string_view path, const InspectPath::Read& value, Output& output);
 };
 
@@ -58,9 +60,29 @@ void printValueJson(Corenet::AddressFamily af, std::string_view path, const Insp
    jsonLine(output, {{"family", Corenet::stringValue(af).view()}, {"path", path}, {"value", jsonOf(value)}});
 }
 
+template <RowForm form>
+void printValueNames(Output& output) {
+   rowNames(output, form, {"family", "path", "value"});
+}
+
+template <RowForm form>
+void printValueRow(Corenet::AddressFamily af, std::string_view path, const InspectPath::Read& value, Output& output) {
+   row(output, form, {Corenet::stringValue(af).view(), path, value.text});
+}
+
+template <RowForm form>
+void printSurfaceRows(std::span<const Inspect::Type> types, Output& output) {
+   printSurface(types, form, output);
+}
+
 constexpr InspectFormat formats[] = {
-   {"text", "for people", printSurfaceText, printValueText},
-   {"json", "one value for the classes, one object a line for what is read", printSurfaceJson, printValueJson},
+   {"text", "for people", printSurfaceText, [](Output&) {}, printValueText},
+   {"tsv", "module, class, id, name, kind, type, access with tabs between; of what is read, family, path, value",
+    printSurfaceRows<RowForm::tsv>, printValueNames<RowForm::tsv>, printValueRow<RowForm::tsv>},
+   {"csv", "the same with commas, and the names of the columns first", printSurfaceRows<RowForm::csv>,
+    printValueNames<RowForm::csv>, printValueRow<RowForm::csv>},
+   {"json", "one value for the classes, one object a line for what is read", printSurfaceJson, [](Output&) {},
+    printValueJson},
 };
 
 struct InspectOptions {
@@ -117,6 +139,7 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
    const auto report = loadTables(options.table, routes);
    const TableSet tables(engine, routes);
    Output output(STDOUT_FILENO);
+   format.begin(output);
    std::uint64_t faults = report.faults;
    std::uint64_t values = 0;
    for (const InspectPath& path : paths) {
@@ -155,7 +178,7 @@ ExitStatus run(const InspectOptions& options) {
 Run addInspect(CLI::App& app) {
    auto options = std::make_shared<InspectOptions>();
    options->table.addTo(app, false);
-   app.add_option("--format", options->format, "How it is printed")->type_name("FORMAT")->capture_default_str();
+   addFormatOption(app, options->format, "How it is printed");
    app.add_option(
          "NAME", options->names,
          "Without --table, a class; without any, all are shown. With it, what is to be read: an attribute, "

@@ -13,6 +13,7 @@
 #include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/Output.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/rtrie/Rows.h"
 #include "tools/rtrie/TableSet.h"
 #include "tools/tables/Numbers.h"
 #include "tools/tables/PrefixText.h"
@@ -157,22 +158,43 @@ Json familyJson(const Engine& engine, Corenet::AddressFamily af, const RouteSet&
    return object;
 }
 
-// One object; times in seconds.
-void printJson(const Figures& figures, Output& output) {
+// Times in seconds.
+Json jsonOf(const Figures& figures) {
    Json families = Json::array();
    for (auto af : Rtrie::families) {
       families.push_back(familyJson(figures.engine, af, figures.routes, figures.tables.of(af)));
    }
-   jsonLine(output, {{"engine", figures.engine.name},
-                     {"routes", figures.routes.size()},
-                     {"lines", figures.report.lines},
-                     {"faults", figures.report.faults},
-                     {"leftOut", figures.report.leftOut},
-                     {"lost", figures.report.lost},
-                     {"bound", figures.report.bound},
-                     {"readSeconds", figures.report.seconds},
-                     {"insertSeconds", figures.insertSeconds},
-                     {"families", std::move(families)}});
+   return {{"engine", figures.engine.name},          {"routes", figures.routes.size()},
+           {"lines", figures.report.lines},          {"faults", figures.report.faults},
+           {"leftOut", figures.report.leftOut},      {"lost", figures.report.lost},
+           {"bound", figures.report.bound},          {"readSeconds", figures.report.seconds},
+           {"insertSeconds", figures.insertSeconds}, {"families", std::move(families)}};
+}
+
+// One object.
+void printStatsJson(const Figures& figures, Output& output) { jsonLine(output, jsonOf(figures)); }
+
+// Each figure of the object on a line of its own, by the names that lead to it; those in a list by their family or name.
+void printFigures(const std::string& path, const Json& value, RowForm form, Output& output) {
+   if (!value.is_structured()) {
+      row(output, form, {path, value.is_string() ? value.get<std::string>() : value.dump()});
+      return;
+   }
+   for (const auto& [key, each] : value.items()) {
+      std::string name = key;
+      for (const char* naming : {"family", "name"}) {
+         if (value.is_array() && each.contains(naming)) {
+            name = each[naming].get<std::string>();
+         }
+      }
+      printFigures(path.empty() ? name : path + "." + name, each, form, output);
+   }
+}
+
+template <RowForm form>
+void printStatsRows(const Figures& figures, Output& output) {
+   rowNames(output, form, {"figure", "value"});
+   printFigures("", jsonOf(figures), form, output);
 }
 
 struct StatsFormat {
@@ -183,7 +205,9 @@ struct StatsFormat {
 
 constexpr StatsFormat statsFormats[] = {
    {"text", "for people", printText},
-   {"json", "one object", printJson},
+   {"tsv", "a figure a line: its name in the object, tab, value", printStatsRows<RowForm::tsv>},
+   {"csv", "the same with a comma, and the names of the columns first", printStatsRows<RowForm::csv>},
+   {"json", "one object", printStatsJson},
 };
 
 struct StatsOptions {
@@ -214,9 +238,7 @@ ExitStatus run(const StatsOptions& options) {
 Run addStats(CLI::App& app) {
    auto options = std::make_shared<StatsOptions>();
    options->table.addTo(app);
-   app.add_option("--format", options->format, "How the figures are printed")
-      ->type_name("FORMAT")
-      ->capture_default_str();
+   addFormatOption(app, options->format, "How the figures are printed");
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
               helpSection("Formats", summariesOf(std::span<const StatsFormat>(statsFormats))) + "\n" +
               helpSection("Example", "  rtrie stats --table /usr/share/tor/geoip --engine patricia-compact"));

@@ -19,6 +19,7 @@
 #include "tools/rtrie/JsonLine.h"
 #include "tools/rtrie/Output.h"
 #include "tools/rtrie/Registry.h"
+#include "tools/rtrie/Rows.h"
 #include "tools/tables/ByteSource.h"
 #include "tools/tables/Numbers.h"
 
@@ -160,6 +161,28 @@ void printSummaryJson(const std::vector<BriskTrace::Entry>& entries, Output& out
    }
 }
 
+template <RowForm form>
+void printListRows(const std::vector<BriskTrace::Entry>& entries, Output& output) {
+   rowNames(output, form, {"startNs", "elapsedNs", "thread", "source", "line", "text"});
+   for (const auto& entry : entries) {
+      const Call call(entry);
+      row(output, form,
+          {fmt::format("{}", entry.startNs), fmt::format("{}", entry.elapsedNs), fmt::format("{}", entry.thread),
+           call.source, fmt::format("{}", call.line), call.text});
+   }
+}
+
+template <RowForm form>
+void printSummaryRows(const std::vector<BriskTrace::Entry>& entries, Output& output) {
+   rowNames(output, form, {"calls", "minNs", "medianNs", "p99Ns", "maxNs", "source", "line", "text"});
+   for (const Times& times : timesOf(entries)) {
+      row(output, form,
+          {fmt::format("{}", times.calls), fmt::format("{}", times.minNs), fmt::format("{}", times.medianNs),
+           fmt::format("{}", times.p99Ns), fmt::format("{}", times.maxNs), times.call.source,
+           fmt::format("{}", times.call.line), times.call.text});
+   }
+}
+
 struct TraceFormat {
    std::string_view name;
    std::string_view summary;
@@ -169,6 +192,10 @@ struct TraceFormat {
 
 constexpr TraceFormat traceFormats[] = {
    {"text", "for people", printSummaryText, printListText},
+   {"tsv", "what json has, a call a line with tabs between", printSummaryRows<RowForm::tsv>,
+    printListRows<RowForm::tsv>},
+   {"csv", "the same with commas, and the names of the columns first", printSummaryRows<RowForm::csv>,
+    printListRows<RowForm::csv>},
    {"json", "one object a line, times in nanoseconds", printSummaryJson, printListJson},
 };
 
@@ -194,7 +221,7 @@ Run addTrace(CLI::App& app) {
    app.add_option("FILE", options->file, "A file of timed blocks that a program left; - is standard input")
       ->required();
    app.add_flag("--list", options->isList, "Show each call by itself, the oldest first");
-   app.add_option("--format", options->format, "How it is printed")->type_name("FORMAT")->capture_default_str();
+   addFormatOption(app, options->format, "How it is printed");
    app.footer(helpSection("Formats", summariesOf(std::span<const TraceFormat>(traceFormats))) + "\n" +
               helpSection("Example", "  rtrie trace trie.brisk"));
    return [options] { return run(*options); };
