@@ -10,7 +10,7 @@
 #include "tests/property/TrackedSession.h"
 
 namespace Property::Tracked {
-namespace {
+namespace TableTrackedFaultTest {
 
 template <class Table>
 class TableTrackedFaultTest : public TrackedSession<Table> {};
@@ -76,5 +76,5 @@ TYPED_TEST(TableTrackedFaultTest, memoryRunsOut) {
    EXPECT_GT(failures, 50u);
 }
 
-}  // namespace
+}  // namespace TableTrackedFaultTest
 }  // namespace Property::Tracked

@@ -12,7 +12,7 @@
 #include "tests/property/TrackedSession.h"
 
 namespace Property::Tracked {
-namespace {
+namespace TableTrackedTest {
 
 using routetrie::table4;
 using routetrie::table6;
@@ -100,5 +100,5 @@ TYPED_TEST(TableTrackedTest, journalsBringReadersUpToDate) {
    EXPECT_GT(inTime, 0u);
 }
 
-}  // namespace
+}  // namespace TableTrackedTest
 }  // namespace Property::Tracked

@@ -9,7 +9,7 @@
 #include "routetrie/table/Kinds.h"
 
 namespace routetrie::Impl::prefix_filter_test {
-namespace {
+namespace PrefixFilterTest {
 
 template <class P>
 P anyPrefix(std::mt19937_64& random) {
@@ -70,5 +70,5 @@ TEST(PrefixFilter, ofBothFamilies) {
    EXPECT_EQ(32 * 8u, filter.bytes());
 }
 
-}  // namespace
+}  // namespace PrefixFilterTest
 }  // namespace routetrie::Impl::prefix_filter_test

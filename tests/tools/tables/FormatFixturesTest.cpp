@@ -9,7 +9,7 @@
 #include "tests/tools/tables/Fixtures.h"
 
 namespace Rtrie {
-namespace {
+namespace FormatFixturesTest {
 
 std::string textOf(const std::string& file, const LoadOptions& options = {}) {
    const auto loaded = Support::loaded({file}, options);
@@ -67,5 +67,5 @@ TEST(FormatFixtures, anotherTableOrAll) {
                testing::ElementsAre("172.22.0.0/16 via 192.0.2.5 dev d0 table 200"));
 }
 
-}  // namespace
+}  // namespace FormatFixturesTest
 }  // namespace Rtrie

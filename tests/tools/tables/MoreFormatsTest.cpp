@@ -4,7 +4,7 @@
 #include "tools/tables/formats/CsvLines.h"
 
 namespace Rtrie {
-namespace {
+namespace MoreFormatsTest {
 
 using Support::loadedText;
 using testing::ElementsAre;
@@ -165,5 +165,5 @@ TEST(BirdLines, ofVersion1) {
                ElementsAre("10.0.0.0/8 via 192.0.2.3 dev eth0 proto bgp2 path 65002 65003 preference 100"));
 }
 
-}  // namespace
+}  // namespace MoreFormatsTest
 }  // namespace Rtrie
