@@ -38,9 +38,9 @@ inline Loaded loaded(const std::vector<std::string>& files, LoadOptions options 
    }
    result.told = testing::internal::GetCapturedStderr();
    for (const auto af : {Corenet::AddressFamily::ipv4, Corenet::AddressFamily::ipv6}) {
-      set.forEachWithPayload(af, [&](const Corenet::IpGenPrefix& route, std::string_view payload) {
+      set.forEachWithPayload(af, [&](const Corenet::IpGenPrefix& route, const Payload& payload) {
          const std::string text(route.stringValue());
-         result.routes.push_back(payload.empty() ? text : fmt::format("{} {}", text, payload));
+         result.routes.push_back(payload.text.empty() ? text : fmt::format("{} {}", text, payload.text));
          for (const Candidate& each : set.candidates(route)) {
             if (!each.chosen) {
                result.candidates.push_back(

@@ -15,10 +15,10 @@ struct Word {
    std::string_view name;
    std::string_view word;
 };
-constexpr Word words[] = {{"from", "from"},   {"tos", "tos"},     {"nhid", "nhid"},     {"gateway", "via"},
-                          {"via", "via"},     {"dev", "dev"},     {"table", "table"},   {"protocol", "proto"},
-                          {"scope", "scope"}, {"prefsrc", "src"}, {"metric", "metric"}, {"weight", "weight"},
-                          {"pref", "pref"}};
+constexpr Word jsonWords[] = {{"from", "from"},   {"tos", "tos"},     {"nhid", "nhid"},     {"gateway", "via"},
+                              {"via", "via"},     {"dev", "dev"},     {"table", "table"},   {"protocol", "proto"},
+                              {"scope", "scope"}, {"prefsrc", "src"}, {"metric", "metric"}, {"weight", "weight"},
+                              {"pref", "pref"}};
 // What stands elsewhere.
 constexpr std::string_view others[] = {"type", "dst", "flags", "nexthops"};
 
@@ -29,7 +29,7 @@ void put(std::string& line, std::string_view word, std::string_view value) {
 // Attributes of a route or of a next hop. What has no word is put by its name, if it is one value.
 std::string attributesOf(const JsonValue& route) {
    std::string line;
-   for (const Word& each : words) {
+   for (const Word& each : jsonWords) {
       const JsonValue* value = route.at(each.name);
       if (value == nullptr) {
          continue;
@@ -41,7 +41,7 @@ std::string attributesOf(const JsonValue& route) {
       }
    }
    for (std::size_t i = 0; i < route.names.size(); ++i) {
-      const bool isKnown = std::any_of(std::begin(words), std::end(words),
+      const bool isKnown = std::any_of(std::begin(jsonWords), std::end(jsonWords),
                                        [&](const Word& each) { return each.name == route.names[i]; }) ||
                            std::find(std::begin(others), std::end(others), route.names[i]) != std::end(others);
       if (!isKnown && !route.values[i].text.empty()) {

@@ -12,11 +12,11 @@
 namespace Rtrie {
 namespace {
 
-constexpr std::string_view separators = ", \t\r\v\f";
+constexpr std::string_view prefixSeparators = ", \t\r\v\f";
 constexpr std::string_view digits = "0123456789";
 
 std::string_view takeColumn(std::string_view& text) {
-   const auto word = takeWord(text, separators);
+   const auto word = takeWord(text, prefixSeparators);
    text = trimmed(text);
    if (text.starts_with(',')) {
       text = trimmed(text.substr(1));
@@ -83,14 +83,14 @@ bool isPrefixByAs(std::string_view rest) {
 }  // namespace
 
 bool PrefixLines::looksLike(std::string_view line) {
-   const auto first = takeWord(line, separators);
+   const auto first = takeWord(line, prefixSeparators);
    return isPrefixText(first.substr(0, first.find('-')));
 }
 
 void PrefixLines::line(std::string_view text, RouteSet& routes) {
    const std::string_view whole = text;
    text = withoutComment(text);
-   auto first = takeWord(text, separators);
+   auto first = takeWord(text, prefixSeparators);
    const bool isBeforeTab = text.starts_with('\t');
    text = trimmed(text);
    if (text.starts_with(',')) {
