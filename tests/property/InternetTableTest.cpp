@@ -127,7 +127,7 @@ TYPED_TEST(InternetTableTest, wholeTable) {
    if (!isFull()) {
       std::mt19937_64 random(number);
       std::shuffle(routes.begin(), routes.end(), random);
-      routes.resize(std::min<std::size_t>(routes.size(), isSanitized ? 60'000 : 250'000));
+      routes.resize(std::min<std::size_t>(routes.size(), isSanitized ? 60'000 : 100'000));
    }
    this->loadAskAndDelete(std::move(routes), number);
 }
