@@ -1,4 +1,5 @@
 #include "routetrie/family_table.h"
+#include "tests/support/Backwards.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -307,9 +308,11 @@ TEST(Table, insertKeepsWhatIsThere) {
 
 // From a list that the caller keeps, values are copied; from one that is given away, they may be moved.
 TEST(Table, insertingARangeLeavesItWhole) {
-   std::vector<std::pair<prefix4, std::string>> routes{
-      {"10.0.0.0/8"_prefix, "a value that owns the memory of its text"},
-      {"11.0.0.0/8"_prefix, "another value that owns the memory of its text"}};
+   // Literals within a list of pairs are more than clang 14 can take.
+   const prefix4 first = "10.0.0.0/8"_prefix;
+   const prefix4 second = "11.0.0.0/8"_prefix;
+   std::vector<std::pair<prefix4, std::string>> routes{{first, "a value that owns the memory of its text"},
+                                                       {second, "another value that owns the memory of its text"}};
    const auto before = routes;
    table4<std::string> table;
    EXPECT_EQ(2u, table.insert(routes));
@@ -318,7 +321,7 @@ TEST(Table, insertingARangeLeavesItWhole) {
    const table4<std::string> made(routes);
    EXPECT_EQ(before, routes);
    EXPECT_EQ(made, table);
-   const table4<std::string> ofTable(std::views::reverse(made));
+   const table4<std::string> ofTable(TestSupport::backwards(made));
    EXPECT_EQ(made, ofTable);
    table4<std::string> self(made);
    EXPECT_EQ(0u, self.insert(self));
@@ -466,9 +469,11 @@ TEST(Table, walksInOrderBothWays) {
    const std::vector<std::string> order{"0.0.0.0/0 3", "9.255.0.0/16 5", "10.0.0.0/8 2", "10.0.0.0/16 4",
                                         "255.255.255.255/32 1"};
    EXPECT_EQ(order, texts(table));
+#if !defined(__clang__) || __clang_major__ >= 16
    EXPECT_EQ(order, texts(std::views::reverse(std::views::reverse(table))));
+#endif
    std::vector<std::string> back(order.rbegin(), order.rend());
-   EXPECT_EQ(back, texts(std::ranges::subrange(table.rbegin(), table.rend())));
+   EXPECT_EQ(back, texts(TestSupport::Between{table.rbegin(), table.rend()}));
    auto at = table.begin();
    EXPECT_EQ(at++, table.begin());
    EXPECT_EQ(std::ranges::next(table.begin()), at);
@@ -640,7 +645,7 @@ TEST(TableBugs, theEndsOfTheSpaceInSix) {
    EXPECT_EQ("::1"_address, table.same_answer("8::"_address).first);
    EXPECT_EQ("ffff:ffff:ffff:ffff:ffff:ffff:ffff:fffe"_address, table.same_answer("8::"_address).last);
    EXPECT_THAT(texts(table.covered("::/0"_prefix)), testing::SizeIs(2));
-   EXPECT_THAT(texts(table.children("::/0"_prefix) | std::views::reverse), testing::SizeIs(2));
+   EXPECT_THAT(texts(TestSupport::backwards(table.children("::/0"_prefix))), testing::SizeIs(2));
    EXPECT_EQ(table.end(), table.upper_bound(host_prefix(last)));
    EXPECT_EQ(2u, table.erase_covered("::/0"_prefix));
 }
