@@ -304,7 +304,7 @@ class TableSession {
    // Lists longer than `mostListed` are not compared.
    std::string faultAt(const P& p, std::size_t mostListed = ~std::size_t{0}) {
       fault_ = changeFault_;
-      asked_ = &p;
+      asked_ = p;
       const auto exact = oracle.get(p);
       same("contains", flag(table.contains(p)), flag(exact.has_value()));
       same("find", maybe(table.find(p)), exact);
@@ -360,7 +360,7 @@ class TableSession {
             return std::pair(routetrie::host_prefix(x), width);
          }
       }();
-      asked_ = &p;
+      asked_ = p;
       same("match", maybe(table.match(x)), last(above));
       same("shortest_match", maybe(table.shortest_match(x)),
            above.empty() ? std::nullopt : std::optional(above.front()));
@@ -387,7 +387,7 @@ class TableSession {
       const Routes above = oracle.covering(a.bits(), width);
       askCovering(a, above);
       const P host = routetrie::host_prefix(a);
-      asked_ = &host;
+      asked_ = host;
       if constexpr (Table::has_values) {
          const T* const value = table.lookup(a);
          same("lookup", value == nullptr ? std::nullopt : std::optional(Route{P(), NumberIn<T>::numberOf(*value)}),
@@ -460,7 +460,7 @@ class TableSession {
       if (fault_.empty() && found != expected) {
          fault_ =
             fmt::format("{} of {}: found {}, expected {}", question,
-                        asked_ == nullptr ? "all" : fmt::format("{}", *asked_), textOf(found), textOf(expected));
+                        !asked_ ? "all" : fmt::format("{}", *asked_), textOf(found), textOf(expected));
       }
    }
    static std::string textOf(const Routes& routes) {
@@ -478,7 +478,7 @@ class TableSession {
 
    std::string fault_;
    std::string changeFault_;
-   const P* asked_ = nullptr;
+   std::optional<P> asked_;
 };
 
 }  // namespace Property
