@@ -127,9 +127,9 @@ void runFamily(const Options& options, const Table& table, const Updates& update
    }
 }
 
-void initialiseLibrary(char* program) {
+void initialiseLibrary(char* name) {
    std::string interleave = "--benchmark_enable_random_interleaving=true";
-   std::vector<char*> arguments = {program, interleave.data(), nullptr};
+   std::vector<char*> arguments = {name, interleave.data(), nullptr};
    int count = 2;
    benchmark::Initialize(&count, arguments.data());
 }

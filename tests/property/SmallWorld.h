@@ -1,5 +1,5 @@
 // SmallWorld: the 31 prefixes of addresses of four bits, and every set of up to three of them, added in every order and
-// removed in every order, with every question after each step.
+// removed in every order (see removalsOf), with every question after each step.
 //
 // The four bits stand at a place of an address, behind fixed bits; at place 0 the shortest prefix is the default route.
 //
@@ -24,6 +24,10 @@ namespace Property {
 // Sets of up to so many routes, in the world at this place: three at each place only at full size, and a sanitizer has time for
 // pairs only.
 inline std::size_t largestSet(U32 offset) { return sized<std::size_t>(2, offset == 0 ? 3 : 2, 3); }
+
+// In how many orders a set of so many, once added in an order, is removed: in all, but for sets of three, where at less than full size
+// it is one for each order of adding, so that all six come up.
+inline std::size_t removalsOf(std::size_t size) { return size == 3 ? (isFull() ? 6 : 1) : size; }
 
 template <Engine E>
 class SmallWorld {
@@ -104,7 +108,12 @@ class SmallWorld {
          check(engine, maskOf(chosen));
       }
       Chosen order = chosen;
-      std::sort(order.begin(), order.end());
+      const bool inOneOrder = removalsOf(chosen.size()) == 1;
+      if (inOneOrder) {
+         std::rotate(order.begin(), order.begin() + 1, order.end());
+      } else {
+         std::sort(order.begin(), order.end());
+      }
       do {
          ops_.clear();
          E engine;
@@ -118,7 +127,7 @@ class SmallWorld {
             mask &= stays(prefixes_[i]) ? ~0U : ~(1U << i);
             check(engine, mask);
          }
-      } while (fault_.empty() && std::next_permutation(order.begin(), order.end()));
+      } while (!inOneOrder && fault_.empty() && std::next_permutation(order.begin(), order.end()));
    }
 
    void addAll(E& engine, const Chosen& chosen) {

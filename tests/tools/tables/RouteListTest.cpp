@@ -147,7 +147,7 @@ TEST(RouteList, whatCanNotComeBackIsCountedAndNotKept) {
 TEST(RouteList, sealsItselfWhileOnePrefixIsToldOverAndOver) {
    Offers offers;
    RouteList<U32> list(offers);
-   constexpr U32 times = 2'500'000;  // past the number of entries at which the list seals itself
+   constexpr U32 times = 1'100'000;  // past the number of entries at which the list seals itself
    for (U32 i = 0; i < times; ++i) {
       list.add(0x0a000000, 8, i);
    }
