@@ -522,6 +522,12 @@ class basic_table {
       tree_.dump(text);
       return text;
    }
+   // Routes, nodes and bytes by level, and how deep routes lie, by a pass over all nodes (routetrie/statistics.h).
+   table_statistics statistics() const {
+      table_statistics statistics = tree_.statistics();
+      statistics.memory = memory();
+      return statistics;
+   }
    // Bytes, by what they are for; the sum is what the allocator handed out.
    table_memory memory() const noexcept {
       table_memory held = tree_.memory();

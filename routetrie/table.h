@@ -416,6 +416,7 @@ class table {
       return fault.empty() ? v6_.audit() : fault;
    }
    std::string dump() const { return v4_.dump() + v6_.dump(); }
+   both_statistics statistics() const { return {v4_.statistics(), v6_.statistics()}; }
    table_memory memory() const noexcept { return v4_.memory() += v6_.memory(); }
 
   private:

@@ -274,6 +274,7 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
 
    auto audit() const { return table_.audit(); }
    auto dump() const { return table_.dump(); }
+   auto statistics() const { return table_.statistics(); }
    auto memory() const noexcept { return table_.memory(); }
 
   private:

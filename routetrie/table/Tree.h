@@ -58,6 +58,7 @@
 
 #include "routetrie/explanation.h"
 #include "routetrie/platform/Export.h"
+#include "routetrie/statistics.h"
 #include "routetrie/table/Arena.h"
 #include "routetrie/table/Lengths.h"
 #include "routetrie/table/Node.h"
@@ -169,6 +170,7 @@ class ROUTETRIE_EXPORT Tree {
    // What a lookup of these bits reads, for the longest route of at most `length` bits.
    std::vector<lookup_read> readsOf(Bits bits, unsigned length) const;
    table_memory memory() const noexcept;
+   table_statistics statistics() const;  // by a pass over all nodes
 
   private:
    friend struct TreeFault;  // breaks invariants, for the tests of audit()
@@ -176,6 +178,7 @@ class ROUTETRIE_EXPORT Tree {
    class Insertion;
    class Walk;
    class Audit;
+   class Census;
 
    static constexpr unsigned indexDepth = width == 32 ? 18 : 30;
    static constexpr unsigned indexShift = 64 - stride - indexDepth;  // to six bits of the address's first 64

@@ -1,0 +1,101 @@
+// What a tree is made of, level by level.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "routetrie/statistics.h"
+#include "routetrie/table/Tree.h"
+
+namespace routetrie::Impl {
+
+template <unsigned width>
+class Tree<width>::Census {
+  public:
+   explicit Census(const Tree& tree) : tree_(tree) {
+      // A skip may lead to any depth at which a node can stand, a leaf stands at such a depth.
+      levels_.resize(Tree::levels);
+      for (unsigned level = 0; level < Tree::levels; ++level) {
+         levels_[level].depth = level * stride;
+      }
+   }
+
+   // `above`: the nodes from the root to this one, which is not counted.
+   void count(const Node& n, unsigned depth, unsigned above) {
+      table_level& level = levels_[depth / stride];
+      level.bytes += sizeof(Node);
+      if (n.isCompressed()) {
+         if (n.isLeaf()) {
+            ++level.leaves;
+            found(level, 1, above + 1);
+         } else {
+            ++level.skips;
+            count(tree_.node(n.target()), n.length(), above + 1);
+         }
+         return;
+      }
+      ++level.nodes;
+      if (const unsigned routes = n.routeCount(); routes != 0) {
+         found(level, routes, above + 1);
+         level.bytes += std::size_t{valueUnits(routes)} * 2 * tree_.step();
+      }
+      const unsigned children = n.childCount();
+      if (children != 0) {
+         levels_[depth / stride + 1].bytes += (runRoom(children) - children) * sizeof(Node);
+      }
+      for (unsigned i = 0; i < children; ++i) {
+         count(tree_.node(n.childRun + i), depth + stride, above + 1);
+      }
+   }
+
+   table_statistics result() {
+      std::erase_if(levels_, [](const table_level& level) { return level.bytes == 0; });
+      statistics_.levels = std::move(levels_);
+      return std::move(statistics_);
+   }
+
+  private:
+   void found(table_level& level, std::size_t routes, unsigned depth) {
+      level.routes += routes;
+      statistics_.depths += routes * depth;
+      statistics_.worst_depth = std::max(statistics_.worst_depth, depth);
+   }
+
+   const Tree& tree_;
+   std::vector<table_level> levels_;
+   table_statistics statistics_;
+};
+
+template <unsigned width>
+table_statistics Tree<width>::statistics() const {
+   Census census(*this);
+   if (root_ != 0) {
+      census.count(node(root_), 0, 0);
+   }
+   table_statistics statistics = census.result();
+   statistics.routes = size();
+   statistics.memory = memory();
+   return statistics;
+}
+
+template table_statistics Tree<32>::statistics() const;
+template table_statistics Tree<128>::statistics() const;
+
+std::string textOf(const table_statistics& s) {
+   std::string text = fmt::format("routes {}, {:.2f} nodes deep on average, {} at most\n", s.routes,
+                                  s.average_depth(), s.worst_depth);
+   const auto to = std::back_inserter(text);
+   if (!s.levels.empty()) {
+      fmt::format_to(to, "  {:>3}  {:>9}  {:>9}  {:>9}  {:>9}  {:>10}\n", "bit", "nodes", "leaves", "skips", "routes",
+                     "bytes");
+   }
+   for (const table_level& level : s.levels) {
+      fmt::format_to(to, "  {:>3}  {:>9}  {:>9}  {:>9}  {:>9}  {:>10}\n", level.depth, level.nodes, level.leaves,
+                     level.skips, level.routes, level.bytes);
+   }
+   fmt::format_to(to, "bytes {}: nodes {}, values {}, index {}, free {}\n", s.memory.total(), s.memory.nodes,
+                  s.memory.values, s.memory.index, s.memory.free);
+   return text;
+}
+
+}  // namespace routetrie::Impl

@@ -1,0 +1,154 @@
+#include "routetrie/statistics.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <sstream>
+#include <string>
+
+#include "routetrie/table.h"
+
+namespace routetrie {
+namespace StatisticsTest {
+
+using namespace literals;
+
+std::size_t bytesOf(const table_statistics& s) {
+   std::size_t sum = 0;
+   for (const table_level& level : s.levels) {
+      sum += level.bytes;
+   }
+   return sum;
+}
+
+TEST(Statistics, ofAnEmptyTable) {
+   const table4<int> t;
+   const table_statistics s = t.statistics();
+   EXPECT_EQ(0u, s.routes);
+   EXPECT_TRUE(s.levels.empty());
+   EXPECT_EQ(0u, s.nodes());
+   EXPECT_EQ(0.0, s.average_depth());
+   EXPECT_EQ(0u, s.worst_depth);
+   EXPECT_EQ(t.memory().total(), s.memory.total());
+}
+
+TEST(Statistics, theDefaultRouteIsInNoNode) {
+   table6<int> t{{"::/0"_prefix, 1}};
+   EXPECT_EQ(1u, t.statistics().routes);
+   EXPECT_EQ(0u, t.statistics().worst_depth);
+   EXPECT_EQ(0.0, t.statistics().average_depth());
+}
+
+// The root, a node of one route and one child, and that child; a leaf, since its route lies more than twelve bits below the root.
+TEST(Statistics, levelByLevel) {
+   const table4<int> t{
+      {"10.0.0.0/8"_prefix, 1}, {"10.16.0.0/12"_prefix, 2}, {"10.16.0.0/13"_prefix, 3}, {"192.0.2.0/24"_prefix, 4}};
+   const table_statistics s = t.statistics();
+   ASSERT_EQ(3u, s.levels.size()) << s;
+   EXPECT_EQ(0u, s.levels[0].depth);
+   EXPECT_EQ(1u, s.levels[0].nodes);
+   EXPECT_EQ(0u, s.levels[0].routes);
+   EXPECT_EQ(32u, s.levels[0].bytes);
+   EXPECT_EQ(6u, s.levels[1].depth);
+   EXPECT_EQ(1u, s.levels[1].nodes);
+   EXPECT_EQ(1u, s.levels[1].leaves);
+   EXPECT_EQ(3u, s.levels[1].routes);
+   EXPECT_EQ(12u, s.levels[2].depth);
+   EXPECT_EQ(1u, s.levels[2].routes);
+   EXPECT_EQ(4u, s.nodes());
+   EXPECT_EQ(3u, s.worst_depth);
+   EXPECT_DOUBLE_EQ((2 + 2 + 2 + 3) / 4.0, s.average_depth());
+}
+
+TEST(Statistics, aSkipIsALevelOfItsOwn) {
+   const table6<int> t{{"2001:db8::/62"_prefix, 1}, {"2001:db8:0:4::/62"_prefix, 2}};
+   const table_statistics s = t.statistics();
+   ASSERT_EQ(3u, s.levels.size()) << s;
+   EXPECT_EQ(1u, s.levels[1].skips);
+   EXPECT_EQ(0u, s.levels[1].routes);
+   EXPECT_EQ(2u, s.levels[2].routes);
+   EXPECT_EQ(3u, s.worst_depth);
+}
+
+TEST(Statistics, printsItself) {
+   const table4<int> t{{"10.0.0.0/8"_prefix, 1}, {"192.0.2.0/24"_prefix, 4}};
+   std::ostringstream out;
+   out << t.statistics();
+   EXPECT_EQ(out.str(), fmt::format("{}", t.statistics()));
+   EXPECT_THAT(out.str(), testing::StartsWith("routes 2, 2.00 nodes deep on average, 2 at most\n"
+                                              "  bit      nodes     leaves      skips     routes       bytes\n"
+                                              "    0          1          0          0          0          32\n"
+                                              "    6          1          1          0          2  "));
+   EXPECT_THAT(out.str(), testing::HasSubstr(fmt::format("bytes {}: nodes ", t.memory().total())));
+}
+
+TEST(Statistics, ofBothFamilies) {
+   table<std::string> t;
+   t.insert({"10.0.0.0/8"_prefix, "four"});
+   t.insert({"2001:db8::/32"_prefix, "six"});
+   t.insert({"2001:db8::/48"_prefix, "longer"});
+   const both_statistics s = t.statistics();
+   EXPECT_EQ(1u, s.v4.routes);
+   EXPECT_EQ(2u, s.v6.routes);
+   EXPECT_EQ(t.memory().total(), s.v4.memory.total() + s.v6.memory.total());
+   EXPECT_GT(s.v4.memory.values, 0u);
+}
+
+// What the drawing of the tree shows, counted line by line.
+template <class Table>
+void asTheDrawingShows(unsigned seed, unsigned routes) {
+   SCOPED_TRACE("seed " + std::to_string(seed));
+   using P = typename Table::prefix_type;
+   using Word = typename P::Bits::Word;
+   std::mt19937_64 random(seed);
+   Table t;
+   for (unsigned i = 0; i < routes; ++i) {
+      const unsigned length = static_cast<unsigned>(random() % (P::width + 1));
+      const Word near =
+         static_cast<Word>(Word(random() % 64) << (P::width - 8) | Word(random() % 4096) << (P::width - 28));
+      t.insert_or_assign(
+         P::cut(typename P::Bits(random() % 3 == 0 ? static_cast<Word>(random() | Word(near)) : near), length), i);
+   }
+   const table_statistics s = t.statistics();
+   ASSERT_EQ("", t.audit());
+   std::size_t nodes = 0;
+   std::size_t leaves = 0;
+   std::size_t skips = 0;
+   std::istringstream drawing(t.dump());
+   for (std::string line; std::getline(drawing, line);) {
+      nodes += line.find(" node:") != std::string::npos;
+      leaves += line.ends_with(" leaf");
+      skips += line.ends_with(" skip");
+   }
+   std::size_t found[4] = {};
+   for (const table_level& level : s.levels) {
+      found[0] += level.nodes;
+      found[1] += level.leaves;
+      found[2] += level.skips;
+      found[3] += level.routes;
+   }
+   EXPECT_EQ(nodes, found[0]);
+   EXPECT_EQ(leaves, found[1]);
+   EXPECT_EQ(skips, found[2]);
+   EXPECT_EQ(t.size(), found[3] + (t.contains(P()) ? 1 : 0));
+   EXPECT_EQ(t.size(), s.routes);
+   EXPECT_GE(s.worst_depth, s.average_depth());
+   // But for what the tree takes besides, whatever it holds.
+   Table one;
+   one.insert({P(), 0});
+   one.insert({P::cut(typename P::Bits(0), 1), 0});
+   EXPECT_EQ(one.memory().nodes - bytesOf(one.statistics()), t.memory().nodes - bytesOf(s));
+}
+
+TEST(Statistics, asTheDrawingShows) {
+   for (unsigned seed = 1; seed <= 6; ++seed) {
+      asTheDrawingShows<table4<unsigned>>(seed, 5u << (2 * seed));
+      asTheDrawingShows<table6<unsigned>>(seed, 5u << (2 * seed));
+      asTheDrawingShows<table6<std::uint64_t>>(seed, 300);
+   }
+}
+
+}  // namespace StatisticsTest
+}  // namespace routetrie
