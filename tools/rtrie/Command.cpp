@@ -1,7 +1,5 @@
 #include "tools/rtrie/Command.h"
 
-#include <algorithm>
-
 #include "tools/rtrie/Engine.h"
 #include "tools/rtrie/Registry.h"
 
@@ -47,19 +45,6 @@ void addQueries(CLI::App& app, std::vector<std::string>& queries) {
    app.add_option("QUERY", queries,
                   "An address (taken as /32 or /128) or a prefix; without any, one a line from standard input")
       ->type_name("");
-}
-
-void checkStandardInput(const LoadOptions& options, StandardInput use) {
-   const auto times = std::count(options.tables.begin(), options.tables.end(), "-");
-   if (times > 1) {
-      throw UsageError("standard input can be a table only once");
-   }
-   if (times == 1 && use == StandardInput::queries) {
-      throw UsageError("standard input is the table: give the queries as arguments");
-   }
-   if (times == 1 && use == StandardInput::updates) {
-      throw UsageError("standard input holds the updates, and can't be the table");
-   }
 }
 
 std::string helpSection(std::string_view title, std::string_view lines) {

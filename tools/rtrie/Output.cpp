@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -13,11 +14,11 @@ void Output::flush() {
    std::string_view rest(buffer_.data(), buffer_.size());
    while (!rest.empty()) {
       const ssize_t written = write(descriptor_, rest.data(), rest.size());
-      if (written >= 0) {
-         rest.remove_prefix(static_cast<std::size_t>(written));
-      } else if (errno != EINTR) {
+      if (written < 0 && errno != EINTR) {
          throw DataError(fmt::format("cannot write the output: {}", std::strerror(errno)));
       }
+      stopIfInterrupted();  // a signal may have cut the write short
+      rest.remove_prefix(static_cast<std::size_t>(std::max(written, ssize_t{0})));
    }
    buffer_.clear();
 }

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <utility>
 
+#include "tools/tables/Interrupt.h"
+
 namespace Rtrie {
 
 class Output {
@@ -22,8 +24,9 @@ class Output {
       fmt::format_to(std::back_inserter(buffer_), format, std::forward<Args>(args)...);
    }
 
-   // To be called after each line; writes once there is enough.
+   // To be called after each line; writes once there is enough. Raises Interrupted (see Interrupt.h).
    void lineDone() {
+      stopIfInterrupted();
       if (buffer_.size() >= flushBytes) {
          flush();
       }

@@ -8,6 +8,7 @@
 #include <new>
 
 #include "tools/rtrie/Command.h"
+#include "tools/rtrie/CommandLine.h"
 #include "tools/rtrie/Registry.h"
 #include "tools/rtrie/commands/AggregateCommand.h"
 #include "tools/rtrie/commands/DiffCommand.h"
@@ -27,13 +28,14 @@
 namespace Rtrie {
 namespace {
 
-constexpr Command commands[] = {
+constexpr Command commandRows[] = {
    {"lookup", "Load tables and answer queries about their routes", addLookup},
    {"explain", "Load tables and tell why an address or a prefix gets the answer that it gets", addExplain},
    {"diff", "Compare two tables route by route", addDiff,
     "  0                 the tables have the same routes\n"
     "  1                 they differ\n"
-    "  2                 a table or the command line is bad, or the output can't be written\n"},
+    "  2                 a table or the command line is bad, or the output can't be written\n",
+    true, true},
    {"aggregate", "Load tables and print the smallest one that gives every address the same answer", addAggregate},
    {"free", "Load tables and print what they leave free of a prefix", addFree},
    {"verify", "Load tables into every engine and compare what the engines answer", addVerify,
@@ -46,18 +48,8 @@ constexpr Command commands[] = {
    {"dump", "Load tables and print the state of the engine that holds them", addDump},
    {"inspect", "Show the library's classes, or load tables and read an engine's attributes, all by name", addInspect},
    {"trace", "Show how long the calls took that a program recorded", addTrace},
-   {"watch", "Apply updates to a table and print what each of them changed", addWatch},
+   {"watch", "Apply updates to a table and print what each of them changed", addWatch, exitStatusHelp, false},
 };
-
-// The argument parser's text as a message: one line, lower case, without a full stop.
-std::string asMessage(std::string text) {
-   std::replace(text.begin(), text.end(), '\n', ' ');
-   text.erase(text.find_last_not_of(". ") + 1);
-   if (!text.empty() && text.front() >= 'A' && text.front() <= 'Z') {
-      text.front() = static_cast<char>(text.front() - 'A' + 'a');
-   }
-   return text;
-}
 
 ExitStatus runCommandLine(int argc, char** argv) {
    CLI::App app("Keeps IP routes in tries and answers questions about them", "rtrie");
@@ -67,30 +59,20 @@ ExitStatus runCommandLine(int argc, char** argv) {
               helpSection("Example", "  rtrie lookup --table routes.txt 192.0.2.1"));
    app.require_subcommand(0, 1);  // so that a query may be spelled as another command
    std::vector<std::pair<CLI::App*, Run>> runs;
-   for (const Command& command : commands) {
+   for (const Command& command : commandRows) {
       CLI::App* part = app.add_subcommand(std::string(command.name), std::string(command.summary));
-      runs.emplace_back(part, command.add(*part));
-      part->footer(part->get_footer() + "\n\n" + helpSection("Exit status", command.exitStatus));
+      runs.emplace_back(part, addCommand(command, *part));
    }
-   try {
-      app.parse(argc, argv);
-   } catch (const CLI::Success& request) {  // help or version
-      app.exit(request);
+   if (!parse(app, std::vector<std::string>(argv + std::min(argc, 1), argv + argc))) {
       return ExitStatus::ok;
-   } catch (const CLI::ExtrasError& fault) {
-      if (const auto words = app.remaining(); !words.empty() && !words.front().starts_with('-')) {
-         rowNamed(std::span<const Command>(commands), "command", words.front());
-      }
-      throw UsageError(asMessage(fault.what()));
-   } catch (const CLI::ParseError& fault) {
-      throw UsageError(asMessage(fault.what()));
    }
+   Session session(Session::Kind::command);
    for (const auto& [part, run] : runs) {
       if (part->parsed()) {
-         return run();
+         return run(session);
       }
    }
-   throw UsageError(fmt::format("a command is required: known are {}", namesOf(std::span<const Command>(commands))));
+   throw UsageError(fmt::format("a command is required: known are {}", namesOf(commands())));
 }
 
 ExitStatus failed(std::string_view text, ExitStatus status) {
@@ -99,6 +81,8 @@ ExitStatus failed(std::string_view text, ExitStatus status) {
 }
 
 }  // namespace
+
+std::span<const Command> commands() { return commandRows; }
 
 int runProgram(int argc, char** argv) {
    const auto status = [&] {

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <utility>
 
+#include "tools/tables/Interrupt.h"
 #include "tools/tables/Numbers.h"
 
 namespace Rtrie {
@@ -39,6 +40,7 @@ bool Progress::standardErrorShows() { return isatty(STDERR_FILENO) == 1; }
 
 void Progress::update(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes,
                       std::uint64_t lines, std::string_view unit) {
+   stopIfInterrupted();
    if (!shown_) {
       return;
    }

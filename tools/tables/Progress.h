@@ -33,7 +33,7 @@ class Progress {
    // Whether standard error is a terminal.
    static bool standardErrorShows();
 
-   // To be called now and then, at most every few thousand lines; draws when it is time to.
+   // To be called now and then, at most every few thousand lines; draws when it is time to. Raises Interrupted (see Interrupt.h).
    void update(std::string_view name, std::uint64_t positionBytes, std::uint64_t sizeBytes, std::uint64_t lines,
                std::string_view unit = "lines");
 

@@ -33,12 +33,12 @@ PayloadTable withoutPayloads(const RouteSet& routes) {
    return table;
 }
 
-ExitStatus run(const AggregateOptions& options) {
-   checkStandardInput(options);
+ExitStatus run(const AggregateOptions& options, Session& session) {
+   session.checkStandardInput(options);
    const RouteFormat& format = rowNamed(routeFormats(), "format", options.format);
-   RouteSet routes;
-   const auto report = loadTables(options, routes);
-   const PayloadTable table = options.prefixesOnly ? withoutPayloads(routes) : PayloadTable(routes);
+   const auto asked = session.tables(options);
+   const PayloadTable bare = options.prefixesOnly ? withoutPayloads(asked->routes()) : PayloadTable();
+   const PayloadTable& table = options.prefixesOnly ? bare : asked->payloads();
    const auto smallest = routetrie::aggregate(table.routes());
    if (Progress::standardErrorShows()) {
       say(fmt::format("{} routes became {}", grouped(table.routes().size()), grouped(smallest.size())));
@@ -49,7 +49,7 @@ ExitStatus run(const AggregateOptions& options) {
       format.route(route.prefix, table.text(route.value), output);
    }
    output.flush();
-   return report.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
+   return asked.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
 }
 
 }  // namespace
@@ -68,7 +68,7 @@ Run addAggregate(CLI::App& app) {
       helpSection("Examples",
                   "  rtrie aggregate --table routes.txt > fewer.txt\n"
                   "  rtrie aggregate --prefixes-only --table blocked.txt"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

@@ -38,7 +38,7 @@ void printSide(std::string_view sign, std::string_view colour, const Effect& eff
 }
 
 void printDiffText(const Effect& effect, Output& output) {
-   static const Colours colours(STDOUT_FILENO);
+   const Colours colours(STDOUT_FILENO);
    printSide("-", colours.removed(), effect, effect.before, colours, output);
    printSide("+", colours.added(), effect, effect.after, colours, output);
 }
@@ -62,11 +62,15 @@ struct DiffOptions : LoadOptions {
    std::string format = std::string(diffFormats[0].name);
 };
 
-// A table of its own, and what was wrong with it.
-std::uint64_t load(const DiffOptions& options, const std::string& path, RouteSet& routes) {
-   LoadOptions one = options;
-   one.tables = {path};
-   return loadTables(one, routes).faults;
+// A table of its own; without a path, the one that the session has.
+Session::Asked tableOf(const DiffOptions& options, const std::string& path, const Session& session) {
+   LoadOptions one;
+   if (!path.empty()) {
+      one = options;
+      one.tables = {path};
+   }
+   session.checkStandardInput(one);
+   return session.tables(one);
 }
 
 // Calls each(effect) for each difference, and tells whether there is any.
@@ -97,23 +101,22 @@ constexpr auto same = ExitStatus::ok;
 constexpr auto differing = ExitStatus::badData;
 constexpr auto trouble = ExitStatus::badUsage;
 
-ExitStatus run(const DiffOptions& options) try {
+ExitStatus run(const DiffOptions& options, const Session& session) try {
    if (options.a == "-" && options.b == "-") {
       throw UsageError("standard input can be a table only once");
    }
    const DiffFormat& format = rowNamed(std::span<const DiffFormat>(diffFormats), "format", options.format);
-   RouteSet routesOfA;
-   RouteSet routesOfB;
-   std::uint64_t faults = load(options, options.a, routesOfA);
-   faults += load(options, options.b, routesOfB);
-   const PayloadTable a(routesOfA);
-   const PayloadTable b(routesOfB);
+   const bool isBAlone = options.b.empty();
+   const auto askedA = tableOf(options, isBAlone ? "" : options.a, session);
+   const auto askedB = tableOf(options, isBAlone ? options.a : options.b, session);
+   const PayloadTable& a = askedA->payloads();
+   const PayloadTable& b = askedB->payloads();
    Output output(STDOUT_FILENO);
    format.begin(output);
    const bool differs =
       compare(a, b, options.prefixesOnly, [&](const Effect& effect) { format.print(effect, output); });
    output.flush();
-   return faults != 0 ? trouble : differs ? differing : same;
+   return askedA.faults + askedB.faults != 0 ? trouble : differs ? differing : same;
 } catch (const DataError& error) {
    say(error.what());
    return trouble;
@@ -134,7 +137,7 @@ Run addDiff(CLI::App& app) {
               helpSection("Examples",
                           "  rtrie diff yesterday.txt.gz today.txt.gz\n"
                           "  ip route show | rtrie diff wanted.txt -"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

@@ -22,13 +22,12 @@ struct DumpOptions {
    U32 limit = Keel::DumpContext::defaultListLimit;
 };
 
-ExitStatus run(const DumpOptions& options) {
-   options.table.check();
+ExitStatus run(const DumpOptions& options, Session& session) {
+   session.checkStandardInput(options.table);
    const Engine& engine = options.tree ? engineNamed(options.table.engine, Questions::dumpTree, "dump --tree")
                                        : engineNamed(options.table.engine, Questions::dump, "dump");
-   RouteSet routes;
-   const auto report = loadTables(options.table, routes);
-   const TableSet tables(engine, routes);
+   const auto asked = session.tables(options.table);
+   const TableSet& tables = asked->in(engine);
    Output output(STDOUT_FILENO);
    OutputStream stream(output);
    const auto context = Keel::dumpContextFactory(stream);
@@ -49,7 +48,7 @@ ExitStatus run(const DumpOptions& options) {
       }
    }
    output.flush();
-   return report.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
+   return asked.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
 }
 
 }  // namespace
@@ -70,7 +69,7 @@ Run addDump(CLI::App& app) {
       "for records take walk --format json.\n\n" +
       helpSection("Engines", summariesOf(engines())) + "\n" +
       helpSection("Example", "  rtrie dump --table routes.txt --limit 20"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

@@ -107,25 +107,23 @@ struct ExplainOptions : LoadOptions {
    std::vector<std::string> queries;
 };
 
-ExitStatus run(const ExplainOptions& options) {
-   checkStandardInput(options, options.queries.empty() ? StandardInput::queries : StandardInput::free);
+ExitStatus run(const ExplainOptions& options, Session& session) {
+   session.checkStandardInput(options, options.queries.empty() ? StandardInput::queries : StandardInput::free);
    const ExplainFormat& format = rowNamed(std::span<const ExplainFormat>(explainFormats), "format", options.format);
-   RouteSet routes;
-   routes.candidatesAreKept();
-   const auto report = loadTables(options, routes);
-   const PayloadTable table(routes);
+   const auto asked = session.tables(options, Candidates::kept);
+   const PayloadTable& table = asked->payloads();
    Output output(STDOUT_FILENO);
    if (format.print == printCsv) {
       rowNames(output, RowForm::csv, {"query", "prefix", "payload", "verdict", "why"});
    }
-   const auto asked = forEachQuery(
+   const auto counts = forEachQuery(
       options.queries,
       [&](const Corenet::IpGenPrefix& query, std::string_view) {
-         format.print(reasonsFor(query, table, routes), output);
+         format.print(reasonsFor(query, table, asked->routes()), output);
       },
       [&] { output.flush(); });
    output.flush();
-   return exitStatusOf(report.faults + asked.faults, asked.faults == 0 || asked.answered != 0);
+   return exitStatusOf(asked.faults + counts.faults, counts.faults == 0 || counts.answered != 0);
 }
 
 }  // namespace
@@ -145,7 +143,7 @@ Run addExplain(CLI::App& app) {
       helpSection("Examples",
                   "  rtrie explain --table routes.txt 192.0.2.1 2001:db8::/32\n"
                   "  ip route show table all | rtrie explain --table - 192.0.2.1"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

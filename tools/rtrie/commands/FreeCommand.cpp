@@ -75,8 +75,8 @@ Corenet::IpGenPrefix poolOf(const FreeOptions& options) {
    return pool;
 }
 
-ExitStatus run(const FreeOptions& options) {
-   checkStandardInput(options);
+ExitStatus run(const FreeOptions& options, Session& session) {
+   session.checkStandardInput(options);
    const FreeFormat& format = rowNamed(std::span<const FreeFormat>(freeFormats), "format", options.format);
    const Corenet::IpGenPrefix pool = poolOf(options);
    // Neither is an assignment: the default route, and the pool's own.
@@ -85,9 +85,8 @@ ExitStatus run(const FreeOptions& options) {
       ignored.insert(prefixOfOption(text));
    }
    const auto takes = [&](const auto& route) { return !ignored.contains(route.prefix); };
-   RouteSet routes;
-   const auto report = loadTables(options, routes);
-   const PayloadTable table(routes);
+   const auto asked = session.tables(options);
+   const PayloadTable& table = asked->payloads();
    Output output(STDOUT_FILENO);
    format.begin(output);
    std::uint64_t left = options.count.value_or(~std::uint64_t{0});
@@ -108,7 +107,7 @@ ExitStatus run(const FreeOptions& options) {
       print(routetrie::free_blocks(table.routes(), pool, takes));
    }
    output.flush();
-   return report.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
+   return asked.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
 }
 
 }  // namespace
@@ -132,7 +131,7 @@ Run addFree(CLI::App& app) {
       helpSection("Examples",
                   "  rtrie free --table assigned.txt --within 10.0.0.0/16 --length 24 --count 1\n"
                   "  rtrie free --table assigned.txt --within 2001:db8::/32"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

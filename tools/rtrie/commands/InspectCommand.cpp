@@ -126,8 +126,8 @@ InspectPath::Read readOf(const RouteTable& table, const InspectPath& path) {
    return path.read(table.objectWith(path.steps().front().field));
 }
 
-ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& format) {
-   options.table.check();
+ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& format, const Session& session) {
+   session.checkStandardInput(options.table);
    const std::vector<InspectPath> paths(options.names.begin(), options.names.end());
    if (paths.empty()) {
       throw UsageError("what is to be read of the table? give a path, such as routes");
@@ -135,21 +135,20 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
    const bool readsFields = !std::all_of(paths.begin(), paths.end(), isCount);
    const Engine& engine =
       engineNamed(options.table.engine, readsFields ? Questions::object : Questions::none, "fields to read by name");
-   RouteSet routes;
-   const auto report = loadTables(options.table, routes);
-   const TableSet tables(engine, routes);
+   const auto asked = session.tables(options.table);
+   const TableSet tables(engine, asked->routes());  // its own: what is called by name may change it
    Output output(STDOUT_FILENO);
    format.begin(output);
-   std::uint64_t faults = report.faults;
+   std::uint64_t faults = asked.faults;
    std::uint64_t values = 0;
    for (const InspectPath& path : paths) {
-      bool asked = false;
+      bool isAsked = false;
       for (const auto af : families) {
          const auto& table = tables.of(af).table;
          if (!table || !path.suits(af)) {
             continue;
          }
-         asked = true;
+         isAsked = true;
          try {
             format.value(af, path.text(), readOf(*table, path), output);
             output.lineDone();
@@ -159,7 +158,7 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
             say(fault.what());
          }
       }
-      if (!asked) {
+      if (!isAsked) {
          ++faults;
          say(fmt::format("no table of engine \"{}\" is of the family of \"{}\"", engine.name, path.text()));
       }
@@ -168,9 +167,17 @@ ExitStatus readAttributes(const InspectOptions& options, const InspectFormat& fo
    return exitStatusOf(faults, values != 0);
 }
 
-ExitStatus run(const InspectOptions& options) {
+// Names of classes ask for them; in a shell other names are of what its tables have.
+bool asksForTypes(const InspectOptions& options, const Session& session) {
+   return options.table.tables.empty() &&
+          (session.used() == nullptr || std::all_of(options.names.begin(), options.names.end(), [](const auto& name) {
+              return Inspect::findType(name).has_value();
+           }));
+}
+
+ExitStatus run(const InspectOptions& options, const Session& session) {
    const InspectFormat& format = rowNamed(std::span<const InspectFormat>(formats), "format", options.format);
-   return options.table.tables.empty() ? showTypes(options, format) : readAttributes(options, format);
+   return asksForTypes(options, session) ? showTypes(options, format) : readAttributes(options, format, session);
 }
 
 }  // namespace
@@ -190,7 +197,7 @@ Run addInspect(CLI::App& app) {
               helpSection("Examples",
                           "  rtrie inspect TrieGen\n"
                           "  rtrie inspect --table routes.txt routes TrieGen::routes \"longestMatch(10.1.2.3/32)\""));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

@@ -37,19 +37,16 @@ const RouteTable& tableFor(Corenet::AddressFamily af, std::string_view text, con
    throw BadText(fmt::format("engine \"{}\" holds no {} routes: \"{}\"", engine.name, familyName(af), text));
 }
 
-ExitStatus run(const LookupOptions& options) {
-   checkStandardInput(options.table, options.queries.empty() ? StandardInput::queries : StandardInput::free);
+ExitStatus run(const LookupOptions& options, Session& session) {
+   session.checkStandardInput(options.table, options.queries.empty() ? StandardInput::queries : StandardInput::free);
    const Engine& engine = engineNamed(options.table.engine);
    const Op& op = opOfEngine(options.op, engine, engines());
    const AnswerFormat& format = rowNamed(answerFormats(), "format", options.format);
-   RouteSet routes;
    const bool tellsCandidates = op.isAboutQuery && format.tellsCandidates;
-   if (tellsCandidates) {
-      routes.candidatesAreKept();
-   }
-   const auto report = loadTables(options.table, routes);
+   const auto asked = session.tables(options.table, tellsCandidates ? Candidates::kept : Candidates::dropped);
+   const RouteSet& routes = asked->routes();
+   const TableSet& tables = asked->in(engine);
    Output output(STDOUT_FILENO);
-   const TableSet tables(engine, routes);
    const auto writer = format.writer(
       output, [&](const Corenet::IpGenPrefix& route) { return tables.payload(route); }, op);
    if (tellsCandidates) {
@@ -65,9 +62,9 @@ ExitStatus run(const LookupOptions& options) {
       }
       writer->write(query, answer);
    };
-   const QueryCounts asked = forEachQuery(options.queries, ask, [&] { writer->flush(); });
+   const QueryCounts counts = forEachQuery(options.queries, ask, [&] { writer->flush(); });
    writer->flush();
-   return exitStatusOf(report.faults + asked.faults, asked.faults == 0 || asked.answered != 0);
+   return exitStatusOf(asked.faults + counts.faults, counts.faults == 0 || counts.answered != 0);
 }
 
 }  // namespace
@@ -83,7 +80,7 @@ Run addLookup(CLI::App& app) {
               helpSection("Example",
                           "  rtrie lookup --table /usr/share/tor/geoip --table /usr/share/tor/geoip6 "
                           "192.0.2.1 2001:db8::/32"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

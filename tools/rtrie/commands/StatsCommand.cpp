@@ -215,22 +215,21 @@ struct StatsOptions {
    std::string format = std::string(statsFormats[0].name);
 };
 
-ExitStatus run(const StatsOptions& options) {
-   options.table.check();
+ExitStatus run(const StatsOptions& options, Session& session) {
+   session.checkStandardInput(options.table);
    const Engine& engine = engineNamed(options.table.engine);
    const StatsFormat& format = rowNamed(std::span<const StatsFormat>(statsFormats), "format", options.format);
-   RouteSet routes;
-   const auto report = loadTables(options.table, routes);
-   const TableSet tables(engine, routes);
+   const auto asked = session.tables(options.table);
+   const TableSet& tables = asked->in(engine);
 
    double insertSeconds = 0;
    for (auto af : families) {
       insertSeconds += tables.of(af).seconds;
    }
    Output output(STDOUT_FILENO);
-   format.print({engine, routes, tables, report, insertSeconds}, output);
+   format.print({engine, asked->routes(), tables, asked->report(), insertSeconds}, output);
    output.flush();
-   return report.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
+   return asked.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
 }
 
 }  // namespace
@@ -242,7 +241,7 @@ Run addStats(CLI::App& app) {
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
               helpSection("Formats", summariesOf(std::span<const StatsFormat>(statsFormats))) + "\n" +
               helpSection("Example", "  rtrie stats --table /usr/share/tor/geoip --engine patricia-compact"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

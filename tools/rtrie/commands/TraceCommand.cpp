@@ -205,7 +205,8 @@ struct TraceOptions {
    bool isList = false;
 };
 
-ExitStatus run(const TraceOptions& options) {
+ExitStatus run(const TraceOptions& options, const Session& session) {
+   session.checkFile(options.file);
    const TraceFormat& format = rowNamed(std::span<const TraceFormat>(traceFormats), "format", options.format);
    const TraceContent content(options.file);
    Output output(STDOUT_FILENO);
@@ -224,7 +225,7 @@ Run addTrace(CLI::App& app) {
    addFormatOption(app, options->format, "How it is printed");
    app.footer(helpSection("Formats", summariesOf(std::span<const TraceFormat>(traceFormats))) + "\n" +
               helpSection("Example", "  rtrie trace trie.brisk"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

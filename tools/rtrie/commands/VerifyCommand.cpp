@@ -98,12 +98,13 @@ std::vector<const Engine*> enginesOf(const VerifyOptions& options) {
    return chosen;
 }
 
-ExitStatus run(const VerifyOptions& options) {
-   checkStandardInput(options);
+ExitStatus run(const VerifyOptions& options, Session& session) {
+   session.checkStandardInput(options);
    const VerifyFormat& format = rowNamed(std::span<const VerifyFormat>(verifyFormats), "format", options.format);
    const auto chosen = enginesOf(options);
-   RouteSet routes;
-   std::uint64_t faults = loadTables(options, routes).faults;
+   const auto asked = session.tables(options);
+   const RouteSet& routes = asked->routes();
+   std::uint64_t faults = asked.faults;
    Output output(STDOUT_FILENO);
    format.begin(output);
    std::uint64_t verifiedEngines = 0;
@@ -166,7 +167,7 @@ Run addVerify(CLI::App& app) {
       helpSection("Examples",
                   "  rtrie verify --table routes.txt\n"
                   "  rtrie verify --table routes.txt --engine table --engine multibit"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

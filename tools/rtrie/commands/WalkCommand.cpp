@@ -31,8 +31,8 @@ void walk(const TableSet& tables, const RouteTable::Prefix& prefix, const RouteF
    });
 }
 
-ExitStatus run(const WalkOptions& options) {
-   options.table.check();
+ExitStatus run(const WalkOptions& options, Session& session) {
+   session.checkStandardInput(options.table);
    const Engine& engine = engineNamed(options.table.engine, Questions::subtree, "walk");
    const RouteFormat& format = rowNamed(routeFormats(), "format", options.format);
    RouteTable::Prefix prefix;
@@ -43,9 +43,8 @@ ExitStatus run(const WalkOptions& options) {
          throw UsageError(fault.what());
       }
    }
-   RouteSet routes;
-   const auto report = loadTables(options.table, routes);
-   const TableSet tables(engine, routes);
+   const auto asked = session.tables(options.table);
+   const TableSet& tables = asked->in(engine);
    Output output(STDOUT_FILENO);
    format.begin(output);
    if (!options.prefix.empty()) {
@@ -55,7 +54,7 @@ ExitStatus run(const WalkOptions& options) {
       walk(tables, Corenet::Ip6Prefix(), format, output);
    }
    output.flush();
-   return report.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
+   return asked.faults == 0 ? ExitStatus::ok : ExitStatus::badData;
 }
 
 }  // namespace
@@ -68,7 +67,7 @@ Run addWalk(CLI::App& app) {
    app.footer(helpSection("Engines", summariesOf(engines())) + "\n" +
               helpSection("Formats", summariesOf(routeFormats())) + "\n" +
               helpSection("Example", "  rtrie walk --table routes.txt 10.0.0.0/8"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie

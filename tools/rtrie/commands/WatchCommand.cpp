@@ -406,8 +406,8 @@ void tellPassedOver(const UpdateLines& lines) {
    tell(lines.otherObjects(), "of links, addresses, neighbours and other objects");
 }
 
-ExitStatus run(const WatchOptions& options) {
-   checkStandardInput(options, StandardInput::updates);
+ExitStatus run(const WatchOptions& options, Session& session) {
+   session.checkStandardInput(options, StandardInput::updates);
    const WatchFormat& format = rowNamed(std::span<const WatchFormat>(watchFormats), "format", options.format);
    RouteSet routes;
    routes.candidatesAreKept();
@@ -495,7 +495,7 @@ Run addWatch(CLI::App& app) {
                   "  echo '+ 192.0.2.0/24 via 198.51.100.1' | rtrie watch --table routes.txt\n"
                   "  ip monitor route | rtrie watch --table <(ip route show table all)\n"
                   "  ip monitor route | rtrie watch --table <(ip route show table all) --route-table 100"));
-   return [options] { return run(*options); };
+   return [options](Session& session) { return run(*options, session); };
 }
 
 }  // namespace Rtrie
