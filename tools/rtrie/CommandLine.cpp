@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "tools/rtrie/Registry.h"
+#include "tools/tables/TableFormat.h"
 
 namespace Rtrie {
 namespace {
@@ -25,6 +26,22 @@ Run addCommand(const Command& command, CLI::App& app) {
    Run run = command.add(app);
    app.footer(app.get_footer() + "\n\n" + helpSection("Exit status", command.exitStatus));
    return run;
+}
+
+ProgramLine programLine() {
+   ProgramLine line{std::make_unique<CLI::App>("Keeps IP routes in tries and answers questions about them", "rtrie"),
+                    {}};
+   CLI::App& app = *line.app;
+   app.set_version_flag("--version", std::string("rtrie ") + RTRIE_VERSION);
+   app.footer(helpSection("Table formats, told by content", summariesOf(tableFormats())) + "\n" +
+              helpSection("Exit status", exitStatusHelp) + "\n" +
+              helpSection("Example", "  rtrie lookup --table routes.txt 192.0.2.1"));
+   app.require_subcommand(0, 1);  // so that a query may be spelled as another command
+   for (const Command& command : commands()) {
+      CLI::App* part = app.add_subcommand(std::string(command.name), std::string(command.summary));
+      line.runs.emplace_back(part, addCommand(command, *part));
+   }
+   return line;
 }
 
 bool parse(CLI::App& app, const std::vector<std::string>& words) {

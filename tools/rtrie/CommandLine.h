@@ -5,12 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include <functional>
 #include <memory>
-#include <optional>
-#include <span>
 #include <string>
-#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "tools/rtrie/Command.h"
@@ -19,6 +16,13 @@ namespace Rtrie {
 
 // Adds the command's options and its help, exit status and all, to its part of a command line.
 Run addCommand(const Command& command, CLI::App& app);
+
+// The program's whole line, and what each of its commands would run.
+struct ProgramLine {
+   std::unique_ptr<CLI::App> app;
+   std::vector<std::pair<const CLI::App*, Run>> runs;
+};
+ProgramLine programLine();
 
 // Has the app read the words. False if they asked for help or the version, which is printed. Raises UsageError.
 bool parse(CLI::App& app, const std::vector<std::string>& words);

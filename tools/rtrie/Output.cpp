@@ -15,7 +15,12 @@ void Output::flush() {
    while (!rest.empty()) {
       const ssize_t written = write(descriptor_, rest.data(), rest.size());
       if (written < 0 && errno != EINTR) {
-         throw DataError(fmt::format("cannot write the output: {}", std::strerror(errno)));
+         const bool isReaderGone = errno == EPIPE;
+         const std::string fault = fmt::format("cannot write the output: {}", std::strerror(errno));
+         if (isReaderGone) {
+            throw ReaderGone(fault);
+         }
+         throw DataError(fault);
       }
       stopIfInterrupted();  // a signal may have cut the write short
       rest.remove_prefix(static_cast<std::size_t>(std::max(written, ssize_t{0})));

@@ -10,8 +10,14 @@
 #include <utility>
 
 #include "tools/tables/Interrupt.h"
+#include "tools/tables/TableErrors.h"
 
 namespace Rtrie {
+
+// Nobody reads the output any more: the other end of a pipe was closed.
+struct ReaderGone : DataError {
+   using DataError::DataError;
+};
 
 class Output {
   public:

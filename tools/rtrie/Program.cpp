@@ -17,13 +17,13 @@
 #include "tools/rtrie/commands/FreeCommand.h"
 #include "tools/rtrie/commands/InspectCommand.h"
 #include "tools/rtrie/commands/LookupCommand.h"
+#include "tools/rtrie/commands/ShellCommand.h"
 #include "tools/rtrie/commands/StatsCommand.h"
 #include "tools/rtrie/commands/TraceCommand.h"
 #include "tools/rtrie/commands/VerifyCommand.h"
 #include "tools/rtrie/commands/WalkCommand.h"
 #include "tools/rtrie/commands/WatchCommand.h"
 #include "tools/tables/Messages.h"
-#include "tools/tables/TableFormat.h"
 
 namespace Rtrie {
 namespace {
@@ -47,27 +47,23 @@ constexpr Command commandRows[] = {
    {"walk", "Load tables and print their routes in order", addWalk},
    {"dump", "Load tables and print the state of the engine that holds them", addDump},
    {"inspect", "Show the library's classes, or load tables and read an engine's attributes, all by name", addInspect},
+   {"shell", "Load tables once and run commands on them, line by line", addShell,
+    "  0                 all lines did what they were to do, or a terminal gave them\n"
+    "  1                 some line did not, or some input was bad\n"
+    "  2                 the command line asks for something that does not exist\n"
+    "  3                 nothing was usable, or the output can't be written\n",
+    false},
    {"trace", "Show how long the calls took that a program recorded", addTrace},
    {"watch", "Apply updates to a table and print what each of them changed", addWatch, exitStatusHelp, false},
 };
 
 ExitStatus runCommandLine(int argc, char** argv) {
-   CLI::App app("Keeps IP routes in tries and answers questions about them", "rtrie");
-   app.set_version_flag("--version", std::string("rtrie ") + RTRIE_VERSION);
-   app.footer(helpSection("Table formats, told by content", summariesOf(tableFormats())) + "\n" +
-              helpSection("Exit status", exitStatusHelp) + "\n" +
-              helpSection("Example", "  rtrie lookup --table routes.txt 192.0.2.1"));
-   app.require_subcommand(0, 1);  // so that a query may be spelled as another command
-   std::vector<std::pair<CLI::App*, Run>> runs;
-   for (const Command& command : commandRows) {
-      CLI::App* part = app.add_subcommand(std::string(command.name), std::string(command.summary));
-      runs.emplace_back(part, addCommand(command, *part));
-   }
-   if (!parse(app, std::vector<std::string>(argv + std::min(argc, 1), argv + argc))) {
+   const ProgramLine line = programLine();
+   if (!parse(*line.app, std::vector<std::string>(argv + std::min(argc, 1), argv + argc))) {
       return ExitStatus::ok;
    }
    Session session(Session::Kind::command);
-   for (const auto& [part, run] : runs) {
+   for (const auto& [part, run] : line.runs) {
       if (part->parsed()) {
          return run(session);
       }
