@@ -6,9 +6,11 @@
 namespace Rtrie {
 
 void addLoadOptions(CLI::App& app, LoadOptions& options, bool needsTable) {
-   app.add_option("--table", options.tables,
-                  "A table of routes, plain or as .gz, .bz2, .xz or .zst; - is standard input. Can be given again")
-      ->type_name("FILE")
+   app.add_option(
+         "--table", options.tables,
+         "A table of routes, plain or as .gz, .bz2, .xz or .zst; - is standard input, kernel: what this machine's "
+         "kernel has, kernel:NAME its routing table or VRF of that name or number. Can be given again")
+      ->type_name("FILE|kernel:[NAME]")
       ->allow_extra_args(false)
       ->required(needsTable);
    addSelectionOptions(app, options);
@@ -22,7 +24,8 @@ void addSelectionOptions(CLI::App& app, LoadOptions& options) {
       ->type_name("ADDRESS|AS|all");
    app.add_option(
          "--route-table,--vrf", options.routeTable,
-         "Of what ip route, FRR or BIRD print, the routes of this routing table or VRF, or of all; main unless given")
+         "Of what ip route, FRR or BIRD print or the kernel has, the routes of this routing table or VRF, or of all; "
+         "main unless given")
       ->type_name("NAME|ID|all");
    app.add_option_function<std::string>(
          "--host-bits", [&options](const std::string& what) { options.masksHostBits = what == "mask"; },

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 #include "tools/tables/Numbers.h"
@@ -59,36 +60,49 @@ bool PeerName::isOf(std::string_view address, std::string_view as) const {
 
 RouteTableNames::RouteTableNames() : ids_{{"default", 253}, {"main", 254}, {"local", 255}} {}
 
-void RouteTableNames::add(std::string_view text) {
+namespace {
+
+void forEachNumberedLine(std::string_view text, const std::function<void(U32 number, std::string_view name)>& each) {
    while (!text.empty()) {
       auto line = withoutComment(trimmed(takeField(text, '\n')));
-      const auto id = idOf(takeWord(line));
+      const auto number = idOf(takeWord(line));
       const auto name = takeWord(line);
-      if (id && !name.empty()) {
-         ids_.insert_or_assign(std::string(name), *id);
+      if (number && !name.empty()) {
+         each(*number, name);
       }
    }
 }
 
-RouteTableNames RouteTableNames::ofThisMachine() {
-   RouteTableNames names;
-   const auto addFile = [&](const std::filesystem::path& path) {
-      std::ifstream file(path);
-      names.add(std::string(std::istreambuf_iterator<char>(file), {}));
+}  // namespace
+
+void forEachNumberedName(std::string_view file, const std::function<void(U32 number, std::string_view name)>& each) {
+   const auto readFile = [&](const std::filesystem::path& path) {
+      std::ifstream stream(path);
+      forEachNumberedLine(std::string(std::istreambuf_iterator<char>(stream), {}), each);
    };
    // Where both are there, /etc has what was changed on this machine.
    for (const std::filesystem::path folder : {"/usr/lib/iproute2", "/usr/share/iproute2", "/etc/iproute2"}) {
-      addFile(folder / "rt_tables");
+      readFile(folder / file);
       std::error_code noFolder;
       std::vector<std::filesystem::path> more;
-      for (const auto& entry : std::filesystem::directory_iterator(folder / "rt_tables.d", noFolder)) {
+      for (const auto& entry : std::filesystem::directory_iterator(folder / fmt::format("{}.d", file), noFolder)) {
          if (entry.path().extension() == ".conf") {
             more.push_back(entry.path());
          }
       }
       std::sort(more.begin(), more.end());
-      std::for_each(more.begin(), more.end(), addFile);
+      std::for_each(more.begin(), more.end(), readFile);
    }
+}
+
+void RouteTableNames::add(std::string_view text) {
+   forEachNumberedLine(text, [&](U32 id, std::string_view name) { ids_.insert_or_assign(std::string(name), id); });
+}
+
+RouteTableNames RouteTableNames::ofThisMachine() {
+   RouteTableNames names;
+   forEachNumberedName("rt_tables",
+                       [&](U32 id, std::string_view name) { names.ids_.insert_or_assign(std::string(name), id); });
    return names;
 }
 

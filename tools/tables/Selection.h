@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -29,6 +30,10 @@ class PeerName {
    std::string as_;
    bool isAll_ = false;
 };
+
+// What iproute2's files of that name say on this machine (rt_tables, rt_protos, ...), those under NAME.d too: a number and its
+// name a line. The last of a number counts.
+void forEachNumberedName(std::string_view file, const std::function<void(U32 number, std::string_view name)>& each);
 
 // The names of the kernel's routing tables: main, local, default, and those that this machine's /etc/iproute2 gives.
 class RouteTableNames {

@@ -18,6 +18,7 @@
 #include "tools/tables/TableErrors.h"
 #include "tools/tables/TableFormat.h"
 #include "tools/tables/Words.h"
+#include "tools/tables/kernel/KernelTable.h"
 #include "tools/tables/mrt/MrtRecords.h"
 #include "tools/tables/mrt/MrtRoutes.h"
 #include "tools/tables/mrt/MrtTable.h"
@@ -271,6 +272,20 @@ class Loader {
    SelectedBy selectedBy_ = SelectedBy::nothing;
 };
 
+KernelRead loadKernel(KernelTable table, bool strict, RouteSet& routes, Progress& progress) {
+   const KernelRead read =
+      table.read(routes, [&](std::uint64_t count) { progress.update(table.name(), 0, 0, count, "routes"); });
+   progress.hide();
+   if (strict && read.faults > 0) {
+      throw DataError(
+         fmt::format("{}: {} bad {}", table.name(), grouped(read.faults), read.faults == 1 ? "message" : "messages"));
+   }
+   if (!read.isConsistent) {
+      say(fmt::format("{}: routes changed while they were read: some may be missing", table.name()));
+   }
+   return read;
+}
+
 void tellUnanswering(const std::string& names, const RouteSet& routes) {
    constexpr std::string_view where = "lookup --op exact --format json shows";
    if (const std::uint64_t lost = routes.lost(); lost > 0) {
@@ -308,6 +323,18 @@ LoadReport loadTables(const LoadOptions& options, RouteSet& routes) {
    bool hasRouteTables = false;
    for (const std::string& path : options.tables) {
       Progress progress(Progress::standardErrorShows());
+      if (isKernelTable(path)) {
+         const KernelRead read = loadKernel(KernelTable(path, selection), options.strict, routes, progress);
+         report.lines += read.routes;
+         report.faults += read.faults;
+         hasRouteTables = true;
+         names += (names.empty() ? "" : ", ") + path;
+         if (read.routes == 0 && options.tables.size() > 1) {
+            say(fmt::format("{}: the table has no routes", path));
+            ++report.faults;
+         }
+         continue;
+      }
       Loader loader(path, options.strict, selection, routes, progress);
       loader.load();
       report.lines += loader.lines();
@@ -325,8 +352,8 @@ LoadReport loadTables(const LoadOptions& options, RouteSet& routes) {
       throw DataError(fmt::format("{}: --peer is for MRT and lines of bgpdump -m, and this is neither", names));
    }
    if (!options.routeTable.empty() && !hasRouteTables) {
-      throw DataError(
-         fmt::format("{}: --route-table is for what ip route, FRR and BIRD print, and this is not", names));
+      throw DataError(fmt::format(
+         "{}: --route-table is for what ip route, FRR and BIRD print or a kernel has, and this is not", names));
    }
    routes.seal();
    report.lost = routes.lost();

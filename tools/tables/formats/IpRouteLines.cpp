@@ -23,11 +23,11 @@ constexpr std::string_view typeWords[] = {
    "6",       "7",     "8",         "9",         "10",      "11"};
 // What can follow the destination.
 constexpr std::string_view attributeWords[] = {
-   "via", "dev",  "proto", "scope", "src",     "metric", "table",    "nhid", "weight",  "tos",   "encap",
-   "mtu", "pref", "error", "from",  "expires", "onlink", "linkdown", "dead", "nexthop", "realm", "\\"};
+   "via",  "dev",   "proto", "scope",   "src",    "metric",   "table", "nhid",    "weight", "tos",    "encap", "mtu",
+   "pref", "error", "from",  "expires", "onlink", "linkdown", "dead",  "nexthop", "realm",  "realms", "\\"};
 // Those of them, and of what comes later, whose value is the next word and no attribute.
-constexpr std::string_view valueWords[] = {"dev",   "proto", "scope",   "nhid", "weight", "realm",   "expires",
-                                           "error", "uid",   "congctl", "iif",  "oif",    "protocol"};
+constexpr std::string_view valueWords[] = {"dev",     "proto", "scope", "nhid",    "weight", "realm", "realms",
+                                           "expires", "error", "uid",   "congctl", "iif",    "oif",   "protocol"};
 constexpr std::string_view nothing[] = {"::", "0.0.0.0", "::/0", "0.0.0.0/0", "0/0", "all", "any", "default"};
 constexpr std::string_view noTos[] = {"0", "0x0", "0x00", "default"};
 
