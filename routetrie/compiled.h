@@ -269,7 +269,7 @@ using compiled_set = compiled_table<void>;
 
 // What answers as the table does now.
 template <unsigned width, class T>
-basic_compiled_table<width, T> compile(const basic_table<width, T>& routes) {
+basic_compiled_table<width, T> compile(const basic_questions<width, T>& routes) {
    return basic_compiled_table<width, T>(routes);
 }
 template <class T>

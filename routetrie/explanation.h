@@ -76,12 +76,14 @@ struct table_memory {
    std::size_t values = 0;  // in slots of their own
    std::size_t index = 0;   // direct tables of the first bits
    std::size_t free = 0;    // handed out, and empty for now
-   std::size_t total() const noexcept { return nodes + values + index + free; }
+   std::size_t old = 0;     // replaced, and kept for snapshots or until readers have gone
+   std::size_t total() const noexcept { return nodes + values + index + free + old; }
    table_memory& operator+=(const table_memory& other) noexcept {
       nodes += other.nodes;
       values += other.values;
       index += other.index;
       free += other.free;
+      old += other.old;
       return *this;
    }
 };

@@ -57,6 +57,8 @@ class Refresh {
    // Where the sweep goes on: the first route at this place or behind it.
    std::pair<Bits, unsigned> place() const noexcept { return {bits_, passed_}; }
 
+   bool isTouched(Bits bits, unsigned length) const noexcept { return touched_.find(bits, length) != nullptr; }
+
    const Tree<width>& touched() const noexcept { return touched_; }
    bool isPassed(Bits bits, unsigned length) const noexcept {
       return bits < bits_ || (bits == bits_ && length < passed_);

@@ -272,6 +272,10 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
       told();
    }
 
+   // The routes as they are now; within a batch, as it has left them so far.
+   auto snapshot() { return table_.snapshot(); }
+   void reclaim() noexcept { table_.reclaim(); }
+
    auto audit() const { return table_.audit(); }
    auto dump() const { return table_.dump(); }
    auto statistics() const { return table_.statistics(); }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 
 namespace routetrie::Impl {
 
@@ -10,16 +11,24 @@ struct Arena::Chunk {
    U32 next : 26;
    U32 list : 6;  // `lists`: in none, as nothing is free
    U32 previous : 26;
-   U32 blockClass : 6;
+   U32 blockClass : 5;
+   U32 isLong : 1;  // has what comes behind the links
    U32 nextOfAll;
    U32 previousOfAll;
+   // Only of chunks of trees that have had versions:
+   U64 epoch;
+   // Only where the arena marks its own:
+   U64 batch;   // in which the marks were made; those of another mean nothing
+   U64 own[2];  // units that were given out in it
 
    U128 freeBits() const noexcept { return U128{free[1]} << 64 | free[0]; }
 };
 
 namespace {
 
-constexpr std::size_t headerBytes = 32;
+constexpr std::size_t headerBytes = 64;
+constexpr std::size_t unmarkedBytes = 40;  // of a header without marks
+constexpr std::size_t shortBytes = 32;     // of one without an epoch
 
 constexpr U128 ones(unsigned count) noexcept { return count >= 128 ? ~U128{0} : (U128{1} << count) - 1; }
 int lowest(U128 bits) noexcept {
@@ -49,51 +58,93 @@ unsigned listOf(U128 free, unsigned none) noexcept {
 
 Arena::Chunk& Arena::chunk(U32 block) const noexcept { return *static_cast<Chunk*>(Region::at(base_, block)); }
 
-unsigned Arena::headerUnits() const noexcept { return static_cast<unsigned>((headerBytes - 1) >> unitShift_) + 1; }
+unsigned Arena::headerUnits(bool isLong) const noexcept {
+   const std::size_t bytes = !isLong ? shortBytes : marksOwn() ? headerBytes : unmarkedBytes;
+   return static_cast<unsigned>((bytes - 1) >> unitShift_) + 1;
+}
+unsigned Arena::headerUnits(const Chunk& c) const noexcept { return headerUnits(c.isLong != 0); }
+U64 Arena::epochOf(const Chunk& c) noexcept { return c.isLong != 0 ? c.epoch : 1; }
 
-void Arena::link(U32 block, Chunk& c) noexcept {
+void Arena::link(U32 block, Chunk& c, Lists& in) noexcept {
    if (c.list == lists) {
       return;
    }
-   U32& list = lists_[c.list];
-   c.next = list & 0x3ffffff;
+   U32& first = in.first[c.list];
+   c.next = first & 0x3ffffff;
    c.previous = 0;
-   if (list != 0) {
-      chunk(list).previous = block & 0x3ffffff;
-   }
-   list = block;
+   (first != 0 ? chunk(first).previous : in.last[c.list]) = block & 0x3ffffff;
+   first = block;
 }
 
-void Arena::unlink(U32, Chunk& c) noexcept {
+void Arena::unlink(U32, Chunk& c, Lists& in) noexcept {
    if (c.list == lists) {
       return;
    }
    if (c.next != 0) {
       chunk(c.next).previous = c.previous;
+   } else {
+      in.last[c.list] = c.previous;
    }
    if (c.previous != 0) {
       chunk(c.previous).next = c.next;
    } else {
-      lists_[c.list] = c.next;
+      in.first[c.list] = c.next;
    }
 }
 
-void Arena::setFree(U32 block, Chunk& c, U128 free) noexcept {
+void Arena::setFree(U32 block, Chunk& c, U128 free, Lists& in) noexcept {
    c.free[0] = static_cast<U64>(free);
    c.free[1] = static_cast<U64>(free >> 64);
    const unsigned list = listOf(free, lists);
    if (list != c.list) {
-      unlink(block, c);
+      unlink(block, c, in);
       c.list = list & 63;
-      link(block, c);
+      link(block, c, in);
    }
 }
 
+U64 Arena::epochOf(U32 at) const noexcept { return epochOf(chunk(blockOf(at))); }
+
+bool Arena::owns(U32 at) const noexcept {
+   const U32 block = blockOf(at);
+   const Chunk& c = chunk(block);
+   if (epochOf(c) <= epochs_->seen) {
+      return false;
+   }
+   if (epochs_->batch == 0) {
+      return true;
+   }
+   if (!marksOwn() || c.isLong == 0 || c.batch != epochs_->batch) {
+      return false;
+   }
+   const unsigned unit = at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);
+   return (c.own[unit / 64] >> unit % 64 & 1) != 0;
+}
+
+void Arena::join(Lists& from, Lists& to) noexcept {
+   for (unsigned list = 0; list < lists; ++list) {
+      if (from.first[list] == 0) {
+         continue;
+      }
+      U32& first = to.first[list];
+      if (first != 0) {
+         chunk(from.last[list]).next = first & 0x3ffffff;
+         chunk(first).previous = from.last[list] & 0x3ffffff;
+      } else {
+         to.last[list] = from.last[list];
+      }
+      first = from.first[list];
+   }
+   from = {};
+}
+
 U32 Arena::addChunk(unsigned units) {
-   static_assert(sizeof(Chunk) == headerBytes);
-   const std::size_t needed = std::bit_ceil((std::size_t{units} << unitShift_) + headerBytes);
+   static_assert(sizeof(Chunk) == headerBytes && offsetof(Chunk, batch) == unmarkedBytes &&
+                 offsetof(Chunk, epoch) == shortBytes);
+   const bool isLong = epochs_->now != 1 || epochs_->batch != 0;
+   const std::size_t needed = std::bit_ceil(std::size_t{units + headerUnits(isLong)} << unitShift_);
    const std::size_t most = std::size_t{128} << unitShift_;
-   const std::size_t wanted = std::clamp(std::bit_floor(heldBytes_ / 4), Region::bytesOf(0), most);
+   const std::size_t wanted = std::clamp(std::bit_floor(heldBytes() / 4), Region::bytesOf(0), most);
    const std::size_t bytes = std::max(needed, wanted);
    const auto blockClass = static_cast<unsigned>(std::countr_zero(bytes)) - Region::unitShift;
    const U32 block = Region::take(blockClass);
@@ -101,14 +152,16 @@ U32 Arena::addChunk(unsigned units) {
    Chunk& c = chunk(block);
    c = Chunk{};
    c.list = lists;
-   c.blockClass = blockClass & 63;
+   c.blockClass = blockClass & 31;
+   c.isLong = isLong ? 1 : 0;
+   c.epoch = epochs_->now;
    c.nextOfAll = all_;
    if (all_ != 0) {
       chunk(all_).previousOfAll = block;
    }
    all_ = block;
-   heldBytes_ += bytes;
-   setFree(block, c, ones(static_cast<unsigned>(bytes >> unitShift_)) & ~ones(headerUnits()));
+   heldBlocks_ += static_cast<U32>(bytes >> Region::unitShift);
+   setFree(block, c, ones(static_cast<unsigned>(bytes >> unitShift_)) & ~ones(headerUnits(c)), lists_);
    return block;
 }
 
@@ -116,7 +169,7 @@ U32 Arena::allocate(unsigned units) {
    Region::mayFail();
    U32 block = 0;
    for (auto list = static_cast<unsigned>(std::bit_width(units - 1)); list < lists && block == 0; ++list) {
-      block = lists_[list];
+      block = lists_.first[list];
    }
    if (block == 0) {
       block = addChunk(units);
@@ -124,28 +177,37 @@ U32 Arena::allocate(unsigned units) {
    Chunk& c = chunk(block);
    const U128 free = c.freeBits();
    const int from = lowest(runsOf(free, units));
-   setFree(block, c, free & ~(ones(units) << from));
+   const U128 run = ones(units) << from;
+   setFree(block, c, free & ~run, lists_);
+   if (epochs_->batch != 0 && marksOwn() && c.isLong != 0) {
+      if (c.batch != epochs_->batch) {
+         c.batch = epochs_->batch;
+         c.own[0] = c.own[1] = 0;
+      }
+      c.own[0] |= static_cast<U64>(run);
+      c.own[1] |= static_cast<U64>(run >> 64);
+   }
    usedUnits_ += units;
    return static_cast<U32>((std::size_t{block} << Region::unitShift >> unitShift_) + static_cast<unsigned>(from));
 }
 
-void Arena::release(U32 at, unsigned units) noexcept {
+void Arena::release(U32 at, unsigned units, Lists& in) noexcept {
    const U32 block = blockOf(at);
    Chunk& c = chunk(block);
    const unsigned first = at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);
    const U128 free = c.freeBits() | ones(units) << first;
    usedUnits_ -= units;
    const std::size_t bytes = Region::bytesOf(c.blockClass);
-   if (free != (ones(static_cast<unsigned>(bytes >> unitShift_)) & ~ones(headerUnits()))) {
-      setFree(block, c, free);
+   if (free != (ones(static_cast<unsigned>(bytes >> unitShift_)) & ~ones(headerUnits(c)))) {
+      setFree(block, c, free, in);
       return;
    }
-   unlink(block, c);
+   unlink(block, c, in);
    if (c.nextOfAll != 0) {
       chunk(c.nextOfAll).previousOfAll = c.previousOfAll;
    }
    (c.previousOfAll != 0 ? chunk(c.previousOfAll).nextOfAll : all_) = c.nextOfAll;
-   heldBytes_ -= bytes;
+   heldBlocks_ -= static_cast<U32>(bytes >> Region::unitShift);
    Region::give(block);
 }
 
@@ -156,9 +218,9 @@ void Arena::clear() noexcept {
       block = next;
    }
    all_ = 0;
-   std::fill(std::begin(lists_), std::end(lists_), U32{0});
+   lists_ = {};
    usedUnits_ = 0;
-   heldBytes_ = 0;
+   heldBlocks_ = 0;
 }
 
 const char* Arena::audit(std::vector<Run> runs) const {
@@ -173,7 +235,8 @@ const char* Arena::audit(std::vector<Run> runs) const {
       const U32 block = blockOf(run.at);
       const unsigned first = run.at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);
       const Chunk& c = chunk(block);
-      if (first < headerUnits() || ((std::size_t{first} + run.units) << unitShift_) > Region::bytesOf(c.blockClass)) {
+      if (first < headerUnits(c) ||
+          ((std::size_t{first} + run.units) << unitShift_) > Region::bytesOf(c.blockClass)) {
          return "a run is not within a chunk";
       }
       if ((c.freeBits() & ones(run.units) << first) != 0) {
@@ -189,13 +252,13 @@ const char* Arena::audit(std::vector<Run> runs) const {
       const Chunk& c = chunk(block);
       const std::size_t bytes = Region::bytesOf(c.blockClass);
       held += bytes;
-      used += (bytes >> unitShift_) - headerUnits() -
+      used += (bytes >> unitShift_) - headerUnits(c) -
               static_cast<unsigned>(std::popcount(c.free[0]) + std::popcount(c.free[1]));
       if (c.list != listOf(c.freeBits(), lists)) {
          return "a chunk is in the wrong list";
       }
    }
-   return held != heldBytes_ ? "chunks are counted wrong" : used != usedUnits_ ? "units are counted wrong" : "";
+   return held != heldBytes() ? "chunks are counted wrong" : used != usedUnits_ ? "units are counted wrong" : "";
 }
 
 }  // namespace routetrie::Impl

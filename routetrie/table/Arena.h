@@ -2,7 +2,7 @@
 //
 //    chunk: a block of 256 bytes up to 128 units, at a multiple of its size
 //    +--------+----------+--------+----- ... ---+
-//    | header | run of 3 |  free  | run of 4    |        header: a bit for each unit that is free; links
+//    | header | run of 3 |  free  | run of 4    |        header: a bit for each unit that is free; links; epoch
 //    +--------+----------+--------+----- ... ---+
 //
 // A run lies in one chunk. It gives units of its end back without asking for any, so taking a route out of a tree needs no memory.
@@ -10,6 +10,13 @@
 // knows whether there is room behind it mostly is not. Chunks are in lists by the longest run that is free in them: list k holds those
 // where it has 2^k units or more and fewer than 2^(k+1). A chunk that is empty goes back. The first chunks are small, and each next
 // may be as large as a quarter of all before it.
+//
+// A tree has versions (Store.h), and a run must not be written while an older version than the one that is changed has it. A chunk
+// holds runs of one epoch, which is a number that grows with each snapshot: whatever lies in a chunk of an epoch that a snapshot has
+// seen is as old as that, and such a chunk gives out no runs, though it takes them back. Chunks from before the first snapshot need no
+// number for it: they are of epoch 1. Trees that publish a version with every
+// change note besides, a bit for each unit, which runs were given out since the last one; arenas of small units, where that would
+// not pay, say that none were.
 // Tested by tests/table/ArenaTest.cpp.
 #pragma once
 
@@ -20,9 +27,23 @@
 
 namespace routetrie::Impl {
 
+// What the arenas of a tree are told of its versions.
+struct Epochs {
+   U64 now = 1;
+   U64 seen = 0;   // the last one that a snapshot has seen which is still there
+   U64 batch = 0;  // grows as versions are published; 0: none are
+};
+
 class ROUTETRIE_EXPORT Arena {
   public:
    static constexpr unsigned mostUnits = 64;  // in a run
+
+   static constexpr unsigned lists = 7;
+   // The chunks with free units, by the longest run that is free in them.
+   struct Lists {
+      U32 first[lists]{};
+      U32 last[lists]{};
+   };
 
    explicit Arena(unsigned unitShift) noexcept : unitShift_(static_cast<U8>(unitShift)) {}  // log2 of a unit's bytes
    Arena(const Arena&) = delete;
@@ -32,16 +53,34 @@ class ROUTETRIE_EXPORT Arena {
    // Runs are known by the number of their first unit, counted from the region's base; never 0.
    U32 allocate(unsigned units);  // std::bad_alloc without memory
    // Frees a run, or a part of one.
-   void release(U32 at, unsigned units) noexcept;
+   void release(U32 at, unsigned units) noexcept { release(at, units, lists_); }
+   // The same where chunks of its epoch are in lists that were set aside.
+   void release(U32 at, unsigned units, Lists& lists) noexcept;
    void clear() noexcept;
+
+   //--- versions
+   // From now on it goes by these, which live as long.
+   void follow(const Epochs& epochs) noexcept { epochs_ = &epochs; }
+   U64 epochOf(U32 at) const noexcept;
+   // Whether nothing older than the version that is changed has the run that this unit is in.
+   bool owns(U32 at) const noexcept;
+   // A new epoch begins: the chunks of the one before go to the lists.
+   void setAside(Lists& aside) noexcept {
+      aside = lists_;
+      lists_ = {};
+   }
+   // There is no snapshot any more from the epoch of these lists up to those that get them, or to now.
+   void join(Lists& from, Lists& to) noexcept;
+   void join(Lists& from) noexcept { join(from, lists_); }
    // Fetches ahead what a change of that run reads. Requires: it is one.
    void prefetch(U32 at) const noexcept {
       __builtin_prefetch(base_ + (std::size_t{at} << unitShift_));
       __builtin_prefetch(Region::at(base_, blockOf(at)));
    }
 
+   unsigned unitShift() const noexcept { return unitShift_; }
    std::size_t usedBytes() const noexcept { return std::size_t{usedUnits_} << unitShift_; }
-   std::size_t heldBytes() const noexcept { return heldBytes_; }
+   std::size_t heldBytes() const noexcept { return std::size_t{heldBlocks_} << Region::unitShift; }
 
    // For audits: "" or what is broken. `runs` are all that the tree holds, in any order.
    struct Run {
@@ -52,7 +91,7 @@ class ROUTETRIE_EXPORT Arena {
 
   private:
    struct Chunk;
-   static constexpr unsigned lists = 7;
+   static constexpr Epochs noEpochs{};
 
    Chunk& chunk(U32 block) const noexcept;
    U32 blockOf(U32 at) const noexcept {
@@ -60,18 +99,22 @@ class ROUTETRIE_EXPORT Arena {
       const unsigned blockClass = Region::classAt(byte);
       return static_cast<U32>(byte >> (Region::unitShift + blockClass) << blockClass);
    }
-   unsigned headerUnits() const noexcept;
+   unsigned headerUnits(bool isLong) const noexcept;
+   unsigned headerUnits(const Chunk& chunk) const noexcept;
+   static U64 epochOf(const Chunk& chunk) noexcept;
    U32 addChunk(unsigned units);
-   void link(U32 block, Chunk& chunk) noexcept;
-   void unlink(U32 block, Chunk& chunk) noexcept;
-   void setFree(U32 block, Chunk& chunk, U128 free) noexcept;
+   bool marksOwn() const noexcept { return unitShift_ >= 5; }
+   void link(U32 block, Chunk& chunk, Lists& lists) noexcept;
+   void unlink(U32 block, Chunk& chunk, Lists& lists) noexcept;
+   void setFree(U32 block, Chunk& chunk, U128 free, Lists& lists) noexcept;
 
    std::byte* base_ = nullptr;  // the region's; null while there is no chunk
-   U32 all_ = 0;                // list of all chunks
-   U32 lists_[lists]{};         // see above
-   U32 usedUnits_ = 0;          // in runs
+   const Epochs* epochs_ = &noEpochs;
+   Lists lists_;         // of chunks of epochs that no snapshot has seen
+   U32 all_ = 0;         // list of all chunks
+   U32 usedUnits_ = 0;   // in runs
+   U32 heldBlocks_ = 0;  // of 256 bytes
    U8 unitShift_;
-   std::size_t heldBytes_ = 0;
 };
 
 }  // namespace routetrie::Impl

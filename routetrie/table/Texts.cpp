@@ -44,6 +44,10 @@ void throwBulkSizes(std::size_t addresses, std::size_t answers) {
    throw std::invalid_argument(fmt::format("room for {} answers to {} addresses", answers, addresses));
 }
 
+void throwHeldValue() {
+   throw std::logic_error("a value that a snapshot holds cannot be changed, as it cannot be copied");
+}
+
 void throwNoBudget() { throw std::invalid_argument("a budget of no routes"); }
 void throwNoMark() { throw std::logic_error("a table that is not marked has nothing to sweep"); }
 

@@ -32,6 +32,7 @@ void Tree<width>::swap(Tree& other) noexcept {
    std::swap(valueSize_, other.valueSize_);
    std::swap(step_, other.step_);
    std::swap(hasDefault_, other.hasDefault_);
+   std::swap(publishes_, other.publishes_);
    // Neither has had it before.
    generation_ = other.generation_ = std::max(generation_, other.generation_) + 1;
 }
@@ -40,7 +41,7 @@ template <unsigned width>
 Tree<width> Tree<width>::clone() const {
    Tree copy(valueSize_);
    if (root_ != 0) {
-      copy.needStore();
+      copy.needRoot();
       copy.node(copy.root_) = copyOf(node(root_), copy);
    }
    copy.default_ = default_;
@@ -81,9 +82,10 @@ Node Tree<width>::copyOf(const Node& n, Tree& to) const {
 
 template <unsigned width>
 void Tree<width>::forget() noexcept {
-   dropIndex();
    store_.reset();
    root_ = 0;
+   index_ = 0;
+   pages_ = 0;
    size_ = 0;
    hasDefault_ = false;
 }

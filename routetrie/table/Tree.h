@@ -46,6 +46,14 @@
 //   7. size() is the number of routes.
 //
 // All numbers are of 32 bits and count from the base of the region (Region.h), which never moves.
+//
+// Versions. snapshot() gives a tree that stays as this one is, over the same nodes. From then on a change first copies what it is about
+// to write and the snapshot has seen: the runs on the way from the root, for the numbers that lead to a run stand in the run above it,
+// and the pages of the index that these runs stand in (TreeOwn.cpp). What it has copied once is the tree's own, so the next change there
+// is as any other; and where a run is the tree's own, so is all that leads to it. Where there are no versions, nothing of this happens.
+//
+// A tree that publishes gives away a version with each change or batch of them, so each begins with nothing of its own. To copy less,
+// its index has no marked numbers.
 // Tested by tests/table/TreeTest.cpp, tests/table/TreeRandomTest.cpp, tests/property/TableRandomTest.cpp.
 #pragma once
 
@@ -62,6 +70,7 @@
 #include "routetrie/table/Arena.h"
 #include "routetrie/table/Lengths.h"
 #include "routetrie/table/Node.h"
+#include "routetrie/table/Store.h"
 
 namespace routetrie::Impl {
 
@@ -79,11 +88,13 @@ class ROUTETRIE_EXPORT Tree {
    using Bits = Corenet::AddressBits<width>;
 
    // `valueSize`: 0, 1, 2, 4 or 8 bytes, aligned to their size.
-   explicit Tree(unsigned valueSize) noexcept
-      : valueSize_(static_cast<U8>(valueSize)), step_(static_cast<U8>(bytesInRun(valueSize))) {}
+   explicit Tree(unsigned valueSize, bool publishes = false) noexcept
+      : valueSize_(static_cast<U8>(valueSize)),
+        step_(static_cast<U8>(bytesInRun(valueSize))),
+        publishes_(publishes) {}
    Tree(Tree&& other) noexcept;
    Tree& operator=(Tree&& other) noexcept;
-   ~Tree() { forget(); }
+   ~Tree() = default;
    void swap(Tree& other) noexcept;
    Tree clone() const;
 
@@ -156,12 +167,26 @@ class ROUTETRIE_EXPORT Tree {
       bool created;
    };
    // Finds the route or makes it. `make` is called for one that is made, with room for the bytes of its value, when all memory is
-   // there; where the value lies in the end is in the answer.
-   Inserted insert(Bits bits, unsigned length, void (*make)(void* context, void* value), void* context);
-   // Needs no memory. The bytes of the value go to `oldValue`, if that is not null.
-   bool erase(Bits bits, unsigned length, void* oldValue) noexcept;
+   // there; where the value lies in the end is in the answer. `writes`: the value of one that was there is to be written.
+   Inserted insert(Bits bits, unsigned length, void (*make)(void* context, void* value), void* context,
+                   bool writes = false);
+   // Needs no memory where there are no versions. The bytes of the value go to `oldValue`, if that is not null.
+   bool erase(Bits bits, unsigned length, void* oldValue);
+   // After it erase() needs none, of this route and as the next change.
+   void prepareErase(Bits bits, unsigned length);
    void clear() noexcept;
-   void* findForChange(Bits bits, unsigned length) { return const_cast<void*>(find(bits, length)); }
+
+   //--- versions: what they hold of a value in a slot is its number; the slots are the table's
+
+   // What is written now may be read by others as well: snapshots, or whoever has a version that was published.
+   bool isVersioned() const noexcept { return store_ != nullptr && store_->isVersioned(); }
+   // A tree to be read, that stays as this one is now. It refers to memory of this one, which has to be held as long, by a Hold or
+   // by readers that are waited for.
+   Tree frozen() const noexcept;
+   // The memory of the tree and its versions, made if there is none; std::bad_alloc.
+   const std::shared_ptr<Store>& store();
+   // The same as it is: null if there is none.
+   const std::shared_ptr<Store>& storeIfAny() const noexcept { return store_; }
 
    //--- for developers
 
@@ -188,16 +213,11 @@ class ROUTETRIE_EXPORT Tree {
    static constexpr unsigned pageBits = 9;
    static constexpr unsigned topBits = width == 32 ? 9 : 12;
    static constexpr unsigned pageDepth = indexDepth - pageBits;  // bits that lead to a page of numbers of nodes
-   static constexpr unsigned pageClass = 3, topClass = width == 32 ? 3 : 6;
    static constexpr std::size_t pageBytes = std::size_t{4} << pageBits, topBytes = std::size_t{4} << topBits;
    static constexpr std::size_t indexFrom = width == 32 ? 32768 : 8192, indexUntil = indexFrom / 4;  // routes
    static constexpr std::size_t indexBytesARoute = width == 32 ? 40 : 16;  // pages are made while they cost no more
 
-   struct Store {
-      explicit Store(unsigned valueSize) noexcept : nodes(5), values(valueSize == 8 ? 4 : 3) {}
-      Arena nodes;
-      Arena values;  // a unit is room for two
-   };
+   static constexpr unsigned pageUnits = pageBytes >> Region::unitShift, topUnits = topBytes >> Region::unitShift;
 
    ROUTETRIE_INLINE const Node* nodes() const noexcept {
       return static_cast<const Node*>(static_cast<const void*>(base_));
@@ -268,7 +288,9 @@ class ROUTETRIE_EXPORT Tree {
    //--- the index
    U32* page(U32 block) const noexcept { return static_cast<U32*>(Region::at(base_, block)); }
    U32* slotOf(Bits bits) const noexcept;  // null: no page
-   U32* openPage(Bits bits) noexcept;      // null: it would not pay, or no memory
+   U32* ownSlotOf(Bits bits) noexcept;     // the same, to be written; without memory for that, the index goes
+   bool ownPage(U32& block, unsigned units);
+   U32* openPage(Bits bits) noexcept;  // null: it would not pay, or no memory
    U32 standing(Bits bits, unsigned atDepth) const noexcept;
    template <class Visit>
    void standings(U32 at, unsigned depth, Bits bits, Bits within, unsigned shared, Visit&& visit) const;
@@ -282,6 +304,11 @@ class ROUTETRIE_EXPORT Tree {
 
    //--- changes
    void needStore();
+   void needRoot();
+   bool tend() noexcept;  // before a change; whether there are versions
+   void own(Bits bits, unsigned length, bool writesValue);
+   U32 ownRun(U32 run, unsigned count);
+   void ownValues(Node& n);
    U32 startFor(Bits bits, unsigned length, unsigned& depth) const noexcept;
    bool shape(Node& n, Bits bits, unsigned depth) noexcept;
    Node leafFrom(const Node& n, Bits bits, unsigned depth) noexcept;
@@ -302,7 +329,7 @@ class ROUTETRIE_EXPORT Tree {
    void forget() noexcept;
 
    std::byte* base_ = Region::nothing();
-   std::unique_ptr<Store> store_;  // comes with the first route
+   std::shared_ptr<Store> store_;  // comes with the first route; a frozen one has none
    std::size_t size_ = 0;
    std::uint64_t generation_ = 0;
    U64 default_ = 0;  // value of the default route
@@ -312,6 +339,7 @@ class ROUTETRIE_EXPORT Tree {
    U8 valueSize_;
    U8 step_;
    bool hasDefault_ = false;
+   bool publishes_;
 };
 
 //--- lookups ---

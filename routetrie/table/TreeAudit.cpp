@@ -39,15 +39,21 @@ class Tree<width>::Audit {
          fault_ =
             fmt::format("size() is {}, and {} routes are there", tree_.size_, routes_ + (tree_.hasDefault_ ? 1 : 0));
       }
+      if (fault_.empty()) {
+         checkIndex();
+      }
       if (fault_.empty() && tree_.store_ != nullptr) {
+         const Store& store = *tree_.store_;
+         store.addDead(Store::ofNodes, nodeRuns_);
+         store.addDead(Store::ofValues, valueRuns_);
+         store.addDead(Store::ofPages, pageRuns_);
          if (const char* fault = tree_.store_->nodes.audit(nodeRuns_); *fault != 0) {
             fault_ = fmt::format("runs of nodes: {}", fault);
          } else if (fault = tree_.store_->values.audit(valueRuns_); *fault != 0) {
             fault_ = fmt::format("runs of values: {}", fault);
+         } else if (fault = tree_.store_->hasPages() ? tree_.store_->pages().audit(pageRuns_) : ""; *fault != 0) {
+            fault_ = fmt::format("pages of the index: {}", fault);
          }
-      }
-      if (fault_.empty()) {
-         checkIndex();
       }
       return fault_;
    }
@@ -132,8 +138,11 @@ class Tree<width>::Audit {
 
    void checkIndex() {
       if (tree_.index_ == 0) {
+         // One that could not be retired is read by nobody, but its pages are there.
+         holdPages(tree_.store_ != nullptr ? tree_.store_->lostIndex() : 0);
          return;
       }
+      holdPages(tree_.index_);
       std::size_t told = 0;
       tree_.standings(tree_.root_, 0, Bits(), Bits(), 0, [&](Bits bits, U32 at) {
          const U32* const slot = tree_.slotOf(bits);
@@ -173,11 +182,31 @@ class Tree<width>::Audit {
       }
    }
 
+   void holdPages(U32 top) {
+      if (top == 0) {
+         return;
+      }
+      hold(pageRuns_, top, topUnits);
+      for (unsigned i = 0; i < 1u << topBits; ++i) {
+         const U32 block = tree_.page(top)[i];
+         if (block == 0) {
+            continue;
+         }
+         hold(pageRuns_, block, pageUnits);
+         for (unsigned j = 0; width == 128 && j < 1u << pageBits; ++j) {
+            if (const U32 last = tree_.page(block)[j]; last != 0) {
+               hold(pageRuns_, last, pageUnits);
+            }
+         }
+      }
+   }
+
    const Tree& tree_;
    std::string fault_;
    std::size_t routes_ = 0;
    std::vector<Arena::Run> nodeRuns_;
    std::vector<Arena::Run> valueRuns_;
+   std::vector<Arena::Run> pageRuns_;
 };
 
 template <unsigned width>

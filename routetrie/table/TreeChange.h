@@ -17,19 +17,20 @@ class Tree<width>::Change {
    Change& operator=(const Change&) = delete;
    ~Change() {
       for (unsigned i = 0; i < madeCount_; ++i) {
-         arena(made_[i].kind).release(made_[i].at, made_[i].units);
+         store_.arena(made_[i].kind).release(made_[i].at, made_[i].units);
       }
    }
    void keep() noexcept {
       madeCount_ = 0;
       for (unsigned i = 0; i < goneCount_; ++i) {
-         arena(gone_[i].kind).release(gone_[i].at, gone_[i].units);
+         store_.retire(gone_[i].kind, gone_[i].at, gone_[i].units);
       }
    }
 
-   enum Kind : U8 { ofNodes, ofValues };
+   using Kind = Store::Kind;
+   static constexpr Kind ofNodes = Store::ofNodes, ofValues = Store::ofValues;
    U32 allocate(Kind kind, unsigned units) {
-      const U32 at = arena(kind).allocate(units);
+      const U32 at = store_.arena(kind).allocate(units);
       made_[madeCount_++] = {at, static_cast<U8>(units), kind};
       return at;
    }
@@ -37,9 +38,9 @@ class Tree<width>::Change {
    void release(Kind kind, U32 at, unsigned units) noexcept {
       gone_[goneCount_++] = {at, static_cast<U8>(units), kind};
    }
-   // A run of `from` units made one of `to`: where it is or, its content to be copied, elsewhere.
+   // A run of `from` units made one of `to`, to be written: where it is or, its content to be copied, elsewhere.
    U32 resize(Kind kind, U32 at, unsigned from, unsigned to) {
-      if (from == to) {
+      if (from == to && (!store_.isVersioned() || store_.arena(kind).owns(at))) {
          return at;
       }
       const U32 moved = allocate(kind, to);
@@ -71,8 +72,6 @@ class Tree<width>::Change {
       U8 units;
       Kind kind;
    };
-   Arena& arena(Kind kind) noexcept { return kind == ofNodes ? store_.nodes : store_.values; }
-
    Store& store_;
    unsigned madeCount_ = 0;
    unsigned goneCount_ = 0;

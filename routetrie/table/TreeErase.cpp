@@ -1,4 +1,5 @@
-// How a route goes, and how what it leaves takes its one shape again. Nothing here needs memory: runs give units of their end back.
+// How a route goes, and how what it leaves takes its one shape again. Nothing of this needs memory, but where there are versions, from
+// which what is to be written is copied first: runs give units of their end back.
 #include <cstring>
 #include <optional>
 
@@ -24,7 +25,7 @@ void Tree<width>::dropRoute(Node& n, unsigned half, unsigned place) noexcept {
    std::memmove(values + gap * step(), values + (gap + 1) * step(), (count - 1 - gap) * step());
    n.valueRun = count == 1 ? 0 : start + before - half;
    if (const unsigned room = valueUnits(count), rest = valueUnits(count - 1); rest != room) {
-      store_->values.release(start / 2 + rest, room - rest);
+      store_->retire(Store::ofValues, start / 2 + rest, room - rest);
    }
 }
 
@@ -36,7 +37,7 @@ void Tree<width>::dropChild(Node& n, unsigned chunk) noexcept {
    std::memmove(children + rank, children + rank + 1, (count - 1 - rank) * sizeof(Node));
    n.children &= ~(U64{1} << chunk);
    if (const unsigned room = runRoom(count), rest = runRoom(count - 1); rest != room) {
-      store_->nodes.release(n.childRun + rest, room - rest);
+      store_->retire(Store::ofNodes, n.childRun + rest, room - rest);
    }
    if (count == 1) {
       n.childRun = 0;
@@ -53,7 +54,7 @@ Node Tree<width>::leafFrom(const Node& n, Bits bits, unsigned depth) noexcept {
                               Node::leafBit, 0);
    if (step() != 0) {
       std::memcpy(&leaf.routes[1], valueOf(n, half, place), valueSize_);
-      store_->values.release(valuesStart(n) / 2, 1);
+      store_->retire(Store::ofValues, valuesStart(n) / 2, 1);
    }
    return leaf;
 }
@@ -80,10 +81,10 @@ bool Tree<width>::shape(Node& n, Bits bits, unsigned depth) noexcept {
       const Node end = node(next.childRun);
       if (end.isCompressed()) {
          n = end;
-         store_->nodes.release(next.childRun, 1);
+         store_->retire(Store::ofNodes, next.childRun, 1);
       } else if (isAlone(end)) {
          n = leafFrom(end, further, at + stride);
-         store_->nodes.release(next.childRun, 1);
+         store_->retire(Store::ofNodes, next.childRun, 1);
       } else {
          n = compressedNode(further, at + stride, 0, next.childRun);
       }
@@ -92,12 +93,15 @@ bool Tree<width>::shape(Node& n, Bits bits, unsigned depth) noexcept {
    } else {
       return isSkip;
    }
-   store_->nodes.release(run, 1);
+   store_->retire(Store::ofNodes, run, 1);
    return true;
 }
 
 template <unsigned width>
-bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) noexcept {
+bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) {
+   if (tend()) [[unlikely]] {
+      prepareErase(bits, length);
+   }
    if (length == 0) {
       if (!hasDefault_) {
          return false;
@@ -223,7 +227,7 @@ bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) noexcept {
    return true;
 }
 
-template bool Tree<32>::erase(Bits, unsigned, void*) noexcept;
-template bool Tree<128>::erase(Bits, unsigned, void*) noexcept;
+template bool Tree<32>::erase(Bits, unsigned, void*);
+template bool Tree<128>::erase(Bits, unsigned, void*);
 
 }  // namespace routetrie::Impl

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "routetrie/table/TreeStandings.h"
 
@@ -52,16 +53,17 @@ U32 Tree<width>::standing(Bits bits, unsigned atDepth) const noexcept {
 // A page for these bits, empty; null if it would not pay, or without memory. Requires: the index is there, the page is not.
 template <unsigned width>
 U32* Tree<width>::openPage(Bits bits) noexcept {
-   if ((pages_ + 2) * pageBytes + topBytes > size_ * indexBytesARoute) {
+   if (index_ == 0 || (pages_ + 2) * pageBytes + topBytes > size_ * indexBytesARoute) {
       return nullptr;
    }
    const auto open = [&](U32& block) {
-      const U32 opened = Region::take(pageClass);
+      const U32 opened = store_->pages().allocate(pageUnits);
       std::memset(page(opened), 0, pageBytes);
       block = opened;
       ++pages_;
    };
    try {
+      ownPage(index_, topUnits);
       U32* blocks = page(index_);
       if constexpr (width == 32) {
          open(blocks[bits.word() >> 23]);
@@ -70,6 +72,8 @@ U32* Tree<width>::openPage(Bits bits) noexcept {
          U32& middle = blocks[high >> 52];
          if (middle == 0) {
             open(middle);
+         } else {
+            ownPage(middle, pageUnits);
          }
          open(page(middle)[high >> 43 & 511]);
       }
@@ -81,11 +85,17 @@ U32* Tree<width>::openPage(Bits bits) noexcept {
 
 template <unsigned width>
 void Tree<width>::buildIndex() noexcept {
-   if (root_ == 0) {
+   if (store_ != nullptr && store_->lostIndex() != 0) {
+      index_ = store_->lostIndex();
+      store_->loseIndex(0);
+      dropIndex();
+   }
+   if (root_ == 0 || store_->lostIndex() != 0) {
       return;
    }
    try {
-      index_ = Region::take(topClass);
+      store_->needPages();
+      index_ = store_->pages().allocate(topUnits);
    } catch (const std::bad_alloc&) {
       return;
    }
@@ -104,12 +114,61 @@ void Tree<width>::fillPage(Bits bits) noexcept {
    standings(root_, 0, Bits(), bits, pageDepth, [&](Bits way, U32 number) { *slotOf(way) = number; });
 }
 
+// Makes a page the tree's own, so that it may be written: whether it was. Requires: where it stands may be written.
+template <unsigned width>
+bool Tree<width>::ownPage(U32& block, unsigned units) {
+   if (!store_->isVersioned() || store_->pages().owns(block)) {
+      return true;
+   }
+   store_->makeRoom();
+   const U32 copy = store_->pages().allocate(units);
+   std::memcpy(page(copy), page(block), std::size_t{units} << Region::unitShift);
+   store_->retire(Store::ofPages, block, units);
+   block = copy;
+   return false;
+}
+
+template <unsigned width>
+U32* Tree<width>::ownSlotOf(Bits bits) noexcept {
+   if (!isVersioned()) {
+      return slotOf(bits);
+   }
+   if (slotOf(bits) == nullptr) {
+      return nullptr;
+   }
+   try {
+      ownPage(index_, topUnits);
+      U32* const blocks = page(index_);
+      if constexpr (width == 32) {
+         ownPage(blocks[bits.word() >> 23], pageUnits);
+      } else {
+         const auto high = static_cast<U64>(bits.word() >> 64);
+         U32& middle = blocks[high >> 52];
+         ownPage(middle, pageUnits);
+         ownPage(page(middle)[high >> 43 & 511], pageUnits);
+      }
+      return slotOf(bits);
+   } catch (const std::bad_alloc&) {
+      dropIndex();
+      return nullptr;
+   }
+}
+
 template <unsigned width>
 void Tree<width>::dropIndex() noexcept {
    if (index_ == 0) {
       return;
    }
-   const U32* const blocks = page(index_);
+   const U32 top = std::exchange(index_, 0);
+   const U32 pages = std::exchange(pages_, 0);
+   try {
+      store_->makeRoom(pages + 1 + Store::mostRetired);
+   } catch (const std::bad_alloc&) {
+      store_->loseIndex(top);
+      pages_ = pages;
+      return;
+   }
+   const U32* const blocks = page(top);
    for (unsigned i = 0; i < 1u << topBits; ++i) {
       if (blocks[i] == 0) {
          continue;
@@ -117,15 +176,13 @@ void Tree<width>::dropIndex() noexcept {
       if constexpr (width == 128) {
          for (unsigned j = 0; j < 1u << pageBits; ++j) {
             if (const U32 block = page(blocks[i])[j]; block != 0) {
-               Region::give(block);
+               store_->retire(Store::ofPages, block, pageUnits);
             }
          }
       }
-      Region::give(blocks[i]);
+      store_->retire(Store::ofPages, blocks[i], pageUnits);
    }
-   Region::give(index_);
-   index_ = 0;
-   pages_ = 0;
+   store_->retire(Store::ofPages, top, topUnits);
 }
 
 // What the index has to say of all bits that share these up to the group's depth is told anew.
@@ -134,7 +191,7 @@ void Tree<width>::touchGroup(Bits bits) noexcept {
    if (index_ == 0) {
       return;
    }
-   U32* const slots = slotOf(bits.cut(groupDepth));
+   U32* const slots = ownSlotOf(bits.cut(groupDepth));
    if (slots == nullptr) {
       if (standing(bits, indexDepth) != 0 && openPage(bits) != nullptr) {
          fillPage(bits);
@@ -156,7 +213,7 @@ void Tree<width>::touchGroup(Bits bits) noexcept {
 // The 64 numbers of the index for a node at the group's depth.
 template <unsigned width>
 void Tree<width>::writeGroup(U32* slots, const Node& n) noexcept {
-   std::fill_n(slots, std::size_t{1} << stride, aboveBit | static_cast<U32>(&n - nodes()));
+   std::fill_n(slots, std::size_t{1} << stride, publishes_ ? 0 : aboveBit | static_cast<U32>(&n - nodes()));
    U32 child = n.childRun;
    for (U64 rest = n.children; rest != 0; rest &= rest - 1) {
       slots[std::countr_zero(rest)] = child++;
@@ -169,7 +226,7 @@ void Tree<width>::touchRun(const Node& parent, Bits bits, unsigned depth) noexce
       return;
    }
    if (depth == groupDepth) {
-      if (U32* const slots = slotOf(bits.cut(depth)); slots != nullptr) {
+      if (U32* const slots = ownSlotOf(bits.cut(depth)); slots != nullptr) {
          writeGroup(slots, parent);
       } else if (parent.children != 0 && openPage(bits) != nullptr) {
          fillPage(bits);
@@ -181,13 +238,13 @@ void Tree<width>::touchRun(const Node& parent, Bits bits, unsigned depth) noexce
       const Node& n = node(child);
       if (n.isCompressed()) {
          if (n.isLeaf() ? n.length() >= indexDepth : n.length() > indexDepth) {
-            if (U32* const slot = slotOf(keyOf<width>(n)); slot != nullptr) {
+            if (U32* const slot = ownSlotOf(keyOf<width>(n)); slot != nullptr) {
                *slot = child;
             }
          }
-      } else if (depth + stride == groupDepth) {
+      } else if (depth + stride == groupDepth && !publishes_) {
          const Bits way = withChunk(bits.cut(depth), depth, static_cast<unsigned>(std::countr_zero(rest)));
-         if (U32* const slots = slotOf(way); slots != nullptr) {
+         if (U32* const slots = ownSlotOf(way); slots != nullptr) {
             writeGroup(slots, n);
          }
       }
@@ -209,6 +266,10 @@ void Tree<width>::resizeIndex() noexcept {
 
 template U32* Tree<32>::slotOf(Bits) const noexcept;
 template U32* Tree<128>::slotOf(Bits) const noexcept;
+template U32* Tree<32>::ownSlotOf(Bits) noexcept;
+template U32* Tree<128>::ownSlotOf(Bits) noexcept;
+template bool Tree<32>::ownPage(U32&, unsigned);
+template bool Tree<128>::ownPage(U32&, unsigned);
 template U32 Tree<32>::standing(Bits, unsigned) const noexcept;
 template U32 Tree<128>::standing(Bits, unsigned) const noexcept;
 template U32* Tree<32>::openPage(Bits) noexcept;

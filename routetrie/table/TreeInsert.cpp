@@ -9,11 +9,17 @@ template <unsigned width>
 void Tree<width>::needStore() {
    if (store_ == nullptr) {
       base_ = Region::base();
-      store_ = std::make_unique<Store>(valueSize_);
+      store_ = std::make_shared<Store>(valueSize_, publishes_);
    }
+}
+
+template <unsigned width>
+void Tree<width>::needRoot() {
+   needStore();
    if (root_ == 0) {
-      root_ = store_->nodes.allocate(1);
-      node(root_) = Node{};
+      const U32 root = store_->nodes.allocate(1);
+      node(root) = Node{};
+      root_ = root;
    }
 }
 
@@ -198,8 +204,12 @@ class Tree<width>::Insertion {
 
 template <unsigned width>
 typename Tree<width>::Inserted Tree<width>::insert(Bits bits, unsigned length, void (*make)(void*, void*),
-                                                   void* context) {
+                                                   void* context, bool writes) {
+   const bool isVersioned = tend();
    if (length == 0) {
+      if (isVersioned) {
+         store_->makeRoom();  // for the slot of a value
+      }
       if (hasDefault_) {
          return {&default_, false};
       }
@@ -213,7 +223,17 @@ typename Tree<width>::Inserted Tree<width>::insert(Bits bits, unsigned length, v
       return {&default_, true};
    }
    if (root_ == 0) {
-      needStore();
+      needRoot();
+   }
+   if (isVersioned) [[unlikely]] {
+      if (void* const place = const_cast<void*>(find(bits, length)); place != nullptr) {
+         if (!writes) {
+            return {place, false};
+         }
+         own(bits, length, true);
+         return {const_cast<void*>(find(bits, length)), false};
+      }
+      own(bits, length, false);
    }
    unsigned depth = 0;
    U32 at = startFor(bits, length, depth);
@@ -264,10 +284,12 @@ typename Tree<width>::Inserted Tree<width>::insert(Bits bits, unsigned length, v
    return {place, true};
 }
 
-template Tree<32>::Inserted Tree<32>::insert(Bits, unsigned, void (*)(void*, void*), void*);
-template Tree<128>::Inserted Tree<128>::insert(Bits, unsigned, void (*)(void*, void*), void*);
+template Tree<32>::Inserted Tree<32>::insert(Bits, unsigned, void (*)(void*, void*), void*, bool);
+template Tree<128>::Inserted Tree<128>::insert(Bits, unsigned, void (*)(void*, void*), void*, bool);
 template void Tree<32>::needStore();
 template void Tree<128>::needStore();
+template void Tree<32>::needRoot();
+template void Tree<128>::needRoot();
 template U32 Tree<32>::startFor(Bits, unsigned, unsigned&) const noexcept;
 template U32 Tree<128>::startFor(Bits, unsigned, unsigned&) const noexcept;
 

@@ -288,10 +288,12 @@ table_memory Tree<width>::memory() const noexcept {
    if (store_ == nullptr) {
       return memory;
    }
-   memory.nodes = sizeof(Store) + store_->nodes.usedBytes() + store_->values.usedBytes();
-   memory.index = index_ != 0 ? topBytes + pages_ * pageBytes : 0;
-   memory.free =
-      store_->nodes.heldBytes() + store_->values.heldBytes() - store_->nodes.usedBytes() - store_->values.usedBytes();
+   const Store& store = *store_;
+   memory.nodes = store.ownBytes() + store.usedBytes(Store::ofNodes) + store.usedBytes(Store::ofValues) -
+                  store.deadBytes(Store::ofNodes) - store.deadBytes(Store::ofValues);
+   memory.index = store.usedBytes(Store::ofPages) - store.deadBytes(Store::ofPages);
+   memory.free = store.freeBytes();
+   memory.old = store.deadBytes();
    return memory;
 }
 

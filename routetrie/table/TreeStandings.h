@@ -37,7 +37,7 @@ void Tree<width>::standings(U32 at, unsigned depth, Bits bits, Bits within, unsi
          standings(child, depth + stride, way, within, shared, visit);
       }
    }
-   if (depth == groupDepth) {
+   if (depth == groupDepth && !publishes_) {
       for (U64 absent = ~n.children; absent != 0; absent &= absent - 1) {
          visit(withChunk(bits, depth, static_cast<unsigned>(std::countr_zero(absent))), aboveBit | at);
       }

@@ -12,15 +12,22 @@
 
 #include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <new>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
+#include "routetrie/platform/Export.h"
 #include "routetrie/table/Slots.h"
+#include "routetrie/table/Store.h"
 
 namespace routetrie::Impl {
+
+// "a value that a snapshot holds cannot be changed, as it cannot be copied", as std::logic_error.
+[[noreturn]] ROUTETRIE_EXPORT void throwHeldValue();
 
 template <class T>
 concept InRun = std::is_copy_constructible_v<T> && std::is_trivially_copyable_v<T> &&
@@ -31,25 +38,58 @@ template <class T>
 class Values {
   public:
    static constexpr unsigned valueSize = sizeof(typename Slots<T>::Number);
-   static constexpr bool haveSlots = true;  // that destroy() gives back
+   static constexpr bool haveSlots = true;  // that destroy() gives back, or that are retired
 
-   const T& at(const void* inRun) const noexcept { return slots_[number(inRun)]; }
+   const T& at(const void* inRun) const noexcept { return Slots<T>::at(directory_, number(inRun)); }
 
    template <class... Args>
    void make(void* inRun, Args&&... args) {
-      put(inRun, slots_.make(std::forward<Args>(args)...));
+      put(inRun, makeSlot(std::forward<Args>(args)...));
    }
-   // Makes a value from one of `source` that is about to go.
-   void makeFrom(void* inRun, Values& source, const void* place) {
-      make(inRun, std::move(source.slots_[number(place)]));
+   // Makes a value from one of `source` that is about to go; a copy, if versions hold it.
+   void makeFrom(void* inRun, Values& source, const void* place, bool isVersioned) {
+      if (!isVersioned) {
+         make(inRun, std::move((*source.slots_)[number(place)]));
+      } else if constexpr (std::is_copy_constructible_v<T>) {
+         make(inRun, source.at(place));
+      } else {
+         throwHeldValue();
+      }
    }
+
+   // Where versions hold the value, it stays as it is, and another comes in its place. What the old one was in is returned: its slot is
+   // to be retired.
+   template <class U>
+   std::uint32_t exchange(void* inRun, U&& value) {
+      const Number old = number(inRun);
+      put(inRun, makeSlot(std::forward<U>(value)));
+      return old;
+   }
+   template <class Change>
+   std::uint32_t exchangeBy(void* inRun, Change&& change) {
+      if constexpr (std::is_copy_constructible_v<T>) {
+         const Number made = makeSlot(at(inRun));
+         try {
+            std::forward<Change>(change)((*slots_)[made]);
+         } catch (...) {
+            slots_->destroy(made);
+            throw;
+         }
+         const Number old = number(inRun);
+         put(inRun, made);
+         return old;
+      } else {
+         throwHeldValue();
+      }
+   }
+
    // Assigns, or puts a new value in the old one's place: whichever leaves the old one whole if something is raised.
    template <class U>
    void assign(void* inRun, U&& value) {
       if constexpr (std::is_nothrow_assignable_v<T&, U>) {
-         slots_[number(inRun)] = std::forward<U>(value);
+         (*slots_)[number(inRun)] = std::forward<U>(value);
       } else {
-         replace(inRun, slots_.make(std::forward<U>(value)));
+         replace(inRun, makeSlot(std::forward<U>(value)));
       }
    }
    // Lets `change` have a T&. Of a value that can be copied, and that the change may leave halfway, it is a copy that then takes
@@ -57,47 +97,62 @@ class Values {
    template <class Change>
    void change(void* inRun, Change&& change) {
       if constexpr (std::is_nothrow_invocable_v<Change, T&> || !std::is_copy_constructible_v<T>) {
-         std::forward<Change>(change)(slots_[number(inRun)]);
+         std::forward<Change>(change)((*slots_)[number(inRun)]);
       } else {
-         const auto copy = slots_.make(std::as_const(slots_)[number(inRun)]);
-         try {
-            std::forward<Change>(change)(slots_[copy]);
-         } catch (...) {
-            slots_.destroy(copy);
-            throw;
-         }
-         replace(inRun, copy);
+         slots_->destroy(exchangeBy(inRun, std::forward<Change>(change)));
       }
    }
-   void destroy(const void* inRun) noexcept { slots_.destroy(number(inRun)); }
+   void destroy(const void* inRun) noexcept { slots_->destroy(number(inRun)); }
 
    // Copies the values of `other` to the same numbers. `each` calls back with every place in a run, in the same order each time.
    // Requires: this is empty.
    template <class Each>
-   void copyFrom(const Values& other, Each&& each) {
-      slots_.reserveAs(other.slots_);
-      std::size_t made = 0;
-      try {
-         each([&](const void* inRun) {
-            slots_.makeAt(number(inRun), other.at(inRun));
-            ++made;
-         });
-      } catch (...) {
-         each([&](const void* inRun) {
-            if (made != 0) {
-               --made;
-               slots_.destroy(number(inRun));
-            }
-         });
-         throw;
+   void copyFrom(const Values& other, bool isVersioned, Each&& each) {
+      if (other.slots_ == nullptr) {
+         return;
       }
-      slots_.freeAs(other.slots_);
+      const Slots<T>& from = *other.slots_;
+      slots().reserveAs(from);
+      directory_ = slots_->directory();
+      std::vector<bool> taken(isVersioned ? from.everFilled() : 0);
+      each([&](const void* inRun) {
+         const Number at = number(inRun);
+         slots_->makeAt(at, other.at(inRun));
+         if (isVersioned) {
+            taken[at] = true;
+         }
+      });
+      if (isVersioned) {
+         slots_->freeBut(from, taken);
+      } else {
+         slots_->freeAs(from);
+      }
    }
-   // Whether the values have to be destroyed one by one.
-   static constexpr bool haveToGo = !std::is_trivially_destructible_v<T>;
-   void forget() noexcept { slots_ = {}; }
-   std::size_t bytes() const noexcept { return slots_.bytes(); }
-   void swap(Values& other) noexcept { slots_.swap(other.slots_); }
+
+   // To be read, while the versions hold the slots.
+   Values frozen() const noexcept {
+      Values version;
+      version.directory_ = directory_;
+      return version;
+   }
+   // What a store of versions has to know of the slots, which are made if there are none.
+   Store::Keeper keeper() {
+      return {slots_ != nullptr ? slots_ : (slots(), slots_),
+              [](const void* of, U32 number) noexcept { return static_cast<const Slots<T>*>(of)->epochOf(number); },
+              [](void* of, U32 number) noexcept { static_cast<Slots<T>*>(of)->destroy(number); },
+              sizeof(typename Slots<T>::Place)};
+   }
+   void begin(U64 epoch) noexcept { slots_->begin(epoch); }
+   void forget() noexcept {
+      slots_.reset();
+      directory_ = nullptr;
+   }
+   std::size_t bytes() const noexcept { return slots_ != nullptr ? sizeof *slots_ + slots_->bytes() : 0; }
+   void swap(Values& other) noexcept {
+      std::swap(directory_, other.directory_);
+      slots_.swap(other.slots_);
+   }
+   static std::uint32_t slotOf(const void* inRun) noexcept { return number(inRun); }
 
   private:
    using Number = typename Slots<T>::Number;
@@ -109,11 +164,24 @@ class Values {
    }
    static void put(void* inRun, Number number) noexcept { std::memcpy(inRun, &number, sizeof number); }
    void replace(void* inRun, Number by) noexcept {
-      slots_.destroy(number(inRun));
+      slots_->destroy(number(inRun));
       put(inRun, by);
    }
+   Slots<T>& slots() {
+      if (slots_ == nullptr) {
+         slots_ = std::make_shared<Slots<T>>();
+      }
+      return *slots_;
+   }
+   template <class... Args>
+   Number makeSlot(Args&&... args) {
+      const Number made = slots().make(std::forward<Args>(args)...);
+      directory_ = slots_->directory();
+      return made;
+   }
 
-   Slots<T> slots_;
+   typename Slots<T>::Directory directory_ = nullptr;  // of the slots; what a lookup reads
+   std::shared_ptr<Slots<T>> slots_;                   // come with the first value; a frozen one has none
 };
 
 template <InRun T>
@@ -121,7 +189,6 @@ class Values<T> {
   public:
    static constexpr unsigned valueSize = std::bit_ceil(unsigned{sizeof(T)});
    static constexpr bool haveSlots = false;
-   static constexpr bool haveToGo = false;
 
    const T& at(const void* inRun) const noexcept { return *std::launder(static_cast<const T*>(inRun)); }
 
@@ -129,7 +196,7 @@ class Values<T> {
    void make(void* inRun, Args&&... args) {
       std::construct_at(static_cast<T*>(inRun), std::forward<Args>(args)...);
    }
-   void makeFrom(void* inRun, const Values& source, const void* place) { make(inRun, source.at(place)); }
+   void makeFrom(void* inRun, const Values& source, const void* place, bool) { make(inRun, source.at(place)); }
    template <class U>
    void assign(void* inRun, U&& value) {
       const T made(std::forward<U>(value));
@@ -143,7 +210,8 @@ class Values<T> {
    }
    void destroy(const void*) noexcept {}
    template <class Each>
-   void copyFrom(const Values&, Each&&) noexcept {}
+   void copyFrom(const Values&, bool, Each&&) noexcept {}
+   Values frozen() const noexcept { return {}; }
    void forget() noexcept {}
    std::size_t bytes() const noexcept { return 0; }
    void swap(Values&) noexcept {}
@@ -154,12 +222,12 @@ class Values<void> {
   public:
    static constexpr unsigned valueSize = 0;
    static constexpr bool haveSlots = false;
-   static constexpr bool haveToGo = false;
 
    void make(void*) noexcept {}
    void destroy(const void*) noexcept {}
    template <class Each>
-   void copyFrom(const Values&, Each&&) noexcept {}
+   void copyFrom(const Values&, bool, Each&&) noexcept {}
+   Values frozen() const noexcept { return {}; }
    void forget() noexcept {}
    std::size_t bytes() const noexcept { return 0; }
    void swap(Values&) noexcept {}

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace routetrie::Impl {
 namespace SlotsTest {
@@ -133,21 +134,71 @@ TEST(Slots, copiesGoToTheSameNumbers) {
    destroyAll(from, model);
 }
 
-TEST(Slots, movesAndSwaps) {
-   Slots<std::unique_ptr<int>> a;
-   const auto number = a.make(std::make_unique<int>(5));
-   Slots<std::unique_ptr<int>> b(std::move(a));
-   EXPECT_EQ(5, *b[number]);
-   EXPECT_EQ(0u, a.bytes());
-   const auto again = a.make(std::make_unique<int>(6));  // what was moved from is empty, and works
-   a.swap(b);
-   EXPECT_EQ(5, *a[number]);
-   EXPECT_EQ(6, *b[again]);
-   a.destroy(number);
-   b.destroy(again);
-   a = std::move(b);
-   EXPECT_EQ(again, a.make(nullptr));
-   a.destroy(again);
+TEST(Slots, whatIsLeftIsDestroyedWithThem) {
+   const auto shared = std::make_shared<int>(5);
+   {
+      Slots<std::shared_ptr<int>> slots;
+      std::vector<Number> numbers;
+      for (int i = 0; i < 100; ++i) {
+         numbers.push_back(slots.make(shared));
+      }
+      for (int i = 0; i < 100; i += 3) {
+         slots.destroy(numbers[static_cast<std::size_t>(i)]);
+      }
+      slots.make(shared);
+      EXPECT_EQ(1 + 100 - 34 + 1, shared.use_count());
+   }
+   EXPECT_EQ(1, shared.use_count());
+}
+
+TEST(Slots, anOlderDirectoryStaysGoodForWhatItKnows) {
+   Slots<std::string> slots;
+   const Number first = slots.make("first");
+   const auto before = slots.directory();
+   for (int i = 0; i < 5000; ++i) {
+      slots.make("more");
+   }
+   EXPECT_NE(before, slots.directory());
+   EXPECT_EQ("first", Slots<std::string>::at(before, first));
+   EXPECT_EQ(&slots[first], &Slots<std::string>::at(before, first));
+}
+
+TEST(Slots, theEpochOfAFillingIsKept) {
+   Slots<int> slots;
+   std::vector<Number> old;
+   for (int i = 0; i < 30; ++i) {
+      old.push_back(slots.make(i));
+   }
+   slots.begin(7);
+   const Number fresh = slots.make(1);
+   slots.destroy(old[3]);
+   slots.begin(9);
+   EXPECT_EQ(old[3], slots.make(2));
+   EXPECT_EQ(0u, slots.epochOf(old[0]));
+   EXPECT_EQ(7u, slots.epochOf(fresh));
+   EXPECT_EQ(9u, slots.epochOf(old[3]));
+}
+
+TEST(Slots, copiesFreeWhatWasNotCopied) {
+   Slots<int> from;
+   for (int i = 0; i < 20; ++i) {
+      from.make(i);
+   }
+   Slots<int> to;
+   to.reserveAs(from);
+   std::vector<bool> taken(from.everFilled());
+   for (const Number number : {2u, 9u, 17u}) {
+      to.makeAt(number, from[number]);
+      taken[number] = true;
+   }
+   to.freeBut(from, taken);
+   std::set<Number> made;
+   for (int i = 0; i < 17; ++i) {
+      made.insert(to.make(100));
+   }
+   EXPECT_EQ(17u, made.size());
+   EXPECT_EQ(19u, *made.rbegin()) << "no number is lost";
+   EXPECT_EQ(9, to[9]);
 }
 
 TEST(Slots, areAligned) {

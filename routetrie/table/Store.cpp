@@ -1,0 +1,294 @@
+#include "routetrie/table/Store.h"
+
+#include <algorithm>
+#include <iterator>
+#include <new>
+#include <utility>
+
+namespace routetrie::Impl {
+
+Store::Store(unsigned valueSize, bool publishes) : values(valueSize == 8 ? 4 : 3) {
+   if (publishes) {
+      needVersions().publishes = true;
+      publish();
+   }
+}
+
+Store::~Store() = default;
+
+// A long list of what leaves would go by a long recursion.
+Store::Versions::~Versions() {
+   while (leaving != nullptr) {
+      leaving = std::move(leaving->nextLeaving_);
+   }
+}
+
+Store::Versions& Store::needVersions() {
+   if (versions_ == nullptr) {
+      Region::mayFail();
+      versions_ = std::make_unique<Versions>();
+      nodes.follow(versions_->epochs);
+      values.follow(versions_->epochs);
+      if (pages_ != nullptr) {
+         pages_->follow(versions_->epochs);
+      }
+   }
+   return *versions_;
+}
+
+void Store::needPages() {
+   if (pages_ == nullptr) {
+      pages_ = std::make_unique<Arena>(8);
+      if (versions_ != nullptr) {
+         pages_->follow(versions_->epochs);
+      }
+   }
+}
+
+void Store::publish() noexcept { ++versions_->epochs.batch; }
+
+std::size_t Store::bytesOf(const Dead& dead) const noexcept {
+   switch (dead.kind) {
+      case ofNodes: return std::size_t{dead.units} << nodes.unitShift();
+      case ofValues: return std::size_t{dead.units} << values.unitShift();
+      case ofPages: return std::size_t{dead.units} << pages_->unitShift();
+      default: return versions_->keeper.bytes;
+   }
+}
+
+U64 Store::epochOf(const Dead& dead) const noexcept {
+   switch (dead.kind) {
+      case ofNodes: return nodes.epochOf(dead.at);
+      case ofValues: return values.epochOf(dead.at);
+      case ofPages: return pages_->epochOf(dead.at);
+      default: return versions_->keeper.epochOf(versions_->keeper.slots.get(), dead.at);
+   }
+}
+
+//--- changes ---
+
+void Store::makeRoom(std::size_t count) {
+   const auto in = [count](std::vector<Dead>& notes) {
+      if (notes.capacity() - notes.size() < count) {
+         Region::mayFail();
+         notes.reserve(std::max(2 * notes.capacity(), notes.size() + count));
+      }
+   };
+   if (versions_ == nullptr) {
+      return;
+   }
+   if (!versions_->held.empty()) {
+      in(versions_->held.rbegin()->second->dead_);
+   }
+   if (versions_->publishes) {
+      in(versions_->open);
+   }
+}
+
+void Store::retireSeen(Kind kind, U32 at, unsigned units) noexcept {
+   const Dead dead{at, static_cast<U8>(units), kind};
+   const bool isSeen = !versions_->held.empty() && epochOf(dead) <= versions_->held.rbegin()->first;
+   if (!isSeen && (kind == ofSlots ? !versions_->publishes : arena(kind).owns(at))) {
+      versions_->deadBytes[kind] += bytesOf(dead);
+      free(dead);
+      return;
+   }
+   versions_->deadBytes[kind] += bytesOf(dead);
+   if (isSeen) {
+      versions_->held.rbegin()->second->dead_.push_back(dead);
+   } else {
+      versions_->waitingBytes += bytesOf(dead);
+      versions_->open.push_back(dead);
+   }
+}
+
+void Store::free(const Dead& dead) noexcept {
+   versions_->deadBytes[dead.kind] -= bytesOf(dead);
+   if (dead.kind == ofSlots) {
+      versions_->keeper.destroy(versions_->keeper.slots.get(), dead.at);
+      return;
+   }
+   // Where a snapshot has seen the chunk, its lists are set aside.
+   const auto by = versions_->held.lower_bound(epochOf(dead));
+   if (by == versions_->held.end()) {
+      arena(dead.kind).release(dead.at, dead.units);
+   } else {
+      arena(dead.kind).release(dead.at, dead.units, by->second->aside_[dead.kind]);
+   }
+}
+
+void Store::takeDropped() noexcept {
+   Held* next = versions_->dropped.exchange(nullptr, std::memory_order_acquire);
+   while (next != nullptr) {
+      Held& held = *std::exchange(next, next->nextDropped_);
+      const auto at = versions_->held.find(held.number_);
+      const auto behind = std::next(at);
+      const U64 seen = at == versions_->held.begin() ? 0 : std::prev(at)->first;
+      for (unsigned kind = 0; kind < arenas; ++kind) {
+         if (kind == ofPages && pages_ == nullptr) {
+            continue;
+         }
+         Arena& in = arena(static_cast<Kind>(kind));
+         if (behind == versions_->held.end()) {
+            in.join(held.aside_[kind]);
+         } else {
+            in.join(held.aside_[kind], behind->second->aside_[kind]);
+         }
+      }
+      if (behind == versions_->held.end()) {
+         versions_->epochs.seen = seen;
+      }
+      std::unique_ptr<Held> gone = std::move(at->second);
+      versions_->held.erase(at);
+      if (!gone->dead_.empty()) {
+         gone->nextLeaving_ = std::move(versions_->leaving);
+         versions_->leaving = std::move(gone);
+      }
+   }
+}
+
+void Store::tendSome(std::size_t most) noexcept {
+   takeDropped();
+   std::size_t left = most;
+   for (; left != 0 && versions_->readyFrom != versions_->ready.size(); --left) {
+      const Dead& dead = versions_->ready[versions_->readyFrom++];
+      versions_->waitingBytes -= bytesOf(dead);
+      free(dead);
+   }
+   if (versions_->readyFrom == versions_->ready.size()) {
+      versions_->ready.clear();
+      versions_->readyFrom = 0;
+   }
+   try {
+      while (left != 0 && versions_->leaving != nullptr) {
+         std::vector<Dead>& notes = versions_->leaving->dead_;
+         for (; left != 0 && !notes.empty(); --left) {
+            const Dead dead = notes.back();
+            // The last snapshot before the run was replaced, of those that are still there.
+            const auto behind = versions_->held.upper_bound(versions_->leaving->number_);
+            if (behind != versions_->held.begin() && epochOf(dead) <= std::prev(behind)->first) {
+               std::prev(behind)->second->dead_.push_back(dead);
+            } else if (versions_->publishes) {
+               versions_->open.push_back(dead);
+               versions_->waitingBytes += bytesOf(dead);
+            } else {
+               free(dead);
+            }
+            notes.pop_back();
+         }
+         if (notes.empty()) {
+            versions_->leaving = std::move(versions_->leaving->nextLeaving_);
+         }
+      }
+   } catch (const std::bad_alloc&) {
+      // The notes stay where they are; the next change tries it again.
+   }
+}
+
+//--- snapshots ---
+
+Store::Held* Store::hold() {
+   needVersions();
+   tend();
+   Region::mayFail();
+   const U64 number = versions_->epochs.now;
+   auto held = std::unique_ptr<Held>(new Held(number));
+   Held* const result = versions_->held.emplace_hint(versions_->held.end(), number, std::move(held))->second.get();
+   versions_->epochs.seen = number;
+   versions_->epochs.now = number + 1;
+   for (unsigned kind = 0; kind < arenas; ++kind) {
+      if (kind != ofPages || pages_ != nullptr) {
+         arena(static_cast<Kind>(kind)).setAside(result->aside_[kind]);
+      }
+   }
+   return result;
+}
+
+void Store::drop(Held* held) noexcept {
+   Held* first = versions_->dropped.load(std::memory_order_relaxed);
+   do {
+      held->nextDropped_ = first;
+   } while (
+      !versions_->dropped.compare_exchange_weak(first, held, std::memory_order_release, std::memory_order_relaxed));
+}
+
+//--- publishing ---
+
+bool Store::close() noexcept {
+   if (!versions_->closed.empty() || versions_->open.empty()) {
+      return false;
+   }
+   versions_->closed.swap(versions_->open);
+   return true;
+}
+
+void Store::readersHaveGone() noexcept {
+   // What went before is freed first, whether or not there is time for it.
+   tendSome(versions_->readyFrom != versions_->ready.size() ? ~std::size_t{0} : 0);
+   versions_->ready.swap(versions_->closed);
+   versions_->readyFrom = 0;
+}
+
+//--- for statistics and audits ---
+
+std::size_t Store::deadBytes() const noexcept {
+   std::size_t sum = 0;
+   for (unsigned kind = 0; kind <= arenas; ++kind) {
+      sum += deadBytes(static_cast<Kind>(kind));
+   }
+   return sum;
+}
+
+std::size_t Store::waitingBytes() const noexcept { return versions_ != nullptr ? versions_->waitingBytes : 0; }
+
+std::size_t Store::usedBytes(Kind kind) const noexcept {
+   return kind == ofNodes     ? nodes.usedBytes()
+          : kind == ofValues  ? values.usedBytes()
+          : pages_ != nullptr ? pages_->usedBytes()
+                              : 0;
+}
+
+std::size_t Store::freeBytes() const noexcept {
+   return nodes.heldBytes() - nodes.usedBytes() + values.heldBytes() - values.usedBytes() +
+          (pages_ != nullptr ? pages_->heldBytes() - pages_->usedBytes() : 0);
+}
+
+std::size_t Store::ownBytes() const noexcept {
+   std::size_t sum = sizeof *this + (pages_ != nullptr ? sizeof *pages_ : 0);
+   if (versions_ == nullptr) {
+      return sum;
+   }
+   sum += sizeof *versions_ +
+          (versions_->open.capacity() + versions_->closed.capacity() + versions_->ready.capacity()) * sizeof(Dead);
+   for (const auto& [number, held] : versions_->held) {
+      sum += sizeof *held + held->dead_.capacity() * sizeof(Dead);
+   }
+   for (const Held* held = versions_->leaving.get(); held != nullptr; held = held->nextLeaving_.get()) {
+      sum += sizeof *held + held->dead_.capacity() * sizeof(Dead);
+   }
+   return sum;
+}
+
+void Store::addDead(Kind kind, std::vector<Arena::Run>& runs) const {
+   if (versions_ == nullptr) {
+      return;
+   }
+   const auto add = [&](const std::vector<Dead>& notes, std::size_t from = 0) {
+      for (; from < notes.size(); ++from) {
+         if (notes[from].kind == kind) {
+            runs.push_back({notes[from].at, notes[from].units});
+         }
+      }
+   };
+   for (const auto& [number, held] : versions_->held) {
+      add(held->dead_);
+   }
+   for (const Held* held = versions_->leaving.get(); held != nullptr; held = held->nextLeaving_.get()) {
+      add(held->dead_);
+   }
+   add(versions_->open);
+   add(versions_->closed);
+   add(versions_->ready, versions_->readyFrom);
+}
+
+}  // namespace routetrie::Impl
