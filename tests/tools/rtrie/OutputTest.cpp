@@ -2,11 +2,17 @@
 #include "tools/rtrie/Output.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
 
 #include "Support.h"
 #include "tools/rtrie/Errors.h"
 #include "tools/rtrie/JsonLine.h"
+#include "tools/rtrie/OutputFile.h"
 #include "tools/rtrie/OutputStream.h"
 #include "tools/rtrie/Rows.h"
 #include "tools/rtrie/TsvField.h"
@@ -95,6 +101,45 @@ TEST(Rows, fieldsAreQuotedWhereTheyHaveTo) {
    EXPECT_EQ("\"two\nlines\"", csvField("two\nlines"));
    EXPECT_EQ("\" blank\"", csvField(" blank"));
    EXPECT_EQ("\"blank \"", csvField("blank "));
+}
+
+TEST_F(OutputTest, aFileIsWrittenAsAWhole) {
+   const auto path = folder_.path("whole");
+   writeFile(path, "first");
+   EXPECT_EQ("first", Support::contentOf(path));
+   std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+   std::filesystem::create_symlink(path, folder_.path("link"));
+   writeFile(folder_.path("link"), std::string(100'000, 'x'));
+   EXPECT_EQ(std::string(100'000, 'x'), Support::contentOf(path));
+   EXPECT_TRUE(std::filesystem::is_symlink(folder_.path("link")));
+   EXPECT_EQ(std::filesystem::perms::owner_all, std::filesystem::status(path).permissions());
+   EXPECT_THROW(writeFile(folder_.path("no/such"), "x"), DataError);
+   EXPECT_THROW(writeFile(folder_.path(""), "x"), DataError);
+   writeFile("/dev/null", "x");
+   EXPECT_THROW(writeFile("/dev/full", "x"), DataError);
+   EXPECT_EQ(3, std::distance(std::filesystem::directory_iterator(folder_.path("")), {})) << "a part was left";
+}
+
+// Past the limit of what a process may write, and with the signal of that ignored, as on a full disk.
+TEST_F(OutputTest, whatHasNoRoomLeavesTheOlderFile) {
+   writeFile(path_, "older");
+   const pid_t child = fork();
+   if (child == 0) {
+      std::signal(SIGXFSZ, SIG_IGN);
+      const rlimit limit = {1000, 1000};
+      setrlimit(RLIMIT_FSIZE, &limit);
+      try {
+         writeFile(path_, std::string(100'000, 'x'));
+      } catch (const DataError&) {
+         _exit(7);
+      }
+      _exit(0);
+   }
+   int status = 0;
+   waitpid(child, &status, 0);
+   EXPECT_EQ(7, WEXITSTATUS(status));
+   EXPECT_EQ("older", Support::contentOf(path_));
+   EXPECT_EQ(1, std::distance(std::filesystem::directory_iterator(folder_.path("")), {}));
 }
 
 }  // namespace OutputTest
