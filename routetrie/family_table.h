@@ -296,32 +296,27 @@ class basic_table : public basic_questions<width, T> {
    // Looks at the next `budget` routes and erases those that were not touched since mark(); the last slice ends the mark. Raises
    // std::logic_error if the table is not marked, std::invalid_argument for a budget of 0.
    sweep_slice sweep(size_type budget) {
-      if (refresh_ == nullptr) {
-         Impl::throwNoMark();
-      }
-      if (budget == 0) {
-         Impl::throwNoBudget();
-      }
       sweep_slice slice;
-      const auto [bits, length] = refresh_->place();
-      Cursor cursor;
-      bool there = tree_.seek(cursor, bits, length);
-      for (; there && budget != 0; --budget) {
-         const Bits at = cursor.bits;
-         const unsigned atLength = cursor.length;
-         there = tree_.next(cursor);
-         if (refresh_->isTouched(at, atLength)) {
-            refresh_->pass(at, atLength);
-         } else {
-            slice.erased += eraseAt(at, atLength);
-            refresh_->pass(at, atLength);
+      slice.done = lookAtNext(budget, [&](Bits bits, unsigned length, bool isTouched) {
+         if (!isTouched) {
+            slice.erased += eraseAt(bits, length);
          }
-      }
-      slice.done = !there;
+         refresh_->pass(bits, length);
+      });
       if (slice.done) {
          unmark();
       }
       return slice;
+   }
+   // What sweep() would erase with that budget, in order. Raises as it does.
+   std::vector<prefix_type> untouched(size_type budget) const {
+      std::vector<prefix_type> list;
+      lookAtNext(budget, [&](Bits bits, unsigned length, bool isTouched) {
+         if (!isTouched) {
+            list.push_back(Questions::prefixAt(bits, length));
+         }
+      });
+      return list;
    }
 
    //--- for developers ---
@@ -444,6 +439,26 @@ class basic_table : public basic_questions<width, T> {
             values_.destroy(old);
          }
       }
+   }
+   // Of the next so many routes that a sweep looks at, each with whether it was touched; `look` may erase it. True if there are no more.
+   template <class Look>
+   bool lookAtNext(size_type budget, Look&& look) const {
+      if (refresh_ == nullptr) {
+         Impl::throwNoMark();
+      }
+      if (budget == 0) {
+         Impl::throwNoBudget();
+      }
+      const auto [bits, length] = refresh_->place();
+      Cursor cursor;
+      bool there = tree_.seek(cursor, bits, length);
+      for (; there && budget != 0; --budget) {
+         const Bits at = cursor.bits;
+         const unsigned atLength = cursor.length;
+         there = tree_.next(cursor);
+         look(at, atLength, refresh_->isTouched(at, atLength));
+      }
+      return !there;
    }
    template <class Iterator, class Test>
    size_type eraseFrom(Iterator at, Test&& test) {

@@ -190,6 +190,16 @@ class table : public both_questions<table4<T>, table6<T>> {
       return slice;
    }
 
+   std::vector<prefix> untouched(size_type budget) const {
+      if (!is_marked()) {
+         Impl::throwNoMark();
+      }
+      std::vector<prefix> list;
+      const auto take = [&](const auto& prefixes) { list.assign(prefixes.begin(), prefixes.end()); };
+      v4_.is_marked() ? take(v4_.untouched(budget)) : take(v6_.untouched(budget));
+      return list;
+   }
+
    //--- for developers ---
 
    both_statistics statistics() const { return {v4_.statistics(), v6_.statistics()}; }

@@ -60,6 +60,7 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    using iterator = typename Table::iterator;
    using const_iterator = iterator;
    using reverse_iterator = typename Table::reverse_iterator;
+   using token_type = basic_walk_token<prefix_type>;
 
    tracked_table() = default;
    tracked_table(tracked_table&&) noexcept = default;
@@ -113,6 +114,9 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    auto explain(const X& x, Test&&... test) const {
       return table_.explain(x, std::forward<Test>(test)...);
    }
+
+   auto walk(size_type budget, const token_type& from = {}) const { return table_.walk(budget, from); }
+   auto walk_covered(const prefix_type& p, size_type budget) const { return table_.walk_covered(p, budget); }
 
    //--- writing: as the table ---
 
@@ -198,12 +202,23 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
             list.push_back(Impl::prefixIn(route));
          }
       }
-      return t.changeMany(list, false, [&] {
-         for (const prefix_type& p : list) {
-            t.table_.erase(p);
+      return t.eraseAll(list);
+   }
+   // The same in slices (routetrie/walk_page.h), of which each is told by itself.
+   template <std::predicate<const value_type&> Test>
+   friend erased_slice<prefix_type> erase_if(tracked_table& t, Test test, size_type budget,
+                                             const token_type& from = {}) {
+      erased_slice<prefix_type> slice;
+      std::vector<prefix_type> list;
+      auto page = t.table_.walk(budget, from);
+      for (const auto& route : page) {
+         if (test(route)) {
+            list.push_back(Impl::prefixIn(route));
          }
-         return list.size();
-      });
+      }
+      slice.next = page.next();
+      slice.erased = t.eraseAll(list);
+      return slice;
    }
    void clear() {
       if (isIdle()) {
@@ -255,6 +270,18 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    void replace(Table&& next, const Equal& equal = {}) {
       replace(next, equal);
    }
+
+   // Refresh and sweep, as the table (routetrie/refresh.h): who is to be told is told of what each slice erases.
+   void mark() { table_.mark(); }
+   bool is_marked() const noexcept { return table_.is_marked(); }
+   void unmark() noexcept { table_.unmark(); }
+   sweep_slice sweep(size_type budget) {
+      if (isIdle()) {
+         return table_.sweep(budget);
+      }
+      return changeMany(table_.untouched(budget), false, [&] { return table_.sweep(budget); });
+   }
+   auto untouched(size_type budget) const { return table_.untouched(budget); }
 
    // Calls `changes` with this table; who is to be told of what it changes is told when it is over, once, and not at all where
    // everything is as it was. What it raises is raised; what it had changed stays changed, and is told. Batches may be nested.
@@ -315,13 +342,22 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
       }
    }
 
+   // Of routes that are there.
+   size_type eraseAll(const std::vector<prefix_type>& list) {
+      return changeMany(list, false, [&] {
+         for (const prefix_type& p : list) {
+            table_.erase(p);
+         }
+         return list.size();
+      });
+   }
    template <class Apply>
    auto insertNew(const prefix_type& p, Apply&& apply) -> decltype(apply()) {
       if (!isTold(p)) {
          return apply();
       }
-      const auto at = table_.find(p);
-      return at != table_.end() ? std::pair(at, false) : changeOne(p, std::nullopt, true, apply);
+      // One that is there is touched, and nothing else.
+      return table_.contains(p) ? apply() : changeOne(p, std::nullopt, true, apply);
    }
    // `apply` changes the route of `p`, which is `old`, and no other, or raises and changes nothing.
    template <class Apply>

@@ -61,6 +61,20 @@ TEST(Refresh, whatIsNotToldAgainGoes) {
    EXPECT_FALSE(t.is_marked());
 }
 
+TEST(Refresh, tellsWhatIsToGo) {
+   table<int> t{
+      {"10.0.0.0/8"_prefix, 1}, {"11.0.0.0/8"_prefix, 2}, {"12.0.0.0/8"_prefix, 3}, {"2001:db8::/32"_prefix, 4}};
+   EXPECT_THROW(t.untouched(1), std::logic_error);
+   t.mark();
+   EXPECT_THROW(t.untouched(0), std::invalid_argument);
+   t.insert({"11.0.0.0/8"_prefix, 2});
+   EXPECT_THAT(t.untouched(2), testing::ElementsAre("10.0.0.0/8"_prefix));
+   EXPECT_THAT(t.untouched(9), testing::ElementsAre("10.0.0.0/8"_prefix, "12.0.0.0/8"_prefix));
+   t.sweep(9);
+   EXPECT_THAT(t.untouched(9), testing::ElementsAre("2001:db8::/32"_prefix)) << "the other family's turn";
+   EXPECT_EQ(2u, t.size());
+}
+
 TEST(Refresh, aTableThatIsNotMarkedRefusesToSweep) {
    table<int> t{{"10.0.0.0/8"_prefix, 1}};
    try {

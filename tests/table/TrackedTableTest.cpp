@@ -86,6 +86,78 @@ TEST(TrackedTable, isAskedAndChangedAsATable) {
    EXPECT_EQ(1u, set.generation());
 }
 
+TEST(TrackedTable, isWalkedInPages) {
+   followed<int> t;
+   t.insert({{"10.0.0.0/8"_prefix, 1}, {"10.1.0.0/16"_prefix, 2}, {"2001:db8::/32"_prefix, 3}});
+   auto page = t.walk(2);
+   EXPECT_EQ(2, std::ranges::distance(page.begin(), page.end()));
+   ASSERT_TRUE(page.next());
+   auto rest = t.walk(2, *page.next());
+   EXPECT_EQ("2001:db8::/32"_prefix, (*rest.begin()).prefix);
+   auto under = t.walk_covered("10.1.0.0/16"_prefix, 5);
+   EXPECT_EQ(2, (*under.begin()).value);
+}
+
+TEST(TrackedTable, tellsOfEachSliceOfAnErasure) {
+   followed<int> t;
+   t.insert(
+      {{"10.0.0.0/8"_prefix, 1}, {"10.1.0.0/16"_prefix, 2}, {"10.2.0.0/16"_prefix, 1}, {"2001:db8::/32"_prefix, 1}});
+   std::vector<std::string> told;
+   const auto watch = t.watch("10.2.0.1"_address, watch_kind::best_match, [&](const auto& event) {
+      told.push_back(event.after ? fmt::format("{}", event.after->prefix) : "none");
+   });
+   const auto isOne = [](const auto& route) { return route.value == 1; };
+   const auto generation = t.generation();
+   auto slice = erase_if(t, isOne, 2);
+   EXPECT_EQ(1u, slice.erased);
+   ASSERT_TRUE(slice.next);
+   EXPECT_THAT(texts(t.changes_since(generation)), ElementsAre("5: 10.0.0.0/8 erased"));
+   EXPECT_THAT(told, IsEmpty()) << "the best match is a longer one";
+   slice = erase_if(t, isOne, 2, *slice.next);
+   EXPECT_EQ(2u, slice.erased);
+   EXPECT_FALSE(slice.next);
+   EXPECT_THAT(told, ElementsAre("none"));
+   EXPECT_EQ(1u, t.size());
+   EXPECT_EQ(digest(t.table()), t.digest());
+}
+
+// As a peer comes back: what it tells again stays and is no change; what it does not tell goes, slice by slice.
+TEST(TrackedTable, tellsOfWhatASweepErases) {
+   followed<int> t;
+   t.insert(
+      {{"10.0.0.0/8"_prefix, 1}, {"10.1.0.0/16"_prefix, 2}, {"10.2.0.0/16"_prefix, 3}, {"2001:db8::/32"_prefix, 4}});
+   EXPECT_THROW(t.sweep(1), std::logic_error);
+   EXPECT_THROW(t.untouched(1), std::logic_error);
+   t.mark();
+   EXPECT_TRUE(t.is_marked());
+   const auto generation = t.generation();
+   EXPECT_FALSE(t.insert({"10.0.0.0/8"_prefix, 1}).second);
+   EXPECT_FALSE(t.insert_or_assign("10.2.0.0/16"_prefix, 3).second);
+   EXPECT_TRUE(t.insert({"11.0.0.0/8"_prefix, 5}).second);
+   EXPECT_THROW(t.sweep(0), std::invalid_argument);
+   std::vector<std::string> told;
+   const auto watch = t.watch("10.1.0.1"_address, watch_kind::best_match,
+                              [&](const auto& event) { told.push_back(fmt::format("{}", event.after->prefix)); });
+   EXPECT_THAT(t.untouched(3), ElementsAre("10.1.0.0/16"_prefix));
+   EXPECT_EQ((sweep_slice{1, false}), t.sweep(3));
+   EXPECT_THAT(told, ElementsAre("10.0.0.0/8"));
+   while (!t.sweep(3).done) {
+   }
+   EXPECT_FALSE(t.is_marked());
+   EXPECT_EQ(3u, t.size());
+   EXPECT_FALSE(t.contains("2001:db8::/32"_prefix));
+   EXPECT_EQ(digest(t.table()), t.digest());
+   EXPECT_EQ(4u, texts(t.changes_since(generation)).size()) << "one assigned, one new, two gone";
+   t.mark();
+   t.unmark();
+   EXPECT_FALSE(t.is_marked());
+   // Nobody is told of what nobody tracks.
+   watched_table4<int> quiet;
+   quiet.insert({"10.0.0.0/8"_prefix, 1});
+   quiet.mark();
+   EXPECT_EQ((sweep_slice{1, true}), quiet.sweep(10));
+}
+
 TEST(TrackedTable, ofValuesThatAreOnlyMoved) {
    tracked_table<table4<std::unique_ptr<int>>, journal_tracker> t;
    EXPECT_TRUE(t.try_emplace("10.0.0.0/8"_prefix, std::make_unique<int>(1)).second);
