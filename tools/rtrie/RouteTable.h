@@ -49,6 +49,12 @@ class RouteTable {
       std::uint64_t routes = 0;
    };
    virtual std::vector<Level> levels() const { return {}; }
+   // How many nodes lie from the root to a route's, both counted. None of an engine that does not tell.
+   struct Depth {
+      double average = 0;
+      unsigned worst = 0;
+   };
+   virtual std::optional<Depth> depth() const { return std::nullopt; }
    // The bytes that the engine holds and no allocation tracker counts.
    virtual std::uint64_t untrackedBytes() const { return 0; }
    // What an engine that knows holds its bytes for. Empty for any other engine.

@@ -54,6 +54,25 @@ TEST(Stats, bothFamilies) {
    }
 }
 
+// The table itself: its nodes level by level, and how deep its routes lie.
+TEST(Stats, levelsAndDepthOfTheTable) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8\n10.16.0.0/12\n10.16.0.0/13\n192.0.2.0/24\n");
+   const Ran ran = rtrie({"stats", "--table", table});
+   EXPECT_EQ(0, ran.status);
+   EXPECT_THAT(ran.out, HasSubstr("\n  nodes          4\n  depth          2.25 nodes on average, 3 at most\n"));
+   EXPECT_THAT(ran.out, ContainsRegex("\n  nodes by level\n    bit 0 +1  #+\n    bit 6 +2  #+\n    bit 12 +1  #+\n"));
+   EXPECT_THAT(ran.out, ContainsRegex("\n  routes by level\n    bit 6 +3  #+\n    bit 12 +1  #+\n"));
+   const auto json = nlohmann::json::parse(rtrie({"stats", "--table", table, "--format", "json"}).out);
+   const auto& four = json["families"][0];
+   EXPECT_EQ(2.25, four["averageDepth"]);
+   EXPECT_EQ(3, four["worstDepth"]);
+   EXPECT_EQ(4, four["nodes"]);
+   EXPECT_EQ(3U, four["levels"].size());
+   // An engine that does not know says nothing.
+   EXPECT_THAT(rtrie({"stats", "--table", table, "--engine", "patricia"}).out, Not(HasSubstr("depth")));
+}
+
 TEST(Stats, aFamilyWithoutRoutes) {
    const Support::Folder folder;
    const Ran ran = rtrie({"stats", "--table", folder.file("table", "10.0.0.0/8\n")});

@@ -70,6 +70,9 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    if (includes(engine.answers, Questions::nodes)) {
       line("nodes", grouped(family.table->nodes()));
    }
+   if (const auto depth = family.table->depth()) {
+      line("depth", fmt::format("{:.2f} nodes on average, {} at most", depth->average, depth->worst));
+   }
    line("live bytes", grouped(family.liveBytes));
    for (const auto& [use, bytes] : family.table->bytesByUse()) {
       line(fmt::format("  {}", use), grouped(bytes));
@@ -135,6 +138,10 @@ Json familyJson(const Engine& engine, Corenet::AddressFamily af, const RouteSet&
    }
    if (includes(engine.answers, Questions::nodes)) {
       object["nodes"] = family.table->nodes();
+   }
+   if (const auto depth = family.table->depth()) {
+      object["averageDepth"] = depth->average;
+      object["worstDepth"] = depth->worst;
    }
    object["liveBytes"] = family.liveBytes;
    for (const auto& [use, bytes] : family.table->bytesByUse()) {

@@ -21,6 +21,23 @@ std::vector<RouteTable::BytesFor> ContainerTable::bytesByUse() const {
    return {{"nodes", memory.nodes}, {"values", memory.values}, {"index", memory.index}, {"free", memory.free}};
 }
 
+routetrie::table_statistics ContainerTable::statistics() const {
+   return af_ == Corenet::AddressFamily::ipv6 ? all().v6().statistics() : all().v4().statistics();
+}
+
+std::vector<RouteTable::Level> ContainerTable::levels() const {
+   std::vector<Level> levels;
+   for (const routetrie::table_level& level : statistics().levels) {
+      levels.push_back({fmt::format("bit {}", level.depth), level.nodes + level.leaves + level.skips, level.routes});
+   }
+   return levels;
+}
+
+std::optional<RouteTable::Depth> ContainerTable::depth() const {
+   const auto found = statistics();
+   return Depth{found.average_depth(), found.worst_depth};
+}
+
 RouteTable::Prefix ContainerTable::longestMatch(const Prefix& query) const {
    return prefixOrNone(all().match(query));
 }
