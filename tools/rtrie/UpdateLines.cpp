@@ -10,6 +10,7 @@
 #include "tools/tables/PrefixText.h"
 #include "tools/tables/RouteSet.h"
 #include "tools/tables/Words.h"
+#include "tools/tables/formats/IpRouteJson.h"
 
 namespace Rtrie {
 namespace {
@@ -118,18 +119,49 @@ void UpdateLines::line(std::string_view line) {
    }
    // Here, where the line is known.
    const auto prefix = first == "default" ? std::nullopt : std::optional(prefixOfText(first));
-   const RouteAttributes attributes = routeAttributesOf(rest);
-   if (!selection_.takesRouteTable(attributes.table)) {
-      otherTables_.add(attributes.table);
-      last_ = Last::passedOver;
-   } else if (attributes.isBound) {
-      passOver(forSomePackets_);
-   } else {
+   if (isWanted(routeAttributesOf(rest))) {
       prefix_ = prefix;
       route_ = words;
       isWithdrawal_ = isWithdrawal;
       last_ = Last::held;
    }
+}
+
+// Otherwise it is passed over.
+bool UpdateLines::isWanted(const RouteAttributes& attributes) {
+   if (!selection_.takesRouteTable(attributes.table)) {
+      otherTables_.add(attributes.table);
+      last_ = Last::passedOver;
+      return false;
+   }
+   if (attributes.isBound) {
+      passOver(forSomePackets_);
+      return false;
+   }
+   return true;
+}
+
+void UpdateLines::route(std::string_view line, bool isWithdrawal, Placing placing) {
+   flush();
+   last_ = Last::none;
+   std::string_view rest = line;
+   auto first = takeWord(rest);
+   if (isRouteType(first)) {
+      first = takeWord(rest);
+   }
+   const auto prefix = first == "default" ? std::nullopt : std::optional(prefixOfText(first));
+   if (isWanted(routeAttributesOf(rest))) {
+      applyLine(line, prefix, isWithdrawal, placing);
+   }
+}
+
+void UpdateLines::entry(const JsonEntry& entry) {
+   if (entry.value.at("dst") == nullptr) {
+      flush();
+      passOver(otherObjects_);
+      return;
+   }
+   route(ipRouteLineOf(entry.value), entry.value.isTrueAt("deleted"), Placing::unsaid);
 }
 
 // Lines that go on with what came before: next hops, and the indented ones of a link or an address.
@@ -191,25 +223,32 @@ void UpdateLines::flush() {
       return;
    }
    last_ = Last::applied;
+   applyLine(route_, prefix_, isWithdrawal_, Placing::unsaid);
+}
+
+// Without a prefix, it is a default route, and the parser knows of which family.
+void UpdateLines::applyLine(std::string_view line, std::optional<Corenet::IpGenPrefix> prefix, bool isWithdrawal,
+                            Placing placing) {
    RouteSet routes;
    routes.candidatesAreKept();
-   parser_.line(route_, routes);
+   parser_.line(line, routes);
    parser_.end(routes);
    routes.seal();
-   const auto applyAt = [&](const Corenet::IpGenPrefix& prefix) {
-      for (const Candidate& route : routes.candidates(prefix)) {
-         apply_({.prefix = prefix,
+   const auto applyAt = [&](const Corenet::IpGenPrefix& at) {
+      for (const Candidate& route : routes.candidates(at)) {
+         apply_({.prefix = at,
                  .payload = std::string(route.payload),
-                 .isWithdrawal = isWithdrawal_,
-                 .isKernels = true,
-                 .routeTable = selection_.routeTableNames.key(route.source),
+                 .isWithdrawal = isWithdrawal,
+                 .choice = Choice::metric,
+                 .source = selection_.routeTableNames.key(route.source),
                  .rank = route.rank,
-                 .answers = route.answers});
+                 .answers = route.answers,
+                 .placing = placing});
       }
    };
-   if (prefix_) {
-      applyAt(*prefix_);
-   } else {  // the parser knows of which family
+   if (prefix) {
+      applyAt(*prefix);
+   } else {
       applyAt(Corenet::Prefix());
       applyAt(Corenet::Ip6Prefix());
    }

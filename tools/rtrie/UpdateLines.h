@@ -7,6 +7,7 @@
 //    Deleted 10.0.0.0/8 via 192.0.2.7 dev eth0 metric 50       what `ip monitor route` prints, with times (-t, -ts) and
 //    [ROUTE]default proto static metric 20                     labels; a route may go on with further next hops
 //            nexthop via 192.0.2.7 dev eth0 weight 1
+//    {"deleted": true, "dst": "10.0.0.0/8", ...}               the same of those that print JSON (-j), as entries
 //
 // `ip monitor` tells of more than routes of one table. Its lines about links, addresses, neighbours, rules and other
 // objects, of other routing tables than the wanted one and of routes for packets of some source or type of service alone are
@@ -23,21 +24,13 @@
 
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/platform/Types.h"
+#include "tools/rtrie/RouteUpdate.h"
+#include "tools/tables/JsonReader.h"
+#include "tools/tables/Placing.h"
 #include "tools/tables/Selection.h"
 #include "tools/tables/formats/IpRouteLines.h"
 
 namespace Rtrie {
-
-struct RouteUpdate {
-   Corenet::IpGenPrefix prefix;
-   std::string payload;
-   bool isWithdrawal = false;
-   bool isKernels = false;  // of the one route with its metric; else of the prefix, whatever there is
-   // A kernel's alone, as a Candidate has them.
-   std::string routeTable;  // its key
-   std::uint64_t rank = 0;
-   bool answers = true;  // false: all its next hops are dead
-};
 
 class UpdateLines {
   public:
@@ -49,6 +42,10 @@ class UpdateLines {
    // Takes a line as it was read. An update is applied with the next line, since it may go on. Raises BadText for a line
    // that says nothing of all this.
    void line(std::string_view line);
+   // Takes a route as a line of `ip route show`, all of it, with what else is known of it.
+   void route(std::string_view line, bool isWithdrawal, Placing placing);
+   // Takes a route as `ip -j monitor route` has it: {"deleted": true, "dst": ...}. Raises BadText if it is none.
+   void entry(const JsonEntry& entry);
    // Applies what is held back. Should further next hops come all the same, the route is applied again with them.
    void flush();
 
@@ -61,6 +58,9 @@ class UpdateLines {
 
    bool isContinuation(std::string_view line, std::string_view words);
    bool takeSigned(std::string_view words);
+   bool isWanted(const RouteAttributes& attributes);
+   void applyLine(std::string_view line, std::optional<Corenet::IpGenPrefix> prefix, bool isWithdrawal,
+                  Placing placing);
    void passOver(std::uint64_t& count);
 
    const Apply apply_;

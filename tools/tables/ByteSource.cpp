@@ -36,8 +36,13 @@ std::size_t readSome(int descriptor, char* to, std::size_t room, const std::stri
    }
 }
 
+// The first byte of whatever is compressed.
+constexpr std::string_view packingBytes = "\x1f\x42\xfd\x28\x04\x4c\x50\x37";
+
 class TableSource final : public ByteSource {
   public:
+   explicit TableSource(std::unique_ptr<ByteSource> source, std::uint64_t mostBytes)
+      : name_(source->name()), mostUnpackedBytes_(mostBytes), source_(std::move(source)), buffer_(bufferBytes) {}
    TableSource(const std::string& path, std::string name, std::uint64_t mostBytes)
       : name_(std::move(name)), mostUnpackedBytes_(mostBytes), buffer_(bufferBytes) {
       descriptor_ = path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -53,14 +58,21 @@ class TableSource final : public ByteSource {
    }
    TableSource(const TableSource&) = delete;
    TableSource& operator=(const TableSource&) = delete;
-   ~TableSource() override { close(descriptor_); }
+   ~TableSource() override {
+      if (descriptor_ >= 0) {
+         close(descriptor_);
+      }
+   }
 
    std::size_t read(char* to, std::size_t room) override {
+      if (!hasBegun_) {
+         begin();
+      }
       if (unpacker_) {
          return readUnpacked(to, room);
       }
       if (begin_ == end_) {
-         const std::size_t got = readSome(descriptor_, to, room, name_);
+         const std::size_t got = readPlain(to, room);
          readBytes_ += got;
          return got;
       }
@@ -77,9 +89,20 @@ class TableSource final : public ByteSource {
   private:
    static constexpr std::size_t bufferBytes = std::size_t{1} << 17;
 
+   std::size_t readPlain(char* to, std::size_t room) {
+      return source_ ? source_->read(to, room) : readSome(descriptor_, to, room, name_);
+   }
+
    void begin() {
+      hasBegun_ = true;
+      if (source_) {
+         readBytes_ = end_ = source_->read(buffer_.data(), buffer_.size());
+         if (end_ == 0 || packingBytes.find(buffer_[0]) == std::string_view::npos) {
+            return;
+         }
+      }
       struct stat status {};
-      if (fstat(descriptor_, &status) == 0 && S_ISDIR(status.st_mode)) {
+      if (descriptor_ >= 0 && fstat(descriptor_, &status) == 0 && S_ISDIR(status.st_mode)) {
          throw DataError(fmt::format("{}: is a directory", name_));
       }
       if (S_ISREG(status.st_mode)) {
@@ -105,7 +128,7 @@ class TableSource final : public ByteSource {
          end_ -= begin_;
          begin_ = 0;
          while (end_ < packingSignatureBytes && !atEnd_) {
-            const std::size_t got = readSome(descriptor_, buffer_.data() + end_, buffer_.size() - end_, name_);
+            const std::size_t got = readPlain(buffer_.data() + end_, buffer_.size() - end_);
             end_ += got;
             readBytes_ += got;
             atEnd_ = got == 0;
@@ -154,6 +177,8 @@ class TableSource final : public ByteSource {
    std::string name_;
    std::uint64_t mostUnpackedBytes_;
    int descriptor_ = -1;
+   std::unique_ptr<ByteSource> source_;  // in its place
+   bool hasBegun_ = false;
    std::vector<char> buffer_;
    std::size_t begin_ = 0;  // of the bytes in the buffer that are not used yet
    std::size_t end_ = 0;
@@ -218,6 +243,10 @@ std::string tableName(const std::string& path) { return path == "-" ? "<stdin>" 
 
 std::unique_ptr<ByteSource> openTable(const std::string& path, std::uint64_t mostBytes) {
    return std::make_unique<TableSource>(path, tableName(path), mostBytes);
+}
+
+std::unique_ptr<ByteSource> unpackedSource(std::unique_ptr<ByteSource> source, std::uint64_t mostBytes) {
+   return std::make_unique<TableSource>(std::move(source), mostBytes);
 }
 
 std::unique_ptr<ByteSource> descriptorSource(int descriptor, std::string name, std::function<void()> beforeWait) {

@@ -67,6 +67,11 @@ std::unique_ptr<ByteSource> openTable(const std::string& path, std::uint64_t mos
 // How a table is named in messages: the path as given, "<stdin>" for "-".
 std::string tableName(const std::string& path);
 
+// The same of bytes that come as they come: what is there is returned at once, where it is not compressed, and to tell that takes
+// no more than the first byte of what cannot be.
+std::unique_ptr<ByteSource> unpackedSource(std::unique_ptr<ByteSource> source,
+                                           std::uint64_t mostBytes = mostUnpackedBytes);
+
 // A descriptor, not closed by this object; what is there is returned at once. beforeWait is called before each
 // read, which may have to wait: the place to show what is known so far.
 std::unique_ptr<ByteSource> descriptorSource(int descriptor, std::string name, std::function<void()> beforeWait);

@@ -30,11 +30,12 @@ Collected collected(const std::vector<std::string>& lines, bool flushesAfterEach
                     const Selection& selection = {}) {
    Collected all;
    UpdateLines reader(selection, [&](const RouteUpdate& update) {
-      all.updates.push_back(fmt::format("{}{} {}{}{}{}", update.isWithdrawal ? '-' : '+', update.isKernels ? "k" : "",
-                                        update.prefix.stringValue(), update.payload.empty() ? "" : " ",
-                                        update.payload, update.answers ? "" : " (dead)"));
-      if (update.isKernels) {
-         all.places.push_back(fmt::format("{} {}", update.routeTable, metricOfRank(update.rank)));
+      all.updates.push_back(fmt::format("{}{} {}{}{}{}", update.isWithdrawal ? '-' : '+',
+                                        update.choice == Choice::metric ? "k" : "", update.prefix.stringValue(),
+                                        update.payload.empty() ? "" : " ", update.payload,
+                                        update.answers ? "" : " (dead)"));
+      if (update.choice == Choice::metric) {
+         all.places.push_back(fmt::format("{} {}", update.source, metricOfRank(update.rank)));
       }
    });
    for (const auto& line : lines) {

@@ -3,8 +3,10 @@
 
 #include <map>
 #include <random>
+#include <sstream>
 
 #include "Support.h"
+#include "tests/tools/tables/MrtBytes.h"
 
 namespace Rtrie {
 namespace WatchTest {
@@ -130,8 +132,9 @@ TEST(Watch, oneNextHopOfAnIpv6RouteIsWithdrawn) {
    const std::string hop7 = " nexthop via 2001:db8::7 dev d0 weight 1";
    const std::string hop8 = " nexthop via 2001:db8::8 dev d0 weight 1";
    const std::string own = "metric 1024 pref medium";
-   EXPECT_EQ("replace\t2001:db8:2::/48\t" + own + hop7 + hop8 + "\t" + own + hop8 + "\nsame\t2001:db8:2::/48\t" +
-                own + hop8 + "\t" + own + hop8 + "\ndelete\t2001:db8:2::/48\t" + own + hop8 + "\t\n",
+   const std::string one = "via 2001:db8::8 dev d0 " + own;
+   EXPECT_EQ("replace\t2001:db8:2::/48\t" + own + hop7 + hop8 + "\t" + one + "\nsame\t2001:db8:2::/48\t" + one +
+                "\t" + one + "\ndelete\t2001:db8:2::/48\t" + one + "\t\n",
              ran.out);
 }
 
@@ -211,6 +214,192 @@ TEST(Watch, aTableOfBgpPeers) {
    EXPECT_EQ("replace  10.0.0.0/8  65000 65001 -> 65009\ndelete   10.0.0.0/8  65009\n",
              rtrie({"watch", "--table", table, "--peer", "65000"}, updates).out);
    EXPECT_EQ("delete   10.0.0.0/8  65002\n", rtrie({"watch", "--table", table}, "- 10.0.0.0/8\n").out);
+}
+
+// What ip prints with -j, an object a route.
+TEST(Watch, updatesInJson) {
+   const Support::Folder folder;
+   const auto table = folder.file("table", "10.0.0.0/8 via 192.0.2.7 dev d0 metric 20\n");
+   const Ran ran = rtrie({"watch", "--table", table},
+                         R"([{"dst":"10.0.0.0/8","gateway":"192.0.2.9","dev":"d0","metric":50,"flags":[]},
+ {"deleted":true,"dst":"10.0.0.0/8","gateway":"192.0.2.7","dev":"d0","metric":20,"flags":[]},
+ {"ifindex":2,"ifname":"d0"},
+ {"type":"blackhole","dst":"10.1.0.0/16","flags":[]},
+ {"dst":"10.0.0.0/33","flags":[]},
+ {"dst":"10.2.0.0/16","table":"100","dev":"d0","flags":[]}]
+[{"dst":"default","flags":[],"nexthops":[{"gateway":"192.0.2.1","dev":"d0","weight":1,"flags":[]},
+  {"gateway":"192.0.2.2","dev":"d0","weight":2,"flags":[]}]}]
+)");
+   EXPECT_EQ(
+      "same     10.0.0.0/8  via 192.0.2.7 dev d0 metric 20\n"
+      "replace  10.0.0.0/8  via 192.0.2.7 dev d0 metric 20 -> via 192.0.2.9 dev d0 metric 50\n"
+      "add      10.1.0.0/16  blackhole\n"
+      "add      0.0.0.0/0  nexthop via 192.0.2.1 dev d0 weight 1 nexthop via 192.0.2.2 dev d0 weight 2\n",
+      ran.out);
+   EXPECT_EQ(
+      "rtrie: <stdin>: entry 5: prefix length 33 exceeds 32: \"10.0.0.0/33\"\n"
+      "rtrie: <stdin>: passed over 1 of other routing tables: 100 (1); --route-table takes one of them, or all\n"
+      "rtrie: <stdin>: passed over 1 of links, addresses, neighbours and other objects\n",
+      ran.err);
+   EXPECT_EQ(1, ran.status);
+   const Ran cut = rtrie({"watch", "--table", table}, "[{\"dst\":\"10.1.0.0/16\"},{\"dst\":");
+   EXPECT_EQ("add      10.1.0.0/16\n", cut.out);
+   EXPECT_THAT(cut.err, testing::StartsWith("rtrie: <stdin>: not JSON from here on: "));
+   EXPECT_EQ(1, cut.status);
+}
+
+//--- MRT ---
+
+const Mrt::Peer one = {"192.0.2.1", 65000};
+const Mrt::Peer two = {"192.0.2.2", 65002};
+
+// A table of two peers, of which both have 10.0.0.0/8.
+std::string ribOfTwo() {
+   using namespace Mrt;
+   return peerIndex({one, two}) +
+          rib(2, "10.0.0.0/8", {entry(0, path({65000, 1}) + nextHop("192.0.2.1")), entry(1, path({65002}))}) +
+          rib(2, "10.1.0.0/16", {entry(0, path({65000, 1, 2}))}) + rib(2, "10.2.0.0/16", {entry(1, path({65002}))});
+}
+
+// What a peer says is about what that peer said before, and the other peer's route stands behind it.
+TEST(Watch, updatesInMrt) {
+   using namespace Mrt;
+   const Support::Folder folder;
+   const auto table = folder.file("rib", ribOfTwo());
+   const std::string updates =
+      message(two, update(nlri("10.0.0.0/8"), "", "")) +
+      message(one, update(nlri("10.9.0.0/16"), path({65000, 7}) + nextHop("192.0.2.9"), nlri("10.3.0.0/16"))) +
+      message(two, update("", path({65002}), nlri("10.0.0.0/8") + nlri("10.1.0.0/16"))) +
+      message(one, update("", path({65000}), nlri("10.0.0.0/8")), 4, 17) +
+      message(one,
+              update("",
+                     attribute(14, u16(2) + u8(1) + u8(16) + address("2001:db8::9") + u8(0) + nlri("2001:db8::/32")) +
+                        path({65000}),
+                     ""));
+   const std::string expected =
+      "replace  10.0.0.0/8  peer 192.0.2.2 as 65002 path 65002 -> peer 192.0.2.1 as 65000 via 192.0.2.1 path 65000 "
+      "1\n"
+      "absent   10.9.0.0/16\n"
+      "add      10.3.0.0/16  peer 192.0.2.1 as 65000 via 192.0.2.9 path 65000 7\n"
+      "replace  10.0.0.0/8  peer 192.0.2.1 as 65000 via 192.0.2.1 path 65000 1 -> peer 192.0.2.2 as 65002 path "
+      "65002\n"
+      "replace  10.1.0.0/16  peer 192.0.2.1 as 65000 path 65000 1 2 -> peer 192.0.2.2 as 65002 path 65002\n";
+   const std::string rest = "add      2001:db8::/32  peer 192.0.2.1 as 65000 via 2001:db8::9 path 65000\n";
+   for (const auto& input :
+        {updates, Support::gz(updates), Support::bz2(updates), Support::xz(updates), Support::zst(updates)}) {
+      const Ran ran = rtrie({"watch", "--table", table}, input);
+      EXPECT_THAT(ran.out, testing::StartsWith(expected));
+      EXPECT_THAT(ran.out, testing::EndsWith(rest));
+      EXPECT_THAT(ran.err, testing::Not(testing::HasSubstr("<stdin>")));
+      EXPECT_EQ(0, ran.status);
+   }
+   const Ran peer = rtrie({"watch", "--table", table, "--peer", "65002"}, updates);
+   EXPECT_EQ(
+      "delete   10.0.0.0/8  peer 192.0.2.2 as 65002 path 65002\n"
+      "add      10.0.0.0/8  peer 192.0.2.2 as 65002 path 65002\n"
+      "add      10.1.0.0/16  peer 192.0.2.2 as 65002 path 65002\n",
+      peer.out);
+   EXPECT_THAT(peer.err, testing::EndsWith("rtrie: <stdin>: passed over 3 of other peers: 192.0.2.1 65000 (3)\n"));
+}
+
+// With its session all that a peer has said goes, also over several paths.
+TEST(Watch, aPeerThatIsLost) {
+   using namespace Mrt;
+   const Support::Folder folder;
+   const auto table = folder.file("rib", ribOfTwo());
+   const auto bytes = address("192.0.2.1");
+   const std::string lost = record(16, 5, u32(65000) + u32(1) + u16(0) + u16(1) + bytes + bytes + u16(6) + u16(1));
+   const std::string more = message(one, update("", path({65000, 5}), u32(7) + nlri("10.7.0.0/16")), 9);
+   const Ran ran = rtrie({"watch", "--table", table, "--match", "10.7.1.1", "--match", "10.1.2.3"}, more + lost);
+   EXPECT_EQ(
+      "10.7.1.1/32  10.0.0.0/8 peer 192.0.2.2 as 65002 path 65002 -> 10.7.0.0/16 peer 192.0.2.1 as 65000 path 65000 "
+      "5  "
+      "(add 10.7.0.0/16)\n"
+      "10.1.2.3/32  10.1.0.0/16 peer 192.0.2.1 as 65000 path 65000 1 2 -> 10.0.0.0/8 peer 192.0.2.2 as 65002 path "
+      "65002  "
+      "(delete 10.1.0.0/16)\n"
+      "10.7.1.1/32  10.7.0.0/16 peer 192.0.2.1 as 65000 path 65000 5 -> 10.0.0.0/8 peer 192.0.2.2 as 65002 path "
+      "65002  "
+      "(delete 10.7.0.0/16)\n",
+      ran.out);
+   EXPECT_EQ(
+      "same     10.0.0.0/8  peer 192.0.2.2 as 65002 path 65002\n"
+      "delete   10.1.0.0/16  peer 192.0.2.1 as 65000 path 65000 1 2\n",
+      rtrie({"watch", "--table", table}, lost).out);
+}
+
+// What it holds is what a table of both holds.
+TEST(Watch, updatesInMrtMakeTheTableThatTheyMakeOfAFile) {
+   using namespace Mrt;
+   const Support::Folder folder;
+   std::mt19937 random(17);
+   std::string updates;
+   const std::vector<Mrt::Peer> peers = {one, two};
+   for (int i = 0; i < 500; ++i) {
+      const auto prefix = fmt::format("10.{}.0.0/16", random() % 12);
+      const auto& peer = peers[random() % 2];
+      const auto bytes = address(peer.address);
+      updates +=
+         random() % 50 == 0 ? record(16, 5, u32(peer.as) + u32(1) + u16(0) + u16(1) + bytes + bytes + u16(6) + u16(1))
+         : random() % 3 == 0
+            ? message(peer, update(nlri(prefix), "", ""))
+            : message(peer,
+                      update("", path({peer.as, static_cast<U32>(random() % 2), static_cast<U32>(random() % 2)}),
+                             nlri(prefix)));
+   }
+   const auto table = folder.file("rib", ribOfTwo());
+   const auto both = folder.file("both", ribOfTwo() + updates);
+   std::map<std::string, std::string> made;
+   std::istringstream start(rtrie({"walk", "--table", table, "--format", "tsv-payload"}).out);
+   for (std::string line; std::getline(start, line);) {
+      made[line.substr(0, line.find('\t'))] = line.substr(line.find('\t') + 1);
+   }
+   std::istringstream changes(rtrie({"watch", "--table", table, "--format", "tsv"}, updates).out);
+   for (std::string line; std::getline(changes, line);) {
+      std::vector<std::string> fields(4);
+      std::istringstream stream(line);
+      for (auto& field : fields) {
+         std::getline(stream, field, '\t');
+      }
+      if (fields[0] == "delete") {
+         made.erase(fields[1]);
+      } else if (fields[0] != "absent") {
+         made[fields[1]] = fields[3];
+      }
+   }
+   std::map<std::string, std::string> expected;
+   std::istringstream end(rtrie({"walk", "--table", both, "--format", "tsv-payload"}).out);
+   for (std::string line; std::getline(end, line);) {
+      expected[line.substr(0, line.find('\t'))] = line.substr(line.find('\t') + 1);
+   }
+   EXPECT_EQ(expected, made);
+   EXPECT_GT(expected.size(), 3U);
+}
+
+TEST(Watch, damagedMrtIsToldAndPassedOver) {
+   using namespace Mrt;
+   const Support::Folder folder;
+   const auto table = folder.file("rib", ribOfTwo());
+   const auto good = message(one, update("", path({65000}), nlri("10.5.0.0/16")));
+   const Ran unknown =
+      rtrie({"watch", "--table", table}, record(77, 1, "abc") + good + good.substr(0, good.size() - 3));
+   EXPECT_EQ("add      10.5.0.0/16  peer 192.0.2.1 as 65000 path 65000\n", unknown.out);
+   EXPECT_THAT(unknown.err, testing::HasSubstr("rtrie: <stdin>: record 1 at byte 0: "));
+   EXPECT_EQ(1, unknown.status);
+   // Bytes of no kind at all end in one line, in little memory.
+   std::string noise(2'000'000, '\0');
+   std::mt19937 random(3);
+   for (std::size_t i = 5; i < noise.size(); ++i) {
+      noise[i] = static_cast<char>(random());
+   }
+   const Ran none = rtrie({"watch", "--table", table}, noise);
+   EXPECT_EQ("", none.out);
+   EXPECT_NE(0, none.status);
+   EXPECT_LT(std::count(none.err.begin(), none.err.end(), '\n'), 2000);
+   EXPECT_LT(none.peakBytes, 200'000'000U);
+   const Ran packed = rtrie({"watch", "--table", table}, Support::gz(good).substr(0, 30));
+   EXPECT_THAT(packed.err, testing::HasSubstr("rtrie: <stdin>: truncated .gz"));
+   EXPECT_EQ(3, packed.status);
 }
 
 TEST(Watch, aPayloadMaySayAnything) {

@@ -19,8 +19,8 @@ constexpr Word jsonWords[] = {{"from", "from"},   {"tos", "tos"},     {"nhid", "
                               {"via", "via"},     {"dev", "dev"},     {"table", "table"},   {"protocol", "proto"},
                               {"scope", "scope"}, {"prefsrc", "src"}, {"metric", "metric"}, {"weight", "weight"},
                               {"pref", "pref"}};
-// What stands elsewhere.
-constexpr std::string_view others[] = {"type", "dst", "flags", "nexthops"};
+// What stands elsewhere, or says what happened to the route.
+constexpr std::string_view others[] = {"type", "dst", "flags", "nexthops", "deleted"};
 
 void put(std::string& line, std::string_view word, std::string_view value) {
    line += fmt::format("{}{} {}", line.empty() ? "" : " ", word, value);

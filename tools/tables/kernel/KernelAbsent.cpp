@@ -27,5 +27,6 @@ KernelFollower::KernelFollower(KernelTable table) : table_(std::move(table)) {}
 KernelFollower::~KernelFollower() = default;
 std::unique_ptr<RouteSet> KernelFollower::read() { return std::make_unique<RouteSet>(); }
 void KernelFollower::step(const Told&) {}
+void KernelFollower::readAgainSoon() {}
 
 }  // namespace Rtrie

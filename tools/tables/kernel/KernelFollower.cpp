@@ -17,8 +17,8 @@ namespace {
 // Long enough for the kernel to do what a message announces, and too short for anybody to wait for.
 constexpr auto settleTime = std::chrono::milliseconds(50);
 constexpr auto mostSettleTime = std::chrono::seconds(1);
-// Of messages that wait: some ten thousand routes at a time.
-constexpr int messageBytes = 16 << 20;
+// Of messages that wait: some thousand routes at a time.
+constexpr int messageBytes = 4 << 20;
 constexpr int mostReads = 3;
 // So that messages that come faster than they are read do not keep the routes from being read.
 constexpr int mostDrained = 100'000;

@@ -6,7 +6,7 @@
 //    - when a device, an address or a next hop with an id has changed, as IPv4 routes go with these and the kernel says nothing
 //      of it. That waits until the kernel has done with it, and takes no more than half of the time.
 //
-// Tested by tests/tools/kernel/KernelTest.cpp.
+// Tested by tests/tools/kernel/KernelWatchTest.cpp.
 #pragma once
 
 #include <chrono>
@@ -44,6 +44,9 @@ class KernelFollower {
    // Waits for something to tell of and tells it. Raises DataError, and what is raised while it tells.
    void step(const Told& told);
 
+   // All routes are read again, as whoever was told of the last ones does not know any more what there is.
+   void readAgainSoon();
+
    // Messages that contradict themselves, which were told on standard error.
    std::uint64_t faults() const { return faults_; }
 
@@ -53,7 +56,6 @@ class KernelFollower {
 
    void message(const nlmsghdr& message, const Told* told);
    bool hasChanged(const nlmsghdr& message);
-   void readAgainSoon();
    void readAgain(const Told& told);
 
    KernelTable table_;
