@@ -63,6 +63,17 @@ package moved
 if [[ -x $build/tools/rtrie/rtrie ]]; then
    printf '10.0.0.0/8 ten\n' >table
    expect $'10.1.2.3/32\t10.0.0.0/8' moved/bin/rtrie lookup --table table --format tsv 10.1.2.3
+   # Of each command that its help lists there is a page, and both shells' completion knows it.
+   read -rd '' -a commands < <(moved/bin/rtrie --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p') || true
+   ((${#commands[@]} > 10)) || { printf 'the help lists %d commands\n' "${#commands[@]}" >&2; exit 1; }
+   expect "$({ echo rtrie.1 && printf 'rtrie-%s.1\n' "${commands[@]}"; } | LC_ALL=C sort)" env LC_ALL=C \
+      ls moved/share/man/man1
+   for completion in bash-completion/completions/rtrie zsh/site-functions/_rtrie; do
+      for command in "${commands[@]}"; do
+         grep -q "^ *$command)$" "moved/share/$completion" ||
+            { printf '%s does not know %s\n' "$completion" "$command" >&2; exit 1; }
+      done
+   done
 fi
 
 #--- a part of another project ---

@@ -1,14 +1,8 @@
 // The shell on a terminal: prompt, completion, lines of before, Ctrl-C and Ctrl-D.
-#include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <chrono>
-#include <csignal>
-
-#include <poll.h>
 
 #include "Support.h"
+#include "Terminal.h"
 #include "tools/rtrie/shell/LineEditor.h"
 
 namespace Rtrie {
@@ -19,74 +13,20 @@ using testing::HasSubstr;
 using testing::Not;
 
 // The shell in a terminal of its own, with its history under a folder of the test's.
-class Terminal {
+class ShellTerminal : public Support::Terminal {
   public:
-   Terminal(const Support::Folder& folder, const std::vector<std::string>& arguments, bool hasColours = true) {
-      std::vector<std::string> words = {"rtrie", "shell"};
-      words.insert(words.end(), arguments.begin(), arguments.end());
-      const auto state = folder.path("state");
-      const auto home = folder.path("");
-      std::vector<char*> pointers;
-      for (auto& word : words) {
-         pointers.push_back(word.data());
-      }
-      pointers.push_back(nullptr);
-      child_ = forkpty(&terminal_, nullptr, nullptr, nullptr);
-      if (child_ == 0) {
-         setenv("TERM", "xterm", 1);
-         setenv("XDG_STATE_HOME", state.c_str(), 1);
-         setenv("HOME", home.c_str(), 1);
-         setenv("NO_COLOR", hasColours ? "" : "1", 1);
-         execv(RTRIE_PROGRAM, pointers.data());
-         _exit(127);
-      }
-   }
-   Terminal(const Terminal&) = delete;
-   Terminal& operator=(const Terminal&) = delete;
-   ~Terminal() {
-      if (child_ != 0) {
-         kill(child_, SIGKILL);
-         end();
-      }
-   }
-
-   // Types it, and returns what was shown until `until` was, or for some seconds.
-   std::string type(std::string_view keys, std::string_view until = prompt) {
-      EXPECT_EQ(static_cast<ssize_t>(keys.size()), write(terminal_, keys.data(), keys.size()));
-      return shown(until);
-   }
-   std::string shown(std::string_view until = prompt) {
-      constexpr auto patience = std::chrono::seconds(20);
-      const auto end = std::chrono::steady_clock::now() + patience;
-      std::string text;
-      std::string part(4096, '\0');
-      while (text.find(until) == std::string::npos && std::chrono::steady_clock::now() < end) {
-         pollfd ready{terminal_, POLLIN, 0};
-         if (poll(&ready, 1, 100) == 1) {
-            const ssize_t got = read(terminal_, part.data(), part.size());
-            if (got <= 0) {
-               break;  // it has gone
-            }
-            text.append(part, 0, static_cast<std::size_t>(got));
-         }
-      }
-      return text;
-   }
-   // Its exit status.
-   int end() {
-      shown("\x01");  // to the end
-      int status = 0;
-      waitpid(child_, &status, 0);
-      close(terminal_);
-      child_ = 0;
-      return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-   }
-
-   static constexpr std::string_view prompt = "rtrie> ";
+   ShellTerminal(const Support::Folder& folder, const std::vector<std::string>& arguments, bool hasColours = true)
+      : Terminal(wordsOf(arguments),
+                 {"TERM=xterm", "XDG_STATE_HOME=" + folder.path("state"), "HOME=" + folder.path(""),
+                  std::string("NO_COLOR=") + (hasColours ? "" : "1")},
+                 "rtrie> ") {}
 
   private:
-   pid_t child_ = 0;
-   int terminal_ = -1;
+   static std::vector<std::string> wordsOf(const std::vector<std::string>& arguments) {
+      std::vector<std::string> words = {RTRIE_PROGRAM, "shell"};
+      words.insert(words.end(), arguments.begin(), arguments.end());
+      return words;
+   }
 };
 
 class ShellTerminalTest : public testing::Test {
@@ -97,7 +37,7 @@ class ShellTerminalTest : public testing::Test {
 };
 
 TEST_F(ShellTerminalTest, promptAnswersAndEnd) {
-   Terminal terminal(folder_, {"--table", table_});
+   ShellTerminal terminal(folder_, {"--table", table_});
    EXPECT_THAT(terminal.shown(), AllOf(HasSubstr("4 routes of " + table_),
                                        HasSubstr("History is kept in " + folder_.path("state/rtrie/history"))));
    EXPECT_THAT(terminal.type("match 10.1.9.9\n"), HasSubstr("10.1.9.9/32  10.1.0.0/16  lan\r\n"));
@@ -108,7 +48,7 @@ TEST_F(ShellTerminalTest, promptAnswersAndEnd) {
 }
 
 TEST_F(ShellTerminalTest, tabCompletes) {
-   Terminal terminal(folder_, {"--table", table_});
+   ShellTerminal terminal(folder_, {"--table", table_});
    terminal.shown();
    EXPECT_THAT(terminal.type("expl\t10.1.2\t--form\tjs\t\n"), HasSubstr("\"query\":\"10.1.2.0/24\""));
    EXPECT_THAT(terminal.type("lookup --engine patr\t\t"),
@@ -119,17 +59,17 @@ TEST_F(ShellTerminalTest, tabCompletes) {
 
 TEST_F(ShellTerminalTest, linesOfBeforeComeBack) {
    {
-      Terminal terminal(folder_, {"--table", table_});
+      ShellTerminal terminal(folder_, {"--table", table_});
       terminal.shown();
       terminal.type("match 10.1.9.9\n");
       terminal.type("quit\n", "\n");
       EXPECT_EQ(0, terminal.end());
    }
    EXPECT_EQ("match 10.1.9.9\nquit\n", Support::contentOf(folder_.path("state/rtrie/history")));
-   Terminal terminal(folder_, {"--table", table_});
+   ShellTerminal terminal(folder_, {"--table", table_});
    terminal.shown();
    EXPECT_THAT(terminal.type("\x1b[A\x1b[A\n"), HasSubstr("10.1.9.9/32  10.1.0.0/16  lan"));
-   Terminal without(folder_, {"--table", table_, "--no-history"});
+   ShellTerminal without(folder_, {"--table", table_, "--no-history"});
    EXPECT_THAT(without.shown(), Not(HasSubstr("istory")));
    without.type("walk 10.1.2.0/24\n");
    EXPECT_THAT(Support::contentOf(folder_.path("state/rtrie/history")), Not(HasSubstr("walk")));
@@ -137,13 +77,13 @@ TEST_F(ShellTerminalTest, linesOfBeforeComeBack) {
 
 TEST_F(ShellTerminalTest, historyThatCannotBeKeptIsTold) {
    folder_.file("state", "a file, and no folder");
-   Terminal terminal(folder_, {"--table", table_});
+   ShellTerminal terminal(folder_, {"--table", table_});
    EXPECT_THAT(terminal.shown(), HasSubstr("History is not kept: cannot write "));
    EXPECT_THAT(terminal.type("match 10.1.9.9\n"), HasSubstr("lan\r\n"));
 }
 
 TEST_F(ShellTerminalTest, ctrlCDropsTheLine) {
-   Terminal terminal(folder_, {"--table", table_});
+   ShellTerminal terminal(folder_, {"--table", table_});
    terminal.shown();
    EXPECT_THAT(terminal.type("unload ta\x03"), HasSubstr("^C"));
    EXPECT_THAT(terminal.type("match 10.1.9.9\n"), HasSubstr("10.1.9.9/32  10.1.0.0/16  lan\r\n"));
@@ -154,7 +94,7 @@ TEST_F(ShellTerminalTest, ctrlCEndsWhatACommandPrints) {
    for (int i = 0; i < 65'536; ++i) {
       routes += fmt::format("10.{}.{}.0/24 {}\n", i / 256, i % 256, i);
    }
-   Terminal terminal(folder_, {"--table", folder_.file("large", routes)});
+   ShellTerminal terminal(folder_, {"--table", folder_.file("large", routes)});
    terminal.shown();
    terminal.type("walk\n", "10.0.9.0/24");
    const auto rest = terminal.type("\x03");
@@ -170,12 +110,12 @@ TEST_F(ShellTerminalTest, ctrlCEndsWhatACommandPrints) {
 TEST_F(ShellTerminalTest, coloursOnATerminalAndNotInAPipe) {
    const auto other = folder_.file("other", "10.0.0.0/8 eleven\n");
    {
-      Terminal terminal(folder_, {"--table", table_});
+      ShellTerminal terminal(folder_, {"--table", table_});
       terminal.shown();
       EXPECT_THAT(terminal.type("diff " + other + "\n"), HasSubstr("\x1b[31m- 10.0.0.0/8 ten"));
       EXPECT_THAT(terminal.type("diff " + other + " | cat\n"), Not(HasSubstr("\x1b[31m")));
    }
-   Terminal plain(folder_, {"--table", table_}, false);
+   ShellTerminal plain(folder_, {"--table", table_}, false);
    plain.shown();
    EXPECT_THAT(plain.type("diff " + other + "\n"), AllOf(HasSubstr("- 10.0.0.0/8 ten"), Not(HasSubstr("\x1b[31m"))));
 }
@@ -186,7 +126,7 @@ TEST_F(ShellTerminalTest, loadsOnceAndAnswersAtOnce) {
       routes += fmt::format("10.{}.{}.0/24\n", i / 256, i % 256);
    }
    const auto large = folder_.file("large", routes);
-   Terminal terminal(folder_, {"--table", large});
+   ShellTerminal terminal(folder_, {"--table", large});
    terminal.shown();
    terminal.type("match 10.0.0.1\n");
    std::filesystem::remove(large);
