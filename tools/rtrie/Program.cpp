@@ -18,6 +18,7 @@
 #include "tools/rtrie/commands/InspectCommand.h"
 #include "tools/rtrie/commands/LookupCommand.h"
 #include "tools/rtrie/commands/MapCommand.h"
+#include "tools/rtrie/commands/ReportCommand.h"
 #include "tools/rtrie/commands/ShellCommand.h"
 #include "tools/rtrie/commands/StatsCommand.h"
 #include "tools/rtrie/commands/TraceCommand.h"
@@ -47,6 +48,7 @@ constexpr Command commandRows[] = {
    {"stats", "Load tables and show their size, cost and make-up", addStats},
    {"walk", "Load tables and print their routes in order", addWalk},
    {"map", "Draw the addresses as a picture, coloured by what tables say of them", addMap},
+   {"report", "Write a page that tells what tables hold, for a browser or a printer", addReport},
    {"dump", "Load tables and print the state of the engine that holds them", addDump},
    {"inspect", "Show the library's classes, or load tables and read an engine's attributes, all by name", addInspect},
    {"shell", "Load tables once and run commands on them, line by line", addShell,

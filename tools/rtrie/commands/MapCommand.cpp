@@ -104,32 +104,35 @@ ExitStatus run(const MapOptions& options, const Session& session) {
    }
 
    const auto order = static_cast<unsigned>(std::countr_zero(options.side));
-   const auto blockFor = [&](const RouteSet& routes, const ChangeTimes& changes) {
-      return within.value_or(blockOf(routes, changes));
-   };
    std::uint64_t faults = 0;
+   ShownBlock shown;
+   const auto block = [&] { return within.value_or(shown.block()); };
    SpaceMap map;
-   ChangeTimes changes;
    if (by == MapBy::age) {
       if (session.isShell()) {
-         throw UsageError("the age of changes is in the files, and not in tables that are loaded: run `rtrie map` by itself");
+         throw UsageError(
+            "the age of changes is in files, and not in tables that are loaded: run `rtrie map` by itself");
       }
       RouteSet routes;
+      ChangeTimes changes;
       faults = loadChanges(options, changes, routes);
-      map = mapByAge(routes, changes, blockFor(routes, changes), order);
+      shown.add(routes);
+      shown.add(changes);
+      map = mapByAge(routes, changes, block(), order);
    } else {
       const auto asked = session.tables(options);
       const RouteSet& routes = asked->routes();
-      const auto block = blockFor(routes, changes);
       faults = asked.faults;
+      shown.add(routes);
       if (by == MapBy::difference) {
          LoadOptions one = options;
          one.tables = {options.against};
          const auto before = session.tables(one);
          faults += before.faults;
-         map = mapByDifference(before->routes(), routes, block, order);
+         shown.add(before->routes());
+         map = mapByDifference(before->routes(), routes, block(), order);
       } else {
-         map = by == MapBy::length ? mapByLength(routes, block, order) : mapByPayload(routes, block, order);
+         map = by == MapBy::length ? mapByLength(routes, block(), order) : mapByPayload(routes, block(), order);
       }
    }
    writeFile(options.out, format.draw(map, theme));

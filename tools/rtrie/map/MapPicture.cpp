@@ -75,18 +75,22 @@ void drawText(cairo_t* context, double x, double baseline, const std::string& te
    cairo_show_text(context, text.c_str());
 }
 
-// The text, or as much of it as has room, with an ellipsis. UTF-8.
+// The text, or as much of its two ends as has room, with an ellipsis between them: of a payload, the end tells as much as the
+// beginning. UTF-8.
 std::string fittingText(cairo_t* context, const std::string& text, double room) {
+   std::vector<std::size_t> characters;  // where they begin
+   for (std::size_t at = 0; at < text.size(); ++at) {
+      if ((static_cast<unsigned char>(text[at]) & 0xc0) != 0x80) {
+         characters.push_back(at);
+      }
+   }
    std::string fitting = text;
-   std::string kept = text;
-   while (!kept.empty() && textWidth(context, fitting) > room) {
-      while (!kept.empty() && (static_cast<unsigned char>(kept.back()) & 0xc0) == 0x80) {
-         kept.pop_back();
-      }
-      if (!kept.empty()) {
-         kept.pop_back();
-      }
-      fitting = kept + "…";
+   for (std::size_t kept = characters.size(); kept > 0 && textWidth(context, fitting) > room;) {
+      --kept;
+      const std::size_t front = kept - kept / 2;
+      const std::size_t back = characters.size() - kept / 2;
+      fitting = text.substr(0, front < characters.size() ? characters[front] : text.size()) + "…" +
+                (back < characters.size() ? text.substr(characters[back]) : "");
    }
    return fitting;
 }
@@ -151,14 +155,13 @@ void drawBlocks(cairo_t* context, const SpaceMap& map, const Paper& paper) {
    if (levels == 0) {
       return;
    }
-   const auto blocks = blocksOf(map, levels);
-   for (const auto& [place, prefix] : blocks) {
+   for (const auto& [place, prefix] : blocksOf(map, levels)) {
       cairo_rectangle(context, place.x + 0.5, place.y + 0.5, place.width, place.height);
    }
    colourIs(context, paper.line, 0.55);
    cairo_set_line_width(context, 1);
    cairo_stroke(context);
-   for (const auto& [place, prefix] : blocks) {
+   for (const auto& [place, prefix] : namedBlocks(map, levels)) {
       const std::string label = blockLabel(prefix);
       cairo_rectangle(context, place.x + 1, place.y + 1, textWidth(context, label) + 6, labelSize + 4);
       colourIs(context, paper.page, 0.8);

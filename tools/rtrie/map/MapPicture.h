@@ -35,6 +35,8 @@ struct NamedBlock {
 };
 // The parts so many levels down, four times as many at each. Requires: 2 * levels <= blockBits(), levels <= order.
 std::vector<NamedBlock> blocksOf(const SpaceMap& map, unsigned levels);
+// Those of them that are worth a name: all, or where most of the map is empty, those that are not.
+std::vector<NamedBlock> namedBlocks(const SpaceMap& map, unsigned levels);
 
 // What a cell is, for people: "a pixel is a /20", "an address is 16 pixels".
 std::string scaleText(const SpaceMap& map);

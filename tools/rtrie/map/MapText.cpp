@@ -1,6 +1,9 @@
 // What a map says in words, with cairo or without.
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstddef>
+
 #include "tools/rtrie/map/MapPicture.h"
 #include "tools/tables/AddressNumber.h"
 #include "tools/tables/Numbers.h"
@@ -25,6 +28,19 @@ std::vector<NamedBlock> blocksOf(const SpaceMap& map, unsigned levels) {
       fill(map.block.bits<32>().word());
    }
    return blocks;
+}
+
+std::vector<NamedBlock> namedBlocks(const SpaceMap& map, unsigned levels) {
+   const auto blocks = blocksOf(map, levels);
+   const std::size_t cells = map.cells.size() / blocks.size();
+   std::vector<NamedBlock> named;
+   for (std::size_t i = 0; i < blocks.size(); ++i) {
+      const auto begin = map.cells.begin() + static_cast<std::ptrdiff_t>(i * cells);
+      if (std::any_of(begin, begin + static_cast<std::ptrdiff_t>(cells), [](U8 each) { return each != 0; })) {
+         named.push_back(blocks[i]);
+      }
+   }
+   return named.empty() || 2 * named.size() > blocks.size() ? blocks : named;
 }
 
 std::string scaleText(const SpaceMap& map) {

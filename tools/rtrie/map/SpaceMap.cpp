@@ -244,7 +244,10 @@ void dropEmptyClasses(SpaceMap& map) {
 }  // namespace
 
 double SpaceMap::shareOf(const MapClass& of) const {
-   return static_cast<double>(std::ldexp(of.addresses, -static_cast<int>(blockBits())));
+   const auto share = static_cast<double>(std::ldexp(of.addresses, -static_cast<int>(blockBits())));
+   // What another class has may be too little to count.
+   const auto isOther = [&of](const MapClass& each) { return &each != &of && each.addresses > 0; };
+   return share == 1 && std::any_of(classes.begin(), classes.end(), isOther) ? std::nextafter(1.0, 0.0) : share;
 }
 
 SpaceMap mapByLength(const RouteSet& routes, const IpGenPrefix& block, unsigned order) {
@@ -321,7 +324,8 @@ SpaceMap mapByDifference(const RouteSet& before, const RouteSet& after, const Ip
 }
 
 SpaceMap mapByAge(const RouteSet& routes, const ChangeTimes& changes, const IpGenPrefix& block, unsigned order) {
-   auto map = emptyMap(block, order, "time from its change to the last change", "no route");
+   auto map = emptyMap(block, order, "time from its change to the last change of all",
+                       routes.size() == 0 ? "no change" : "no route");
    map.classes.push_back({"not changed", plainTint(), 1, 0});
    withNumber(block.af(), [&]<class Number>(Number) {
       const auto placed = agesOver<Number>(routes, changes, block);
@@ -348,36 +352,50 @@ SpaceMap mapByAge(const RouteSet& routes, const ChangeTimes& changes, const IpGe
    return map;
 }
 
-IpGenPrefix blockOf(const RouteSet& routes, const ChangeTimes& changes) {
-   bool hasIpv4 = routes.size(Corenet::AddressFamily::ipv4) > 0;
-   std::optional<AddressRange<Corenet::U128>> all;
-   const auto take = [&](const IpGenPrefix& prefix) {
-      if (prefix.af() == Corenet::AddressFamily::ipv4) {
-         hasIpv4 = true;
-      } else if (prefix.len() > 0) {
-         const auto range = rangeOf<Corenet::U128>(prefix);
-         all = all ? AddressRange<Corenet::U128>{std::min(all->first, range.first), std::max(all->last, range.last)}
-                   : range;
-      }
-   };
-   routes.forEach(Corenet::AddressFamily::ipv6, take);
-   changes.forEach([&](const IpGenPrefix& prefix, std::int64_t) { take(prefix); });
-   if (hasIpv4) {
+void ShownBlock::add(const RouteSet& routes) {
+   hasIpv4_ = hasIpv4_ || routes.size(Corenet::AddressFamily::ipv4) != 0;
+   routes.forEach(Corenet::AddressFamily::ipv6, [this](const IpGenPrefix& route) { add(route); });
+}
+
+void ShownBlock::add(const ChangeTimes& changes) {
+   changes.forEach([this](const IpGenPrefix& prefix, std::int64_t) { add(prefix); });
+}
+
+void ShownBlock::add(const IpGenPrefix& prefix) {
+   if (prefix.af() == Corenet::AddressFamily::ipv4) {
+      hasIpv4_ = true;
+      return;
+   }
+   // A default route alone is shown in the whole space, which of() has from a range of it.
+   const auto range = rangeOf<Corenet::U128>(prefix);
+   if (!all_ || isDefaultAlone_) {
+      all_ = range;
+      isDefaultAlone_ = prefix.len() == 0;
+   } else if (prefix.len() != 0) {
+      all_ = {std::min(all_->first, range.first), std::max(all_->last, range.last)};
+   }
+}
+
+IpGenPrefix ShownBlock::of(Corenet::AddressFamily af) const {
+   if (af == Corenet::AddressFamily::ipv4) {
       return Corenet::Prefix();
    }
-   if (!all) {
+   if (!all_) {
       return Corenet::Ip6Prefix();
    }
-   const auto differing = all->first ^ all->last;
+   const auto differing = all_->first ^ all_->last;
    U8 length = 0;
    while (length < 128 && (differing >> (127 - length)) == 0) {
       ++length;
    }
-   return prefixOf(static_cast<Corenet::U128>(all->first & ~rangeOf<Corenet::U128>(0, length).last), length);
+   return prefixOf(static_cast<Corenet::U128>(all_->first & ~rangeOf<Corenet::U128>(0, length).last), length);
 }
 
 std::string percentText(double share) {
    const double percent = share * 100;
+   if (share < 1 && percent >= 99.95) {
+      return "> 99.9 %";
+   }
    if (percent == 0 || percent >= 10) {
       return fmt::format("{:.1f} %", percent);
    }

@@ -6,11 +6,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "routetrie/platform/Corenet.h"
 #include "routetrie/platform/Types.h"
+#include "tools/rtrie/map/AnswerWalk.h"
 #include "tools/rtrie/map/ChangeTimes.h"
 #include "tools/rtrie/map/Palette.h"
 #include "tools/tables/RouteSet.h"
@@ -52,11 +54,27 @@ SpaceMap mapByDifference(const RouteSet& before, const RouteSet& after, const Co
 SpaceMap mapByAge(const RouteSet& routes, const ChangeTimes& changes, const Corenet::IpGenPrefix& block,
                   unsigned order);
 
-// What is to be shown unless told otherwise: all of IPv4, or, of tables without IPv4 routes, the longest prefix that covers all
-// IPv6 routes but the default one. Of the routes and of the changes.
-Corenet::IpGenPrefix blockOf(const RouteSet& routes, const ChangeTimes& changes = {});
+// What is to be shown unless told otherwise: all of IPv4; of IPv6, the longest prefix that covers all routes but the default one.
+class ShownBlock {
+  public:
+   void add(const RouteSet& routes);
+   void add(const ChangeTimes& changes);
 
-// "12.3 %", "< 0.01 %"
+   Corenet::IpGenPrefix of(Corenet::AddressFamily af) const;
+   // IPv4's, unless there are only IPv6 routes.
+   Corenet::IpGenPrefix block() const {
+      return of(hasIpv4_ || !all_ ? Corenet::AddressFamily::ipv4 : Corenet::AddressFamily::ipv6);
+   }
+
+  private:
+   void add(const Corenet::IpGenPrefix& prefix);
+
+   bool hasIpv4_ = false;
+   bool isDefaultAlone_ = false;  // of IPv6
+   std::optional<AddressRange<Corenet::U128>> all_;
+};
+
+// "12.3 %", "< 0.01 %", "> 99.9 %"
 std::string percentText(double share);
 
 }  // namespace Rtrie

@@ -121,18 +121,35 @@ TEST(SpaceMap, byAge) {
                                         "30 s to 1 min 6.25 %", "1 h to 3 h 6.25 %", "1 week to 30 days 0.39 %"));
 }
 
+std::string shownOf(std::initializer_list<const char*> prefixes) {
+   Lines lines;
+   for (const char* each : prefixes) {
+      lines.push_back({each, ""});
+   }
+   ShownBlock shown;
+   shown.add(SetOf(lines));
+   return shown.block().stringValue();
+}
+
 TEST(SpaceMap, whatIsShownUnlessTold) {
-   EXPECT_EQ("0.0.0.0/0", blockOf(SetOf{{"10.0.0.0/8", ""}, {"2001:db8::/32", ""}}).stringValue());
-   EXPECT_EQ("2001:db8::/32", blockOf(SetOf{{"2001:db8::/32", ""}, {"::/0", ""}}).stringValue());
-   EXPECT_EQ("2001:db8::/31", blockOf(SetOf{{"2001:db8::/48", ""}, {"2001:db9::/48", ""}}).stringValue());
-   EXPECT_EQ("::/0", blockOf(SetOf{{"::/128", ""}, {"8000::/1", ""}}).stringValue());
-   EXPECT_EQ("::1/128", blockOf(SetOf{{"::1/128", ""}}).stringValue());
-   EXPECT_EQ("::/0", blockOf(SetOf{{"::/0", ""}}).stringValue());
+   EXPECT_EQ("0.0.0.0/0", shownOf({}));
+   EXPECT_EQ("0.0.0.0/0", shownOf({"10.0.0.0/8", "2001:db8::/32"}));
+   EXPECT_EQ("2001:db8::/32", shownOf({"2001:db8::/32", "::/0"}));
+   EXPECT_EQ("2001:db8::/31", shownOf({"2001:db8::/48", "2001:db9::/48"}));
+   EXPECT_EQ("::/0", shownOf({"::/128", "8000::/1"}));
+   EXPECT_EQ("::1/128", shownOf({"::1/128"}));
+   EXPECT_EQ("::/0", shownOf({"::/0"}));
    ChangeTimes changes;
    changes.changed(prefix("2001:db8::/32"), 1);
-   EXPECT_EQ("2001:db8::/32", blockOf(SetOf{}, changes).stringValue());
+   ShownBlock shown;
+   shown.add(changes);
+   EXPECT_EQ("2001:db8::/32", shown.block().stringValue());
+   EXPECT_EQ("0.0.0.0/0", shown.of(Corenet::AddressFamily::ipv4).stringValue());
+   shown.add(SetOf{{"2001:db9::/32", ""}});
+   EXPECT_EQ("2001:db8::/31", shown.of(Corenet::AddressFamily::ipv6).stringValue());
    changes.changed(prefix("10.0.0.0/8"), 1);
-   EXPECT_EQ("0.0.0.0/0", blockOf(SetOf{}, changes).stringValue());
+   shown.add(changes);
+   EXPECT_EQ("0.0.0.0/0", shown.block().stringValue());
 }
 
 TEST(SpaceMap, aBlockSmallerThanItsPicture) {
@@ -152,6 +169,8 @@ TEST(SpaceMap, percent) {
    EXPECT_EQ("< 0.01 %", percentText(1e-9));
    EXPECT_EQ("0.02 %", percentText(0.0002));
    EXPECT_EQ("12.3 %", percentText(0.1234));
+   EXPECT_EQ("99.9 %", percentText(0.99949));
+   EXPECT_EQ("> 99.9 %", percentText(0.99999));
    EXPECT_EQ("100.0 %", percentText(1));
 }
 
