@@ -69,6 +69,23 @@ TEST_F(Dump, treeOfNodes) {
              dump({"--tree", "--engine", "patricia-compact"}));
 }
 
+TEST_F(Dump, recordsForPrograms) {
+   EXPECT_EQ(
+      "{\"family\":\"ipv4\",\"routes\":4,\"lines\":[\"PatriciaTrie\",\"  route[] #4\",\"    0.0.0.0/0\",\"    "
+      "10.0.0.0/8\","
+      "\"    10.128.0.0/16\",\"    11.0.0.0/8\"]}\n"
+      "{\"family\":\"ipv6\",\"routes\":1,\"lines\":[\"PatriciaTrie\",\"  route[] #1\",\"    2001:db8::/32\"]}\n",
+      dump({"--engine", "patricia", "--format", "json"}));
+   EXPECT_THAT(dump({"--engine", "patricia", "--format", "tsv"}),
+               testing::StartsWith("ipv4\tPatriciaTrie\nipv4\t  route[] #4\n"));
+   EXPECT_THAT(dump({"--engine", "patricia", "--format", "csv"}),
+               testing::StartsWith("family,line\nipv4,PatriciaTrie\nipv4,\"  route[] #4\"\n"));
+   EXPECT_THAT(dump({"--engine", "patricia", "--format", "json", "--tree"}),
+               testing::StartsWith("{\"family\":\"ipv4\",\"routes\":null,\"lines\":[\"10.0.0.0/7"));
+   EXPECT_THAT(dump({"--engine", "table", "--format", "tsv", "--tree"}), testing::StartsWith("ipv4\t"))
+      << "records have no legend";
+}
+
 TEST_F(Dump, badUsageIsOneLine) {
    for (const auto& arguments : std::vector<std::vector<std::string>>{
            {"--tree", "--limit", "2"}, {"--tree", "--verbose"}, {"--limit", "-1"}, {"--limit", "many"}}) {
