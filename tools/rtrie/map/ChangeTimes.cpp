@@ -117,7 +117,7 @@ void readLineChanges(PeekedSource& source, const Selection& selection, ChangeTim
    std::optional<std::int64_t> seconds;      // of the line at hand
    std::optional<std::int64_t> heldSeconds;  // of the update that may go on with that line
    UpdateLines lines(selection, [&](const RouteUpdate& update) {
-      const auto& time = update.isKernels ? heldSeconds : seconds;
+      const auto& time = update.choice == Choice::metric ? heldSeconds : seconds;
       if (!time) {
          throw BadText(fmt::format("an update without a time: {}", update.prefix.stringValue()));
       }
