@@ -15,6 +15,14 @@ if(NOT ROUTETRIE_SHARED)
    set(ROUTETRIE_PC_LIBS "-Wl,--whole-archive -lroutetrie -Wl,--no-whole-archive -pthread")
    set(ROUTETRIE_PC_LIBS_PRIVATE)
 endif()
+if(TARGET routetrie_readers)
+   list(APPEND targets routetrie_readers)
+   set(ROUTETRIE_PC_URCU)
+   set(ROUTETRIE_PC_URCU_PRIVATE liburcu-bp)
+   if(NOT ROUTETRIE_SHARED)  # whoever links it links what it stands on
+      set(ROUTETRIE_PC_URCU ", liburcu-bp")
+   endif()
+endif()
 install(TARGETS ${targets} EXPORT routetrieTargets
    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}"
    ARCHIVE DESTINATION "${CMAKE_INSTALL_LIBDIR}")
@@ -32,6 +40,12 @@ install(FILES "${PROJECT_BINARY_DIR}/routetrieConfig.cmake" "${PROJECT_BINARY_DI
 file(RELATIVE_PATH ROUTETRIE_PC_TO_PREFIX "${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig" "${CMAKE_INSTALL_PREFIX}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/routetrie.pc.in" "${PROJECT_BINARY_DIR}/routetrie.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/routetrie.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+if(TARGET routetrie_readers)
+   configure_file("${PROJECT_SOURCE_DIR}/cmake/routetrie-shared.pc.in" "${PROJECT_BINARY_DIR}/routetrie-shared.pc" @ONLY)
+   install(FILES "${PROJECT_BINARY_DIR}/routetrie-shared.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
+   # It finds the other library beside itself.
+   set_target_properties(routetrie_readers PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
 
 # tools/rtrie installs the command, which finds the library beside itself, wherever the two were put.
 if(TARGET rtrie)

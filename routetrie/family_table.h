@@ -45,6 +45,10 @@ namespace routetrie {
 template <class T>
 class table;
 
+namespace Impl {
+struct Publishing;
+}
+
 template <unsigned width, class T>
 class basic_table : public basic_questions<width, T> {
    using Questions = basic_questions<width, T>;
@@ -360,6 +364,7 @@ class basic_table : public basic_questions<width, T> {
    friend class basic_table;
    template <class>
    friend class table;
+   friend struct Impl::Publishing;
 
    // Finds the bytes of the value or makes them, in one search. Requires: is_prefix(p).
    template <class Make>

@@ -206,6 +206,8 @@ class table : public both_questions<table4<T>, table6<T>> {
    table_memory memory() const noexcept { return v4_.memory() += v6_.memory(); }
 
   private:
+   friend struct Impl::Publishing;
+
    template <class Change>
    auto change(const prefix& p, Change&& how) {
       switch (p.af()) {

@@ -7,12 +7,7 @@
 
 namespace routetrie::Impl {
 
-Store::Store(unsigned valueSize, bool publishes) : values(valueSize == 8 ? 4 : 3) {
-   if (publishes) {
-      needVersions().publishes = true;
-      publish();
-   }
-}
+Store::Store(unsigned valueSize) noexcept : values(valueSize == 8 ? 4 : 3) {}
 
 Store::~Store() = default;
 
@@ -182,6 +177,14 @@ void Store::tendSome(std::size_t most) noexcept {
       }
    } catch (const std::bad_alloc&) {
       // The notes stay where they are; the next change tries it again.
+   }
+   // Who frees all is at rest, and will need no room for notes for a while.
+   if (most == ~std::size_t{0}) {
+      for (std::vector<Dead>* notes : {&versions_->open, &versions_->closed, &versions_->ready}) {
+         if (notes->empty()) {
+            std::vector<Dead>().swap(*notes);
+         }
+      }
    }
 }
 

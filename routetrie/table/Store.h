@@ -45,8 +45,7 @@ class ROUTETRIE_EXPORT Store {
    };
    class Held;
 
-   // `publishes`: each version of the tree may be read by others until they are known to have gone.
-   Store(unsigned valueSize, bool publishes);
+   explicit Store(unsigned valueSize) noexcept;
    Store(const Store&) = delete;
    Store& operator=(const Store&) = delete;
    ~Store();
@@ -110,6 +109,11 @@ class ROUTETRIE_EXPORT Store {
 
    //--- publishing
 
+   // Once; std::bad_alloc.
+   void startPublishing() {
+      needVersions().publishes = true;
+      publish();
+   }
    // A version that readers may see has been published.
    void publish() noexcept;
    // Readers that come from now on can not see what is retired by now. False: it waits for those of another time, or nothing does.

@@ -88,6 +88,7 @@ void Tree<width>::forget() noexcept {
    pages_ = 0;
    size_ = 0;
    hasDefault_ = false;
+   publishes_ = false;
 }
 
 template <unsigned width>

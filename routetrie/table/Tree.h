@@ -88,10 +88,8 @@ class ROUTETRIE_EXPORT Tree {
    using Bits = Corenet::AddressBits<width>;
 
    // `valueSize`: 0, 1, 2, 4 or 8 bytes, aligned to their size.
-   explicit Tree(unsigned valueSize, bool publishes = false) noexcept
-      : valueSize_(static_cast<U8>(valueSize)),
-        step_(static_cast<U8>(bytesInRun(valueSize))),
-        publishes_(publishes) {}
+   explicit Tree(unsigned valueSize) noexcept
+      : valueSize_(static_cast<U8>(valueSize)), step_(static_cast<U8>(bytesInRun(valueSize))) {}
    Tree(Tree&& other) noexcept;
    Tree& operator=(Tree&& other) noexcept;
    ~Tree() = default;
@@ -185,6 +183,8 @@ class ROUTETRIE_EXPORT Tree {
    Tree frozen() const noexcept;
    // The memory of the tree and its versions, made if there is none; std::bad_alloc.
    const std::shared_ptr<Store>& store();
+   // From now on each version is read by others, until the store is told that they have gone.
+   void startPublishing();
    // The same as it is: null if there is none.
    const std::shared_ptr<Store>& storeIfAny() const noexcept { return store_; }
 
@@ -339,7 +339,7 @@ class ROUTETRIE_EXPORT Tree {
    U8 valueSize_;
    U8 step_;
    bool hasDefault_ = false;
-   bool publishes_;
+   bool publishes_ = false;
 };
 
 //--- lookups ---

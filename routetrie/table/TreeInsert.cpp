@@ -9,7 +9,7 @@ template <unsigned width>
 void Tree<width>::needStore() {
    if (store_ == nullptr) {
       base_ = Region::base();
-      store_ = std::make_shared<Store>(valueSize_, publishes_);
+      store_ = std::make_shared<Store>(valueSize_);
    }
 }
 

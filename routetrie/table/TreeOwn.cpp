@@ -7,7 +7,8 @@ namespace routetrie::Impl {
 
 template <unsigned width>
 Tree<width> Tree<width>::frozen() const noexcept {
-   Tree version(valueSize_, publishes_);
+   Tree version(valueSize_);
+   version.publishes_ = publishes_;
    version.base_ = base_;
    version.size_ = size_;
    version.generation_ = generation_;
@@ -23,6 +24,18 @@ template <unsigned width>
 const std::shared_ptr<Store>& Tree<width>::store() {
    needStore();
    return store_;
+}
+
+template <unsigned width>
+void Tree<width>::startPublishing() {
+   needStore();
+   store_->startPublishing();
+   // It has other numbers from now on.
+   dropIndex();
+   publishes_ = true;
+   if (size_ >= indexFrom) {
+      buildIndex();
+   }
 }
 
 template <unsigned width>
@@ -127,6 +140,8 @@ template Tree<32> Tree<32>::frozen() const noexcept;
 template Tree<128> Tree<128>::frozen() const noexcept;
 template const std::shared_ptr<Store>& Tree<32>::store();
 template const std::shared_ptr<Store>& Tree<128>::store();
+template void Tree<32>::startPublishing();
+template void Tree<128>::startPublishing();
 template bool Tree<32>::tend() noexcept;
 template bool Tree<128>::tend() noexcept;
 template void Tree<32>::own(Bits, unsigned, bool);

@@ -4,7 +4,8 @@
 #    tools/rtrie/  bench/             may include tools/tables/
 #    tools/tables/  examples/         may include the library
 #       |
-#    routetrie/*.h  table/            the table and its faces: platform/, and nothing of trie/
+#    routetrie/*.h  table/            the table and its faces: platform/, and nothing of trie/; shared_table.h alone, shared/ too
+#    routetrie/shared/                what readers on other threads are known by: platform/, and its sources liburcu
 #    routetrie/trie/front/            multibit/, patricia/
 #    routetrie/trie/multibit/         of patricia/ one callback type, which its walks take too (and its place in a module record)
 #    routetrie/trie/patricia/         no other room
@@ -35,6 +36,8 @@ mayInclude() {
       routetrie/trie/Intrusive.h) echo 'routetrie/trie/intrusive/.*' ;;
       routetrie/trie/Fronts.h) echo "routetrie/trie/front/.*|$doors" ;;
       routetrie/trie/*) echo "$platform" ;;
+      routetrie/shared/*) echo "$platform|routetrie/shared/.*" ;;
+      routetrie/shared_table.h) echo "$platform|routetrie/[a-z_0-9]+\.h|routetrie/(table|shared)/.*" ;;
       routetrie/*) echo "$platform|routetrie/[a-z_0-9]+\.h|routetrie/table/.*" ;;
       examples/*) echo 'routetrie/.*' ;;
       bench/*) echo 'routetrie/.*|bench/.*|tools/tables/.*' ;;
@@ -63,7 +66,7 @@ checkFile() {
          if [[ $file == examples/* && $name == routetrie/* ]]; then
             [[ -f $name ]] || fault "$file:$number: no file \"$name\" under the root"
          elif [[ ($file == routetrie/* || $file == examples/*) && $name == */* ]]; then
-            [[ $name =~ ^(fmt|sys|arpa|netinet|sanitizer)/ ]] ||
+            [[ $name =~ ^(fmt|sys|arpa|netinet|sanitizer)/ || ($file == routetrie/shared/*.cpp && $name == urcu/*) ]] ||
                fault "$file:$number: may not include <$name> (of folders only fmt/ and those of the system)"
          fi
       else

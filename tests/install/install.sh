@@ -37,6 +37,7 @@ built() {
    logged "$1.log" "$CMAKE" --build "$1"
    expect "10.0.0.0/8 $modules 7" "$1/consumer"
    expect '10.0.0.0/8 8' "$1/values"
+   expect 9 "$1/shared"
 }
 
 # package PREFIX: uses what is installed there, by find_package and by pkg-config.
@@ -49,6 +50,10 @@ package() {
    read -ra flags < <("$PKG_CONFIG" --cflags --libs routetrie)
    "$CXX" -std=c++20 "$here/consumer/consumer.cpp" -o "$1-plain" "${flags[@]}" -I"$here/consumer/own"
    LD_LIBRARY_PATH=$PWD/$1/$LIBDIR expect "10.0.0.0/8 $modules 7" "./$1-plain"
+   [[ " ${flags[*]} " != *urcu* ]] || { printf 'who wants the library alone gets liburcu\n' >&2; exit 1; }
+   read -ra flags < <("$PKG_CONFIG" --cflags --libs routetrie-shared)
+   "$CXX" -std=c++20 "$here/consumer/shared.cpp" -o "$1-shared" "${flags[@]}"
+   LD_LIBRARY_PATH=$PWD/$1/$LIBDIR expect 9 "./$1-shared"
 }
 
 #--- installed ---

@@ -1,0 +1,53 @@
+// Readers: threads that read what another one replaces, and when they have gone; liburcu behind two words of its own, so that who
+// includes a shared table needs none of its headers.
+//
+// The flavour is `bp`: a thread announces itself to liburcu with its first reading and is forgotten when it ends, so a reader is welcome
+// on any thread of any program, beside the program's own use of liburcu, whatever its flavour. Entering and leaving write to the thread's
+// own line of memory; the barriers that this saves are made for all threads by whoever asks whether they have gone (membarrier(2)).
+// `qsbr` would save these writes, and have each thread say now and then that it reads nothing, which a library cannot ask for; `memb`
+// would save one more read, and wants each thread registered, once, by whom it may be.
+//
+// Whether readers have gone is found out by liburcu's own thread, through call_rcu: nobody waits for it. (urcu_bp_synchronize_rcu() would
+// wait, and what asks without waiting came to liburcu after what Debian has.)
+//
+// After fork() the child may read and write as before if the parent called urcu_bp_before_fork() and the like, as liburcu says.
+// Tested by tests/table/SharedTableTest.cpp, tests/property/SharedTableThreadsTest.cpp.
+#pragma once
+
+#include <cstddef>
+
+#include "routetrie/platform/Export.h"
+#include "routetrie/platform/Language.h"
+
+namespace routetrie::Impl {
+
+class ROUTETRIE_EXPORT Readers {
+  public:
+   // Announces the thread, so that its first reading is as fast as any other.
+   static void join() noexcept;
+   // What is replaced from now on stays until leave(). May be nested.
+   static void enter() noexcept;
+   static void leave() noexcept;
+};
+
+// Whether all who were reading at some moment have left. For one thread at a time.
+class ROUTETRIE_EXPORT Grace {
+  public:
+   Grace();  // std::bad_alloc
+   Grace(const Grace&) = delete;
+   Grace& operator=(const Grace&) = delete;
+   ~Grace();
+
+   // The moment is now. Requires: none is under way.
+   void begin() noexcept;
+   bool isUnderWay() const noexcept { return isUnderWay_; }
+   // True once for each moment, when they have left.
+   bool isOver() noexcept;
+
+  private:
+   struct Ticket;
+   Ticket* ticket_;  // shared with liburcu while one is under way
+   bool isUnderWay_ = false;
+};
+
+}  // namespace routetrie::Impl

@@ -1,0 +1,521 @@
+// shared_table: a table that one thread changes while any number of others read, which never wait.
+//
+//    routetrie::shared_table<int> t;                            of both families; shared_table4, shared_table6 of one
+//    t.insert_or_assign("10.0.0.0/8"_prefix, 1);                a writer; several of them take turns
+//    t.batch([](auto& w) { w.erase(p);  w.insert({q, 2}); });   seen as one change
+//
+//    auto reader = t.reader();                                  once a thread
+//    if (auto hop = reader.lookup(address)) forward(*hop);      sees one whole version, and keeps it while `hop` is there
+//    auto routes = reader.lock();                               one version for as many questions as one likes:
+//    for (const auto& [prefix, value] : routes->covered(p)) ... all that a table is asked (routetrie/questions.h)
+//
+// Versions. Each change, and each batch, makes a version: what it writes is copied first, and the new version is published by storing
+// one pointer. So a reader sees all of a change or nothing of it, waits for nobody, and writes nothing but that it is reading, in a line
+// of memory of its own thread. A change alone copies the way from the root down to its route, a few KiB; in a batch, what was copied
+// once is the writer's own, so a batch of many changes costs little more than the same in a table.
+//
+// What becomes of old versions. What a version has and the next has not waits until all who may be reading it have left, which liburcu finds
+// out (routetrie/shared/Readers.h), and is then freed by the changes that come after it, a little with each, or by reclaim(). Nobody waits
+// for that. A reader that sleeps under a lock holds back all that has been replaced since, so memory grows with each change until it
+// leaves: pending_bytes() tells how far. Who wants a version for long takes a snapshot instead: that keeps what it has, and holds back
+// nothing else.
+//
+// Rules. A reader belongs to the thread that made it, as its answers and locks do; a use on another thread is an assertion. The table
+// outlives its readers. What an answer refers to holds as long as the answer, or the lock that it was asked under.
+//
+// What a change raises has changed nothing. A batch that raises publishes what it had changed.
+//
+// Needs the library routetrie-shared (CMake's routetrie::shared, pkg-config's routetrie-shared), and that one liburcu.
+// Tested by tests/table/SharedTableTest.cpp, tests/property/SharedTableThreadsTest.cpp.
+#pragma once
+
+#include <atomic>
+#include <concepts>
+#include <cstddef>
+#include <initializer_list>
+#include <iterator>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <ranges>
+#include <span>
+#include <type_traits>
+#include <utility>
+
+#include "routetrie/platform/Corvid/Assert.h"
+#include "routetrie/shared/Readers.h"
+#include "routetrie/snapshot.h"
+#include "routetrie/table.h"
+#include "routetrie/table/Publishing.h"
+
+namespace routetrie {
+
+// `Table` is a table<T>, table4<T> or table6<T>.
+template <class Table>
+class basic_shared_table {
+   using T = typename Table::mapped_type;
+
+  public:
+   static constexpr bool has_values = Table::has_values;
+   using table_type = Table;
+   // What is asked: all the questions of a table.
+   using questions_type = decltype(Impl::Publishing::versionOf(std::declval<const Table&>()));
+   using snapshot_type = decltype(std::declval<Table&>().snapshot());
+   using prefix_type = typename Table::prefix_type;
+   using address_type = typename Table::address_type;
+   using mapped_type = T;
+   using size_type = typename Table::size_type;
+   using insertable = typename Table::insertable;
+   using value_type = typename Table::value_type;
+
+   class writer;
+   class locked;
+   template <class Answer>
+   class answer;
+   class reader_handle;
+
+   // No routes, or those of a table.
+   basic_shared_table() : basic_shared_table(Table()) {}
+   explicit basic_shared_table(Table routes) : table_(std::move(routes)), spare_(std::make_unique<Record>()) {
+      Impl::Publishing::start(table_);
+      spare_->routes = Impl::Publishing::versionOf(table_);
+      current_.store(spare_.release(), std::memory_order_release);
+      publishStores();
+   }
+   basic_shared_table(const basic_shared_table&) = delete;
+   basic_shared_table& operator=(const basic_shared_table&) = delete;
+   ~basic_shared_table() {
+      ROUTETRIE_ASSERT(readers_.load(std::memory_order_acquire) == 0, "a shared table outlives its readers");
+      delete current_.load(std::memory_order_relaxed);
+   }
+
+   //--- reading ---
+
+   // For the thread that asks for it.
+   reader_handle reader() const { return reader_handle(*this); }
+   // The routes as they are now, for as long as anybody likes, on any thread. Waits for a writer.
+   snapshot_type snapshot() {
+      const std::lock_guard guard(writing_);
+      return table_.snapshot();
+   }
+
+   //--- writing: a version with each; several writers take turns ---
+
+   // Calls changes(w) with a `writer`, which changes as a table does and has table() to be read, and publishes all that it has changed
+   // as one version. Returns what `changes` does. That must not call this table, nor keep the writer.
+   template <std::invocable<writer&> Changes>
+   decltype(auto) batch(Changes&& changes) {
+      const std::lock_guard guard(writing_);
+      prepare();
+      // Also of what raises: it may have moved what it did not change.
+      struct AtEnd {
+         basic_shared_table& table;
+         ~AtEnd() { table.publish(); }
+      } const atEnd{*this};
+      writer w(*this);
+      return std::forward<Changes>(changes)(w);
+   }
+
+   // Whether it was added.
+   bool insert(const insertable& route) {
+      return batch([&](writer& w) { return w.insert(route); });
+   }
+   bool insert(insertable&& route) {
+      return batch([&](writer& w) { return w.insert(std::move(route)); });
+   }
+   // How many were added; in one version.
+   template <std::ranges::input_range R>
+   requires(!std::convertible_to<R, insertable>) size_type insert(R&& routes) {
+      return batch([&](writer& w) { return w.insert(std::forward<R>(routes)); });
+   }
+   size_type insert(std::initializer_list<insertable> routes) { return insert(std::span(routes)); }
+   template <class... Args>
+   requires has_values bool try_emplace(const prefix_type& p, Args&&... args) {
+      return batch([&](writer& w) { return w.try_emplace(p, std::forward<Args>(args)...); });
+   }
+   template <class U>
+   requires has_values bool insert_or_assign(const prefix_type& p, U&& value) {
+      return batch([&](writer& w) { return w.insert_or_assign(p, std::forward<U>(value)); });
+   }
+   // Changes a copy of the value, so T has to have one; true if the route was made.
+   template <class Change>
+   requires has_values bool update(const prefix_type& p, Change&& change) {
+      return batch([&](writer& w) { return w.update(p, std::forward<Change>(change)); });
+   }
+   // How many went.
+   size_type erase(const prefix_type& p) {
+      return batch([&](writer& w) { return w.erase(p); });
+   }
+   size_type erase_covered(const prefix_type& p) {
+      return batch([&](writer& w) { return w.erase_covered(p); });
+   }
+   template <std::predicate<const value_type&> Test>
+   size_type erase_if(Test test) {
+      return batch([&](writer& w) { return w.erase_if(std::move(test)); });
+   }
+   void merge(Table& source) {
+      batch([&](writer& w) { w.merge(source); });
+   }
+   void clear() {
+      batch([](writer& w) { w.clear(); });
+   }
+   // Has these routes from now on, and none of those that it had.
+   void replace(Table routes) {
+      batch([&](writer& w) { w.replace(std::move(routes)); });
+   }
+
+   //--- memory ---
+
+   // Bytes that have been replaced and are not freed, as readers may have been, or may still be, reading them.
+   std::size_t pending_bytes() const noexcept {
+      const std::lock_guard guard(writing_);
+      return pending();
+   }
+   // What the newest version and all that is kept for readers and snapshots take; `old` has the latter.
+   table_memory memory() const noexcept {
+      const std::lock_guard guard(writing_);
+      table_memory held = table_.memory();
+      held.nodes += sizeof(Record);
+      held.old += oldRecords_ * sizeof(Record);
+      return held;
+   }
+   // Frees what readers and snapshots have let go, and goes on to find out about the rest. For a writer that has nothing else to do: while
+   // there are changes, they do so.
+   void reclaim() {
+      const std::lock_guard guard(writing_);
+      tend(true);
+   }
+   // The newest version; "" if all is sound.
+   auto audit() const {
+      const std::lock_guard guard(writing_);
+      return table_.audit();
+   }
+
+  private:
+   struct Record {
+      questions_type routes;
+      std::optional<Table> replaced;  // a whole table that went with this version
+      Record* next = nullptr;
+      ~Record() = default;
+   };
+   // Records by their age, the oldest first.
+   struct Records {
+      Record* first = nullptr;
+      Record* last = nullptr;
+      Records() noexcept = default;
+      Records(const Records&) = delete;
+      Records& operator=(const Records&) = delete;
+      ~Records() {
+         while (first != nullptr) {
+            delete take();
+         }
+      }
+      void add(Record* record) noexcept {
+         record->next = nullptr;
+         (first == nullptr ? first : last->next) = record;
+         last = record;
+      }
+      Record* take() noexcept { return std::exchange(first, first->next); }
+      void swap(Records& other) noexcept {
+         std::swap(first, other.first);
+         std::swap(last, other.last);
+      }
+   };
+   static constexpr unsigned mostRecordsFreed = 8;  // with one change
+
+   const questions_type* newest() const noexcept { return &current_.load(std::memory_order_acquire)->routes; }
+   template <class Visit>
+   void stores(Visit&& visit) const {
+      Impl::Publishing::stores(table_, visit);
+   }
+   void publishStores() noexcept {
+      stores([](Impl::Store& store) { store.publish(); });
+   }
+   // All that a publication needs is there before the change.
+   void prepare() {
+      tend(false);
+      if (spare_ == nullptr) {
+         spare_ = std::make_unique<Record>();
+      }
+   }
+   void publish() noexcept {
+      Record* const record = spare_.release();
+      record->routes = Impl::Publishing::versionOf(table_);
+      Record* const before = current_.exchange(record, std::memory_order_acq_rel);
+      before->replaced = std::exchange(replaced_, std::nullopt);
+      open_.add(before);
+      ++oldRecords_;
+      publishStores();
+      close();
+   }
+   // What has been replaced by now waits for those who are reading now, unless something waits already.
+   void close() noexcept {
+      if (!grace_.isUnderWay() && closed_.first == nullptr && open_.first != nullptr) {
+         closed_.swap(open_);
+         stores([](Impl::Store& store) { store.close(); });
+         grace_.begin();
+      }
+   }
+   bool isFreeing() const noexcept {
+      bool is = ready_.first != nullptr;
+      stores([&](const Impl::Store& store) { is = is || store.isFreeing(); });
+      return is;
+   }
+   void tend(bool all) noexcept {
+      for (unsigned freed = 0; ready_.first != nullptr && (all || freed < mostRecordsFreed); ++freed) {
+         Record* const record = ready_.take();
+         --oldRecords_;
+         record->replaced.reset();
+         if (spare_ == nullptr) {
+            record->routes = questions_type();
+            spare_.reset(record);
+         } else {
+            delete record;
+         }
+      }
+      if (all) {
+         stores([](Impl::Store& store) { store.tendAll(); });
+      }
+      if (!isFreeing() && grace_.isOver()) {
+         ready_.swap(closed_);
+         stores([](Impl::Store& store) { store.readersHaveGone(); });
+         close();
+         if (all) {
+            tend(true);
+         }
+      } else if (all) {
+         close();
+      }
+   }
+   std::size_t pending() const noexcept {
+      std::size_t bytes = oldRecords_ * sizeof(Record);
+      stores([&](const Impl::Store& store) { bytes += store.waitingBytes(); });
+      const auto add = [&](const Records& records) {
+         for (const Record* record = records.first; record != nullptr; record = record->next) {
+            bytes += record->replaced ? record->replaced->memory().total() : 0;
+         }
+      };
+      add(open_);
+      add(closed_);
+      add(ready_);
+      return bytes;
+   }
+   // Another table takes the place of the one that is changed.
+   void become(Table&& next) {
+      Impl::Publishing::start(next);
+      // What was never published goes at once.
+      if (!replaced_) {
+         replaced_.emplace(std::move(table_));
+      }
+      table_ = std::move(next);
+   }
+
+   mutable std::mutex writing_;
+   Table table_;
+   std::unique_ptr<Record> spare_;
+   std::optional<Table> replaced_;  // by the change under way
+   std::atomic<Record*> current_{nullptr};
+   mutable std::atomic<std::size_t> readers_{0};
+   Records open_;    // replaced since
+   Records closed_;  // their readers are waited for
+   Records ready_;   // nobody reads them
+   std::size_t oldRecords_ = 0;
+   Impl::Grace grace_;
+};
+
+// What a batch changes the table by.
+template <class Table>
+class basic_shared_table<Table>::writer {
+  public:
+   writer(const writer&) = delete;
+   writer& operator=(const writer&) = delete;
+
+   // With all that the batch has done so far.
+   const Table& table() const noexcept { return of_.table_; }
+
+   bool insert(const insertable& route) { return of_.table_.insert(route).second; }
+   bool insert(insertable&& route) { return of_.table_.insert(std::move(route)).second; }
+   template <std::ranges::input_range R>
+   requires(!std::convertible_to<R, insertable>) size_type insert(R&& routes) {
+      return of_.table_.insert(std::forward<R>(routes));
+   }
+   size_type insert(std::initializer_list<insertable> routes) { return of_.table_.insert(routes); }
+   template <class... Args>
+   requires has_values bool try_emplace(const prefix_type& p, Args&&... args) {
+      return of_.table_.try_emplace(p, std::forward<Args>(args)...).second;
+   }
+   template <class U>
+   requires has_values bool insert_or_assign(const prefix_type& p, U&& value) {
+      return of_.table_.insert_or_assign(p, std::forward<U>(value)).second;
+   }
+   template <class Change>
+   requires has_values bool update(const prefix_type& p, Change&& change) {
+      return of_.table_.update(p, std::forward<Change>(change));
+   }
+   size_type erase(const prefix_type& p) { return of_.table_.erase(p); }
+   size_type erase_covered(const prefix_type& p) { return of_.table_.erase_covered(p); }
+   template <std::predicate<const value_type&> Test>
+   size_type erase_if(Test test) {
+      return Impl::Publishing::eraseIf(of_.table_, std::move(test));
+   }
+   void merge(Table& source) { of_.table_.merge(source); }
+   void clear() { of_.become(Table()); }
+   void replace(Table routes) { of_.become(std::move(routes)); }
+   void mark() { of_.table_.mark(); }
+   bool is_marked() const noexcept { return of_.table_.is_marked(); }
+   void unmark() noexcept { of_.table_.unmark(); }
+   sweep_slice sweep(size_type budget) { return of_.table_.sweep(budget); }
+
+  private:
+   friend basic_shared_table;
+   explicit writer(basic_shared_table& of) noexcept : of_(of) {}
+
+   basic_shared_table& of_;
+};
+
+// One version, to be read as long as this is there. It stays where it is made.
+template <class Table>
+class basic_shared_table<Table>::locked {
+  public:
+   locked(const locked&) = delete;
+   locked& operator=(const locked&) = delete;
+   ~locked() { Impl::Readers::leave(); }
+
+   const questions_type& operator*() const noexcept { return *routes_; }
+   const questions_type* operator->() const noexcept { return routes_; }
+   auto begin() const noexcept { return routes_->begin(); }
+   auto end() const noexcept { return routes_->end(); }
+
+  private:
+   friend basic_shared_table;
+   explicit locked(const basic_shared_table& of) noexcept : routes_((Impl::Readers::enter(), of.newest())) {}
+
+   const questions_type* routes_;
+};
+
+// The answer to one question, with the version that it refers to. A value, if there is any: `if (a) ... *a, a->...`; or a range.
+template <class Table>
+template <class Answer>
+class basic_shared_table<Table>::answer {
+   static constexpr bool isRange = std::ranges::range<const Answer>;
+
+  public:
+   answer(const answer&) = delete;
+   answer& operator=(const answer&) = delete;
+
+   explicit operator bool() const noexcept { return static_cast<bool>(answer_); }
+   // Requires: there is one.
+   const auto& operator*() const noexcept requires(!isRange) { return *answer_; }
+   const auto* operator->() const noexcept requires(!isRange) { return std::addressof(*answer_); }
+
+   auto begin() const noexcept requires isRange { return answer_.begin(); }
+   auto end() const noexcept requires isRange { return answer_.end(); }
+   bool empty() const noexcept requires isRange { return answer_.empty(); }
+   auto front() const noexcept requires isRange { return answer_.front(); }
+
+  private:
+   friend basic_shared_table;
+   template <class Ask>
+   answer(const basic_shared_table& of, const Ask& ask) : lock_(of), answer_(ask(*lock_)) {}
+
+   locked lock_;
+   Answer answer_;
+};
+
+// What a thread reads the table by. Each question sees the newest version.
+template <class Table>
+class basic_shared_table<Table>::reader_handle {
+  public:
+   reader_handle(reader_handle&& other) noexcept : of_(std::exchange(other.of_, nullptr)), thread_(other.thread_) {}
+   reader_handle& operator=(reader_handle&& other) noexcept {
+      std::swap(of_, other.of_);
+      std::swap(thread_, other.thread_);
+      return *this;
+   }
+   ~reader_handle() {
+      if (of_ != nullptr) {
+         of_->readers_.fetch_sub(1, std::memory_order_release);
+      }
+   }
+
+   locked lock() const noexcept { return locked(table()); }
+
+   size_type size() const noexcept { return lock()->size(); }
+   bool empty() const noexcept { return lock()->empty(); }
+   bool contains(const prefix_type& p) const noexcept { return lock()->contains(p); }
+   bool has_longer(const prefix_type& p) const noexcept { return lock()->has_longer(p); }
+   bool overlaps(const prefix_type& p) const noexcept { return lock()->overlaps(p); }
+   auto same_answer(const address_type& a) const noexcept { return lock()->same_answer(a); }
+
+   auto lookup(const address_type& a) const noexcept requires has_values {
+      return ask([&](const auto& routes) { return routes.lookup(a); });
+   }
+   template <class X>
+   auto match(const X& x) const noexcept {
+      return ask([&](const auto& routes) { return routes.match(x); });
+   }
+   template <class X, class Test>
+   auto match_if(const X& x, Test&& test) const {
+      return ask([&](const auto& routes) { return routes.match_if(x, test); });
+   }
+   auto parent(const prefix_type& p) const noexcept {
+      return ask([&](const auto& routes) { return routes.parent(p); });
+   }
+   template <class X>
+   auto shortest_match(const X& x) const noexcept {
+      return ask([&](const auto& routes) { return routes.shortest_match(x); });
+   }
+   // The route of the prefix itself.
+   auto find(const prefix_type& p) const noexcept {
+      return ask([&](const auto& routes) {
+         const auto at = routes.find(p);
+         return at == routes.end() ? std::optional<value_type>() : std::optional<value_type>(*at);
+      });
+   }
+   template <class X>
+   auto covering(const X& x) const noexcept {
+      return ask([&](const auto& routes) { return routes.covering(x); });
+   }
+   template <class X>
+   auto covering_nearest(const X& x) const noexcept {
+      return ask([&](const auto& routes) { return routes.covering_nearest(x); });
+   }
+   auto covered(const prefix_type& p) const noexcept {
+      return ask([&](const auto& routes) { return routes.covered(p); });
+   }
+   auto children(const prefix_type& p) const noexcept {
+      return ask([&](const auto& routes) { return routes.children(p); });
+   }
+
+  private:
+   friend basic_shared_table;
+   explicit reader_handle(const basic_shared_table& of) noexcept : of_(&of), thread_(mark()) {
+      Impl::Readers::join();
+      of.readers_.fetch_add(1, std::memory_order_relaxed);
+   }
+   // An address that no other thread has while this one is there.
+   static const void* mark() noexcept {
+      static thread_local const char here = 0;
+      return &here;
+   }
+   const basic_shared_table& table() const noexcept {
+      ROUTETRIE_ASSERT(thread_ == mark(), "a reader is used on the thread that made it");
+      return *of_;
+   }
+   template <class Ask>
+   auto ask(const Ask& question) const -> answer<decltype(question(std::declval<const questions_type&>()))> {
+      return {table(), question};
+   }
+
+   const basic_shared_table* of_;
+   const void* thread_;
+};
+
+template <class T>
+using shared_table = basic_shared_table<table<T>>;
+template <class T>
+using shared_table4 = basic_shared_table<table4<T>>;
+template <class T>
+using shared_table6 = basic_shared_table<table6<T>>;
+
+}  // namespace routetrie

@@ -1,0 +1,80 @@
+// Publishing: what shared_table knows of a table that others do not: its versions, and when what they leave may be freed.
+// Tested by tests/table/SharedTableTest.cpp.
+#pragma once
+
+#include <cstddef>
+#include <utility>
+
+#include "routetrie/table.h"
+
+namespace routetrie::Impl {
+
+// The routes of a table as they were, without a claim on its memory: who reads it sees to that.
+template <unsigned width, class T>
+class Version : public basic_questions<width, T> {
+   using Questions = basic_questions<width, T>;
+
+  public:
+   Version() noexcept = default;
+   Version(typename Questions::Tree tree, typename Questions::Values values) noexcept
+      : Questions(std::move(tree), std::move(values)) {}
+   Version(const Version&) = delete;
+   Version& operator=(const Version&) = delete;
+   Version(Version&&) noexcept = default;
+   Version& operator=(Version&&) noexcept = default;
+   ~Version() = default;
+};
+template <class T>
+class BothVersions : public both_questions<Version<32, T>, Version<128, T>> {
+  public:
+   BothVersions() noexcept = default;
+   BothVersions(Version<32, T> v4, Version<128, T> v6) noexcept
+      : both_questions<Version<32, T>, Version<128, T>>(std::move(v4), std::move(v6)) {}
+};
+
+struct Publishing {
+   template <unsigned width, class T>
+   static Version<width, T> versionOf(const basic_table<width, T>& t) noexcept {
+      return {t.tree_.frozen(), t.values_.frozen()};
+   }
+   template <class T>
+   static BothVersions<T> versionOf(const table<T>& t) noexcept {
+      return {versionOf(t.v4_), versionOf(t.v6_)};
+   }
+
+   // From now on, what its versions have stays until it is told that their readers have gone.
+   template <unsigned width, class T>
+   static void start(basic_table<width, T>& t) {
+      const auto& store = t.tree_.store();
+      if constexpr (Values<T>::haveSlots) {
+         if (!store->keepsSlots()) {
+            store->keep(t.values_.keeper());
+         }
+      }
+      t.tree_.startPublishing();
+   }
+   template <class T>
+   static void start(table<T>& t) {
+      start(t.v4_);
+      start(t.v6_);
+   }
+
+   // Where another erase_if() hides it.
+   template <class Table, class Test>
+   static auto eraseIf(Table& t, Test test) {
+      return erase_if(t, std::move(test));
+   }
+
+   // Calls visit(store) for that of each family.
+   template <unsigned width, class T, class Visit>
+   static void stores(const basic_table<width, T>& t, Visit&& visit) {
+      visit(*t.tree_.storeIfAny());
+   }
+   template <class T, class Visit>
+   static void stores(const table<T>& t, Visit&& visit) {
+      stores(t.v4_, visit);
+      stores(t.v6_, visit);
+   }
+};
+
+}  // namespace routetrie::Impl

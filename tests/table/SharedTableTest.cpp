@@ -1,0 +1,308 @@
+#include "routetrie/shared_table.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "routetrie/route_set.h"
+
+namespace routetrie {
+namespace SharedTableTest {
+
+using namespace routetrie::literals;
+
+static_assert(!std::is_copy_constructible_v<shared_table<int>> && !std::is_move_constructible_v<shared_table<int>>);
+static_assert(std::is_nothrow_move_constructible_v<shared_table<int>::reader_handle>);
+static_assert(!std::is_copy_constructible_v<shared_table<int>::reader_handle>);
+static_assert(!std::is_move_constructible_v<shared_table<int>::locked>, "a lock stays on its thread");
+
+// Until nothing waits for readers, who all have left; liburcu takes some ten milliseconds to see it.
+template <class Shared>
+std::size_t pendingInTheEnd(Shared& t) {
+   for (int i = 0; i < 1000 && t.pending_bytes() != 0; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      t.reclaim();
+   }
+   return t.pending_bytes();
+}
+
+template <class Routes>
+std::string textOf(const Routes& routes) {
+   std::string text;
+   for (const auto& route : routes) {
+      text += fmt::format("{}; ", route);
+   }
+   return text;
+}
+
+TEST(SharedTable, aReaderAsksAllThatATableIsAsked) {
+   shared_table<std::string> t(table<std::string>{
+      {"0.0.0.0/0"_prefix, "any"}, {"10.0.0.0/8"_prefix, "ten"}, {"10.1.0.0/16"_prefix, "ten one"}});
+   EXPECT_TRUE(t.insert({"2001:db8::/32"_prefix, "doc"}));
+   const auto reader = t.reader();
+   EXPECT_EQ(4u, reader.size());
+   EXPECT_FALSE(reader.empty());
+   EXPECT_EQ("ten one", *reader.lookup("10.1.2.3"_address));
+   EXPECT_FALSE(reader.lookup("2001:db9::1"_address));
+   EXPECT_EQ("ten one", reader.match("10.1.2.3"_address)->value);
+   EXPECT_EQ("10.1.0.0/16"_prefix, reader.match("10.1.2.0/24"_prefix)->prefix);
+   EXPECT_EQ("ten", reader.match_if("10.1.2.3"_address, [](const auto& r) { return r.value == "ten"; })->value);
+   EXPECT_EQ("ten", reader.parent("10.1.0.0/16"_prefix)->value);
+   EXPECT_FALSE(reader.parent("0.0.0.0/0"_prefix));
+   EXPECT_EQ("any", reader.shortest_match("10.1.2.3"_address)->value);
+   EXPECT_EQ("ten", reader.find("10.0.0.0/8"_prefix)->value);
+   EXPECT_FALSE(reader.find("10.0.0.0/9"_prefix));
+   EXPECT_TRUE(reader.contains("10.0.0.0/8"_prefix));
+   EXPECT_TRUE(reader.has_longer("10.0.0.0/8"_prefix));
+   EXPECT_TRUE(reader.overlaps("10.1.2.0/24"_prefix));
+   EXPECT_EQ("10.1.0.0"_address, reader.same_answer("10.1.2.3"_address)->first);
+   EXPECT_EQ("0.0.0.0/0 any; 10.0.0.0/8 ten; 10.1.0.0/16 ten one; ", textOf(reader.covering("10.1.2.3"_address)));
+   EXPECT_EQ("10.1.0.0/16 ten one; 10.0.0.0/8 ten; 0.0.0.0/0 any; ",
+             textOf(reader.covering_nearest("10.1.2.3"_address)));
+   EXPECT_EQ("10.0.0.0/8 ten; 10.1.0.0/16 ten one; ", textOf(reader.covered("10.0.0.0/8"_prefix)));
+   EXPECT_EQ("10.1.0.0/16 ten one; ", textOf(reader.children("10.0.0.0/8"_prefix)));
+   EXPECT_TRUE(reader.children("10.1.0.0/16"_prefix).empty());
+   EXPECT_EQ("10.1.0.0/16"_prefix, reader.children("10.0.0.0/8"_prefix).front().prefix);
+   EXPECT_EQ("0.0.0.0/0 any; 10.0.0.0/8 ten; 10.1.0.0/16 ten one; 2001:db8::/32 doc; ", textOf(reader.lock()));
+   const auto routes = reader.lock();
+   EXPECT_EQ(3u, routes->explain("10.1.2.3"_address).candidates.size());
+   EXPECT_EQ("ten one", (*routes).upper_bound("10.0.0.0/8"_prefix)->value);
+   EXPECT_EQ("", routes->audit());
+}
+
+TEST(SharedTable, changesAsATableDoes) {
+   shared_table4<int> t;
+   EXPECT_TRUE(t.insert({"10.0.0.0/8"_prefix, 1}));
+   EXPECT_FALSE(t.insert({"10.0.0.0/8"_prefix, 2}));
+   EXPECT_TRUE(t.try_emplace("11.0.0.0/8"_prefix, 3));
+   EXPECT_FALSE(t.insert_or_assign("11.0.0.0/8"_prefix, 4));
+   EXPECT_TRUE(t.update("12.0.0.0/8"_prefix, [](int& value) { ++value; }));
+   EXPECT_FALSE(t.update("12.0.0.0/8"_prefix, [](int& value) { ++value; }));
+   const auto reader = t.reader();
+   EXPECT_EQ("10.0.0.0/8 1; 11.0.0.0/8 4; 12.0.0.0/8 2; ", textOf(reader.lock()));
+   EXPECT_EQ(2u, t.insert({{"10.1.0.0/16"_prefix, 5}, {"10.2.0.0/16"_prefix, 6}, {"10.0.0.0/8"_prefix, 7}}));
+   EXPECT_EQ(1u, t.erase("10.2.0.0/16"_prefix));
+   EXPECT_EQ(0u, t.erase("10.2.0.0/16"_prefix));
+   EXPECT_EQ(2u, t.erase_covered("10.0.0.0/8"_prefix));
+   EXPECT_EQ(1u, t.erase_if([](const auto& route) { return route.value == 4; }));
+   EXPECT_EQ("12.0.0.0/8 2; ", textOf(reader.lock()));
+   table4<int> other{{"12.0.0.0/8"_prefix, 1}, {"13.0.0.0/8"_prefix, 1}};
+   t.merge(other);
+   EXPECT_EQ(1u, other.size());
+   EXPECT_EQ("12.0.0.0/8 2; 13.0.0.0/8 1; ", textOf(reader.lock()));
+   t.clear();
+   EXPECT_TRUE(reader.empty());
+   t.insert({"14.0.0.0/8"_prefix, 1});
+   t.replace(table4<int>{{"15.0.0.0/8"_prefix, 1}});
+   EXPECT_EQ("15.0.0.0/8 1; ", textOf(reader.lock()));
+   EXPECT_TRUE(t.insert_or_assign("0.0.0.0/0"_prefix, 1));
+   EXPECT_FALSE(t.insert_or_assign("0.0.0.0/0"_prefix, 9));
+   EXPECT_EQ(9, *reader.lookup("1.2.3.4"_address));
+   EXPECT_THROW(t.erase(prefix4::nullPrefix()), std::invalid_argument);
+   EXPECT_EQ("", t.audit());
+}
+
+TEST(SharedTable, aSetIsSharedToo) {
+   shared_table<void> t;
+   EXPECT_TRUE(t.insert("10.0.0.0/8"_prefix));
+   EXPECT_EQ("10.0.0.0/8"_prefix, *t.reader().match("10.1.2.3"_address));
+   EXPECT_EQ(1u, t.erase("10.0.0.0/8"_prefix));
+   EXPECT_EQ("", t.audit());
+}
+
+TEST(SharedTable, aLockIsOfOneVersion) {
+   shared_table4<std::string> t;
+   t.insert({"10.0.0.0/8"_prefix, "old"});
+   const auto reader = t.reader();
+   const auto before = reader.lock();
+   const auto best = reader.match("10.1.2.3"_address);
+   const std::string* value = before->lookup("10.1.2.3"_address);
+   t.insert_or_assign("10.0.0.0/8"_prefix, "new");
+   t.erase("10.0.0.0/8"_prefix);
+   t.clear();
+   t.insert({"11.0.0.0/8"_prefix, "later"});
+   t.reclaim();
+   EXPECT_EQ("10.0.0.0/8 old; ", textOf(*before));
+   EXPECT_EQ("old", *value);
+   EXPECT_EQ("old", best->value);
+   EXPECT_EQ("", before->audit());
+   EXPECT_EQ("11.0.0.0/8 later; ", textOf(reader.lock())) << "one within the other sees the newest";
+}
+
+TEST(SharedTable, aBatchIsSeenWhole) {
+   shared_table4<int> t;
+   const auto reader = t.reader();
+   const int result = t.batch([&](auto& w) {
+      w.insert({"10.0.0.0/8"_prefix, 1});
+      w.insert({"11.0.0.0/8"_prefix, 1});
+      EXPECT_TRUE(reader.empty());
+      w.erase("11.0.0.0/8"_prefix);
+      EXPECT_EQ(1u, w.table().size());
+      w.clear();
+      w.insert({"12.0.0.0/8"_prefix, 1});
+      w.clear();
+      w.insert({"13.0.0.0/8"_prefix, 1});
+      EXPECT_TRUE(reader.empty());
+      return 5;
+   });
+   EXPECT_EQ(5, result);
+   EXPECT_EQ("13.0.0.0/8 1; ", textOf(reader.lock()));
+   EXPECT_THROW(t.batch([](auto& w) {
+      w.insert({"14.0.0.0/8"_prefix, 1});
+      throw std::runtime_error("as it was told");
+   }),
+                std::runtime_error);
+   EXPECT_EQ("13.0.0.0/8 1; 14.0.0.0/8 1; ", textOf(reader.lock())) << "what it had changed is published";
+   t.batch([](auto& w) {
+      w.mark();
+      w.insert({"14.0.0.0/8"_prefix, 1});
+      while (!w.sweep(1).done) {
+      }
+   });
+   EXPECT_EQ("14.0.0.0/8 1; ", textOf(reader.lock()));
+   EXPECT_EQ("", t.audit());
+}
+
+TEST(SharedTable, snapshotsAreOfTheNewestVersion) {
+   std::optional<shared_table<std::string>> t(std::in_place);
+   t->insert({"10.0.0.0/8"_prefix, "old"});
+   const snapshot<std::string> before = t->snapshot();
+   t->insert_or_assign("10.0.0.0/8"_prefix, "new");
+   EXPECT_EQ("10.0.0.0/8 old; ", textOf(before));
+   EXPECT_EQ("10.0.0.0/8 new; ", textOf(t->snapshot()));
+   EXPECT_EQ("", t->audit());
+   t.reset();
+   EXPECT_EQ("10.0.0.0/8 old; ", textOf(before));
+}
+
+//--- memory ---
+
+TEST(SharedTable, valuesLiveUntilTheirReadersHaveGone) {
+   const auto value = std::make_shared<int>(5);
+   shared_table4<std::shared_ptr<int>> t;
+   t.insert({"10.0.0.0/8"_prefix, value});
+   const auto reader = t.reader();
+   {
+      const auto best = reader.match("10.1.2.3"_address);
+      t.erase("10.0.0.0/8"_prefix);
+      for (int i = 0; i < 20; ++i) {
+         std::this_thread::sleep_for(std::chrono::milliseconds(2));
+         t.reclaim();
+      }
+      EXPECT_EQ(value, best->value);
+      EXPECT_EQ(2, value.use_count()) << "who reads it holds it";
+      EXPECT_GT(t.pending_bytes(), 0u);
+      EXPECT_EQ(t.memory().old, t.pending_bytes());
+   }
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   EXPECT_EQ(1, value.use_count());
+   EXPECT_EQ(0u, t.memory().old);
+   EXPECT_EQ("", t.audit());
+   t.insert({"10.0.0.0/8"_prefix, value});
+   t.clear();
+   EXPECT_GT(t.pending_bytes(), 0u);
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   EXPECT_EQ(1, value.use_count());
+}
+
+// A writer that never rests frees as it goes.
+TEST(SharedTable, memoryStaysBounded) {
+   shared_table4<int> t;
+   std::size_t most = 0;
+   for (unsigned i = 0; i < 3000; ++i) {
+      t.insert_or_assign(prefix4::cut(prefix4::Bits(i % 700 * 4096 * 977), 20), static_cast<int>(i));
+      if (i % 100 == 0) {
+         std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      }
+      most = std::max(most, t.memory().total());
+   }
+   EXPECT_LT(most, 12u << 20);
+   EXPECT_EQ("", t.audit());
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   EXPECT_LT(t.memory().total(), most / 2);
+   EXPECT_LT(t.memory().total() - t.memory().free, 100'000u);
+   EXPECT_EQ("", t.audit());
+}
+
+TEST(SharedTable, aSnapshotHoldsBackNothingButItself) {
+   shared_table4<int> t;
+   for (unsigned i = 0; i < 500; ++i) {
+      t.insert({prefix4::cut(prefix4::Bits(i * 4096 * 977), 20), 1});
+   }
+   const auto s = t.snapshot();
+   for (unsigned i = 0; i < 500; ++i) {
+      t.insert_or_assign(prefix4::cut(prefix4::Bits(i * 4096 * 977), 20), 2);
+   }
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   EXPECT_LT(t.memory().old, 100'000u);
+   EXPECT_GT(t.memory().old, 0u);
+   EXPECT_EQ(500u, s.size());
+   EXPECT_EQ(1, s.begin()->value);
+   EXPECT_EQ("", s.audit());
+   EXPECT_EQ("", t.audit());
+}
+
+//--- rules ---
+
+TEST(SharedTable, movesItsReaders) {
+   shared_table4<int> t;
+   t.insert({"10.0.0.0/8"_prefix, 1});
+   std::optional<shared_table4<int>::reader_handle> reader;
+   {
+      auto first = t.reader();
+      reader.emplace(std::move(first));
+   }
+   auto second = t.reader();
+   second = std::move(*reader);
+   EXPECT_EQ(1, *second.lookup("10.1.2.3"_address));
+}
+
+TEST(SharedTableDeathTest, aReaderBelongsToItsThread) {
+   EXPECT_DEATH(
+      {
+         shared_table4<int> t;
+         const auto reader = t.reader();
+         std::thread([&] { static_cast<void>(reader.size()); }).join();
+      },
+      "a reader is used on the thread that made it");
+}
+
+TEST(SharedTableDeathTest, theTableOutlivesItsReaders) {
+   EXPECT_DEATH(
+      {
+         std::optional<shared_table4<int>> t(std::in_place);
+         const auto reader = t->reader();
+         t.reset();
+      },
+      "a shared table outlives its readers");
+}
+
+TEST(SharedTable, writersTakeTurns) {
+   shared_table4<int> t;
+   std::vector<std::thread> writers;
+   for (unsigned w = 0; w < 4; ++w) {
+      writers.emplace_back([&t, w] {
+         for (unsigned i = 0; i < 50; ++i) {
+            t.insert({prefix4::cut(prefix4::Bits((w * 50 + i) << 12), 24), 1});
+         }
+      });
+   }
+   for (auto& writer : writers) {
+      writer.join();
+   }
+   EXPECT_EQ(200u, t.reader().size());
+   EXPECT_EQ("", t.audit());
+}
+
+}  // namespace SharedTableTest
+}  // namespace routetrie
