@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <set>
 
 #include "tests/tools/tables/Fixtures.h"
@@ -42,6 +43,33 @@ TEST(FormatFixtures, eachIsReadAsItsToolMeansIt) {
          std::ofstream(expected) << actual;
       }
       EXPECT_EQ(Support::contentOf(expected), actual) << file;
+   }
+}
+
+// Whatever has become of it on its way: it is read or told, in little time, and what is told quotes no control bytes.
+TEST(FormatFixtures, damagedOnesAreReadOrTold) {
+   const auto seed = std::random_device()();
+   SCOPED_TRACE(fmt::format("seed {}", seed));
+   std::mt19937 random(seed);
+   const Support::Folder folder;
+   for (const auto& entry : std::filesystem::directory_iterator(Support::fixture(""))) {
+      const auto whole = Support::contentOf(entry.path());
+      for (int i = 0; i < 6; ++i) {
+         auto text = whole;
+         for (auto changes = random() % 8 + 1; changes > 0 && !text.empty(); --changes) {
+            const auto at = random() % text.size();
+            switch (random() % 4) {
+               case 0: text[at] = static_cast<char>(random()); break;
+               case 1: text.erase(at, random() % 30); break;
+               case 2: text.insert(at, text.substr(random() % text.size(), random() % 60)); break;
+               default: text.resize(at + 1); break;
+            }
+         }
+         const auto loaded = Support::loaded({folder.file("damaged", text)});
+         EXPECT_LT(loaded.routes.size(), 400U) << entry.path();
+         EXPECT_THAT(loaded.told, testing::Not(testing::HasSubstr("\x1b")));
+         EXPECT_FALSE(loaded.routes.empty() && loaded.told.empty()) << entry.path();
+      }
    }
 }
 

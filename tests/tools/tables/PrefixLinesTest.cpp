@@ -47,6 +47,10 @@ TEST(PrefixLines, rangesBecomeTheirPrefixes) {
    }
    EXPECT_THAT(parsedBy<PrefixLines>({"2001:db8:: - 2001:db8::2"}).routes,
                ElementsAre("2001:db8::/127 ", "2001:db8::2/128 "));
+   // With nothing behind it, or a comment.
+   for (const std::string line : {"1.0.1.0-1.0.3.255", "1.0.1.0-1.0.3.255 # office"}) {
+      EXPECT_THAT(parsedBy<PrefixLines>({line}).routes, testing::ElementsAre("1.0.1.0/24 ", "1.0.2.0/23 ")) << line;
+   }
 }
 
 TEST(PrefixLines, aSecondWordThatSaysSomethingElseIsNoPayload) {

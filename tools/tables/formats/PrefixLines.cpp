@@ -90,6 +90,7 @@ bool PrefixLines::looksLike(std::string_view line) {
 void PrefixLines::line(std::string_view text, RouteSet& routes) {
    const std::string_view whole = text;
    text = withoutComment(text);
+   const char* const lineEnd = text.data() + text.size();
    auto first = takeWord(text, prefixSeparators);
    const bool isBeforeTab = text.starts_with('\t');
    text = trimmed(text);
@@ -97,8 +98,7 @@ void PrefixLines::line(std::string_view text, RouteSet& routes) {
       text = trimmed(text.substr(1));
    } else if (const auto dash = first.find('-'); dash != std::string_view::npos) {
       // "1.0.1.0-1.0.3.255", "1.0.1.0- 1.0.3.255"
-      text = std::string_view(first.data() + dash,
-                              static_cast<std::size_t>(text.data() + text.size() - first.data()) - dash);
+      text = std::string_view(first.data() + dash, static_cast<std::size_t>(lineEnd - first.data()) - dash);
       first = first.substr(0, dash);
    }
    if (const auto last = takeRangeEnd(text)) {
