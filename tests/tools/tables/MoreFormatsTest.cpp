@@ -142,6 +142,67 @@ TEST(FrrLines, oddLines) {
                ElementsAre("10.9.0.0/16 via 192.0.2.9 dev eth9 proto static distance 1"));
 }
 
+// What it prints of one prefix, as BGP and other daemons have it.
+TEST(FrrLines, oddEntries) {
+   const auto loaded = loadedText(
+      "% Network not in table\n"
+      "Routing entry for 10.0.0.0/8\n"
+      "  Known via \"bgp\", distance 20, metric 7, best\n"
+      "  Last update 01w2d03h ago\n"
+      "  Nexthop Group ID: 24\n"
+      "    192.0.2.1 (recursive), weight 1\n"
+      "  *   192.0.2.2, via eth0, label 16/17, weight 1\n"
+      "    AS-Path          : 65001 65002\n"
+      "    Communities : 65001:1 no-export\n"
+      "\n"
+      "Routing entry for 10.1.0.0/16\n"
+      "  Known via \"ospf[1]\", distance 110, metric 20, tag 5, mtu 1400, best\n"
+      "  Last update 00:00:01 ago\n"
+      "    192.0.2.2, via eth0 inactive, weight 1\n"
+      "  b 192.0.2.3, via eth1, src 192.0.2.254, weight 1\n"
+      "Routing entry for 10.2.0.0/16\n"
+      "  Known via \"static\", distance 1, metric 0\n"
+      "    192.0.2.9 inactive, weight 1\n"
+      "Routing entry for 10.3.0.0/33\n"
+      "  Known via \"static\", distance 1, metric 0, best\n"
+      "  * 192.0.2.9, via eth0, weight 1\n"
+      "Routing entry for 10.4.0.0/16\n"
+      "  Known via \"static\", best\n"
+      "  * 192.0.2.9, via eth0, weight 1\n"
+      "Routing entry for 10.5.0.0/16\n"
+      "  Known via \"static\", distance 1, metric 0, best\n"
+      "  * nonsense, via eth0\n"
+      "  * 192.0.2.5, via eth0 onlink, weight 1\n"
+      "Routing entry for 2001:db8::/32 from 2001:db8:9::/48\n"
+      "  Known via \"static\", distance 1, metric 0, best\n"
+      "  * fe80::1, via eth0, weight 1\n"
+      "S>* 10.6.0.0/16 [1/0] via 192.0.2.6, eth0, weight 1, 00:00:05\n");
+   EXPECT_THAT(
+      loaded.routes,
+      ElementsAre("10.0.0.0/8 via 192.0.2.2 dev eth0 label 16/17 proto bgp distance 20 metric 7",
+                  "10.1.0.0/16 proto ospf distance 110 metric 20 nexthop via 192.0.2.2 dev eth0 weight 1 dead "
+                  "nexthop via 192.0.2.3 dev eth1 src 192.0.2.254 weight 1",
+                  "10.5.0.0/16 via 192.0.2.5 dev eth0 proto static distance 1",
+                  "10.6.0.0/16 via 192.0.2.6 dev eth0 proto static distance 1"));
+   EXPECT_THAT(loaded.told, HasSubstr(":19: prefix length 33 exceeds 32: \"10.3.0.0/33\"\n"));
+   EXPECT_THAT(loaded.told, HasSubstr(":23: no distance and metric: \"Known via \"static\", best\"\n"));
+   EXPECT_THAT(loaded.told, HasSubstr(":27: no line of a routing entry: \"* nonsense, via eth0\"\n"));
+   EXPECT_THAT(loaded.told, HasSubstr("3 bad lines left out of 31\n"));
+   const auto red = [](const LoadOptions& options) {
+      return loadedText(
+                "Routing entry for 10.0.0.0/8\n  Known via \"static\", distance 1, metric 0, vrf red, best\n"
+                "  * 192.0.2.2, via eth0, weight 1\n"
+                "Routing entry for 10.1.0.0/16\n  Known via \"static\", distance 1, metric 0, best\n"
+                "  * 192.0.2.3, via eth0 (vrf red), weight 1\n",
+                options)
+         .routes;
+   };
+   LoadOptions options;
+   EXPECT_THAT(red(options), ElementsAre("10.1.0.0/16 via 192.0.2.3 dev eth0 proto static distance 1"));
+   options.routeTable = "red";
+   EXPECT_THAT(red(options), ElementsAre("10.0.0.0/8 via 192.0.2.2 dev eth0 proto static distance 1"));
+}
+
 TEST(BirdLines, ofVersion1) {
    const auto loaded = loadedText(
       "BIRD 1.6.8 ready.\n"

@@ -77,19 +77,67 @@ std::optional<U32> numberOf(std::string_view text) {
    return error == std::errc{} && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
+constexpr std::string_view entryStart = "Routing entry for ";
+constexpr std::string_view entryKnown = "Known via \"";
+// What FRR says where it has no such route.
+constexpr std::string_view noEntry = "% Network not in table";
+
+// The line of a next hop within an entry, as it stands in a listing: "192.0.2.2, via eth0, weight 1" is
+// "via 192.0.2.2, eth0, weight 1, 00:00:00"; empty if it is none.
+std::string listedHop(std::string_view text) {
+   auto rest = text;
+   const auto first = takeWord(rest, " ,");
+   std::string hop;
+   if (first == "directly") {
+      hop = fmt::format("is {}", text);
+   } else if (first == "unreachable") {
+      hop = text;
+   } else if (isAddressText(first)) {
+      constexpr std::string_view device = ", via ";
+      hop = fmt::format("via {}", text);
+      if (const auto at = hop.find(device); at != std::string::npos) {
+         hop.erase(at + 2, device.size() - 2);
+      }
+   } else {
+      return {};
+   }
+   return hop + ", 00:00:00";
+}
+
+// The word after `name` among what commas part: "static" of `Known via "static", ...`.
+std::string_view partAfter(std::string_view name, std::string_view text) {
+   while (!text.empty()) {
+      auto part = trimmed(takeField(text, ','));
+      if (takeWord(part) == name) {
+         return trimmed(part);
+      }
+   }
+   return {};
+}
+
 }  // namespace
 
 bool FrrLines::opensWith(std::string_view firstLine) {
-   return firstLine.starts_with("Codes:") && firstLine.find(" - ") != std::string_view::npos;
+   return firstLine.starts_with(entryStart) || firstLine.starts_with(noEntry) ||
+          (firstLine.starts_with("Codes:") && firstLine.find(" - ") != std::string_view::npos);
 }
 
 bool FrrLines::looksLike(std::string_view line) {
    auto rest = line;
-   return isLegend(line) || !vrfOf(line).empty() || !takeFlags(rest).empty();
+   return line.starts_with(entryStart) || line.starts_with(entryKnown) || isLegend(line) || !vrfOf(line).empty() ||
+          !takeFlags(rest).empty();
 }
 
 void FrrLines::line(std::string_view text, RouteSet& routes) {
-   if (isLegend(text)) {
+   if (isLegend(text) || text.starts_with(noEntry)) {
+      return;
+   }
+   // A listing may follow.
+   if (auto rest = text; isEntry_ && !takeFlags(rest).empty()) {
+      isEntry_ = false;
+   }
+   if (text.starts_with(entryStart) || isEntry_) {
+      entryLine(text, routes);
       return;
    }
    if (const auto vrf = vrfOf(text); !vrf.empty()) {
@@ -144,6 +192,53 @@ void FrrLines::line(std::string_view text, RouteSet& routes) {
       throw BadText(fmt::format("next hop without a route before it: \"{}\"", whole));
    }
    hop(text);
+}
+
+// Of an entry. What else it tells of the route (how long it is there, its group of next hops, BGP's words) is passed over.
+void FrrLines::entryLine(std::string_view text, RouteSet& routes) {
+   const std::string_view whole = text;
+   if (text.starts_with(entryStart)) {
+      close(routes);
+      isEntry_ = true;
+      text.remove_prefix(entryStart.size());
+      RouterRoute route;
+      route.prefix = prefixIn(takeWord(text));
+      route.table = table_;
+      route.isUsable = takeWord(text) != "from";
+      open_ = std::move(route);
+      hasActiveHop_ = false;
+      return;
+   }
+   if (!open_) {  // of an entry whose start could not be read
+      return;
+   }
+   if (text.starts_with(entryKnown)) {
+      text.remove_prefix(entryKnown.size());
+      open_->protocol = takeWord(text, "\"[");
+      open_->distance = numberOf(partAfter("distance", text));
+      const auto metric = numberOf(partAfter("metric", text));
+      if (!open_->distance || !metric) {
+         open_.reset();
+         throw BadText(fmt::format("no distance and metric: \"{}\"", whole));
+      }
+      open_->metric = *metric;
+      open_->rank = *open_->distance;
+      if (const auto vrf = partAfter("vrf", text); !vrf.empty()) {
+         open_->table = vrf;
+      }
+      open_->isSelected = text.ends_with(", best");
+      return;
+   }
+   std::string_view rest = text;
+   for (auto word = takeWord(rest); isMarks(word) && !word.empty(); word = takeWord(rest)) {
+      text = trimmed(rest);
+   }
+   if (const auto listed = listedHop(text); !listed.empty()) {
+      hop(listed);
+   } else if (!text.starts_with("Last update ") && text.find(": ") == std::string_view::npos &&
+              !text.ends_with(':')) {
+      throw BadText(fmt::format("no line of a routing entry: \"{}\"", whole));
+   }
 }
 
 // "via 192.0.2.2 (recursive), eth0, weight 1, 00:00:05"

@@ -1,4 +1,4 @@
-// FrrLines: what FRR's `show ip route` and `show ipv6 route` print, for one VRF or all:
+// FrrLines: what FRR's `show ip route` and `show ipv6 route` print, for one VRF or all,
 //
 //    S>* 10.1.0.0/16 [1/0] via 192.0.2.2, eth0, weight 1, 00:00:05
 //    S   10.1.0.0/16 [50/0] via 192.0.2.3, eth0, weight 1, 00:00:05          not selected
@@ -8,6 +8,13 @@
 //    S>* 10.2.0.0/16 [1/0] unreachable (blackhole), weight 1, 00:00:05
 //    C>* 192.0.2.0/24 is directly connected, eth0, 00:00:07
 //    VRF red:
+//
+// and what they print of one prefix:
+//
+//    Routing entry for 10.1.0.0/16
+//      Known via "static", distance 1, metric 0, best
+//      Last update 00:00:05 ago
+//      * 192.0.2.2, via eth0, weight 1
 //
 // Of several routes of a prefix the selected one is taken, then the lowest distance. What is inactive, or bound to a source,
 // answers nothing.
@@ -31,6 +38,7 @@ class FrrLines final : public LineParser {
    void end(RouteSet& routes) override;
 
   private:
+   void entryLine(std::string_view text, RouteSet& routes);
    void hop(std::string_view text);
    void close(RouteSet& routes);
 
@@ -38,6 +46,7 @@ class FrrLines final : public LineParser {
    std::string table_ = "default";
    std::optional<RouterRoute> open_;
    bool hasActiveHop_ = false;
+   bool isEntry_ = false;  // from the first routing entry on
 };
 
 }  // namespace Rtrie
