@@ -45,9 +45,10 @@ class Slots {
    Slots& operator=(const Slots&) = delete;
    ~Slots() {
       if constexpr (mayLive) {
-         for (Number number = 0; number < fresh_; ++number) {
-            if (lives(number)) {
-               std::destroy_at(&place(number).value);
+         for (std::size_t word = 0; word < live_.size(); ++word) {
+            for (std::uint64_t rest = live_[word]; rest != 0; rest &= rest - 1) {
+               std::destroy_at(
+                  &place(static_cast<Number>(word * 64) + static_cast<Number>(std::countr_zero(rest))).value);
             }
          }
       }
@@ -179,7 +180,6 @@ class Slots {
       return directory[chunk][in];
    }
    Place& place(Number number) noexcept { return placeIn(directory_.get(), number); }
-   bool lives(Number number) const noexcept { return (live_[number / 64] >> number % 64 & 1) != 0; }
    void addChunk() {
       if (chunks_ == room_) {
          const std::size_t room = room_ == 0 ? 1 : 2 * room_;

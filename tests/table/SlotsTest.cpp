@@ -147,6 +147,10 @@ TEST(Slots, whatIsLeftIsDestroyedWithThem) {
       }
       slots.make(shared);
       EXPECT_EQ(1 + 100 - 34 + 1, shared.use_count());
+      Slots<std::shared_ptr<int>> copies;  // that something stopped halfway
+      copies.reserveAs(slots);
+      copies.makeAt(70, shared);
+      EXPECT_EQ(1 + 100 - 34 + 2, shared.use_count());
    }
    EXPECT_EQ(1, shared.use_count());
 }

@@ -29,12 +29,6 @@ static_assert(std::copyable<snapshot<int>> && std::copyable<snapshot4<std::strin
               std::copyable<snapshot6<void>>);
 static_assert(std::ranges::bidirectional_range<const snapshot<int>>);
 
-template <class Snapshot>
-concept CanInsert = requires(Snapshot s) {
-   s.insert({"10.0.0.0/8"_prefix, 1});
-};
-static_assert(!CanInsert<snapshot<int>>, "it never changes");
-
 template <class Routes>
 std::string textOf(const Routes& routes) {
    std::string text;
@@ -143,7 +137,8 @@ TEST(Snapshot, copiesAndMoves) {
    EXPECT_EQ("ten", d.match("10.2.3.4"_address)->value);
    a = std::move(d);
    EXPECT_EQ("ten", a.match("10.2.3.4"_address)->value);
-   a = a;
+   const auto& same = a;
+   a = same;
    EXPECT_EQ("any", a.match("11.2.3.4"_address)->value);
 }
 
