@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <memory>
 #include <new>
 #include <random>
 #include <string>
@@ -388,8 +389,9 @@ TEST(Tree, theIndexComesAndGoes) {
 
 // Routes around one place of the index come and go in any order, under it, at it and above: nodes there are made, moved, compressed
 // and dropped, and the number for a place where nothing stands has to follow the node above it.
+enum class Versions { none, held, published };
 template <unsigned width>
-void changeAroundAnEmptyPlace(unsigned indexDepth, bool isAlone) {
+void changeAroundAnEmptyPlace(unsigned indexDepth, bool isAlone, Versions versions = Versions::none) {
    using Bits = typename Tree<width>::Bits;
    using Word = typename Bits::Word;
    const auto bit = [](unsigned at) { return static_cast<Word>(Word{1} << (width - 1 - at)); };
@@ -403,8 +405,20 @@ void changeAroundAnEmptyPlace(unsigned indexDepth, bool isAlone) {
       }
       add(tree, Bits(word | bit(indexDepth - 9)), indexDepth + 5);
    }
+   if (versions == Versions::published) {
+      tree.startPublishing();
+   }
    TreeFault::buildIndex(tree);
+   ASSERT_TRUE(TreeFault::hasIndex(tree));
    ASSERT_EQ("", tree.audit());
+   if (versions == Versions::published) {
+      tree.store()->publish();
+   }
+   struct Held {
+      Tree<width> tree;
+      std::unique_ptr<Hold> hold;
+   };
+   std::vector<Held> held;
    const Word start = isAlone ? bit(0) : bit(2);  // where nothing else stands, or beside all the others
    const Bits place(start);
    ASSERT_EQ(nullptr, tree.template lookup<4>(place));
@@ -424,8 +438,24 @@ void changeAroundAnEmptyPlace(unsigned indexDepth, bool isAlone) {
       for (const bool in : {true, false}) {
          for (std::size_t i = 0; i < some; ++i) {
             const auto& [bits, length] = routes[in ? i : some - 1 - i];
+            if (versions == Versions::held && random() % 2 == 0) {
+               held.push_back({tree.frozen(), std::make_unique<Hold>(tree.store())});
+            }
+            const std::size_t size = tree.size();
+            const Tree<width> before = tree.frozen();
             ASSERT_TRUE(in ? add(tree, bits, length) : tree.erase(bits, length, nullptr));
             ASSERT_EQ("", tree.audit());
+            if (versions == Versions::published) {
+               ASSERT_EQ("", before.audit());
+               ASSERT_EQ(size, before.size());
+               tree.store()->publish();
+            }
+            for (const Held& one : held) {
+               ASSERT_EQ("", one.tree.audit());
+            }
+            if (held.size() > 3) {
+               held.erase(held.begin() + static_cast<std::ptrdiff_t>(random() % held.size()));
+            }
             for (const auto& [asked, unused] : routes) {
                unsigned longest = 999;
                for (std::size_t j = 0; j < some; ++j) {
@@ -447,6 +477,16 @@ TEST(Tree, theIndexFollowsWhatStandsAboveAnEmptyPlace) {
    for (const bool isAlone : {false, true}) {
       changeAroundAnEmptyPlace<32>(18, isAlone);
       changeAroundAnEmptyPlace<128>(30, isAlone);
+   }
+}
+
+// And so do the indexes of versions, each of its own.
+TEST(Tree, theIndexOfAVersionStays) {
+   for (const bool isAlone : {false, true}) {
+      for (const Versions versions : {Versions::held, Versions::published}) {
+         changeAroundAnEmptyPlace<32>(18, isAlone, versions);
+         changeAroundAnEmptyPlace<128>(30, isAlone, versions);
+      }
    }
 }
 
