@@ -15,7 +15,7 @@
 
 namespace routetrie::Impl {
 
-// To the sanitizer, leaving is a release and having seen that all have left an acquisition, of one thing.
+// To the sanitizer, leaving is a release and having seen that all have left an acquisition, of one thing; and liburcu hands a ticket on.
 #ifdef __SANITIZE_THREAD__
 namespace {
 char readersLeft;
@@ -41,6 +41,7 @@ struct Grace::Ticket {
       auto* const ticket = static_cast<Ticket*>(static_cast<void*>(head));
 #ifdef __SANITIZE_THREAD__
       __tsan_acquire(&readersLeft);
+      __tsan_acquire(ticket);
 #endif
       if (ticket->state.exchange(TicketState::back, std::memory_order_acq_rel) == TicketState::leftBehind) {
          delete ticket;
@@ -59,6 +60,9 @@ Grace::~Grace() {
 void Grace::begin() noexcept {
    isUnderWay_ = true;
    ticket_->state.store(TicketState::out, std::memory_order_relaxed);
+#ifdef __SANITIZE_THREAD__
+   __tsan_release(ticket_);
+#endif
    urcu_bp_call_rcu(&ticket_->head, Ticket::isBack);
 }
 
