@@ -130,6 +130,11 @@ template <class E>
 concept Compiles = requires(const E& asked) {
    { asked.compile() } -> std::same_as<std::uint64_t>;
 };
+// Takes a snapshot of the loaded table and drops the one before.
+template <class E>
+concept TakesSnapshots = requires(E& engine) {
+   engine.snapshot();
+};
 // Deletes the route that was inserted with that id, without a search for it.
 template <class E>
 concept ErasesByHandle = requires(E engine, U32 id) {

@@ -35,6 +35,10 @@ struct EngineRow {
 std::span<const EngineRow> engines();
 
 EngineRow tableRow();
+EngineRow tableSnapshotRow();
+EngineRow sharedTableRow();
+EngineRow sharedTableBatchRow();
+EngineRow sharedTableBusyRow();
 EngineRow compiledRow();
 EngineRow patriciaRow();
 EngineRow patriciaCompactRow();

@@ -78,6 +78,7 @@ class MeasuredEngine final : public Measured {
          case Op::walkIterator: return Iterates<E>;
          case Op::walkNext: return StepsThrough<E>;
          case Op::compile: return Compiles<E>;
+         case Op::snapshot: return TakesSnapshots<E>;
          case Op::matchBulk:
          case Op::matchBulkUniform: return AnswersBulk<E, F>;
          default: return true;
@@ -112,6 +113,7 @@ class MeasuredEngine final : public Measured {
          case Op::walkIterator: return walkIterator(state);
          case Op::walkNext: return walkNext(state);
          case Op::compile: return compile(state);
+         case Op::snapshot: return snapshot(state);
          case Op::churn: return churn(state);
          case Op::mixed: return mixed(state);
          case Op::updates: return updates(state);
@@ -442,6 +444,15 @@ class MeasuredEngine final : public Measured {
    void nextBlock(std::size_t size) {
       at_ += blockSize;
       at_ = at_ >= size ? 0 : at_;
+   }
+
+   void snapshot(benchmark::State& state) {
+      if constexpr (TakesSnapshots<E>) {
+         for (auto _ : state) {
+            engine_.snapshot();
+         }
+         opsAre(state, 1);
+      }
    }
 
    void memory(benchmark::State& state) {

@@ -81,6 +81,9 @@ class TableEngine {
    // What its allocators handed out.
    std::uint64_t bytes() const { return table_.memory().total() + sizeof table_; }
 
+  protected:
+   Table& table() { return table_; }
+
   private:
    Answer at(const typename Table::iterator& here) const {
       return here == table_.end() ? std::nullopt : Answer(*here);

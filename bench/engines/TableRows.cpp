@@ -1,6 +1,8 @@
 #include "bench/Engines.h"
 #include "bench/MeasuredEngine.h"
 #include "bench/engines/CompiledEngine.h"
+#include "bench/engines/SharedTableEngine.h"
+#include "bench/engines/SnapshotEngine.h"
 #include "bench/engines/TableEngine.h"
 
 namespace Bench {
@@ -18,5 +20,28 @@ EngineRow compiledRow() {
            .v4 = makeMeasured<V4, CompiledEngine<V4>>,
            .v6 = makeMeasured<V6, CompiledEngine<V6>>};
 }
+
+EngineRow tableSnapshotRow() {
+   return {.name = {"table_snapshot", "table_snapshot"},
+           .isOurs = true,
+           .v4 = makeMeasured<V4, SnapshotEngine<V4>>,
+           .v6 = makeMeasured<V6, SnapshotEngine<V6>>};
+}
+
+namespace {
+
+template <Beside beside>
+EngineRow sharedRow(const char* name) {
+   return {.name = {name, name},
+           .isOurs = true,
+           .v4 = makeMeasured<V4, SharedTableEngine<V4, beside>>,
+           .v6 = makeMeasured<V6, SharedTableEngine<V6, beside>>};
+}
+
+}  // namespace
+
+EngineRow sharedTableRow() { return sharedRow<Beside::nobody>("shared_table"); }
+EngineRow sharedTableBatchRow() { return sharedRow<Beside::batches>("shared_table_batch"); }
+EngineRow sharedTableBusyRow() { return sharedRow<Beside::others>("shared_table_busy"); }
 
 }  // namespace Bench

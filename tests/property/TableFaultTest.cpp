@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "routetrie/shared_table.h"
 #include "routetrie/table/Tree.h"
 #include "tests/property/CountedNew.h"
 #include "tests/property/Scale.h"
@@ -119,10 +120,16 @@ class TableFaultTest : public testing::Test {
          for (std::size_t n = 1;; ++n, ++failures) {
             Session session;
             fill(session, world);
+            const Table before(session.table);
+            const auto snapshot = holdsSnapshot ? session.table.snapshot() : decltype(session.table.snapshot())();
             const bool failed = failsWith(source, n, [&] { change(session.table); });
             if (failed) {
                EXPECT_EQ("", session.wholeFault()) << "allocation " << n;
                change(session.table);
+            }
+            if (holdsSnapshot) {
+               EXPECT_TRUE(snapshot == before) << "allocation " << n;
+               EXPECT_EQ("", snapshot.audit()) << "allocation " << n;
             }
             changed(session.oracle);
             EXPECT_EQ("", session.wholeFault()) << "allocation " << n;
@@ -135,6 +142,7 @@ class TableFaultTest : public testing::Test {
    }
 
    std::mt19937_64 random;
+   bool holdsSnapshot = false;
 };
 
 struct TableName {
@@ -180,6 +188,158 @@ TYPED_TEST(TableFaultTest, oneRouteMoreOrLess) {
    // Without fault injection only slots come from operator new.
    EXPECT_TRUE(failures > 0 ||
                (std::size(sources) == 1 && !std::is_same_v<typename TypeParam::mapped_type, std::string>));
+}
+
+// What a snapshot has seen is copied before it is written, so that erasing takes memory too.
+TYPED_TEST(TableFaultTest, changesBesideASnapshot) {
+   using Prefix = typename TestFixture::P;
+   using Value = typename TypeParam::mapped_type;
+   this->holdsSnapshot = true;
+   std::size_t failures = 0;
+   for (const auto& world : this->worlds()) {
+      std::vector<Prefix> changed{Prefix(), this->host(0), this->anything(24)};
+      for (std::size_t i = 0; i < world.size(); i += 1 + world.size() / sized<std::size_t>(2, 4, 12)) {
+         changed.push_back(world[i]);
+         changed.push_back(Prefix::cut(world[i].bits(), world[i].len() / 2u));
+      }
+      for (const Prefix& p : changed) {
+         SCOPED_TRACE(fmt::format("{} of {} routes", p, world.size()));
+         failures += this->failEach(
+            world, [&](auto& table) { TestFixture::put(table, p, 1000); },
+            [&](auto& oracle) {
+               oracle.set(p, NumberIn<Value>::cut(TypeParam::has_values ? 1000
+                                                  : oracle.has(p)       ? oracle.get(p)->number
+                                                                        : 0));
+            });
+         failures += this->failEach(
+            world, [&](auto& table) { table.erase(p); }, [&](auto& oracle) { oracle.remove(p); });
+         if constexpr (TypeParam::has_values) {
+            failures += this->failEach(
+               world,
+               [&](auto& table) { table.update(p, [](Value& value) { value = NumberIn<Value>::valueOf(500); }); },
+               [&](auto& oracle) { oracle.set(p, NumberIn<Value>::cut(500)); });
+         }
+         if (this->HasFailure()) {
+            return;
+         }
+      }
+   }
+   EXPECT_GT(failures, 0u);
+}
+
+// No snapshot, or a whole one; and the table as it was.
+TYPED_TEST(TableFaultTest, takingASnapshot) {
+   for (const auto& world : this->worlds()) {
+      const std::size_t failures = this->failEach(
+         world,
+         [](auto& table) {
+            const auto first = table.snapshot();
+            const auto second = table.snapshot();
+            EXPECT_TRUE(first == table && second == first);
+         },
+         [](auto&) {});
+      EXPECT_GE(failures, 4u);
+   }
+}
+
+// A route that was taken over is in one of the two, whatever fails, and the snapshot of the other has it still.
+TYPED_TEST(TableFaultTest, mergesFromATableWithASnapshot) {
+   const auto all = this->worlds();
+   for (const Source source : sources) {
+      bool failed = true;
+      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
+         typename TestFixture::Session to;
+         typename TestFixture::Session from;
+         TestFixture::fill(to, all[4]);
+         TestFixture::fill(from, all[3]);
+         const TypeParam before(from.table);
+         const auto snapshot = from.table.snapshot();
+         const std::size_t sum = to.table.size() + from.table.size();
+         failed = failsWith(source, n, [&] { to.table.merge(from.table); });
+         EXPECT_EQ("", to.table.audit());
+         EXPECT_EQ("", from.table.audit());
+         EXPECT_EQ(sum, to.table.size() + from.table.size()) << "allocation " << n;
+         EXPECT_TRUE(snapshot == before);
+         to.table.merge(from.table);
+         for (const auto& route : from.oracle.all()) {
+            EXPECT_TRUE(to.table.contains(route.prefix)) << route.prefix;
+         }
+      }
+   }
+}
+
+// A sweep that fails has judged no route that it did not erase; the next slice goes on where it was.
+TYPED_TEST(TableFaultTest, sweepsBesideASnapshot) {
+   const auto all = this->worlds();
+   for (const Source source : sources) {
+      bool failed = true;
+      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
+         typename TestFixture::Session session;
+         TestFixture::fill(session, all.back());
+         const auto snapshot = session.table.snapshot();
+         session.table.mark();
+         TestFixture::put(session.table, all.back().front(), 1000);
+         failed = failsWith(source, n, [&] { session.table.sweep(20); });
+         EXPECT_EQ("", session.table.audit()) << "allocation " << n;
+         while (!session.table.sweep(50).done) {
+         }
+         EXPECT_EQ(1u, session.table.size()) << "allocation " << n;
+         EXPECT_EQ(session.oracle.size(), snapshot.size());
+      }
+   }
+}
+
+// The same of a shared table, whose readers see what was there before or what is there now.
+TYPED_TEST(TableFaultTest, changesOfASharedTable) {
+   using Prefix = typename TestFixture::P;
+   using Value = typename TypeParam::mapped_type;
+   std::size_t failures = 0;
+   for (const auto& world : this->worlds()) {
+      std::vector<Prefix> changed{Prefix(), this->host(0)};
+      for (std::size_t i = 0; i < world.size(); i += 1 + world.size() / sized<std::size_t>(1, 2, 12)) {
+         changed.push_back(world[i]);
+         changed.push_back(Prefix::cut(world[i].bits(), world[i].len() / 2u));
+      }
+      typename TestFixture::Session session;
+      TestFixture::fill(session, world);
+      routetrie::basic_shared_table<TypeParam> shared{TypeParam(session.table)};
+      const auto reader = shared.reader();
+      const auto each = [&](const auto& change, const auto& changeTable) {
+         for (const Source source : sources) {
+            for (std::size_t n = 1;; ++n, ++failures) {
+               const auto before = reader.lock();
+               const bool failed = failsWith(source, n, [&] { change(shared); });
+               EXPECT_EQ("", shared.audit()) << "allocation " << n;
+               EXPECT_TRUE(*before == session.table) << "allocation " << n;
+               if (!failed) {
+                  changeTable(session.table);
+               }
+               EXPECT_TRUE(*reader.lock() == session.table) << "allocation " << n;
+               if (!failed || testing::Test::HasFailure()) {
+                  break;
+               }
+            }
+         }
+      };
+      for (const Prefix& p : changed) {
+         SCOPED_TRACE(fmt::format("{} of {} routes", p, world.size()));
+         const auto put = [&](auto& t) {
+            if constexpr (TypeParam::has_values) {
+               t.insert_or_assign(p, NumberIn<Value>::valueOf(1000));
+            } else {
+               t.insert(p);
+            }
+         };
+         each(put, put);
+         const auto drop = [&](auto& t) { t.erase(p); };
+         each(drop, drop);
+         each(put, put);
+         if (this->HasFailure()) {
+            return;
+         }
+      }
+   }
+   EXPECT_GT(failures, 0u);
 }
 
 TYPED_TEST(TableFaultTest, updates) {
