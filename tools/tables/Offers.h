@@ -13,6 +13,7 @@
 // Tested by tests/tools/tables/OffersTest.cpp.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <unordered_set>
 #include <vector>
@@ -22,6 +23,27 @@
 namespace Rtrie {
 
 enum class Choice : U8 { lastLine, metric, asPath };
+
+inline constexpr std::size_t choiceKinds = 3;
+
+// Offers that answer nothing, as another of their prefix does, and what became of those that come again.
+struct LostOffers {
+   std::array<std::uint64_t, choiceKinds> byChoice{};
+   std::uint64_t alike = 0;     // of all these, those that say just what the one says that answers
+   std::uint64_t replaced = 0;  // none of these: later ones of their source took their place
+
+   std::uint64_t count() const { return byChoice[0] + byChoice[1] + byChoice[2]; }
+   std::uint64_t of(Choice choice) const { return byChoice[static_cast<std::size_t>(choice)]; }
+   bool operator==(const LostOffers&) const = default;
+   LostOffers& operator+=(const LostOffers& other) {
+      for (std::size_t i = 0; i < choiceKinds; ++i) {
+         byChoice[i] += other.byChoice[i];
+      }
+      alike += other.alike;
+      replaced += other.replaced;
+      return *this;
+   }
+};
 
 struct Offer {
    std::uint64_t rank = 0;  // the lowest is taken

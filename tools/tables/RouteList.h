@@ -20,7 +20,7 @@
 #include <optional>
 #include <span>
 #include <tuple>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -109,7 +109,7 @@ class RouteList {
                routes_[kept] = best.front();
                routes_[kept++].isSealed = true;
             }
-            putOthers(std::span(best).subspan(answers ? 1 : 0), others);
+            putOthers(std::span(best).subspan(answers ? 1 : 0), best, others);
          }
          earlier = earlierEnd;
          i = end;
@@ -130,10 +130,20 @@ class RouteList {
    // Routes that fit without more memory.
    std::size_t capacity() const { return routes_.capacity(); }
 
-   // Offers that answer nothing because another of their prefix does; and those that never could.
-   std::uint64_t lost() const {
-      return lost_ + static_cast<std::uint64_t>(std::count_if(others_.begin(), others_.end(), answering()));
+   // Requires: sealed.
+   LostOffers lost() const {
+      LostOffers all = lost_;
+      auto best = routes_.begin();
+      for (const Route& other : others_) {
+         if (offers_.answers(other.offer)) {
+            for (; best != routes_.end() && best->before(other); ++best) {
+            }
+            count(other.offer, best != routes_.end() && best->samePrefix(other) && best->offer == other.offer, all);
+         }
+      }
+      return all;
    }
+   // Offers that never could answer.
    std::uint64_t bound() const {
       return bound_ + static_cast<std::uint64_t>(std::count_if(others_.begin(), others_.end(), notAnswering()));
    }
@@ -155,8 +165,9 @@ class RouteList {
   private:
    static constexpr std::size_t sealAtLeast = std::size_t{1} << 20;
 
-   auto answering() const {
-      return [this](const Route& route) { return offers_.answers(route.offer); };
+   void count(U32 offer, bool isAlike, LostOffers& to) const {
+      ++to.byChoice[static_cast<std::size_t>(offers_.of(offer).choice)];
+      to.alike += static_cast<std::uint64_t>(isAlike);
    }
    auto notAnswering() const {
       return [this](const Route& route) { return !offers_.answers(route.offer); };
@@ -170,25 +181,35 @@ class RouteList {
 
    // All that stands for one prefix, best first. told: in the order of the lines, behind the one that was best when the
    // list was sealed last, if there was one; earlier: what lost to it then, best first.
-   std::vector<Route> bestFirst(std::span<const Route> told, std::span<const Route> earlier) const {
+   std::vector<Route> bestFirst(std::span<const Route> told, std::span<const Route> earlier) {
       const auto isSealed = static_cast<std::size_t>(told.front().isSealed);
-      std::vector<Route> all;        // the last line of a list first, as it is the best of them
-      std::vector<Route> ranked;     // latest first
-      std::unordered_set<U32> gone;  // sources whose offers before the line in hand are gone
+      std::vector<Route> all;     // the last line of a list first, as it is the best of them
+      std::vector<Route> ranked;  // latest first
+      // Sources whose offers before the line in hand are gone: whether others took their place.
+      std::unordered_map<U32, bool> gone;
       for (std::size_t i = told.size(); i > isSealed; --i) {
          const Offer offer = offers_.of(told[i - 1].offer);
-         if (offer.source == 0 || (!offers_.isLost(offer.source) && !gone.contains(offer.source))) {
+         if (offer.source != 0 && offers_.isLost(offer.source)) {
+            continue;
+         }
+         const auto later = offer.source == 0 ? gone.end() : gone.find(offer.source);
+         if (later == gone.end()) {
             if (!offer.isWithdrawal) {
                (offer.choice == Choice::lastLine ? all : ranked).push_back(told[i - 1]);
             }
-            if (offer.isWithdrawal || offer.replaces) {
-               gone.insert(offer.source);
-            }
+         } else if (!offer.isWithdrawal && later->second) {
+            ++lost_.replaced;
+         }
+         if (offer.isWithdrawal || offer.replaces) {
+            gone.insert_or_assign(offer.source, !offer.isWithdrawal);
          }
       }
       const auto addEarlier = [&](const Route& route) {
-         if (const U32 source = offers_.of(route.offer).source;
-             source == 0 || (!offers_.isLost(source) && !gone.contains(source))) {
+         const U32 source = offers_.of(route.offer).source;
+         const auto later = source == 0 ? gone.end() : gone.find(source);
+         if (later != gone.end()) {
+            lost_.replaced += static_cast<std::uint64_t>(later->second && !offers_.isLost(source));
+         } else if (source == 0 || !offers_.isLost(source)) {
             all.push_back(route);
          }
       };
@@ -204,14 +225,14 @@ class RouteList {
       return all;
    }
 
-   void putOthers(std::span<const Route> lost, std::vector<Route>& others) {
+   void putOthers(std::span<const Route> lost, const std::vector<Route>& best, std::vector<Route>& others) {
       for (Route route : lost) {
          route.isSealed = false;
          // Nothing withdraws a line of a list, so that it can't come back.
          if (keepsOthers_ || offers_.of(route.offer).choice != Choice::lastLine) {
             others.push_back(route);
          } else {
-            ++lost_;
+            count(route.offer, route.offer == best.front().offer, lost_);
          }
       }
    }
@@ -220,7 +241,7 @@ class RouteList {
    std::vector<Route> routes_;
    std::vector<Route> others_;  // sorted as routes_ are once sealed, best first within a prefix
    bool keepsOthers_ = false;
-   std::uint64_t lost_ = 0;   // of those that are not kept
+   LostOffers lost_;          // of those that are not kept
    std::uint64_t bound_ = 0;  // likewise
    std::size_t sealAt_ = sealAtLeast;
 };

@@ -66,8 +66,10 @@ class RouteSet {
    // Once sealed.
    std::uint64_t size(Corenet::AddressFamily af) const;
    std::uint64_t size() const { return list4_.routes().size() + list6_.routes().size(); }
-   // Offers that answer nothing because another one of their prefix does.
-   std::uint64_t lost() const { return list4_.lost() + list6_.lost(); }
+   LostOffers lost() const {
+      LostOffers all = list4_.lost();
+      return all += list6_.lost();
+   }
    // Offers that answer nothing because they hold for some packets alone.
    std::uint64_t bound() const { return list4_.bound() + list6_.bound(); }
 

@@ -288,9 +288,24 @@ KernelRead loadKernel(KernelTable table, bool strict, RouteSet& routes, Progress
 
 void tellUnanswering(const std::string& names, const RouteSet& routes) {
    constexpr std::string_view where = "lookup --op exact --format json shows";
-   if (const std::uint64_t lost = routes.lost(); lost > 0) {
-      say(fmt::format("{}: {} route{} lost to another of the same prefix; {} {}", names, grouped(lost),
-                      lost == 1 ? "" : "s", where, lost == 1 ? "it" : "them"));
+   const LostOffers lost = routes.lost();
+   if (const std::uint64_t count = lost.count(); count > 0) {
+      std::string how;
+      const auto part = [&](std::uint64_t some, std::string_view what) {
+         if (some > 0) {
+            how += fmt::format("{}{} {}", how.empty() ? "" : "; ", grouped(some), what);
+         }
+      };
+      part(lost.of(Choice::lastLine), "in lists, by the last line");
+      part(lost.of(Choice::metric), "of kernels and routers, by metric or selection");
+      part(lost.of(Choice::asPath), "of BGP peers, by the shortest AS path");
+      part(lost.alike, "of all these said the same again");
+      say(fmt::format("{}: {} route{} lost to another of the same prefix ({}); {} {}", names, grouped(count),
+                      count == 1 ? "" : "s", how, where, count == 1 ? "it" : "them"));
+   }
+   if (lost.replaced > 0) {
+      say(fmt::format("{}: {} route{} replaced by what the same peer said later", names, grouped(lost.replaced),
+                      lost.replaced == 1 ? " was" : "s were"));
    }
    if (const std::uint64_t bound = routes.bound(); bound > 0) {
       say(fmt::format("{}: {} route{} dead, or for one source or type of service alone: no answer; {} {}", names,

@@ -30,7 +30,7 @@ struct LoadReport {
    std::uint64_t lines = 0;    // of all tables, comments and blank lines included
    std::uint64_t faults = 0;   // bad lines, and tables without a route beside others that have some
    std::uint64_t leftOut = 0;  // lines that are not of the peer or routing table that is wanted
-   std::uint64_t lost = 0;     // routes that answer nothing since the table answers with another one of their prefix
+   LostOffers lost;            // routes that answer nothing since the table answers with another one of their prefix
    std::uint64_t bound = 0;    // routes that answer nothing since they hold for some packets alone
    double seconds = 0;
 };

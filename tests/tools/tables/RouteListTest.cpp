@@ -53,12 +53,31 @@ std::vector<U32> standing(const std::vector<U32>& told, const Offers& offers) {
    return best;
 }
 
+// Offers of a source that a later one took the place of.
+std::uint64_t replacedIn(const std::vector<U32>& told, const Offers& offers) {
+   std::map<U32, std::uint64_t> standing;  // by source
+   std::uint64_t replaced = 0;
+   for (const U32 id : told) {
+      const Offer offer = offers.of(id);
+      if (offer.replaces && !offer.isWithdrawal) {
+         replaced += standing[offer.source];
+      }
+      if (offer.replaces || offer.isWithdrawal) {
+         standing[offer.source] = 0;
+      }
+      standing[offer.source] += static_cast<std::uint64_t>(offer.source != 0 && !offer.isWithdrawal);
+   }
+   return replaced;
+}
+
 template <class Number>
 void equals(const RouteList<Number>& list, const History& history, const Offers& offers) {
    std::size_t count = 0;
    std::uint64_t lost = 0;
    std::uint64_t bound = 0;
+   std::uint64_t replaced = 0;
    for (const auto& [prefix, told] : history) {
+      replaced += replacedIn(told, offers);
       auto expected = standing(told, offers);
       const auto address = widened<Number>(prefix.first);
       const auto length = static_cast<U8>(prefix.second);
@@ -79,7 +98,9 @@ void equals(const RouteList<Number>& list, const History& history, const Offers&
       }
    }
    ASSERT_EQ(count, list.routes().size());
-   ASSERT_EQ(lost, list.lost());
+   ASSERT_EQ(lost, list.lost().count());
+   ASSERT_EQ(replaced, list.lost().replaced);
+   ASSERT_EQ(0U, list.lost().alike);
    ASSERT_EQ(bound, list.bound());
 }
 
@@ -123,13 +144,47 @@ TEST(RouteList, answersWithTheBestThatStands) {
    }
 }
 
+TEST(RouteList, whatIsSaidAgainIsCountedByKind) {
+   for (const bool isKept : {false, true}) {
+      Offers offers;
+      RouteList<U32> list(offers);
+      if (isKept) {
+         list.othersAreKept();
+      }
+      const auto peers = [&](U32 payload, std::uint64_t rank) {
+         Offer offer;
+         offer.payload = payload;
+         offer.source = 9;
+         offer.rank = rank;
+         offer.choice = Choice::asPath;
+         return offers.idOf(offer);
+      };
+      Offer kernels;
+      kernels.payload = 5;
+      kernels.choice = Choice::metric;
+      for (const U32 id : {1U, 2U, 1U, 1U, peers(1, 1), peers(1, 1), offers.idOf(kernels)}) {
+         list.add(0x0a000000, 8, id);
+      }
+      list.add(0x0b000000, 8, peers(1, 1));
+      list.add(0x0b000000, 8, peers(1, 1));
+      list.add(0x0b000000, 8, peers(2, 2));
+      list.seal();
+      LostOffers expected;
+      expected.byChoice = {3, 1, 4};
+      expected.alike = 3;  // two of the list, and one of the other prefix
+      EXPECT_EQ(expected, list.lost()) << isKept;
+      list.dropOthers();
+      EXPECT_EQ(expected, list.lost()) << isKept;
+   }
+}
+
 TEST(RouteList, whatCanNotComeBackIsCountedAndNotKept) {
    Offers offers;
    RouteList<U32> list(offers);
    list.add(0x0a000000, 8, 1);
    list.add(0x0a000000, 8, 2);
    list.seal();
-   EXPECT_EQ(1U, list.lost());
+   EXPECT_EQ(1U, list.lost().count());
    EXPECT_TRUE(list.othersOf(0x0a000000, 8).empty());
    Offer offer;
    offer.payload = 3;
@@ -139,7 +194,7 @@ TEST(RouteList, whatCanNotComeBackIsCountedAndNotKept) {
    list.seal();
    EXPECT_EQ(1U, list.othersOf(0x0a000000, 8).size());
    list.dropOthers();
-   EXPECT_EQ(2U, list.lost());
+   EXPECT_EQ(2U, list.lost().count());
    EXPECT_TRUE(list.othersOf(0x0a000000, 8).empty());
    EXPECT_EQ(2U, list.offerOf(0x0a000000, 8));
 }
@@ -154,7 +209,7 @@ TEST(RouteList, sealsItselfWhileOnePrefixIsToldOverAndOver) {
    list.seal();
    ASSERT_EQ(1U, list.routes().size());
    EXPECT_EQ(times - 1, list.offerOf(0x0a000000, 8));
-   EXPECT_EQ(times - 1, list.lost());
+   EXPECT_EQ(times - 1, list.lost().count());
    EXPECT_LT(list.capacity(), times);
 }
 

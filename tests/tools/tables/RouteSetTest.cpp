@@ -52,7 +52,7 @@ TEST(RouteSet, aSourceWithdrawsWhatItOffers) {
    routes.add(prefix("2001:db9::/32"), byPeer("a", "1", 1));
    routes.withdraw(prefix("2001:db9::/32"), "a");
    EXPECT_THAT(Support::textOf(routes), ElementsAre("10.0.0.0/8 1 2 3", "2001:db8::/32 1"));
-   EXPECT_EQ(0U, routes.lost());
+   EXPECT_EQ(0U, routes.lost().count());
 }
 
 TEST(RouteSet, candidatesBestFirst) {
@@ -80,7 +80,7 @@ TEST(RouteSet, candidatesBestFirst) {
    EXPECT_EQ(1U, routes.candidates(prefix("12.0.0.0/8")).size());
    EXPECT_EQ(std::nullopt, routes.payload(prefix("12.0.0.0/8")));
    EXPECT_TRUE(routes.candidates(prefix("13.0.0.0/8")).empty());
-   EXPECT_EQ(1U, routes.lost());
+   EXPECT_EQ(1U, routes.lost().count());
    EXPECT_EQ(2U, routes.bound());
 }
 
@@ -90,7 +90,7 @@ TEST(RouteSet, withoutBeingAskedForThemCandidatesAreCountedAndLetGo) {
    routes.add(prefix("10.0.0.0/8"), byPeer("b", "4 5", 2));
    routes.seal();
    EXPECT_EQ(1U, routes.candidates(prefix("10.0.0.0/8")).size());
-   EXPECT_EQ(1U, routes.lost());
+   EXPECT_EQ(1U, routes.lost().count());
 }
 
 TEST(RouteSet, payloadOfWhatIsThere) {

@@ -50,7 +50,8 @@ TEST_F(TableLoader, whatLostIsCountedAndShownOnRequest) {
    EXPECT_EQ(
       told(
          ": 2 lines of other routing tables left out: 100 (1), local (1); --route-table takes one of them, or all") +
-         told(": 1 route lost to another of the same prefix; lookup --op exact --format json shows it") +
+         told(": 1 route lost to another of the same prefix (1 of kernels and routers, by metric or selection); "
+              "lookup --op exact --format json shows it") +
          told(": 1 route is dead, or for one source or type of service alone: no answer; lookup --op exact --format "
               "json shows it"),
       ran.err);
@@ -100,7 +101,7 @@ TEST_F(TableLoader, aRoutingTableByNameOrId) {
    const Ran none = lookup(listing, {"--route-table", "7", "10.6.0.1"});
    EXPECT_THAT(none.err, HasSubstr(": 7 lines of other routing tables left out: 100 (1), local (1), main (5)"));
    EXPECT_THAT(none.err, EndsWith("t: the table has no routes\n"));
-   EXPECT_EQ(told(": --route-table is for what ip route, FRR and BIRD print, and this is not"),
+   EXPECT_EQ(told(": --route-table is for what ip route, FRR and BIRD print or a kernel has, and this is not"),
              lookup("10.0.0.0/8\n", {"--route-table", "main", "10.0.0.1"}).err);
 }
 
@@ -111,7 +112,9 @@ constexpr std::string_view dump =
 TEST_F(TableLoader, peers) {
    const Ran ran = lookup(dump, {"10.0.0.1"});
    EXPECT_EQ("10.0.0.1/32  10.0.0.0/8  65009 2\n", ran.out);
-   EXPECT_EQ(told(": 1 route lost to another of the same prefix; lookup --op exact --format json shows it"), ran.err);
+   EXPECT_EQ(told(": 1 route lost to another of the same prefix (1 of BGP peers, by the shortest AS path); lookup "
+                  "--op exact --format json shows it"),
+             ran.err);
    const Ran one = lookup(dump, {"--peer", "192.0.2.1", "10.0.0.1"});
    EXPECT_EQ("10.0.0.1/32  10.0.0.0/8  65000 1 2\n", one.out);
    EXPECT_EQ(told(": 1 line of other peers left out: 192.0.2.2 65009 (1)"), one.err);
@@ -128,7 +131,8 @@ TEST_F(TableLoader, peers) {
 TEST_F(TableLoader, duplicatesOfAListAreCountedAndTheLastLineCounts) {
    const Ran ran =
       lookup("10.0.0.0/8 a\n10.0.0.0/8 b\n10.0.0.0/8 c\n", {"--op", "exact", "--format", "json", "10.0.0.0/8"});
-   EXPECT_EQ(told(": 2 routes lost to another of the same prefix; lookup --op exact --format json shows them"),
+   EXPECT_EQ(told(": 2 routes lost to another of the same prefix (2 in lists, by the last line); lookup --op exact "
+                  "--format json shows them"),
              ran.err);
    const auto json = Json::parse(ran.out);
    EXPECT_EQ("c", json["payload"]);
@@ -169,7 +173,8 @@ TEST_F(TableLoader, mrtInEveryCompression) {
       EXPECT_EQ(told(unknown) + told(": 1 bad record left out of 5") +
                    told(": left out what is no unicast route of a peer: IPv4 multicast (1)") +
                    told(": 1 prefix with bits past the length, which were cleared") +
-                   told(": 1 route lost to another of the same prefix; lookup --op exact --format json shows it"),
+                   told(": 1 route lost to another of the same prefix (1 of BGP peers, by the shortest AS path); "
+                        "lookup --op exact --format json shows it"),
                 ran.err);
       EXPECT_EQ(1, ran.status);
       // Cut, and what was there is read.

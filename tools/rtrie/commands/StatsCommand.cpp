@@ -171,11 +171,21 @@ Json jsonOf(const Figures& figures) {
    for (auto af : Rtrie::families) {
       families.push_back(familyJson(figures.engine, af, figures.routes, figures.tables.of(af)));
    }
-   return {{"engine", figures.engine.name},          {"routes", figures.routes.size()},
-           {"lines", figures.report.lines},          {"faults", figures.report.faults},
-           {"leftOut", figures.report.leftOut},      {"lost", figures.report.lost},
-           {"bound", figures.report.bound},          {"readSeconds", figures.report.seconds},
-           {"insertSeconds", figures.insertSeconds}, {"families", std::move(families)}};
+   return {{"engine", figures.engine.name},
+           {"routes", figures.routes.size()},
+           {"lines", figures.report.lines},
+           {"faults", figures.report.faults},
+           {"leftOut", figures.report.leftOut},
+           {"lost", figures.report.lost.count()},
+           {"lostInLists", figures.report.lost.of(Choice::lastLine)},
+           {"lostByMetric", figures.report.lost.of(Choice::metric)},
+           {"lostByPath", figures.report.lost.of(Choice::asPath)},
+           {"lostAlike", figures.report.lost.alike},
+           {"replaced", figures.report.lost.replaced},
+           {"bound", figures.report.bound},
+           {"readSeconds", figures.report.seconds},
+           {"insertSeconds", figures.insertSeconds},
+           {"families", std::move(families)}};
 }
 
 // One object.

@@ -440,7 +440,7 @@ std::string reportPage(const Report& report) {
    };
    lineIfAny("Bad ones, left out", report.load.faults);
    lineIfAny("Of other peers or routing tables, left out", report.load.leftOut);
-   lineIfAny("Routes that lost to another of their prefix", report.load.lost);
+   lineIfAny("Routes that lost to another of their prefix", report.load.lost.count());
    lineIfAny("Routes for some packets alone", report.load.bound);
    page.endTable();
    if (!canDraw()) {
