@@ -44,10 +44,16 @@ class InterruptsCaught {
    struct sigaction before_ {};
 };
 
+// Whether one was noted, which is forgotten.
+inline bool takeInterrupt() {
+   const bool isNoted = interruptIsNoted != 0;
+   interruptIsNoted = 0;
+   return isNoted;
+}
+
 // Raises Interrupted where a SIGINT was noted, and forgets it.
 inline void stopIfInterrupted() {
-   if (interruptIsNoted != 0) {
-      interruptIsNoted = 0;
+   if (takeInterrupt()) {
       throw Interrupted();
    }
 }

@@ -35,7 +35,8 @@ TEST(Manual, partsOfTheHelp) {
    EXPECT_EQ(commandNamed("lookup").summary, lookup.summary);
    const auto* table = lookup.option("--table");
    ASSERT_NE(nullptr, table);
-   EXPECT_EQ("FILE", table->argument);
+   EXPECT_EQ("FILE|kernel:[NAME]", table->argument);
+   EXPECT_THAT(table->values, ElementsAre("kernel:"));
    EXPECT_TRUE(table->isRequired && table->isRepeated && table->takesFile());
    const auto* vrf = lookup.option("--vrf");
    ASSERT_NE(nullptr, vrf);
@@ -202,6 +203,7 @@ void completesAll() {
    sees("rtrie lookup --engine=multi\t", "rtrie lookup --engine=multibit");
    sees("rtrie lookup --engine patr\t\t", "patricia-compact");
    sees("rtrie walk --format tsv-\t", "rtrie walk --format tsv-payload ");
+   sees("rtrie map --by ag\t", "rtrie map --by age");
    sees("rtrie free --wit\t", "rtrie free --within");
    sees("rtrie walk --table " + folder.path("rou") + "\t", folder.path("routes.txt"));
    sees("rtrie diff " + folder.path("rou") + "\t", folder.path("routes.txt"));

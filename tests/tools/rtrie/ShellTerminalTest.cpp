@@ -1,5 +1,6 @@
 // The shell on a terminal: prompt, completion, lines of before, Ctrl-C and Ctrl-D.
 #include <chrono>
+#include <csignal>
 
 #include "Support.h"
 #include "Terminal.h"
@@ -87,6 +88,20 @@ TEST_F(ShellTerminalTest, ctrlCDropsTheLine) {
    terminal.shown();
    EXPECT_THAT(terminal.type("unload ta\x03"), HasSubstr("^C"));
    EXPECT_THAT(terminal.type("match 10.1.9.9\n"), HasSubstr("10.1.9.9/32  10.1.0.0/16  lan\r\n"));
+}
+
+// Between a command and the next line the terminal makes a signal of Ctrl-C, and so does who sends one.
+TEST_F(ShellTerminalTest, anInterruptAtThePromptEndsNothing) {
+   ShellTerminal terminal(folder_, {"--table", table_});
+   terminal.shown();
+   for (int i = 0; i < 20; ++i) {
+      ASSERT_THAT(terminal.type("match 10.1.9.9\n", "lan\r\n"), HasSubstr("lan\r\n"));
+      terminal.signal(SIGINT);
+   }
+   ASSERT_THAT(terminal.type("match 10.1.9.9\n", "lan\r\n"), HasSubstr("lan\r\n"));
+   terminal.shown();
+   EXPECT_THAT(terminal.type("\x03", "^C"), HasSubstr("^C"));
+   EXPECT_THAT(terminal.type("match 10.0.9.9\n", "10.0.0.0/8"), HasSubstr("10.0.0.0/8"));
 }
 
 TEST_F(ShellTerminalTest, ctrlCEndsWhatACommandPrints) {

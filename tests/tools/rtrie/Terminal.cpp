@@ -63,6 +63,8 @@ std::string Terminal::shown(std::string_view until) {
    return text;
 }
 
+void Terminal::signal(int number) const { kill(child_, number); }
+
 int Terminal::end() {
    shown("\x01");  // which is never shown
    int status = 0;

@@ -22,6 +22,8 @@ class Terminal {
    std::string type(std::string_view keys, std::string_view until);
    std::string shown() { return shown(prompt_); }
    std::string shown(std::string_view until);
+   // Sends it a signal.
+   void signal(int number) const;
    // Waits for it to end, and returns its exit status, 128 and the number if a signal ended it.
    int end();
 

@@ -53,6 +53,7 @@ ExitStatus runOnTerminal(const ShellOptions& options, Session& session, std::FIL
       editor.remember(line);
    }
    Shell shell(session);
+   const InterruptsCaught caught;  // at the prompt, too: Ctrl-C may come just as a command ends
    while (!session.isOver()) {
       const auto line = editor.line();
       if (!line) {
@@ -64,7 +65,7 @@ ExitStatus runOnTerminal(const ShellOptions& options, Session& session, std::FIL
       }
       editor.remember(*line);
       past.add(*line);
-      const InterruptsCaught caught;
+      takeInterrupt();  // one from before the command is not for it
       shell.run(*line);
    }
    return ExitStatus::ok;

@@ -41,13 +41,23 @@ std::vector<ManualSection> sectionsOf(const std::string& footer) {
    return sections;
 }
 
+// "a|b" as a and b.
+std::vector<std::string> choicesOf(const std::string& argument) {
+   std::vector<std::string> parts;
+   std::istringstream text(argument);
+   for (std::string choice; std::getline(text, choice, '|');) {
+      parts.push_back(choice);
+   }
+   return parts;
+}
+
 // FORMAT is one of the section Formats, ENGINE of Engines; of a choice a|B|c, what stands in small letters is meant literally.
 std::vector<std::string> valuesOf(const std::string& argument, const Manual& manual) {
    std::vector<std::string> values;
-   std::istringstream choices(argument);
-   for (std::string choice; std::getline(choices, choice, '|');) {
-      if (!choice.empty() && choice == lowered(choice)) {
-         values.push_back(choice);
+   for (const std::string& choice : choicesOf(argument)) {
+      const std::string begin = choice.substr(0, choice.find('['));  // what may follow is in brackets
+      if (!begin.empty() && begin == lowered(begin)) {
+         values.push_back(begin);
       }
    }
    for (const ManualSection& section : manual.sections) {
@@ -83,7 +93,7 @@ ManualOption manualOf(const CLI::Option& option) {
       manual.argument = manual.names.front();
    } else if (option.get_type_size() != 0) {
       manual.argument = option.get_type_name();
-      manual.argument.erase(std::min(manual.argument.find(':'), manual.argument.size()));  // what checks it
+      manual.argument.erase(std::min(manual.argument.find(":{"), manual.argument.size()));  // what checks it
       manual.argument.erase(std::min(manual.argument.find(" ..."), manual.argument.size()));
    }
    manual.text = option.get_description();
@@ -95,7 +105,11 @@ ManualOption manualOf(const CLI::Option& option) {
 
 }  // namespace
 
-bool ManualOption::takesFile() const { return argument == "FILE" || argument == "A" || argument == "B"; }
+bool ManualOption::takesFile() const {
+   const auto alternatives = choicesOf(argument);
+   return std::any_of(alternatives.begin(), alternatives.end(),
+                      [](const std::string& each) { return each == "FILE" || each == "A" || each == "B"; });
+}
 
 bool ManualOption::takesTable() const { return argument == "TABLE" || takesFile(); }
 

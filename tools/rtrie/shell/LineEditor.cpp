@@ -9,6 +9,7 @@
 #include <csignal>
 
 #include "tools/rtrie/Errors.h"
+#include "tools/tables/Interrupt.h"
 
 namespace Rtrie {
 namespace {
@@ -148,10 +149,17 @@ void LineEditor::remember(const std::string& line) {
 
 std::optional<std::string> LineEditor::line() {
    for (;;) {
+      // Before the prompt, so that whoever sees it can press Ctrl-C.
+      el_set(impl_->editor, EL_PREP_TERM, 1);
       impl_->isDropped = false;
       int size = 0;
       const char* text = el_gets(impl_->editor, &size);
+      const bool isInterrupted = takeInterrupt();
       if (text == nullptr || size <= 0) {
+         if (isInterrupted) {
+            fmt::print(impl_->screen, "\n");
+            continue;
+         }
          return std::nullopt;
       }
       if (!impl_->isDropped) {

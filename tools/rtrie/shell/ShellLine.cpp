@@ -1,6 +1,7 @@
 #include "tools/rtrie/shell/ShellLine.h"
 
-#include <optional>
+#include <algorithm>
+#include <utility>
 
 namespace Rtrie {
 namespace {
