@@ -17,7 +17,8 @@
 #include <fmt/format.h>
 
 #include <cstddef>
-#include <ostream>
+#include <iosfwd>
+#include <string>
 #include <vector>
 
 #include "routetrie/explanation.h"
@@ -55,7 +56,6 @@ struct table_statistics {
       }
       return sum;
    }
-   friend std::ostream& operator<<(std::ostream& out, const table_statistics& s);
 };
 
 struct both_statistics {
@@ -69,7 +69,7 @@ ROUTETRIE_EXPORT std::string textOf(const table_statistics& s);
 
 }  // namespace Impl
 
-inline std::ostream& operator<<(std::ostream& out, const table_statistics& s) { return out << Impl::textOf(s); }
+ROUTETRIE_EXPORT std::ostream& operator<<(std::ostream& out, const table_statistics& s);
 
 }  // namespace routetrie
 

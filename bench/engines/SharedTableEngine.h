@@ -142,7 +142,7 @@ class SharedTableEngine {
       std::minstd_rand random(seed + 1);
       std::uint64_t sum = 0;
       while (!isOver_.load(std::memory_order_relaxed)) {
-         typename F::Bits::Word word = random();
+         auto word = static_cast<typename F::Bits::Word>(random());
          if constexpr (F::width == 128) {
             word <<= 96;
          }

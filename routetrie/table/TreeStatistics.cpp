@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <ostream>
 
 #include "routetrie/statistics.h"
 #include "routetrie/table/Tree.h"
@@ -99,3 +100,5 @@ std::string textOf(const table_statistics& s) {
 }
 
 }  // namespace routetrie::Impl
+
+std::ostream& routetrie::operator<<(std::ostream& out, const table_statistics& s) { return out << Impl::textOf(s); }
