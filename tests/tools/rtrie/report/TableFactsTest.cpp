@@ -104,7 +104,7 @@ TEST(TableFactsProperty, areWhatCountingFinds) {
          ++depths[depth];
          ++byPayload[payload].first;
          const auto listed = std::find_if(facts.largest.begin(), facts.largest.end(),
-                                          [&](const auto& each) { return each.prefix == route; });
+                                          [&own = route](const auto& each) { return each.prefix == own; });
          ASSERT_EQ(route.len() != 0, listed != facts.largest.end());
          ASSERT_TRUE(listed == facts.largest.end() || listed->longer == longer);
       }
