@@ -46,11 +46,9 @@ std::string reportTime() {
    return {text, strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
 }
 
-DifferenceReport differenceOf(const RouteSet& before, const RouteSet& after, std::string against) {
+DifferenceReport differenceOf(const PayloadTable& a, const PayloadTable& b, std::string against) {
    DifferenceReport report;
    report.against = std::move(against);
-   const PayloadTable a(before);
-   const PayloadTable b(after);
    const auto equal = [&](U32 x, U32 y) { return a.text(x) == b.text(y); };
    for (const auto& each : routetrie::difference(a.routes(), b.routes(), equal)) {
       ++(!each.before ? report.added : !each.after ? report.removed : report.replaced);
@@ -99,11 +97,9 @@ ExitStatus run(const ReportOptions& options, const Session& session) {
       one.tables = {options.against};
       askedBefore = session.tables(one);
       faults += askedBefore.faults;
+      report.difference = differenceOf(askedBefore->payloads(), asked->payloads(), tableName(options.against));
    }
    const RouteSet& before = askedBefore.tables != nullptr ? askedBefore->routes() : none;
-   if (!options.against.empty()) {
-      report.difference = differenceOf(before, routes, tableName(options.against));
-   }
    for (const std::string& path : options.tables) {
       report.tables.push_back(tableName(path));
    }
