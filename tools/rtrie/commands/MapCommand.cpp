@@ -56,6 +56,7 @@ constexpr PictureFormat pictureFormats[] = {{".png", drawnPng}, {".svg", drawnSv
 struct MapOptions : LoadOptions {
    std::string out;
    std::string by;
+   std::string part;
    std::string against;
    std::string within;
    std::string theme = std::string(mapThemes[0].name);
@@ -75,7 +76,10 @@ ExitStatus run(const MapOptions& options, const Session& session) {
    session.checkStandardInput(options);
    session.checkFile(options.against);
    const PictureFormat& format = pictureFormatOf(options.out);
-   const auto named = options.by.empty() ? (options.against.empty() ? "length" : "difference") : options.by.c_str();
+   const std::string_view named = !options.by.empty()        ? std::string_view(options.by)
+                                  : !options.against.empty() ? "difference"
+                                  : !options.part.empty()    ? "payload"
+                                                             : "length";
    const MapBy by = rowNamed(std::span<const MapSubject>(mapSubjects), "subject", named).by;
    const Theme theme = rowNamed(std::span<const MapTheme>(mapThemes), "theme", options.theme).theme;
    if (by == MapBy::difference && options.against.empty()) {
@@ -83,6 +87,9 @@ ExitStatus run(const MapOptions& options, const Session& session) {
    }
    if (by != MapBy::difference && !options.against.empty()) {
       throw UsageError(fmt::format("--against is for --by difference, and not for --by {}", named));
+   }
+   if (by != MapBy::payload && !options.part.empty()) {
+      throw UsageError(fmt::format("--part is for --by payload, and not for --by {}", named));
    }
    if (options.against == "-" && std::count(options.tables.begin(), options.tables.end(), "-") > 0) {
       throw UsageError("standard input can be a table only once");
@@ -132,7 +139,8 @@ ExitStatus run(const MapOptions& options, const Session& session) {
          shown.add(before->routes());
          map = mapByDifference(before->routes(), routes, block(), order);
       } else {
-         map = by == MapBy::length ? mapByLength(routes, block(), order) : mapByPayload(routes, block(), order);
+         map = by == MapBy::length ? mapByLength(routes, block(), order)
+                                   : mapByPayload(routes, block(), order, options.part);
       }
    }
    writeFile(options.out, format.draw(map, theme));
@@ -147,6 +155,9 @@ Run addMap(CLI::App& app) {
    app.add_option("--out", options->out, "The picture, a .png or .svg file")->type_name("FILE")->required();
    app.add_option("--by", options->by, "What the colours stand for; length, or difference where there is --against")
       ->type_name("SUBJECT");
+   app.add_option("--part", options->part,
+                  "Of payloads, only the word behind this one, such as via, dev or as; origin: the last AS of a path")
+      ->type_name("WORD");
    app.add_option("--against", options->against, "The table to compare with, which was there before")
       ->type_name("FILE");
    app.add_option("--within", options->within,
@@ -155,7 +166,9 @@ Run addMap(CLI::App& app) {
    app.add_option("--size", options->side, "Side of the curve in pixels, a power of two from 64 to 4096")
       ->type_name("N")
       ->capture_default_str();
-   app.add_option("--theme", options->theme, "The paper: light or dark")->type_name("THEME")->capture_default_str();
+   app.add_option("--theme", options->theme, "The paper: light or dark")
+      ->type_name("light|dark")
+      ->capture_default_str();
    app.footer(
       "The block is drawn as a Hilbert curve, from the corner at the top left to that at the top right: a prefix is "
       "a "
@@ -165,6 +178,7 @@ Run addMap(CLI::App& app) {
       helpSection("Examples",
                   "  rtrie map --table routes.txt --out routes.png\n"
                   "  rtrie map --table today.txt --against yesterday.txt --within 10.0.0.0/8 --out changed.svg\n"
+                  "  rtrie map --table rib.mrt.gz --part origin --size 2048 --out origins.png\n"
                   "  rtrie map --table rib.mrt.gz --table updates.mrt.gz --by age --theme dark --out age.png"));
    return [options](Session& session) { return run(*options, session); };
 }

@@ -24,6 +24,7 @@ namespace {
 
 using Corenet::IpGenPrefix;
 
+constexpr std::uint64_t changesPerCount = 1024;
 constexpr std::size_t changesSniffedBytes = std::size_t{1} << 16;
 constexpr std::string_view stampWord = "Timestamp:";
 
@@ -103,17 +104,21 @@ class MrtChanges final : public MrtSink {
 };
 
 void readMrtChanges(PeekedSource& source, const Selection& selection, ChangeTimes& changes, RouteSet& routes,
-                    const TellFault& tell) {
+                    const TellFault& tell, const TellCount& count) {
    MrtChanges sink(changes, routes);
    MrtRecords records(source, tell);
    MrtRoutes parser(selection, sink, tell);
    while (const auto record = records.next()) {
       sink.recordIs(*record);
       records.readUpTo(parser.read(*record));
+      if (count && record->number % changesPerCount == 0) {
+         count(record->number);
+      }
    }
 }
 
-void readLineChanges(PeekedSource& source, const Selection& selection, ChangeTimes& changes, const TellFault& tell) {
+void readLineChanges(PeekedSource& source, const Selection& selection, ChangeTimes& changes, const TellFault& tell,
+                     const TellCount& count) {
    std::optional<std::int64_t> seconds;      // of the line at hand
    std::optional<std::int64_t> heldSeconds;  // of the update that may go on with that line
    UpdateLines lines(selection, [&](const RouteUpdate& update) {
@@ -132,6 +137,9 @@ void readLineChanges(PeekedSource& source, const Selection& selection, ChangeTim
       }
    };
    while (const auto line = reader.next()) {
+      if (count && reader.lineNumber() % changesPerCount == 0) {
+         count(reader.lineNumber());
+      }
       const auto words = trimmed(*line);
       if (words.starts_with(stampWord)) {
          attempt([&] { lines.flush(); });
@@ -173,11 +181,11 @@ bool holdsChanges(PeekedSource& source) {
 }
 
 void readChanges(PeekedSource& source, const Selection& selection, ChangeTimes& changes, RouteSet& routes,
-                 const TellFault& tell) {
+                 const TellFault& tell, const TellCount& count) {
    if (isMrt(source.ahead(changesSniffedBytes))) {
-      readMrtChanges(source, selection, changes, routes, tell);
+      readMrtChanges(source, selection, changes, routes, tell, count);
    } else {
-      readLineChanges(source, selection, changes, tell);
+      readLineChanges(source, selection, changes, tell, count);
    }
 }
 

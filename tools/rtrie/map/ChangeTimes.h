@@ -45,6 +45,8 @@ class ChangeTimes {
 
 // What is wrong with a record or a line.
 using TellFault = std::function<void(const std::string& what)>;
+// Called now and then with how many records or lines are read; may raise what ends the reading.
+using TellCount = std::function<void(std::uint64_t count)>;
 
 // Whether the source begins as a stream of changes, MRT tables included, and not as any other table.
 bool holdsChanges(PeekedSource& source);
@@ -52,6 +54,6 @@ bool holdsChanges(PeekedSource& source);
 // Reads all changes of such a source. The routes of MRT tables have no time of their own, and go to the set. Raises DataError if
 // the source cannot be read at all.
 void readChanges(PeekedSource& source, const Selection& selection, ChangeTimes& changes, RouteSet& routes,
-                 const TellFault& tell);
+                 const TellFault& tell, const TellCount& count = nullptr);
 
 }  // namespace Rtrie

@@ -7,12 +7,15 @@
 #include "tools/tables/ByteSource.h"
 #include "tools/tables/Messages.h"
 #include "tools/tables/Numbers.h"
+#include "tools/tables/Progress.h"
 #include "tools/tables/TableErrors.h"
 
 namespace Rtrie {
 namespace {
 
 constexpr std::uint64_t shownBadChanges = 20;
+// Where so many are bad, and there is no good one, there is none to come.
+constexpr std::uint64_t mostBadChanges = 100'000;
 
 }  // namespace
 
@@ -34,19 +37,28 @@ std::uint64_t loadChanges(const LoadOptions& options, ChangeTimes& changes, Rout
          plain.tables.push_back(path);
          continue;
       }
+      const std::string name = tableName(path);
       std::uint64_t bad = 0;
-      readChanges(source, selection, changes, routes, [&](const std::string& what) {
-         const std::string name = tableName(path);
+      Progress progress(Progress::standardErrorShows());
+      const auto tell = [&](const std::string& what) {
          const std::string message = what.starts_with(name) ? what : fmt::format("{}: {}", name, what);
          if (options.strict) {
             throw DataError(message);
          }
          if (++bad <= shownBadChanges) {
+            progress.hide();
             say(message);
          }
+         if (bad > mostBadChanges && changes.empty()) {
+            throw DataError(fmt::format("{}: {} bad updates and no other: given up", name, grouped(bad)));
+         }
+      };
+      readChanges(source, selection, changes, routes, tell, [&](std::uint64_t count) {
+         progress.update(name, source.position(), source.size(), count, "updates");
       });
+      progress.hide();
       if (bad > shownBadChanges) {
-         say(fmt::format("{}: {} bad updates left out ({} of them not shown)", tableName(path), grouped(bad),
+         say(fmt::format("{}: {} bad updates left out ({} of them not shown)", name, grouped(bad),
                          grouped(bad - shownBadChanges)));
       }
       faults += bad;

@@ -17,6 +17,7 @@
 #include "tools/rtrie/map/PrintableText.h"
 #include "tools/tables/AddressNumber.h"
 #include "tools/tables/Numbers.h"
+#include "tools/tables/Words.h"
 
 namespace Rtrie {
 namespace {
@@ -140,6 +141,15 @@ std::vector<PlacedRoute<Number>> agesOver(const RouteSet& routes, const ChangeTi
    return placed;
 }
 
+// Numbers for payloads that are equal where the texts are, in several sets.
+class CommonIds {
+  public:
+   U32 of(std::string_view text) { return ids_.try_emplace(text, static_cast<U32>(ids_.size())).first->second; }
+
+  private:
+   std::unordered_map<std::string_view, U32> ids_;
+};
+
 // --- payload ---
 
 // The classes of payloads by their ids: 1 to `choices` for those with the most addresses, of equal ones the first; the one after
@@ -172,6 +182,21 @@ PayloadClasses payloadClassesOf(const std::vector<double>& addresses) {
    return classes;
 }
 
+// The word of the payload behind that one; of an AS path, the last. Empty if there is none.
+std::string_view partOfPayload(std::string_view payload, std::string_view part) {
+   const bool isOrigin = part == "origin";
+   for (auto word = takeWord(payload); !word.empty(); word = takeWord(payload)) {
+      if (isOrigin && word == "path") {
+         const auto path = trimmed(payload);
+         return path.substr(path.find_last_of(blanks) + 1);
+      }
+      if (word == part) {
+         return takeWord(payload);
+      }
+   }
+   return {};
+}
+
 // --- difference ---
 
 // The classes, in the order in which mapByDifference() lists them.
@@ -188,21 +213,10 @@ Became whatBecameOf(const PlacedRoute<Number>* was, const PlacedRoute<Number>* i
    return was->value != is->value ? Became::otherPayload : Became::same;
 }
 
-// Numbers for payloads that are equal where the texts are, in several sets.
-class CommonIds {
-  public:
-   U32 of(const Payload& payload) {
-      return ids_.try_emplace(payload.text, static_cast<U32>(ids_.size())).first->second;
-   }
-
-  private:
-   std::unordered_map<std::string_view, U32> ids_;
-};
-
 template <class Number>
 void paintDifference(SpaceMap& map, const RouteSet& before, const RouteSet& after) {
    CommonIds ids;
-   const auto idOf = [&](const IpGenPrefix&, const Payload& payload) { return ids.of(payload); };
+   const auto idOf = [&](const IpGenPrefix&, const Payload& payload) { return ids.of(payload.text); };
    const auto oldRoutes = routesOver<Number>(before, map.block, idOf);
    const auto newRoutes = routesOver<Number>(after, map.block, idOf);
    const auto block = rangeOf<Number>(map.block);
@@ -277,16 +291,28 @@ SpaceMap mapByLength(const RouteSet& routes, const IpGenPrefix& block, unsigned 
    return map;
 }
 
-SpaceMap mapByPayload(const RouteSet& routes, const IpGenPrefix& block, unsigned order) {
-   auto map = emptyMap(block, order, "payload of the route that answers", "no route");
+SpaceMap mapByPayload(const RouteSet& routes, const IpGenPrefix& block, unsigned order, std::string_view part) {
+   auto map = emptyMap(block, order,
+                       part.empty() ? "payload of the route that answers"
+                                    : fmt::format("{} of the route that answers", printableText(part)),
+                       "no route");
    withNumber(block.af(), [&]<class Number>(Number) {
-      std::vector<std::string_view> texts{{}};
+      CommonIds ids;
+      std::vector<std::string_view> texts;
+      std::vector<U32> idOfPayload;  // by its own id, plus 1; 0: not met yet
       const auto placed = routesOver<Number>(routes, block, [&](const IpGenPrefix&, const Payload& payload) {
-         if (payload.id >= texts.size()) {
-            texts.resize(payload.id + 1);
+         if (payload.id >= idOfPayload.size()) {
+            idOfPayload.resize(payload.id + 1);
          }
-         texts[payload.id] = payload.text;
-         return payload.id;
+         U32& known = idOfPayload[payload.id];
+         if (known == 0) {
+            const auto text = part.empty() ? payload.text : partOfPayload(payload.text, part);
+            known = ids.of(text) + 1;
+            if (known > texts.size()) {
+               texts.push_back(text);
+            }
+         }
+         return known - 1;
       });
       std::vector<double> addresses(texts.size());
       forEachAnswer<Number>(placed, block, [&](const auto& span) {
@@ -297,8 +323,9 @@ SpaceMap mapByPayload(const RouteSet& routes, const IpGenPrefix& block, unsigned
       const auto classes = payloadClassesOf(addresses);
       for (std::size_t i = 0; i < classes.shown.size(); ++i) {
          const auto text = texts[classes.shown[i]];
-         map.classes.push_back(
-            {text.empty() ? "no payload" : printableText(text, mapLabelCharacters), choiceTint(i), 1, 0});
+         map.classes.push_back({text.empty() ? fmt::format("no {}", part.empty() ? "payload" : printableText(part))
+                                             : printableText(text, mapLabelCharacters),
+                                choiceTint(i), 1, 0});
       }
       if (classes.others != 0) {
          map.classes.push_back(

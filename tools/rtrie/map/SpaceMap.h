@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "routetrie/platform/Corenet.h"
@@ -42,8 +43,10 @@ struct SpaceMap {
 // Every routed address by the length of the route that answers it; lengths that have little are put together.
 SpaceMap mapByLength(const RouteSet& routes, const Corenet::IpGenPrefix& block, unsigned order);
 
-// By its payload, the seven with the most addresses, and all others.
-SpaceMap mapByPayload(const RouteSet& routes, const Corenet::IpGenPrefix& block, unsigned order);
+// By its payload, the seven with the most addresses, and all others. part: of the payload, only the word behind this one ("via",
+// "dev"), or for "origin" the last AS of its path; empty: all of it.
+SpaceMap mapByPayload(const RouteSet& routes, const Corenet::IpGenPrefix& block, unsigned order,
+                      std::string_view part = "");
 
 // By what became of its answer between two tables.
 SpaceMap mapByDifference(const RouteSet& before, const RouteSet& after, const Corenet::IpGenPrefix& block,

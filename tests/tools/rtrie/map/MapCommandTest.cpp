@@ -70,6 +70,22 @@ TEST_F(Map, byPayloadOnDark) {
    EXPECT_EQ(expected, quarters({"--table", table_, "--by", "payload", "--theme", "dark"}));
 }
 
+TEST_F(Map, byAPartOfThePayload) {
+   const auto hops = folder_.file("hops",
+                                  "0.0.0.0/2 via 192.0.2.1 dev eth0 metric 5\n64.0.0.0/2 dev eth1 via 192.0.2.1\n"
+                                  "128.0.0.0/2 blackhole\n192.0.0.0/3 via 192.0.2.2 dev eth0\n");
+   EXPECT_EQ((std::vector<std::string>{choice(0), choice(0), choice(1), choice(2)}),
+             quarters({"--table", hops, "--part", "via"}));
+   EXPECT_EQ((std::vector<std::string>{choice(0), choice(1), choice(2), choice(0)}),
+             quarters({"--table", hops, "--by", "payload", "--part", "dev"}));
+   const auto paths =
+      folder_.file("paths", "0.0.0.0/2 as 1 path 1 2 3\n64.0.0.0/2 as 9 path 9 3\n128.0.0.0/2 as 1\n");
+   EXPECT_EQ((std::vector<std::string>{choice(0), choice(0), choice(1), none_}),
+             quarters({"--table", paths, "--part", "origin"}));
+   EXPECT_EQ((std::vector<std::string>{choice(0), choice(1), choice(0), none_}),
+             quarters({"--table", paths, "--part", "as"}));
+}
+
 TEST_F(Map, withinABlock) {
    EXPECT_EQ((std::vector<std::string>{scale(0, 1), none_, none_, none_}),
              quarters({"--table", table_, "--within", "2001:db8::/32"}));
@@ -108,6 +124,17 @@ TEST_F(Map, byAge) {
    EXPECT_EQ(3, noStream.status);
 }
 
+TEST_F(Map, aStreamOfNothingButFaultsEnds) {
+   std::string updates = "7 a nonsense\n";
+   while (updates.size() < 1'400'000) {
+      updates += updates;
+   }
+   const Ran ran = map({"--by", "age", "--table", folder_.file("bad", updates), "--out", folder_.path("x.png")});
+   EXPECT_THAT(ran.err, testing::EndsWith("bad: 100,001 bad updates and no other: given up\n"));
+   EXPECT_EQ(3, ran.status);
+   EXPECT_LT(ran.peakBytes, 100U << 20);
+}
+
 TEST_F(Map, sizesAndFormats) {
    for (const unsigned side : {64U, 256U}) {
       const auto out = folder_.path("sized.png");
@@ -142,6 +169,8 @@ TEST_F(Map, badCommandLines) {
          "--by difference needs a table to compare with: --against");
    fault({"--table", table_, "--out", out, "--by", "age", "--against", table_},
          "--against is for --by difference, and not for --by age");
+   fault({"--table", table_, "--out", out, "--by", "length", "--part", "via"},
+         "--part is for --by payload, and not for --by length");
    fault({"--table", table_, "--out", out, "--within", "10.0.0.0/33"},
          "prefix length 33 exceeds 32: \"10.0.0.0/33\"");
    fault({"--table", "-", "--out", out, "--against", "-"}, "standard input can be a table only once");
