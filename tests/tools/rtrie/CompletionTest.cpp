@@ -73,7 +73,7 @@ TEST_F(CompletionTest, whatOptionsTake) {
    EXPECT_THAT(wordsOf("load --host-bits "), ElementsAre("refuse", "mask"));
    EXPECT_THAT(wordsOf("load --peer "), ElementsAre("all"));
    EXPECT_THAT(wordsOf("free --within 10.1."), ElementsAre("10.1.0.0/16", "10.1.2.0/24"));
-   EXPECT_THAT(wordsOf("walk --table ker"), ElementsAre("kernel:"));
+   EXPECT_THAT(wordsOf("walk --table ker"), Contains("kernel:"));
    EXPECT_THAT(wordsOf("free --length "), IsEmpty());
 }
 

@@ -100,7 +100,8 @@ TEST(ContainerStats, tellsBytesByUse) {
    const auto table = folder.file("table", "10.0.0.0/8\n10.1.0.0/16\n2001:db8::/32\n");
    const Ran text = rtrie({"stats", "--table", table, "--engine", "table"});
    EXPECT_EQ(0, text.status);
-   EXPECT_THAT(text.out, ContainsRegex("\n  routes +2\n  live bytes +[0-9,]+\n    nodes +[0-9,]+\n    values "));
+   EXPECT_THAT(text.out, ContainsRegex("\n  routes +2\n  nodes +3\n  depth +2.50 nodes on average, 3 at most\n  live "
+                                       "bytes +[0-9,]+\n    nodes +[0-9,]+\n    values "));
    EXPECT_THAT(text.out, testing::Not(HasSubstr("engine counts")));
    const auto json = nlohmann::json::parse(rtrie({"stats", "--table", table, "--format", "json"}).out);
    EXPECT_EQ("auto", json["engine"]);
@@ -111,7 +112,7 @@ TEST(ContainerStats, tellsBytesByUse) {
       }
       EXPECT_GT(sum, 0U);
       EXPECT_EQ(family["liveBytes"], sum);
-      EXPECT_FALSE(family.contains("nodes"));
+      EXPECT_TRUE(family.contains("nodes") && family.contains("averageDepth"));
    }
 }
 
