@@ -54,9 +54,9 @@ if(ROUTETRIE_SANITIZE)
       -fsanitize=${ROUTETRIE_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
    target_link_options(routetrie_flags INTERFACE -fsanitize=${ROUTETRIE_SANITIZE})
 endif()
-# Linked behind routetrie_flags by what takes longer to compile than it runs: unit tests, and the command, whose parser of arguments
-# alone would take minutes. These four check every use of a pointer, and find little that the address sanitizer doesn't. The library,
-# what reads tables, and the property tests keep them.
+# Linked behind routetrie_flags by what takes longer to compile than it runs: tests, and the command, whose parser of arguments alone
+# would take minutes. These four check every use of a pointer, and find little that the address sanitizer doesn't. The library and what
+# reads tables keep them.
 add_library(routetrie_fewer_checks INTERFACE)
 if(ROUTETRIE_SANITIZE MATCHES "undefined")
    target_compile_options(routetrie_fewer_checks INTERFACE -fno-sanitize=null,alignment,object-size,vptr)
