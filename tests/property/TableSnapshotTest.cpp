@@ -197,8 +197,8 @@ using Tables = testing::Types<table4<std::uint32_t>, table6<std::uint64_t>, tabl
 TYPED_TEST_SUITE(TableSnapshotTest, Tables, TableName);
 
 TYPED_TEST(TableSnapshotTest, staysEqualToACopyOfTheSameMoment) {
-   for (int round = 0; round < sized(2, 4, 40) && !this->HasFailure(); ++round) {
-      this->run(sized<std::size_t>(300, 1000, 10'000), 0, 1);
+   for (int round = 0; round < sized(2, 4, 10) && !this->HasFailure(); ++round) {
+      this->run(sized<std::size_t>(300, 1000, 4000), 0, 1);
    }
    if (std::is_same_v<typename TypeParam::mapped_type, Copyable>) {
       EXPECT_EQ(0u, ValueLog::live.size());
@@ -208,7 +208,7 @@ TYPED_TEST(TableSnapshotTest, staysEqualToACopyOfTheSameMoment) {
 
 TYPED_TEST(TableSnapshotTest, theSameOfATableWithAnIndex) {
    this->isLarge = true;
-   this->run(sized<std::size_t>(500, 3000, 50'000), TypeParam::prefix_type::width == 32 ? 33'000 : 9'000,
+   this->run(sized<std::size_t>(500, 3000, 8000), TypeParam::prefix_type::width == 32 ? 33'000 : 9'000,
              sized<std::size_t>(250, 600, 500));
 }
 
