@@ -9,7 +9,7 @@
 //        0          1          0          0          0          32
 //        6          1          1          0          2          72
 //       12          1          0          0          1          40
-//    bytes 600: nodes 344, values 0, index 0, free 256
+//    bytes 600: nodes 344, values 0, index 0, free 256, old 0
 //
 // Tested by tests/table/StatisticsTest.cpp.
 #pragma once

@@ -14,7 +14,6 @@ template <unsigned width>
 class Tree<width>::Census {
   public:
    explicit Census(const Tree& tree) : tree_(tree) {
-      // A skip may lead to any depth at which a node can stand, a leaf stands at such a depth.
       levels_.resize(Tree::levels);
       for (unsigned level = 0; level < Tree::levels; ++level) {
          levels_[level].depth = level * stride;
@@ -94,8 +93,8 @@ std::string textOf(const table_statistics& s) {
       fmt::format_to(to, "  {:>3}  {:>9}  {:>9}  {:>9}  {:>9}  {:>10}\n", level.depth, level.nodes, level.leaves,
                      level.skips, level.routes, level.bytes);
    }
-   fmt::format_to(to, "bytes {}: nodes {}, values {}, index {}, free {}\n", s.memory.total(), s.memory.nodes,
-                  s.memory.values, s.memory.index, s.memory.free);
+   fmt::format_to(to, "bytes {}: nodes {}, values {}, index {}, free {}, old {}\n", s.memory.total(), s.memory.nodes,
+                  s.memory.values, s.memory.index, s.memory.free, s.memory.old);
    return text;
 }
 

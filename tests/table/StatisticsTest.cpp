@@ -84,6 +84,18 @@ TEST(Statistics, printsItself) {
    EXPECT_THAT(out.str(), testing::HasSubstr(fmt::format("bytes {}: nodes ", t.memory().total())));
 }
 
+// With a snapshot, what it alone keeps is among the bytes, and they still add up to what is told.
+TEST(Statistics, whatSnapshotsKeepIsOld) {
+   table4<int> t{{"10.0.0.0/8"_prefix, 1}, {"10.1.0.0/16"_prefix, 2}};
+   const auto before = t.snapshot();
+   t.erase("10.1.0.0/16"_prefix);
+   const table_memory memory = t.statistics().memory;
+   EXPECT_GT(memory.old, 0u);
+   EXPECT_THAT(fmt::format("{}", t.statistics()),
+               testing::EndsWith(fmt::format("bytes {}: nodes {}, values 0, index 0, free {}, old {}\n",
+                                             memory.total(), memory.nodes, memory.free, memory.old)));
+}
+
 TEST(Statistics, ofBothFamilies) {
    table<std::string> t;
    t.insert({"10.0.0.0/8"_prefix, "four"});
