@@ -143,6 +143,16 @@ TEST(FrrLines, oddLines) {
 }
 
 // What it prints of one prefix, as BGP and other daemons have it.
+TEST(FrrLines, aLineThatIsCutIsNoRoute) {
+   const std::string whole = "B>* 10.9.0.0/16 [20/0] via 192.0.2.9";
+   for (std::size_t length = std::string_view("B>* 10.9.0.0/16 ").size() + 1; length < whole.find(']') + 1;
+        ++length) {
+      const auto loaded = loadedText("Codes: K - kernel route, B - BGP\n" + whole.substr(0, length) + "\n");
+      EXPECT_THAT(loaded.routes, testing::IsEmpty());
+      EXPECT_THAT(loaded.told, HasSubstr("no [DISTANCE/METRIC]"));
+   }
+}
+
 TEST(FrrLines, oddEntries) {
    const auto loaded = loadedText(
       "% Network not in table\n"

@@ -167,7 +167,7 @@ void FrrLines::line(std::string_view text, RouteSet& routes) {
          inside.remove_prefix(1);
          route.distance = numberOf(takeField(inside, '/'));
          const auto metric = numberOf(inside);
-         if (!route.distance || !metric) {
+         if (!route.distance || !metric || !text.starts_with(']')) {
             throw BadText(fmt::format("no [DISTANCE/METRIC]: \"{}\"", whole));
          }
          route.metric = *metric;
