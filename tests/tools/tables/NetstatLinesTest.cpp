@@ -35,11 +35,13 @@ TEST(NetstatLines, ipv4WithMetrics) {
       "default         192.0.2.1       0.0.0.0         UG    100    0        0 eth0",
       "default         192.0.2.2       0.0.0.0         UG    50     0        0 eth0",
       "10.14.0.0       192.0.2.7       255.255.0.0     UG    -1     0        0 eth0",
+      "10.16.0.0       -               255.255.0.0     !     -1     -        0 -",
       "10.15.0.0       192.0.2.7       255.255.0.0     UG    -2147483649 0   0 eth0",
       "gateway.example 192.0.2.2       255.255.255.255 UGH   50     0        0 eth0",
    });
    EXPECT_THAT(parsed.routes, ElementsAre("0.0.0.0/0 via 192.0.2.2 dev eth0 metric 50 flags UG",
-                                          "10.14.0.0/16 via 192.0.2.7 dev eth0 metric 4294967295 flags UG"));
+                                          "10.14.0.0/16 via 192.0.2.7 dev eth0 metric 4294967295 flags UG",
+                                          "10.16.0.0/16 unreachable metric 4294967295 flags !"));
    EXPECT_EQ(2U, parsed.faults.size());
 }
 
@@ -51,6 +53,7 @@ TEST(NetstatLines, ipv6) {
       "::/0                           ::                         !n   -1  2      0 lo",
       "2001:db8:5::/48                2001:db8::7                UGe  1024 1      0 d0",
       "2001:db8:8::/48                ::                         !n   1024 1      0 lo",
+      "2001:db8:9::/48                ::                         !n   -1   1      0 lo",
       "2001:db8:aaaa:bbbb:cccc:dddd:eeee:1/128 2001:db8::1                UG   1024 1      0 eth0",
       "[::]/0                         2001:db8::1                UG   1024 1      0 eth0",
       "::/0                           2001:db8::2                UG   50  1      0 eth0",
@@ -62,6 +65,7 @@ TEST(NetstatLines, ipv6) {
                            "2001:db8:5::/48 via 2001:db8::7 dev d0 metric 1024 flags UGe",
                            "2001:db8:7::/48 via 2001:db8::1 dev eth0 metric 1024 flags UG",
                            "2001:db8:8::/48 unreachable dev lo metric 1024 flags !n",
+                           "2001:db8:9::/48 unreachable dev lo metric 4294967295 flags !n",
                            "2001:db8:aaaa:bbbb:cccc:dddd:eeee:1/128 via 2001:db8::1 dev eth0 metric 1024 flags UG"));
    EXPECT_THAT(parsed.candidates, ElementsAre("::/0 via 2001:db8::1 dev eth0 metric 1024 flags UG"));
 }

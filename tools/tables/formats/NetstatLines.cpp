@@ -33,7 +33,7 @@ bool isTitle(std::string_view line) { return line.starts_with("Kernel IP") && li
 bool isHeader(const Words& words) { return words.size() > 3 && words.front() == "Destination"; }
 
 bool isFlags(std::string_view word) {
-   return !word.empty() && word.find_first_not_of("UGHRDMABCnaep!") == std::string_view::npos;
+   return !word.empty() && word.find_first_not_of("UGHRDMABCnaefmp!") == std::string_view::npos;
 }
 
 bool isNone(std::string_view gateway) {
@@ -100,8 +100,8 @@ void NetstatLines::line(std::string_view text, RouteSet& routes) {
    const auto flags = words[is4 ? 3 : 2];
    const auto metricText = is4 && !hasMetric_ ? "0" : words[is4 ? 4 : 3];
    const bool isRejected = flags.find('!') != std::string_view::npos;
-   // The kernel shows where it gives up as a default route of the last metric.
-   if (isRejected && metricText == "-1") {
+   // IPv6 shows where the kernel gives up as a default route of the last metric.
+   if (!is4 && isRejected && metricText == "-1" && prefix.len() == 0) {
       return;
    }
    const auto metric = metricIn(metricText);
