@@ -142,6 +142,60 @@ TEST(FrrLines, oddLines) {
                ElementsAre("10.9.0.0/16 via 192.0.2.9 dev eth9 proto static distance 1"));
 }
 
+// The default VRF's tables go by number, but for the main one; other VRFs have one each.
+TEST(FrrLines, severalTablesOfAVrf) {
+   const std::string_view text =
+      "Codes: K - kernel route\n"
+      "VRF default table 100:\nK>* 10.1.0.0/16 [0/0] via 192.0.2.1, eth0, 00:00:04\n\n"
+      "VRF default table 254:\nK>* 10.2.0.0/16 [0/0] via 192.0.2.2, eth0, 00:00:04\n"
+      "VRF red table 1001:\nK>* 10.3.0.0/16 [0/0] via 192.0.2.3, eth0, 00:00:04\n";
+   const std::string_view json =
+      R"({"10.1.0.0/16":[{"prefix":"10.1.0.0/16","protocol":"kernel","vrfName":"default","selected":true,"table":100,
+      "nexthops":[{"ip":"192.0.2.1","interfaceName":"eth0","active":true}]}],
+      "10.2.0.0/16":[{"prefix":"10.2.0.0/16","protocol":"kernel","vrfName":"default","selected":true,"table":254,
+      "nexthops":[{"ip":"192.0.2.2","interfaceName":"eth0","active":true}]}],
+      "10.3.0.0/16":[{"prefix":"10.3.0.0/16","protocol":"kernel","vrfName":"red","selected":true,"table":1001,
+      "nexthops":[{"ip":"192.0.2.3","interfaceName":"eth0","active":true}]}]})";
+   for (const auto listing : {text, json}) {
+      const auto routes = [&](std::string_view table) {
+         LoadOptions options;
+         options.routeTable = table;
+         return loadedText(listing, options).routes;
+      };
+      const auto main = loadedText(listing);
+      EXPECT_THAT(main.routes, ElementsAre("10.2.0.0/16 via 192.0.2.2 dev eth0 proto kernel distance 0"));
+      EXPECT_THAT(main.told, HasSubstr("left out: 100 (1), red (1)"));
+      EXPECT_EQ(main.routes, routes("main"));
+      EXPECT_EQ(main.routes, routes("254"));
+      EXPECT_THAT(routes("100"), ElementsAre("10.1.0.0/16 via 192.0.2.1 dev eth0 proto kernel distance 0"));
+      EXPECT_THAT(routes("red"), ElementsAre("10.3.0.0/16 via 192.0.2.3 dev eth0 proto kernel distance 0"));
+      EXPECT_EQ(3U, routes("all").size());
+   }
+}
+
+TEST(FrrJson, aRouteForOneSourceAloneAnswersNothing) {
+   const auto loaded = loadedText(
+      R"({"2001:db8:3::/48 from 2001:db8:9::/48":[{"prefix":"2001:db8:3::/48 from 2001:db8:9::/48","protocol":"kernel",
+      "vrfName":"default","selected":true,"nexthops":[{"ip":"2001:db8::2","interfaceName":"eth0","active":true}]}],
+      "2001:db8::/32":[{"prefix":"2001:db8::/32","protocol":"kernel","vrfName":"default","selected":true,
+      "nexthops":[{"interfaceName":"eth0","active":true}]}]})");
+   EXPECT_EQ(0U, loaded.report.faults) << loaded.told;
+   EXPECT_THAT(loaded.routes, ElementsAre("2001:db8::/32 dev eth0 proto kernel distance 0"));
+   EXPECT_THAT(loaded.told, HasSubstr("1 route is dead, or for one source or type of service alone"));
+}
+
+TEST(FrrLines, aLineThatIsCutIsTold) {
+   const std::string whole =
+      "K>* 2001:db8:7::/48 from 2001:db8:9::/48 [0/1024] via fe80::1 (recursive), d0, weight 1, 00:00:07";
+   for (std::size_t size = 4; size < whole.size(); ++size) {
+      const auto loaded = loadedText("Codes: K - kernel route\nK>* 10.0.0.0/8 [0/0] via 192.0.2.1, d0, 00:00:01\n" +
+                                     whole.substr(0, size) + "\n");
+      EXPECT_EQ(1U, loaded.routes.size()) << size;
+   }
+   EXPECT_THAT(loadedText("Codes: K - kernel route\nK>* 10.0.0.0/8 [0/1\n").told,
+               HasSubstr(":2: no [DISTANCE/METRIC]: \"K>* 10.0.0.0/8 [0/1\"\n"));
+}
+
 // What it prints of one prefix, as BGP and other daemons have it.
 TEST(FrrLines, aLineThatIsCutIsNoRoute) {
    const std::string whole = "B>* 10.9.0.0/16 [20/0] via 192.0.2.9";
@@ -234,6 +288,64 @@ TEST(BirdLines, ofVersion1) {
                   "10.3.0.0/16 dev eth0 proto direct1 preference 240"));
    EXPECT_THAT(loaded.candidates,
                ElementsAre("10.0.0.0/8 via 192.0.2.3 dev eth0 proto bgp2 path 65002 65003 preference 100"));
+}
+
+// A table that a validator fills has hundreds of thousands of rows.
+TEST(BirdLines, tablesOfOtherThingsAreLeftOut) {
+   const std::string_view listing =
+      "BIRD 2.0.12 ready.\n"
+      "Table troa:\n"
+      "192.0.2.0/24-24 AS65001  [rpki1 11:42:00.370] * (100)\n"
+      "2001:db8::/32-48 AS65000  [rpki1 11:42:00.370] * (100)\n"
+      "\tType: RPKI univ\n"
+      "\n"
+      "Table master4:\n"
+      "10.100.0.0/16        unicast [s4 11:42:00.370] * (200)\n"
+      "\tvia 192.0.2.1 on d0\n"
+      "\n"
+      "Table tvpn:\n"
+      "192.0.2.1:7 10.101.0.0/16 blackhole [svpn 11:42:00.370] * (200)\n"
+      "65000:1 10.100.0.0/16 unicast [svpn 11:42:00.370] * (200)\n"
+      "\tvia 192.0.2.9 on d0 mpls 100\n"
+      "                     unicast [svpn2 11:42:00.370] (200)\n"
+      "\tvia 192.0.2.8 on d0\n"
+      "Table tflow:\n"
+      "flow4 { dst 10.0.0.0/8; proto 6; dport 80; }  [sflow 11:42:00.370] * (200)\n"
+      "Table tmpls:\n"
+      "1000                 unicast [smpls 11:42:00.370] * (200)\n"
+      "\tvia 192.0.2.1 on d0 mpls 200\n"
+      "Table master6:\n"
+      "2001:db8::/32 from 2001:db8:1::/48 unicast [ssadr 11:42:00.370] * (200)\n"
+      "\tvia 2001:db8::2 on d0\n"
+      "2001:db8:7::/48 from ::/0 blackhole [ssadr 11:42:00.370] * (200)\n";
+   const auto loaded = loadedText(listing);
+   EXPECT_EQ(0U, loaded.report.faults) << loaded.told;
+   EXPECT_THAT(loaded.routes, ElementsAre("10.100.0.0/16 via 192.0.2.1 dev d0 proto s4 preference 200",
+                                          "2001:db8:7::/48 blackhole proto ssadr preference 200"));
+   EXPECT_THAT(loaded.told, HasSubstr("1 route is dead, or for one source or type of service alone"));
+   EXPECT_THAT(loaded.told,
+               HasSubstr("6 lines of other routing tables left out: tflow, of flows (1), tmpls, of labels "
+                         "(1), troa, of origins (2), tvpn, of a VPN (2)"));
+   const auto origins = loadedText("Table troa:\n192.0.2.0/24-24 AS65001  [rpki1 11:42:00.370] * (100)\n");
+   EXPECT_EQ(0U, origins.report.faults) << origins.told;
+   EXPECT_THAT(origins.told, HasSubstr("troa, of origins (1)"));
+}
+
+// birdc -v
+TEST(BirdLines, repliesWithNumbers) {
+   const auto loaded = loadedText(
+      "0001 BIRD 2.0.12 ready.\n"
+      "1007-Table master4:\n"
+      "     10.1.0.0/16          unicast [s4 11:42:00.370] * (200)\n"
+      "     \tvia 192.0.2.1 on d0\n"
+      "     \n"
+      "     Table other:\n"
+      "     10.2.0.0/16          unicast [s4 11:42:00.370] * (200)\n"
+      "     \tvia 192.0.2.2 on d0\n"
+      "0000 \n");
+   EXPECT_EQ(0U, loaded.report.faults) << loaded.told;
+   EXPECT_THAT(loaded.routes, ElementsAre("10.1.0.0/16 via 192.0.2.1 dev d0 proto s4 preference 200"));
+   EXPECT_THAT(loaded.told, HasSubstr("other (1)"));
 }
 
 }  // namespace MoreFormatsTest

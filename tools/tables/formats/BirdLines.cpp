@@ -17,12 +17,21 @@ constexpr std::string_view types[] = {"unicast",  "blackhole", "unreachable", "p
 
 bool isType(std::string_view word) { return std::find(std::begin(types), std::end(types), word) != std::end(types); }
 
+// Without the number of a reply: "1007-Table master4:", "0001 BIRD 2.0.12 ready."
+std::string_view withoutReply(std::string_view line) {
+   constexpr std::size_t digits = 4;
+   const bool isReply = line.size() > digits && line.find_first_not_of("0123456789") == digits &&
+                        (line[digits] == '-' || (line[digits] == ' ' && line.front() == '0'));
+   return isReply ? trimmed(line.substr(digits + 1)) : line;
+}
+
 bool isTitle(std::string_view line) { return line.starts_with("Table ") && line.ends_with(':'); }
 
 // What is said around the routes.
 bool isSaid(std::string_view line) {
-   return (line.starts_with("BIRD ") && line.ends_with("ready.")) || line.starts_with("Access restricted") ||
-          line.starts_with("Network not found") || line.find(" routes for ") != std::string_view::npos;
+   return (line.starts_with("BIRD ") && line.ends_with("ready.")) || line == "0000" ||
+          line.starts_with("Access restricted") || line.starts_with("Network not found") ||
+          line.find(" routes for ") != std::string_view::npos;
 }
 
 // "via 192.0.2.2 on eth0 weight 1" or "dev eth0", spelled as `ip route` does; empty if it is neither.
@@ -45,6 +54,26 @@ std::string hopOf(std::string_view text) {
    return hop;
 }
 
+// What other tables than those of routes have first in a row; empty if it is none of them.
+std::string_view otherKindOf(std::string_view text) {
+   const auto first = takeWord(text);
+   if (first == "flow4" || first == "flow6") {
+      return "flows";
+   }
+   const auto second = takeWord(text);
+   if (const auto slash = first.find('/'); slash != std::string_view::npos &&
+                                           first.find('-', slash) != std::string_view::npos &&
+                                           second.starts_with("AS")) {
+      return "origins";
+   }
+   if (first.find(':') != std::string_view::npos && !isPrefixText(first) && isPrefixText(second) &&
+       second.find('/') != std::string_view::npos) {
+      return "a VPN";
+   }
+   return first.find_first_not_of("0123456789") == std::string_view::npos && isType(second) ? "labels"
+                                                                                            : std::string_view();
+}
+
 bool startsHop(std::string_view text) {
    const auto word = takeWord(text);
    return word == "via" || word == "dev";
@@ -53,18 +82,21 @@ bool startsHop(std::string_view text) {
 }  // namespace
 
 bool BirdLines::opensWith(std::string_view firstLine) {
+   firstLine = withoutReply(firstLine);
    return (firstLine.starts_with("BIRD ") && firstLine.ends_with("ready.")) || isTitle(firstLine);
 }
 
 bool BirdLines::looksLike(std::string_view line) {
+   line = withoutReply(line);
    auto rest = line;
    const auto first = takeWord(rest);
-   return isTitle(line) || (isType(first) && trimmed(rest).starts_with('[')) ||
+   return isTitle(line) || otherKindOf(line) == "origins" || (isType(first) && trimmed(rest).starts_with('[')) ||
           (isPrefixText(first) && rest.find(" [") != std::string_view::npos &&
            rest.find('(') != std::string_view::npos);
 }
 
 void BirdLines::line(std::string_view text, RouteSet& routes) {
+   text = withoutReply(text);
    if (isSaid(text)) {
       return;
    }
@@ -73,12 +105,25 @@ void BirdLines::line(std::string_view text, RouteSet& routes) {
       constexpr std::size_t word = 6;
       table_ = text.substr(word, text.size() - word - 1);
       prefix_.reset();
+      isOther_ = false;
+      return;
+   }
+   if (const auto kind = otherKindOf(text); !kind.empty()) {
+      close(routes);
+      prefix_.reset();
+      isOther_ = true;
+      leaveOut(fmt::format("{}, of {}", table_, kind));
       return;
    }
    const std::string_view whole = text;
    const auto bracket = text.find('[');
    auto rest = text;
    auto first = takeWord(rest);
+   const bool hasPrefix = !isType(first) && first != "via" && first != "dev";
+   if (isOther_ && !(bracket != std::string_view::npos && hasPrefix)) {  // what else is said of it
+      return;
+   }
+   isOther_ = false;
    if (first.ends_with(':') && !isPrefixText(first)) {
       if (open_ && (first == "BGP.as_path:" || first == "bgp_path:")) {
          path_ = trimmed(rest);
@@ -95,11 +140,17 @@ void BirdLines::line(std::string_view text, RouteSet& routes) {
       return;
    }
    close(routes);
-   if (!isType(first) && first != "via" && first != "dev") {
+   bool isBound = false;
+   if (hasPrefix) {
       prefix_.reset();
       prefix_ = prefixIn(first);
       text = trimmed(rest);
       first = takeWord(rest);
+      if (first == "from") {  // for one source alone
+         isBound = takeWord(rest) != "::/0";
+         text = trimmed(rest);
+         first = takeWord(rest);
+      }
    }
    if (!prefix_) {
       throw BadText(fmt::format("route without a prefix: \"{}\"", whole));
@@ -107,6 +158,7 @@ void BirdLines::line(std::string_view text, RouteSet& routes) {
    RouterRoute route;
    route.prefix = *prefix_;
    route.table = table_;
+   route.isUsable = !isBound;
    if (startsHop(text)) {
       route.hops.push_back(hopOf(text));
    } else if (!isType(first)) {

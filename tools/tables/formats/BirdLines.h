@@ -9,6 +9,9 @@
 //    10.2.0.0/16          blackhole [s4 04:57:36.221] * (200)
 //    10.3.0.0/16        via 192.0.2.2 on eth0 [s4 12:00:01] * (200)         of version 1
 //
+// Its tables of other things are left out: origins (10.0.0.0/8-24 AS65000), VPNs (65000:1 10.0.0.0/8), flows (flow4 { ... }), labels.
+// `birdc -v` puts a number before the first line of a reply.
+//
 // Of several routes of a prefix the one with the mark is taken, then the greatest preference.
 // Tested by tests/tools/tables/FormatFixturesTest.cpp.
 #pragma once
@@ -36,6 +39,7 @@ class BirdLines final : public LineParser {
    std::string table_ = "master";
    std::optional<Corenet::IpGenPrefix> prefix_;
    std::optional<RouterRoute> open_;
+   bool isOther_ = false;  // the last row was none of a route
    std::string path_;
 };
 

@@ -5,6 +5,8 @@
 #include <charconv>
 
 #include "tools/tables/TableErrors.h"
+#include "tools/tables/Words.h"
+#include "tools/tables/formats/FrrLines.h"
 
 namespace Rtrie {
 namespace {
@@ -30,11 +32,14 @@ void FrrJson::entry(const JsonEntry& entry, RouteSet& routes) {
    const JsonValue& value = entry.value;
    RouterRoute route;
    const auto own = value.textAt("prefix");
-   route.prefix = prefixIn(own.empty() ? std::string_view(entry.path.empty() ? "" : entry.path.back()) : own);
+   // "2001:db8::/32 from 2001:db8:9::/48": for one source alone.
+   std::string_view source = own.empty() && !entry.path.empty() ? std::string_view(entry.path.back()) : own;
+   route.prefix = prefixIn(takeWord(source));
    const auto vrf = value.textAt("vrfName");
-   route.table = !vrf.empty()            ? std::string(vrf)
-                 : entry.path.size() > 1 ? entry.path[entry.path.size() - 2]
-                                         : "default";
+   route.table = frrTable(!vrf.empty()            ? vrf
+                          : entry.path.size() > 1 ? std::string_view(entry.path[entry.path.size() - 2])
+                                                  : std::string_view(),
+                          value.textAt("table"));
    route.protocol = value.textAt("protocol");
    route.distance = numberAt(value, "distance");
    route.metric = numberAt(value, "metric");
@@ -76,7 +81,7 @@ void FrrJson::entry(const JsonEntry& entry, RouteSet& routes) {
          route.hops[0].erase(at, route.hops[0].find(' ', at + 8) - at);
       }
    }
-   route.isUsable = hasActiveHop && value.at("srcPrefix") == nullptr;
+   route.isUsable = hasActiveHop && trimmed(source).empty() && value.at("srcPrefix") == nullptr;
    const auto table = route.table;
    if (!tables_.add(std::move(route), routes)) {
       leaveOut(table);

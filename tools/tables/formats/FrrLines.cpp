@@ -62,7 +62,9 @@ bool isLegend(std::string_view text) {
    return takeWord(text) == "-";
 }
 
-// "VRF red:", "IPv4 unicast VRF red:"
+constexpr std::string_view defaultVrf = "default";
+
+// "red" of "VRF red:" and of "IPv4 unicast VRF red:", "default table 100" of "VRF default table 100:"
 std::string_view vrfOf(std::string_view text) {
    constexpr std::string_view word = "VRF ";
    const auto at = text.find(word);
@@ -117,6 +119,14 @@ std::string_view partAfter(std::string_view name, std::string_view text) {
 
 }  // namespace
 
+std::string frrTable(std::string_view vrf, std::string_view number) {
+   if (!vrf.empty() && vrf != defaultVrf) {
+      return std::string(vrf);
+   }
+   const bool isMain = number.empty() || number == "254" || number == "0";  // 0: where kernels do not number them
+   return std::string(isMain ? defaultVrf : number);
+}
+
 bool FrrLines::opensWith(std::string_view firstLine) {
    return firstLine.starts_with(entryStart) || firstLine.starts_with(noEntry) ||
           (firstLine.starts_with("Codes:") && firstLine.find(" - ") != std::string_view::npos);
@@ -142,7 +152,9 @@ void FrrLines::line(std::string_view text, RouteSet& routes) {
    }
    if (const auto vrf = vrfOf(text); !vrf.empty()) {
       close(routes);
-      table_ = vrf;
+      auto number = vrf;
+      const auto name = takeWord(number);
+      table_ = frrTable(name, takeWord(number) == "table" ? trimmed(number) : std::string_view());
       return;
    }
    const std::string_view whole = text;
@@ -173,11 +185,15 @@ void FrrLines::line(std::string_view text, RouteSet& routes) {
          route.metric = *metric;
          text.remove_prefix(1);
       }
+      text = trimmed(text);
+      if (auto words = text; !isHop(takeWord(words))) {
+         throw BadText(fmt::format("no next hop: \"{}\"", whole));
+      }
       route.rank = *route.distance;
       route.isUsable = !isBound;
       open_ = std::move(route);
       hasActiveHop_ = false;
-      hop(trimmed(text));
+      hop(text);
       return;
    }
    std::string_view rest = text;

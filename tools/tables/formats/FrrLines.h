@@ -8,6 +8,7 @@
 //    S>* 10.2.0.0/16 [1/0] unreachable (blackhole), weight 1, 00:00:05
 //    C>* 192.0.2.0/24 is directly connected, eth0, 00:00:07
 //    VRF red:
+//    VRF default table 100:                                                  of `table all`: see frrTable()
 //
 // and what they print of one prefix:
 //
@@ -28,6 +29,10 @@
 #include "tools/tables/formats/RouterRoute.h"
 
 namespace Rtrie {
+
+// What a listing's table goes by: a VRF by its name, and of the default VRF, which alone has several, those beside the main one by
+// their numbers. Without a number it is the VRF's own.
+std::string frrTable(std::string_view vrf, std::string_view number);
 
 class FrrLines final : public LineParser {
   public:

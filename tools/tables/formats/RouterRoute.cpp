@@ -54,8 +54,9 @@ bool ListedTables::isDefault(std::string_view table) const {
 
 bool ListedTables::add(RouterRoute route, RouteSet& routes) {
    if (selection_.allRouteTables || selection_.routeTable) {
-      const bool isWanted =
-         selection_.allRouteTables || selection_.routeTableNames.key(route.table) == *selection_.routeTable;
+      const auto& names = selection_.routeTableNames;
+      const bool isWanted = selection_.allRouteTables || names.key(route.table) == *selection_.routeTable ||
+                            (isDefault(route.table) && names.key("main") == *selection_.routeTable);
       if (isWanted) {
          put(route, routes);
       }
