@@ -40,21 +40,25 @@ class RouteTable {
    // one set alone, whose views have to hold as long as the table is asked for them.
    virtual void routeWithPayloadIs(const Prefix& route, const Payload&) { routeIs(route); }
    virtual std::uint64_t routes() const = 0;
-   virtual std::uint64_t nodes() const { notAnswered(); }
 
-   // What an engine of levels has at each of them, from the top; the default route is at none. Empty for any other engine.
+   // What an engine has at one of its levels; the default route is at none.
    struct Level {
       std::string name;
       std::uint64_t nodes = 0;
       std::uint64_t routes = 0;
    };
-   virtual std::vector<Level> levels() const { return {}; }
-   // How many nodes lie from the root to a route's, both counted. None of an engine that does not tell.
+   // How many nodes lie from the root to a route's, both counted.
    struct Depth {
       double average = 0;
       unsigned worst = 0;
    };
-   virtual std::optional<Depth> depth() const { return std::nullopt; }
+   // What the engine is made of, as far as it tells; of some that takes a pass over all of it.
+   struct Shape {
+      std::optional<std::uint64_t> nodes;
+      std::vector<Level> levels;  // from the top; empty unless it is an engine of levels
+      std::optional<Depth> depth;
+   };
+   virtual Shape shape() const { return {}; }
    // The bytes that the engine holds and no allocation tracker counts.
    virtual std::uint64_t untrackedBytes() const { return 0; }
    // What an engine that knows holds its bytes for. Empty for any other engine.
@@ -122,8 +126,7 @@ enum class Questions : U32 {
    dump = 256,
    dumpTree = 512,
    object = 1024,
-   nodes = 2048,
-   audit = 4096
+   audit = 2048
 };
 
 constexpr Questions operator|(Questions a, Questions b) {
@@ -154,7 +157,6 @@ consteval Questions answeredBy() {
    ask(Questions::dump, &Table::dump, &RouteTable::dump);
    ask(Questions::dumpTree, &Table::dumpTree, &RouteTable::dumpTree);
    ask(Questions::object, &Table::object, &RouteTable::object);
-   ask(Questions::nodes, &Table::nodes, &RouteTable::nodes);
    ask(Questions::audit, &Table::audit, &RouteTable::audit);
    return all;
 }

@@ -83,7 +83,7 @@ TEST_F(Intrusive, aRouteTwiceIsOnce) {
    table.routeIs(prefix("2001:db8::/32"));
    table.routeIs(prefix("2001:db8::/32"));
    EXPECT_EQ(1U, table.routes());
-   EXPECT_EQ(1U, table.nodes());
+   EXPECT_EQ(1U, table.shape().nodes);
 }
 
 }  // namespace IntrusiveTableTest

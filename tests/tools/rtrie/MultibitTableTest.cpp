@@ -60,7 +60,7 @@ TEST_F(Multibit, nextOfWhatIsNoRouteLeavesNothingBehind) {
    EXPECT_EQ(RouteTable::Prefix(), table.next(prefix("10.9.9.9/32")));
    EXPECT_EQ(RouteTable::Prefix(), table.next(Corenet::Prefix::nullPrefix()));
    EXPECT_EQ(1U, table.routes());
-   EXPECT_EQ(0U, table.nodes());
+   EXPECT_EQ(0U, table.shape().nodes);
 }
 
 TEST_F(Multibit, dumpsItsRoutesAndItsNodes) {

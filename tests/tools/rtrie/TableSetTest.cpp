@@ -50,13 +50,13 @@ TEST(TableSet, liveBytesAreThoseOfTheNodes) {
       const TableSet tables(rowNamed(engines(), "engine", "patricia"), routes);
       const auto& ipv4 = tables.of(Corenet::ipv4);
       const auto& ipv6 = tables.of(Corenet::ipv6);
-      EXPECT_EQ(2 * count - 1, ipv4.table->nodes());
-      EXPECT_EQ(2 * count - 1, ipv6.table->nodes());
+      EXPECT_EQ(2 * count - 1, ipv4.table->shape().nodes.value());
+      EXPECT_EQ(2 * count - 1, ipv6.table->shape().nodes.value());
       constexpr std::uint64_t trieBytes = 256;  // room for the trie object itself
-      EXPECT_GE(ipv4.liveBytes, 32 * ipv4.table->nodes());
-      EXPECT_LE(ipv4.liveBytes, 32 * ipv4.table->nodes() + trieBytes);
-      EXPECT_GE(ipv6.liveBytes, 56 * ipv6.table->nodes());
-      EXPECT_LE(ipv6.liveBytes, 56 * ipv6.table->nodes() + trieBytes);
+      EXPECT_GE(ipv4.liveBytes, 32 * ipv4.table->shape().nodes.value());
+      EXPECT_LE(ipv4.liveBytes, 32 * ipv4.table->shape().nodes.value() + trieBytes);
+      EXPECT_GE(ipv6.liveBytes, 56 * ipv6.table->shape().nodes.value());
+      EXPECT_LE(ipv6.liveBytes, 56 * ipv6.table->shape().nodes.value() + trieBytes);
       EXPECT_EQ(before + ipv4.liveBytes + ipv6.liveBytes, trackedBytes());
    }
    EXPECT_EQ(before, trackedBytes());

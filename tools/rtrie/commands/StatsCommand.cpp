@@ -67,10 +67,11 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    if (const auto own = ownCountOf(engine, *family.table)) {
       line("engine counts", fmt::format("{} ({})", grouped(own->routes), own->name));
    }
-   if (includes(engine.answers, Questions::nodes)) {
-      line("nodes", grouped(family.table->nodes()));
+   const RouteTable::Shape shape = family.table->shape();
+   if (shape.nodes) {
+      line("nodes", grouped(*shape.nodes));
    }
-   if (const auto depth = family.table->depth()) {
+   if (const auto& depth = shape.depth) {
       line("depth", fmt::format("{:.2f} nodes on average, {} at most", depth->average, depth->worst));
    }
    line("live bytes", grouped(family.liveBytes));
@@ -89,17 +90,16 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    output.text("  routes by length\n");
    output.text(barChart(bars, chartMarks));
 
-   const auto levels = family.table->levels();
    const auto chart = [&](std::string_view title, std::uint64_t RouteTable::Level::*figure) {
       std::vector<Bar> levelBars;
-      levelBars.reserve(levels.size());
-      for (const auto& level : levels) {
+      levelBars.reserve(shape.levels.size());
+      for (const auto& level : shape.levels) {
          levelBars.push_back({"    " + level.name, level.*figure});
       }
       output.format("  {}\n", title);
       output.text(barChart(levelBars, chartMarks));
    };
-   if (!levels.empty()) {
+   if (!shape.levels.empty()) {
       chart("nodes by level", &RouteTable::Level::nodes);
       chart("routes by level", &RouteTable::Level::routes);
    }
@@ -136,10 +136,11 @@ Json familyJson(const Engine& engine, Corenet::AddressFamily af, const RouteSet&
    if (const auto own = ownCountOf(engine, *family.table)) {
       object["engineCounts"] = {{own->name, own->routes}};
    }
-   if (includes(engine.answers, Questions::nodes)) {
-      object["nodes"] = family.table->nodes();
+   const RouteTable::Shape shape = family.table->shape();
+   if (shape.nodes) {
+      object["nodes"] = *shape.nodes;
    }
-   if (const auto depth = family.table->depth()) {
+   if (const auto& depth = shape.depth) {
       object["averageDepth"] = depth->average;
       object["worstDepth"] = depth->worst;
    }
@@ -158,7 +159,7 @@ Json familyJson(const Engine& engine, Corenet::AddressFamily af, const RouteSet&
    }
    object["routesByLength"] = std::move(byLength);
    Json levels = Json::array();
-   for (const auto& level : family.table->levels()) {
+   for (const auto& level : shape.levels) {
       levels.push_back({{"name", level.name}, {"nodes", level.nodes}, {"routes", level.routes}});
    }
    object["levels"] = std::move(levels);

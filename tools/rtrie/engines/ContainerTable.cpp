@@ -18,24 +18,21 @@ RouteTable::Prefix prefixOrNone(const Found& found) {
 
 std::vector<RouteTable::BytesFor> ContainerTable::bytesByUse() const {
    const auto memory = all().memory();
-   return {{"nodes", memory.nodes}, {"values", memory.values}, {"index", memory.index}, {"free", memory.free}};
+   return {{"nodes", memory.nodes},
+           {"values", memory.values},
+           {"index", memory.index},
+           {"free", memory.free},
+           {"old", memory.old}};
 }
 
-routetrie::table_statistics ContainerTable::statistics() const {
-   return af_ == Corenet::AddressFamily::ipv6 ? all().v6().statistics() : all().v4().statistics();
-}
-
-std::vector<RouteTable::Level> ContainerTable::levels() const {
-   std::vector<Level> levels;
-   for (const routetrie::table_level& level : statistics().levels) {
-      levels.push_back({fmt::format("bit {}", level.depth), level.nodes + level.leaves + level.skips, level.routes});
+RouteTable::Shape ContainerTable::shape() const {
+   const auto found = af_ == Corenet::AddressFamily::ipv6 ? all().v6().statistics() : all().v4().statistics();
+   Shape shape{found.nodes(), {}, Depth{found.average_depth(), found.worst_depth}};
+   for (const routetrie::table_level& level : found.levels) {
+      shape.levels.push_back(
+         {fmt::format("bit {}", level.depth), level.nodes + level.leaves + level.skips, level.routes});
    }
-   return levels;
-}
-
-std::optional<RouteTable::Depth> ContainerTable::depth() const {
-   const auto found = statistics();
-   return Depth{found.average_depth(), found.worst_depth};
+   return shape;
 }
 
 RouteTable::Prefix ContainerTable::longestMatch(const Prefix& query) const {

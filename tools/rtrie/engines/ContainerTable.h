@@ -20,10 +20,7 @@ class ContainerTable final : public RouteTable {
    std::uint64_t routes() const override { return all().size(); }
    std::uint64_t untrackedBytes() const override { return all().memory().total(); }
    std::vector<BytesFor> bytesByUse() const override;
-   std::uint64_t nodes() const override { return statistics().nodes(); }
-   std::vector<Level> levels() const override;
-   std::optional<Depth> depth() const override;
-
+   Shape shape() const override;
    std::string audit() const override { return all().audit(); }
    Prefix longestMatch(const Prefix& query) const override;
    Prefix parent(const Prefix& query) const override;
@@ -39,7 +36,6 @@ class ContainerTable final : public RouteTable {
 
   private:
    const routetrie::table<U32>& all() const { return table_.routes(); }
-   routetrie::table_statistics statistics() const;
 
    const Corenet::AddressFamily af_;
    PayloadTable table_;

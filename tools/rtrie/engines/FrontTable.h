@@ -98,8 +98,7 @@ class FrontTable final : public RouteTable {
 
    void routeIs(const Prefix& route) override { trie_->routeIs(form(route), true); }
    std::uint64_t routes() const override { return beneath_->routes(); }
-   std::uint64_t nodes() const override { return beneath_->nodes(); }
-   std::vector<Level> levels() const override { return beneath_->levels(); }
+   Shape shape() const override { return beneath_->shape(); }
    std::uint64_t untrackedBytes() const override { return beneath_->untrackedBytes(); }
    std::string audit() const override { return trie_->audit(); }
    Corvid::Node& object() const override { return *trie_; }

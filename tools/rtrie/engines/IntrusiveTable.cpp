@@ -34,12 +34,12 @@ void IntrusiveTable::routeIs(const Prefix& route) {
    }
 }
 
-std::uint64_t IntrusiveTable::nodes() const {
+RouteTable::Shape IntrusiveTable::shape() const {
    std::uint64_t count = 0;
    for (const Node* node = trie_->trie().root(); node != nullptr; node = node->nextNode(false, 0)) {
       ++count;
    }
-   return count;
+   return {count, {}, std::nullopt};
 }
 
 IntrusiveTable::Match IntrusiveTable::match(const Prefix& query) const {

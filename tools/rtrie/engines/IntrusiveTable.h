@@ -17,7 +17,7 @@ class IntrusiveTable final : public RouteTable {
    void routeIs(const Prefix& route) override;
    std::uint64_t routes() const override { return routes_; }
    // Routes and the nodes that join them.
-   std::uint64_t nodes() const override;
+   Shape shape() const override;
    std::string audit() const override { return trie_->audit(); }
    Corvid::Node& object() const override { return *trie_; }
    Prefix longestMatch(const Prefix& query) const override;

@@ -50,14 +50,14 @@ class ChildVisitor final : public Routing::TrieWalkCallback {
 
 }  // namespace
 
-std::vector<RouteTable::Level> MultibitTable::levels() const {
+RouteTable::Shape MultibitTable::shape() const {
    Levels levels;
    for (U32 level = 0; level < levels.size(); ++level) {
       const U32 last = TrieImpl::levelEndBit[level];
       levels[level].name = fmt::format("{} (/{} to /{})", level, last - TrieImpl::levelStride[level] + 1, last);
    }
    count(*trie_->root(), levels);
-   return {levels.begin(), levels.end()};
+   return {static_cast<std::uint64_t>(trie_->nodes()), {levels.begin(), levels.end()}, std::nullopt};
 }
 
 void MultibitTable::subtree(const Prefix& query, const Visit& visit) const {

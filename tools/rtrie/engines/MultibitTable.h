@@ -20,8 +20,7 @@ class MultibitTable final : public RouteTable {
    std::uint64_t routes() const override {
       return std::uint64_t{trie_->routes()} + std::uint64_t{trie_->isDefaultRoutePresent()};
    }
-   std::uint64_t nodes() const override { return static_cast<std::uint64_t>(trie_->nodes()); }
-   std::vector<Level> levels() const override;
+   Shape shape() const override;
    std::uint64_t untrackedBytes() const override { return childArrayBytes(*trie_->root()); }
    std::string audit() const override { return trie_->audit(); }
    Corvid::Node& object() const override { return *trie_; }

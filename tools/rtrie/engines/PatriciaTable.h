@@ -16,7 +16,7 @@ namespace Rtrie {
 class PatriciaTrieTable : public RouteTable {
   public:
    std::uint64_t routes() const override { return trie_->routes(); }
-   std::uint64_t nodes() const override { return static_cast<std::uint64_t>(trie_->nodes()); }
+   Shape shape() const override { return {static_cast<std::uint64_t>(trie_->nodes()), {}, std::nullopt}; }
    std::string audit() const override { return trie_->audit(); }
    Corvid::Node& object() const override { return *trie_; }
    void covering(const Prefix& query, const Visit& visit) const override { coveringByParents(query, visit); }
