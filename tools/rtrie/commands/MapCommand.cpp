@@ -2,7 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <bit>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -53,6 +55,15 @@ struct PictureFormat {
 };
 constexpr PictureFormat pictureFormats[] = {{".png", drawnPng}, {".svg", drawnSvg}};
 
+// ".png or .svg"
+std::string pictureEndings() {
+   std::string endings;
+   for (const PictureFormat& format : pictureFormats) {
+      endings += fmt::format("{}{}", endings.empty() ? "" : " or ", format.ending);
+   }
+   return endings;
+}
+
 struct MapOptions : LoadOptions {
    std::string out;
    std::string by;
@@ -69,27 +80,36 @@ const PictureFormat& pictureFormatOf(const std::string& path) {
          return format;
       }
    }
-   throw UsageError(fmt::format("--out is a file whose name ends in .png or .svg: \"{}\"", path));
+   throw UsageError(fmt::format("--out is a file whose name ends in {}: \"{}\"", pictureEndings(), path));
+}
+
+// The one that is named, or that which the other options are for.
+const MapSubject& subjectOf(const MapOptions& options) {
+   if (!options.by.empty()) {
+      return rowNamed(std::span<const MapSubject>(mapSubjects), "subject", options.by);
+   }
+   const MapBy by = !options.against.empty() ? MapBy::difference
+                    : !options.part.empty()  ? MapBy::payload
+                                             : MapBy::length;
+   return *std::find_if(std::begin(mapSubjects), std::end(mapSubjects),
+                        [&](const MapSubject& each) { return each.by == by; });
 }
 
 ExitStatus run(const MapOptions& options, const Session& session) {
    session.checkStandardInput(options);
    session.checkFile(options.against);
    const PictureFormat& format = pictureFormatOf(options.out);
-   const std::string_view named = !options.by.empty()        ? std::string_view(options.by)
-                                  : !options.against.empty() ? "difference"
-                                  : !options.part.empty()    ? "payload"
-                                                             : "length";
-   const MapBy by = rowNamed(std::span<const MapSubject>(mapSubjects), "subject", named).by;
+   const MapSubject& subject = subjectOf(options);
+   const MapBy by = subject.by;
    const Theme theme = rowNamed(std::span<const MapTheme>(mapThemes), "theme", options.theme).theme;
    if (by == MapBy::difference && options.against.empty()) {
       throw UsageError("--by difference needs a table to compare with: --against");
    }
    if (by != MapBy::difference && !options.against.empty()) {
-      throw UsageError(fmt::format("--against is for --by difference, and not for --by {}", named));
+      throw UsageError(fmt::format("--against is for --by difference, and not for --by {}", subject.name));
    }
    if (by != MapBy::payload && !options.part.empty()) {
-      throw UsageError(fmt::format("--part is for --by payload, and not for --by {}", named));
+      throw UsageError(fmt::format("--part is for --by payload, and not for --by {}", subject.name));
    }
    if (options.against == "-" && std::count(options.tables.begin(), options.tables.end(), "-") > 0) {
       throw UsageError("standard input can be a table only once");
@@ -152,7 +172,9 @@ ExitStatus run(const MapOptions& options, const Session& session) {
 Run addMap(CLI::App& app) {
    auto options = std::make_shared<MapOptions>();
    addLoadOptions(app, *options);
-   app.add_option("--out", options->out, "The picture, a .png or .svg file")->type_name("FILE")->required();
+   app.add_option("--out", options->out, fmt::format("The picture, a {} file", pictureEndings()))
+      ->type_name("FILE")
+      ->required();
    app.add_option("--by", options->by, "What the colours stand for; length, or difference where there is --against")
       ->type_name("SUBJECT");
    app.add_option("--part", options->part,
@@ -163,18 +185,18 @@ Run addMap(CLI::App& app) {
    app.add_option("--within", options->within,
                   "The block to show; all of IPv4 unless given, or the one that holds all routes of an IPv6 table")
       ->type_name("PREFIX");
-   app.add_option("--size", options->side, "Side of the curve in pixels, a power of two from 64 to 4096")
+   app.add_option("--size", options->side,
+                  fmt::format("Side of the curve in pixels, a power of two from {} to {}", leastMapSide, mostMapSide))
       ->type_name("N")
       ->capture_default_str();
-   app.add_option("--theme", options->theme, "The paper: light or dark")
-      ->type_name("light|dark")
-      ->capture_default_str();
+   app.add_option("--theme", options->theme, "The paper")->type_name("THEME")->capture_default_str();
    app.footer(
       "The block is drawn as a Hilbert curve, from the corner at the top left to that at the top right: a prefix is "
       "a "
       "square or half of one, and neighbours stay together. A pixel shows what most of its addresses have, of "
       "changes and differences any that it has.\n\n" +
       helpSection("Subjects", summariesOf(std::span<const MapSubject>(mapSubjects))) + "\n" +
+      helpSection("Themes", summariesOf(std::span<const MapTheme>(mapThemes))) + "\n" +
       helpSection("Examples",
                   "  rtrie map --table routes.txt --out routes.png\n"
                   "  rtrie map --table today.txt --against yesterday.txt --within 10.0.0.0/8 --out changed.svg\n"
