@@ -17,19 +17,6 @@
 #include "tools/rtrie/map/MarkupText.h"
 #include "tools/tables/TableErrors.h"
 
-// The fonts that fontconfig has found it keeps until the process ends, which a sanitizer would call a leak, in any program that
-// draws.
-#ifdef __has_feature
-#if __has_feature(address_sanitizer)
-#define RTRIE_FINDS_LEAKS
-#endif
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(RTRIE_FINDS_LEAKS)
-// The other is libedit's, of the shell: it keeps the names of keys to the end as well. A program has one such function.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libfontconfig\nleak:wcsdup\n"; }
-extern "C" const char* __lsan_default_options() { return "print_suppressions=0"; }
-#endif
-
 namespace Rtrie {
 namespace {
 
