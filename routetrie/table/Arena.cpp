@@ -72,7 +72,12 @@ void Arena::link(U32 block, Chunk& c, Lists& in) noexcept {
    U32& first = in.first[c.list];
    c.next = first & 0x3ffffff;
    c.previous = 0;
-   (first != 0 ? chunk(first).previous : in.last[c.list]) = block & 0x3ffffff;
+   // Not one expression for both: clang 14 cannot compile that in builds with a sanitizer.
+   if (first != 0) {
+      chunk(first).previous = block & 0x3ffffff;
+   } else {
+      in.last[c.list] = block & 0x3ffffff;
+   }
    first = block;
 }
 
