@@ -1,32 +1,13 @@
 // MrtFuzz: reads the input as an MRT file into a set of routes, seals it and reads it back. A fault ends the process; what is
 // told of the input does not, nor that it is no MRT.
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
-#include <span>
 #include <string>
 
+#include "tests/fuzz/InputSource.h"
 #include "tools/tables/TableErrors.h"
 #include "tools/tables/mrt/MrtTable.h"
-
-namespace {
-
-class InputSource final : public Rtrie::ByteSource {
-  public:
-   explicit InputSource(std::span<const std::uint8_t> input) : input_(input) {}
-   std::size_t read(char* to, std::size_t room) override {
-      const std::size_t got = std::min(room, input_.size());
-      std::copy_n(input_.begin(), got, to);
-      input_ = input_.subspan(got);
-      return got;
-   }
-
-  private:
-   std::span<const std::uint8_t> input_;
-};
-
-}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t sizeBytes) {
    using namespace Rtrie;

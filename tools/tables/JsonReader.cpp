@@ -13,12 +13,12 @@
 namespace Rtrie {
 namespace {
 
-constexpr std::size_t chunkBytes = std::size_t{1} << 16;
+constexpr std::size_t jsonChunkBytes = std::size_t{1} << 16;
 
 // The bytes of a source, of which no more than a limit may go by without an end of something.
 class Bytes {
   public:
-   Bytes(ByteSource& source, std::uint64_t most) : source_(source), most_(most), buffer_(chunkBytes) { fill(); }
+   Bytes(ByteSource& source, std::uint64_t most) : source_(source), most_(most), buffer_(jsonChunkBytes) { fill(); }
 
    bool atEnd() const { return begin_ == end_; }
    char front() const { return buffer_[begin_]; }
