@@ -22,26 +22,12 @@
 namespace Rtrie {
 namespace KernelTest {
 
+using Support::linesOf;
 using Support::shell;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-class Kernel : public testing::Test {
-  protected:
-   Kernel() {
-      Support::enterNetwork();
-      Support::addLink();
-   }
-};
-
-std::vector<std::string> linesOf(const std::string& text) {
-   std::istringstream stream(text);
-   std::vector<std::string> lines;
-   for (std::string line; std::getline(stream, line);) {
-      lines.push_back(line);
-   }
-   return lines;
-}
+class Kernel : public Support::InNetwork {};
 
 // Of every kind that a kernel has.
 void addRoutes() {

@@ -1,10 +1,7 @@
 // A kernel that is followed while its routes change: what is printed, and that at each end it is what the kernel has.
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -21,44 +18,21 @@
 #include "tests/tools/tables/Fixtures.h"
 #include "tools/tables/Words.h"
 
-extern char** environ;
-
 namespace Rtrie {
 namespace KernelWatchTest {
 
+using Support::linesOf;
 using Support::shell;
 using testing::HasSubstr;
 using namespace std::chrono_literals;
 
-std::vector<std::string> linesIn(const std::string& text) {
-   std::istringstream stream(text);
-   std::vector<std::string> lines;
-   for (std::string line; std::getline(stream, line);) {
-      lines.push_back(line);
-   }
-   return lines;
-}
-
 // `rtrie watch`, until this goes.
 class Watching {
   public:
-   explicit Watching(std::vector<std::string> arguments) : out_(folder_.path("out")), err_(folder_.path("err")) {
-      arguments.insert(arguments.begin(), {"rtrie", "watch"});
-      std::vector<char*> words;
-      for (auto& word : arguments) {
-         words.push_back(word.data());
-      }
-      words.push_back(nullptr);
-      posix_spawn_file_actions_t files;
-      posix_spawn_file_actions_init(&files);
-      posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-      posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out_.c_str(), O_WRONLY | O_CREAT, 0600);
-      posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err_.c_str(), O_WRONLY | O_CREAT, 0600);
-      const int failed = posix_spawn(&child_, RTRIE_PROGRAM, &files, nullptr, words.data(), environ);
-      posix_spawn_file_actions_destroy(&files);
-      if (failed != 0) {
-         throw std::runtime_error("cannot run " RTRIE_PROGRAM);
-      }
+   explicit Watching(std::vector<std::string> arguments)
+      : out_(folder_.file("out", "")), err_(folder_.file("err", "")) {
+      arguments.insert(arguments.begin(), "watch");
+      child_ = Support::started(std::move(arguments), "/dev/null", out_, err_);
    }
    Watching(const Watching&) = delete;
    Watching& operator=(const Watching&) = delete;
@@ -77,21 +51,25 @@ class Watching {
       shell(fmt::format("ip route add blackhole {} && ip route del {}", mark, mark));
       waitFor([&] { return out().find("delete   " + mark) != std::string::npos; }, mark);
    }
-   // Until it follows.
-   void begin() {
+   // Until it follows. What it prints of the route that shows so is as the format has it.
+   void waitForStart() {
       waitFor(
          [&] {
-            shell("ip route replace blackhole 203.0.113.0/32");
-            shell("ip route del 203.0.113.0/32");
-            return out().find("delete   203.0.113.0/32") != std::string::npos;
+            shell("ip route replace blackhole 203.0.113.0/32; ip route del 203.0.113.0/32");
+            const auto text = out();
+            return text.find("delete   203.0.113.0/32") != std::string::npos ||
+                   text.find("delete\t203.0.113.0/32") != std::string::npos;
          },
          "the first route");
+   }
+   void begin() {
+      waitForStart();
       settle();
       begun_ = out().size();
    }
    // What came since it began, without what was made to wait for it.
    std::vector<std::string> lines() {
-      auto lines = linesIn(out().substr(begun_));
+      auto lines = linesOf(out().substr(begun_));
       std::erase_if(lines, [](const std::string& line) { return line.find(" 203.0.113.") != std::string::npos; });
       return lines;
    }
@@ -115,13 +93,7 @@ class Watching {
    std::size_t begun_ = 0;
 };
 
-class KernelWatch : public testing::Test {
-  protected:
-   KernelWatch() {
-      Support::enterNetwork();
-      Support::addLink();
-   }
-};
+class KernelWatch : public Support::InNetwork {};
 
 // The table that the changes make of nothing: prefix to payload.
 std::map<std::string, std::string> madeBy(const std::vector<std::string>& tsv,
@@ -262,10 +234,10 @@ TEST_F(KernelWatch, whatNoMessageTells) {
    const auto follows = [&](const std::string& command) {
       shell(command);
       const auto now = kernelNow();
-      watch.waitFor([&] { return madeBy(linesIn(watch.out()), start) == now; }, command);
+      watch.waitFor([&] { return madeBy(linesOf(watch.out()), start) == now; }, command);
    };
    follows("ip nexthop del id 5");
-   EXPECT_EQ("delete\t10.1.0.0/16\tnhid 5 via 192.0.2.3 dev d0\t", linesIn(watch.out()).at(0));
+   EXPECT_EQ("delete\t10.1.0.0/16\tnhid 5 via 192.0.2.3 dev d0\t", linesOf(watch.out()).at(0));
    follows("ip addr del 198.51.100.1/24 dev d0");
    follows("ip link set d0 down");
    EXPECT_THAT(watch.out(), HasSubstr("replace\t10.3.0.0/16\tvia 192.0.2.1 dev d0\tblackhole metric 50\n"));
@@ -288,23 +260,18 @@ std::string batchOf(const std::string& verb, unsigned count, unsigned first = 0)
 
 TEST_F(KernelWatch, tenThousandRoutesComeAndGo) {
    Watching watch({"--table", "kernel:", "--format", "tsv"});
-   watch.waitFor(
-      [&] {
-         shell("ip route replace blackhole 203.0.113.0/32; ip route del 203.0.113.0/32");
-         return watch.out().find("delete\t203.0.113.0/32") != std::string::npos;
-      },
-      "the first route");
+   watch.waitForStart();
    const auto before = kernelNow();
    const Support::Folder folder;
    shell("ip -batch " + folder.file("add", batchOf("add", 10'000)));
    const auto with = kernelNow();
    EXPECT_EQ(before.size() + 10'000, with.size());
-   watch.waitFor([&] { return madeBy(linesIn(watch.out()), before).size() == with.size(); }, "10,000 routes");
-   EXPECT_EQ(with, madeBy(linesIn(watch.out()), before));
+   watch.waitFor([&] { return madeBy(linesOf(watch.out()), before).size() == with.size(); }, "10,000 routes");
+   EXPECT_EQ(with, madeBy(linesOf(watch.out()), before));
    shell("ip -batch " + folder.file("del", batchOf("del", 10'000)));
-   watch.waitFor([&] { return madeBy(linesIn(watch.out()), before).size() == before.size(); }, "none of them");
-   EXPECT_EQ(before, madeBy(linesIn(watch.out()), before));
-   EXPECT_GE(linesIn(watch.out()).size(), 20'000U);
+   watch.waitFor([&] { return madeBy(linesOf(watch.out()), before).size() == before.size(); }, "none of them");
+   EXPECT_EQ(before, madeBy(linesOf(watch.out()), before));
+   EXPECT_GE(linesOf(watch.out()).size(), 20'000U);
 }
 
 // It sleeps while more comes than its socket holds.
@@ -312,12 +279,7 @@ TEST_F(KernelWatch, anOverrun) {
    const Support::Folder folder;
    shell("ip -batch " + folder.file("some", batchOf("add", 1'000)));
    Watching watch({"--table", "kernel:", "--format", "tsv"});
-   watch.waitFor(
-      [&] {
-         shell("ip route replace blackhole 203.0.113.0/32; ip route del 203.0.113.0/32");
-         return watch.out().find("delete\t203.0.113.0/32") != std::string::npos;
-      },
-      "the first route");
+   watch.waitForStart();
    const auto before = kernelNow();
    watch.signal(SIGSTOP);
    shell("ip -batch " + folder.file("del", batchOf("del", 500)));
@@ -331,7 +293,7 @@ TEST_F(KernelWatch, anOverrun) {
                   "{},{:03} routes were read again\n",
                   after.size() / 1000, after.size() % 1000),
       watch.err());
-   watch.waitFor([&] { return madeBy(linesIn(watch.out()), before) == after; }, "all that was lost");
+   watch.waitFor([&] { return madeBy(linesOf(watch.out()), before) == after; }, "all that was lost");
    // And goes on.
    shell("ip route add blackhole 10.0.0.0/8");
    watch.waitFor([&] { return watch.out().ends_with("add\t10.0.0.0/8\t\tblackhole\n"); }, "a route after that");
@@ -343,12 +305,7 @@ TEST_F(KernelWatch, whateverHappensTheTableIsTheKernels) {
    SCOPED_TRACE(fmt::format("seed {}", seed));
    std::mt19937 random(seed);
    Watching watch({"--table", "kernel:", "--format", "tsv"});
-   watch.waitFor(
-      [&] {
-         shell("ip route replace blackhole 203.0.113.0/32; ip route del 203.0.113.0/32");
-         return watch.out().find("delete\t203.0.113.0/32") != std::string::npos;
-      },
-      "the first route");
+   watch.waitForStart();
    const auto before = kernelNow();
    const Support::Folder folder;
    std::size_t changes = 0;
@@ -390,7 +347,7 @@ TEST_F(KernelWatch, whateverHappensTheTableIsTheKernels) {
       };
       const auto isTheKernels = [&] {
          differences.clear();
-         const auto made = madeBy(linesIn(watch.out()), before);
+         const auto made = madeBy(linesOf(watch.out()), before);
          for (const auto& [prefix, payload] : now) {
             const auto there = made.find(prefix);
             if (there == made.end() || words(there->second) != words(payload)) {
@@ -407,7 +364,7 @@ TEST_F(KernelWatch, whateverHappensTheTableIsTheKernels) {
       }
       ASSERT_TRUE(isTheKernels()) << "round " << round << "\n"
                                   << differences << batch << shell("ip route; ip -6 route");
-      changes = linesIn(watch.out()).size();
+      changes = linesOf(watch.out()).size();
    }
    EXPECT_GT(changes, 200U);
 }

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 namespace Rtrie::Support {
@@ -53,10 +54,24 @@ std::string shell(const std::string& command) {
 
 std::string tryShell(const std::string& command) { return runShell(command).text; }
 
+std::vector<std::string> linesOf(const std::string& text) {
+   std::istringstream stream(text);
+   std::vector<std::string> lines;
+   for (std::string line; std::getline(stream, line);) {
+      lines.push_back(line);
+   }
+   return lines;
+}
+
 void addLink() {
    shell(
       "ip link set lo up; ip link add d0 type veth peer name d0p; ip link set d0p up; ip link set d0 up;"
       "ip addr add 192.0.2.254/24 dev d0; ip addr add 2001:db8::1/64 dev d0 nodad");
+}
+
+InNetwork::InNetwork() {
+   enterNetwork();
+   addLink();
 }
 
 }  // namespace Rtrie::Support

@@ -2,6 +2,8 @@
 // with the process.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
@@ -16,7 +18,15 @@ std::string shell(const std::string& command);
 // The same, whatever the status.
 std::string tryShell(const std::string& command);
 
+std::vector<std::string> linesOf(const std::string& text);
+
 // A link from d0 to d0p that is up, with 192.0.2.254/24 and 2001:db8::1/64 on d0; and lo up.
 void addLink();
+
+// A test that has all this.
+class InNetwork : public testing::Test {
+  protected:
+   InNetwork();
+};
 
 }  // namespace Rtrie::Support

@@ -106,19 +106,14 @@ std::string contentOf(const std::string& path) {
    return content.str();
 }
 
-Ran rtrie(const std::vector<std::string>& arguments, std::string_view input) {
-   const Folder folder;
-   const auto in = folder.file("in", input);
-   const auto out = folder.file("out", "");
-   const auto err = folder.file("err", "");
-
-   std::vector<std::string> words = {"rtrie"};
-   words.insert(words.end(), arguments.begin(), arguments.end());
-   std::vector<char*> pointers;
-   for (auto& word : words) {
-      pointers.push_back(word.data());
+pid_t started(std::vector<std::string> arguments, const std::string& in, const std::string& out,
+              const std::string& err) {
+   arguments.insert(arguments.begin(), "rtrie");
+   std::vector<char*> words;
+   for (auto& argument : arguments) {
+      words.push_back(argument.data());
    }
-   pointers.push_back(nullptr);
+   words.push_back(nullptr);
 
    posix_spawn_file_actions_t files;
    posix_spawn_file_actions_init(&files);
@@ -126,11 +121,20 @@ Ran rtrie(const std::vector<std::string>& arguments, std::string_view input) {
    posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, out.c_str(), O_WRONLY, 0);
    posix_spawn_file_actions_addopen(&files, STDERR_FILENO, err.c_str(), O_WRONLY, 0);
    pid_t child = 0;
-   const int failed = posix_spawn(&child, RTRIE_PROGRAM, &files, nullptr, pointers.data(), environ);
+   const int failed = posix_spawn(&child, RTRIE_PROGRAM, &files, nullptr, words.data(), environ);
    posix_spawn_file_actions_destroy(&files);
    if (failed != 0) {
       throw std::runtime_error("cannot run " RTRIE_PROGRAM);
    }
+   return child;
+}
+
+Ran rtrie(const std::vector<std::string>& arguments, std::string_view input) {
+   const Folder folder;
+   const auto in = folder.file("in", input);
+   const auto out = folder.file("out", "");
+   const auto err = folder.file("err", "");
+   const pid_t child = started(arguments, in, out, err);
    int status = 0;
    rusage usage{};
    wait4(child, &status, 0, &usage);

@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/types.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <string>
@@ -47,6 +49,9 @@ struct Ran {
    std::uint64_t peakBytes = 0;  // of memory, at the most
 };
 
+// Starts the built program with files for its three channels, and returns its process, which is the caller's to wait for.
+pid_t started(std::vector<std::string> arguments, const std::string& in, const std::string& out,
+              const std::string& err);
 // Runs the built program to its end.
 Ran rtrie(const std::vector<std::string>& arguments, std::string_view input = "");
 
