@@ -225,7 +225,8 @@ class basic_shared_table {
          std::swap(last, other.last);
       }
    };
-   static constexpr unsigned mostRecordsFreed = 8;  // with one change
+   static constexpr unsigned mostRecordsFreed = 8;        // with one change
+   static constexpr std::size_t enoughWaits = 384 << 10;  // bytes
 
    const questions_type* newest() const noexcept { return &current_.load(std::memory_order_acquire)->routes; }
    template <class Visit>
@@ -250,15 +251,21 @@ class basic_shared_table {
       open_.add(before);
       ++oldRecords_;
       publishStores();
-      close();
+      close(false);
    }
-   // What has been replaced by now waits for those who are reading now, unless something waits already.
-   void close() noexcept {
-      if (!grace_.isUnderWay() && closed_.first == nullptr && open_.first != nullptr) {
+   // What has been replaced by now waits for those who are reading now, unless something waits already. To wake the thread that waits costs
+   // as much as a few changes, so that is put off while little waits: what a processor's own cache has room for.
+   void close(bool all) noexcept {
+      if (!grace_.isUnderWay() && closed_.first == nullptr && open_.first != nullptr && (all || isEnough())) {
          closed_.swap(open_);
          stores([](Impl::Store& store) { store.close(); });
          grace_.begin();
       }
+   }
+   bool isEnough() const noexcept {
+      std::size_t bytes = oldRecords_ * sizeof(Record);
+      stores([&](const Impl::Store& store) { bytes += store.waitingBytes(); });
+      return bytes >= enoughWaits || open_.last->replaced;
    }
    bool isFreeing() const noexcept {
       bool is = ready_.first != nullptr;
@@ -283,12 +290,12 @@ class basic_shared_table {
       if (!isFreeing() && grace_.isOver()) {
          ready_.swap(closed_);
          stores([](Impl::Store& store) { store.readersHaveGone(); });
-         close();
+         close(all);
          if (all) {
             tend(true);
          }
       } else if (all) {
-         close();
+         close(true);
       }
    }
    std::size_t pending() const noexcept {

@@ -7,14 +7,17 @@
 // `qsbr` would save these writes, and have each thread say now and then that it reads nothing, which a library cannot ask for; `memb`
 // would save one more read, and wants each thread registered, once, by whom it may be.
 //
-// Whether readers have gone is found out by liburcu's own thread, through call_rcu: nobody waits for it. (urcu_bp_synchronize_rcu() would
-// wait, and what asks without waiting came to liburcu after what Debian has.)
+// Whether readers have gone is found out by a thread of this library, one a process, which waits for them (urcu_bp_synchronize_rcu())
+// as soon as somebody wants to know and sleeps otherwise; nobody waits for it. liburcu's own, behind call_rcu, sleeps ten
+// milliseconds after each round, in which a writer that never rests leaves tens of megabytes, and so writes into memory that no
+// cache has. (What asks without waiting came to liburcu after what Debian has.)
 //
-// After fork() the child may read and write as before if the parent called urcu_bp_before_fork() and the like, as liburcu says.
+// After fork() the child may read and write as before if the parent called urcu_bp_before_fork() and the like, as liburcu says; it
+// gets a thread of its own with the first change.
 // Tested by tests/table/SharedTableTest.cpp, tests/property/SharedTableThreadsTest.cpp.
 #pragma once
 
-#include <cstddef>
+#include <cstdint>
 
 #include "routetrie/platform/Export.h"
 #include "routetrie/platform/Language.h"
@@ -33,11 +36,6 @@ class ROUTETRIE_EXPORT Readers {
 // Whether all who were reading at some moment have left. For one thread at a time.
 class ROUTETRIE_EXPORT Grace {
   public:
-   Grace();  // std::bad_alloc
-   Grace(const Grace&) = delete;
-   Grace& operator=(const Grace&) = delete;
-   ~Grace();
-
    // The moment is now. Requires: none is under way.
    void begin() noexcept;
    bool isUnderWay() const noexcept { return isUnderWay_; }
@@ -45,8 +43,7 @@ class ROUTETRIE_EXPORT Grace {
    bool isOver() noexcept;
 
   private:
-   struct Ticket;
-   Ticket* ticket_;  // shared with liburcu while one is under way
+   std::uint32_t moment_ = 0;  // the number that the process gave it
    bool isUnderWay_ = false;
 };
 

@@ -1,8 +1,10 @@
 #include "routetrie/table/Arena.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cstddef>
+#include <new>
 
 namespace routetrie::Impl {
 
@@ -55,6 +57,56 @@ unsigned listOf(U128 free, unsigned none) noexcept {
 }
 
 }  // namespace
+
+struct Arena::Turnover {
+   // Runs of one number of units that came back.
+   static constexpr unsigned sizes = 12;
+   std::vector<U32> back[sizes];
+   U32 backUnits = 0;  // of all of them
+
+   // What was given out in a batch.
+   static constexpr unsigned mostOwn = 24;
+   U64 batch = 0;
+   U8 ownCount = 0;
+   bool isFull = false;  // there was more
+   U8 ownUnits[mostOwn];
+   U32 own[mostOwn];
+
+   // Those that trees ask for: powers of two, and one and a half of them.
+   static constexpr U8 unitsOf[sizes] = {1, 2, 3, 4, 6, 8, 12, 16, 24, 32, 48, 64};
+   static constexpr U8 noSize = 255;
+   static unsigned sizeOf(unsigned units) noexcept {
+      static constexpr auto sizeOfUnits = [] {
+         std::array<U8, mostUnits + 1> result{};
+         result.fill(noSize);
+         U8 size = 0;
+         for (const U8 each : unitsOf) {
+            result[each] = size++;
+         }
+         return result;
+      }();
+      return units <= mostUnits ? sizeOfUnits[units] : noSize;
+   }
+};
+
+Arena::Following::Following(const Epochs& of) noexcept : epochs(of) {}
+
+Arena::Following::~Following() = default;
+
+void Arena::Following::startPublishing() {
+   if (turnover == nullptr) {
+      turnover = std::make_unique<Turnover>();
+   }
+}
+
+const Epochs& Arena::epochs() const noexcept {
+   static constexpr Epochs none{};
+   return following_ != nullptr ? following_->epochs : none;
+}
+
+Arena::Arena(unsigned unitShift) noexcept : unitShift_(static_cast<U8>(unitShift)) {}
+
+Arena::~Arena() { clear(); }
 
 Arena::Chunk& Arena::chunk(U32 block) const noexcept { return *static_cast<Chunk*>(Region::at(base_, block)); }
 
@@ -111,15 +163,29 @@ void Arena::setFree(U32 block, Chunk& c, U128 free, Lists& in) noexcept {
 U64 Arena::epochOf(U32 at) const noexcept { return epochOf(chunk(blockOf(at))); }
 
 bool Arena::owns(U32 at) const noexcept {
+   const Turnover* const turnover = this->turnover();
+   if (turnover != nullptr) {
+      if (turnover->batch != epochs().batch) {
+         return false;
+      }
+      for (unsigned i = turnover->ownCount; i-- != 0;) {
+         if (at - turnover->own[i] < turnover->ownUnits[i]) {
+            return true;
+         }
+      }
+      if (!turnover->isFull || !marksOwn()) {
+         return false;
+      }
+   }
    const U32 block = blockOf(at);
    const Chunk& c = chunk(block);
-   if (epochOf(c) <= epochs_->seen) {
+   if (epochOf(c) <= epochs().seen) {
       return false;
    }
-   if (epochs_->batch == 0) {
+   if (turnover == nullptr) {
       return true;
    }
-   if (!marksOwn() || c.isLong == 0 || c.batch != epochs_->batch) {
+   if (c.isLong == 0 || c.batch != epochs().batch) {
       return false;
    }
    const unsigned unit = at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);
@@ -146,7 +212,7 @@ void Arena::join(Lists& from, Lists& to) noexcept {
 U32 Arena::addChunk(unsigned units) {
    static_assert(sizeof(Chunk) == headerBytes && offsetof(Chunk, batch) == unmarkedBytes &&
                  offsetof(Chunk, epoch) == shortBytes);
-   const bool isLong = epochs_->now != 1 || epochs_->batch != 0;
+   const bool isLong = following_ != nullptr && (epochs().now != 1 || epochs().batch != 0);
    const std::size_t needed = std::bit_ceil(std::size_t{units + headerUnits(isLong)} << unitShift_);
    const std::size_t most = std::size_t{128} << unitShift_;
    const std::size_t wanted = std::clamp(std::bit_floor(heldBytes() / 4), Region::bytesOf(0), most);
@@ -159,7 +225,7 @@ U32 Arena::addChunk(unsigned units) {
    c.list = lists;
    c.blockClass = blockClass & 31;
    c.isLong = isLong ? 1 : 0;
-   c.epoch = epochs_->now;
+   c.epoch = epochs().now;
    c.nextOfAll = all_;
    if (all_ != 0) {
       chunk(all_).previousOfAll = block;
@@ -170,8 +236,7 @@ U32 Arena::addChunk(unsigned units) {
    return block;
 }
 
-U32 Arena::allocate(unsigned units) {
-   Region::mayFail();
+U32 Arena::allocateInChunk(unsigned units) {
    U32 block = 0;
    for (auto list = static_cast<unsigned>(std::bit_width(units - 1)); list < lists && block == 0; ++list) {
       block = lists_.first[list];
@@ -182,26 +247,101 @@ U32 Arena::allocate(unsigned units) {
    Chunk& c = chunk(block);
    const U128 free = c.freeBits();
    const int from = lowest(runsOf(free, units));
-   const U128 run = ones(units) << from;
-   setFree(block, c, free & ~run, lists_);
-   if (epochs_->batch != 0 && marksOwn() && c.isLong != 0) {
-      if (c.batch != epochs_->batch) {
-         c.batch = epochs_->batch;
-         c.own[0] = c.own[1] = 0;
-      }
-      c.own[0] |= static_cast<U64>(run);
-      c.own[1] |= static_cast<U64>(run >> 64);
-   }
-   usedUnits_ += units;
+   setFree(block, c, free & ~(ones(units) << from), lists_);
    return static_cast<U32>((std::size_t{block} << Region::unitShift >> unitShift_) + static_cast<unsigned>(from));
 }
 
+U32 Arena::allocate(unsigned units) {
+   Region::mayFail();
+   Turnover* const turns = turnover();
+   const U32 at = turns == nullptr ? allocateInChunk(units) : allocateOwn(*turns, units);
+   usedUnits_ += units;
+   return at;
+}
+
+U32 Arena::allocateOwn(Turnover& turnover, unsigned units) {
+   const unsigned size = Turnover::sizeOf(units);
+   U32 at = 0;
+   if (size != Turnover::noSize && !turnover.back[size].empty()) {
+      at = turnover.back[size].back();
+      turnover.back[size].pop_back();
+      turnover.backUnits -= units;
+   } else {
+      at = allocateInChunk(units);
+   }
+   if (turnover.batch != epochs().batch) {
+      turnover.batch = epochs().batch;
+      turnover.ownCount = 0;
+      turnover.isFull = false;
+   }
+   if (turnover.ownCount != Turnover::mostOwn) {
+      turnover.own[turnover.ownCount] = at;
+      turnover.ownUnits[turnover.ownCount++] = static_cast<U8>(units);
+   } else {
+      turnover.isFull = true;
+      if (marksOwn()) {
+         markOwn(at, units);
+      }
+   }
+   return at;
+}
+
+void Arena::markOwn(U32 at, unsigned units) noexcept {
+   const U32 block = blockOf(at);
+   Chunk& c = chunk(block);
+   if (c.isLong == 0) {
+      return;
+   }
+   const U128 run = ones(units) << (at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_));
+   if (c.batch != epochs().batch) {
+      c.batch = epochs().batch;
+      c.own[0] = c.own[1] = 0;
+   }
+   c.own[0] |= static_cast<U64>(run);
+   c.own[1] |= static_cast<U64>(run >> 64);
+}
+
+void Arena::recycle(U32 at, unsigned units) noexcept {
+   Turnover& turnover = *this->turnover();
+   const unsigned size = Turnover::sizeOf(units);
+   const bool mayWait = (std::size_t{turnover.backUnits + units} << unitShift_) <= (64 << 10) + heldBytes() / 8;
+   if (size != Turnover::noSize && mayWait) {
+      try {
+         turnover.back[size].push_back(at);
+         turnover.backUnits += units;
+         usedUnits_ -= units;
+         return;
+      } catch (const std::bad_alloc&) {
+         // The chunks need no memory for it.
+      }
+   }
+   release(at, units);
+}
+
+void Arena::settle() noexcept {
+   Turnover* const turns = turnover();
+   if (turns == nullptr) {
+      return;
+   }
+   for (unsigned size = 0; size < Turnover::sizes; ++size) {
+      for (const U32 at : turns->back[size]) {
+         giveBack(at, Turnover::unitsOf[size], lists_);
+      }
+      std::vector<U32>().swap(turns->back[size]);
+   }
+   turns->backUnits = 0;
+}
+
 void Arena::release(U32 at, unsigned units, Lists& in) noexcept {
+   usedUnits_ -= units;
+   giveBack(at, units, in);
+}
+
+void Arena::giveBack(U32 at, unsigned units, Lists& in) noexcept {
    const U32 block = blockOf(at);
    Chunk& c = chunk(block);
    const unsigned first = at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);
    const U128 free = c.freeBits() | ones(units) << first;
-   usedUnits_ -= units;
    const std::size_t bytes = Region::bytesOf(c.blockClass);
    if (free != (ones(static_cast<unsigned>(bytes >> unitShift_)) & ~ones(headerUnits(c)))) {
       setFree(block, c, free, in);
@@ -229,6 +369,13 @@ void Arena::clear() noexcept {
 }
 
 const char* Arena::audit(std::vector<Run> runs) const {
+   const Turnover* const turns = turnover();
+   const U32 backUnits = turns != nullptr ? turns->backUnits : 0;
+   for (unsigned size = 0; turns != nullptr && size < Turnover::sizes; ++size) {
+      for (const U32 at : turns->back[size]) {
+         runs.push_back({at, Turnover::unitsOf[size]});
+      }
+   }
    std::sort(runs.begin(), runs.end(), [](const Run& a, const Run& b) { return a.at < b.at; });
    std::size_t sum = 0;
    for (std::size_t i = 0; i < runs.size(); ++i) {
@@ -248,7 +395,7 @@ const char* Arena::audit(std::vector<Run> runs) const {
          return "a run is free";
       }
    }
-   if (sum != usedUnits_) {
+   if (sum != usedUnits_ + backUnits) {
       return "a run is held by nobody";
    }
    std::size_t held = 0;
@@ -263,7 +410,9 @@ const char* Arena::audit(std::vector<Run> runs) const {
          return "a chunk is in the wrong list";
       }
    }
-   return held != heldBytes() ? "chunks are counted wrong" : used != usedUnits_ ? "units are counted wrong" : "";
+   return held != heldBytes()              ? "chunks are counted wrong"
+          : used != usedUnits_ + backUnits ? "units are counted wrong"
+                                           : "";
 }
 
 }  // namespace routetrie::Impl

@@ -14,13 +14,18 @@
 // A tree has versions (Store.h), and a run must not be written while an older version than the one that is changed has it. A chunk
 // holds runs of one epoch, which is a number that grows with each snapshot: whatever lies in a chunk of an epoch that a snapshot has
 // seen is as old as that, and such a chunk gives out no runs, though it takes them back. Chunks from before the first snapshot need no
-// number for it: they are of epoch 1. Trees that publish a version with every
-// change note besides, a bit for each unit, which runs were given out since the last one; arenas of small units, where that would
-// not pay, say that none were.
+// number for it: they are of epoch 1.
+//
+// A tree that publishes a version with every change copies a few runs with each, and gets those of an earlier one back. Both go by
+// lists here (Turnover), and no chunk is looked at: its header is far away, and those beside it in its lists farther. Runs that came
+// back are given out again, those first that came last, which a cache may still have. And what was given out since the last version,
+// which the change may write, is found in a short list; if that is full, by a bit for each unit in the chunks. Arenas of small
+// units, where bits would not pay, say of what the list does not have that it is not.
 // Tested by tests/table/ArenaTest.cpp.
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "routetrie/table/Region.h"
@@ -45,10 +50,10 @@ class ROUTETRIE_EXPORT Arena {
       U32 last[lists]{};
    };
 
-   explicit Arena(unsigned unitShift) noexcept : unitShift_(static_cast<U8>(unitShift)) {}  // log2 of a unit's bytes
+   explicit Arena(unsigned unitShift) noexcept;  // log2 of a unit's bytes
    Arena(const Arena&) = delete;
    Arena& operator=(const Arena&) = delete;
-   ~Arena() { clear(); }
+   ~Arena();
 
    // Runs are known by the number of their first unit, counted from the region's base; never 0.
    U32 allocate(unsigned units);  // std::bad_alloc without memory
@@ -59,13 +64,29 @@ class ROUTETRIE_EXPORT Arena {
    void clear() noexcept;
 
    //--- versions
-   // From now on it goes by these, which live as long.
-   void follow(const Epochs& epochs) noexcept { epochs_ = &epochs; }
+   struct Turnover;
+   // What an arena of a tree that has had versions needs more.
+   struct Following {
+      explicit Following(const Epochs& of) noexcept;
+      ~Following();
+      // The versions are published from now on; std::bad_alloc.
+      void startPublishing();
+
+      const Epochs& epochs;
+      std::unique_ptr<Turnover> turnover;  // of one that publishes
+   };
+   // From now on it goes by this, which lives as long.
+   void follow(Following& following) noexcept { following_ = &following; }
+   // As release(), of a run that no snapshot has seen, in a tree that publishes: it is given out again soon.
+   void recycle(U32 at, unsigned units) noexcept;
+   // What waits to be given out again goes to the chunks.
+   void settle() noexcept;
    U64 epochOf(U32 at) const noexcept;
    // Whether nothing older than the version that is changed has the run that this unit is in.
    bool owns(U32 at) const noexcept;
    // A new epoch begins: the chunks of the one before go to the lists.
    void setAside(Lists& aside) noexcept {
+      settle();
       aside = lists_;
       lists_ = {};
    }
@@ -91,7 +112,9 @@ class ROUTETRIE_EXPORT Arena {
 
   private:
    struct Chunk;
-   static constexpr Epochs noEpochs{};
+
+   const Epochs& epochs() const noexcept;
+   Turnover* turnover() const noexcept { return following_ != nullptr ? following_->turnover.get() : nullptr; }
 
    Chunk& chunk(U32 block) const noexcept;
    U32 blockOf(U32 at) const noexcept {
@@ -103,13 +126,17 @@ class ROUTETRIE_EXPORT Arena {
    unsigned headerUnits(const Chunk& chunk) const noexcept;
    static U64 epochOf(const Chunk& chunk) noexcept;
    U32 addChunk(unsigned units);
+   U32 allocateInChunk(unsigned units);
+   U32 allocateOwn(Turnover& turnover, unsigned units);
+   void giveBack(U32 at, unsigned units, Lists& lists) noexcept;
+   void markOwn(U32 at, unsigned units) noexcept;
    bool marksOwn() const noexcept { return unitShift_ >= 5; }
    void link(U32 block, Chunk& chunk, Lists& lists) noexcept;
    void unlink(U32 block, Chunk& chunk, Lists& lists) noexcept;
    void setFree(U32 block, Chunk& chunk, U128 free, Lists& lists) noexcept;
 
    std::byte* base_ = nullptr;  // the region's; null while there is no chunk
-   const Epochs* epochs_ = &noEpochs;
+   Following* following_ = nullptr;
    Lists lists_;         // of chunks of epochs that no snapshot has seen
    U32 all_ = 0;         // list of all chunks
    U32 usedUnits_ = 0;   // in runs

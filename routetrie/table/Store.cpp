@@ -22,10 +22,10 @@ Store::Versions& Store::needVersions() {
    if (versions_ == nullptr) {
       Region::mayFail();
       versions_ = std::make_unique<Versions>();
-      nodes.follow(versions_->epochs);
-      values.follow(versions_->epochs);
+      nodes.follow(versions_->following[ofNodes]);
+      values.follow(versions_->following[ofValues]);
       if (pages_ != nullptr) {
-         pages_->follow(versions_->epochs);
+         pages_->follow(versions_->following[ofPages]);
       }
    }
    return *versions_;
@@ -35,9 +35,18 @@ void Store::needPages() {
    if (pages_ == nullptr) {
       pages_ = std::make_unique<Arena>(8);
       if (versions_ != nullptr) {
-         pages_->follow(versions_->epochs);
+         pages_->follow(versions_->following[ofPages]);
       }
    }
+}
+
+void Store::startPublishing() {
+   needVersions();
+   for (Arena::Following& following : versions_->following) {
+      following.startPublishing();
+   }
+   versions_->publishes = true;
+   publish();
 }
 
 void Store::publish() noexcept { ++versions_->epochs.batch; }
@@ -103,6 +112,10 @@ void Store::free(const Dead& dead) noexcept {
       versions_->keeper.destroy(versions_->keeper.slots.get(), dead.at);
       return;
    }
+   if (versions_->publishes && versions_->held.empty()) {
+      arena(dead.kind).recycle(dead.at, dead.units);
+      return;
+   }
    // Where a snapshot has seen the chunk, its lists are set aside.
    const auto by = versions_->held.lower_bound(epochOf(dead));
    if (by == versions_->held.end()) {
@@ -145,14 +158,12 @@ void Store::takeDropped() noexcept {
 void Store::tendSome(std::size_t most) noexcept {
    takeDropped();
    std::size_t left = most;
-   for (; left != 0 && versions_->readyFrom != versions_->ready.size(); --left) {
-      const Dead& dead = versions_->ready[versions_->readyFrom++];
+   // What was used last first: a cache may still have it.
+   for (; left != 0 && !versions_->ready.empty(); --left) {
+      const Dead dead = versions_->ready.back();
+      versions_->ready.pop_back();
       versions_->waitingBytes -= bytesOf(dead);
       free(dead);
-   }
-   if (versions_->readyFrom == versions_->ready.size()) {
-      versions_->ready.clear();
-      versions_->readyFrom = 0;
    }
    try {
       while (left != 0 && versions_->leaving != nullptr) {
@@ -180,6 +191,11 @@ void Store::tendSome(std::size_t most) noexcept {
    }
    // Who frees all is at rest, and will need no room for notes for a while.
    if (most == ~std::size_t{0}) {
+      nodes.settle();
+      values.settle();
+      if (pages_ != nullptr) {
+         pages_->settle();
+      }
       for (std::vector<Dead>* notes : {&versions_->open, &versions_->closed, &versions_->ready}) {
          if (notes->empty()) {
             std::vector<Dead>().swap(*notes);
@@ -227,9 +243,8 @@ bool Store::close() noexcept {
 
 void Store::readersHaveGone() noexcept {
    // What went before is freed first, whether or not there is time for it.
-   tendSome(versions_->readyFrom != versions_->ready.size() ? ~std::size_t{0} : 0);
+   tendSome(versions_->ready.empty() ? 0 : ~std::size_t{0});
    versions_->ready.swap(versions_->closed);
-   versions_->readyFrom = 0;
 }
 
 //--- for statistics and audits ---
@@ -276,10 +291,10 @@ void Store::addDead(Kind kind, std::vector<Arena::Run>& runs) const {
    if (versions_ == nullptr) {
       return;
    }
-   const auto add = [&](const std::vector<Dead>& notes, std::size_t from = 0) {
-      for (; from < notes.size(); ++from) {
-         if (notes[from].kind == kind) {
-            runs.push_back({notes[from].at, notes[from].units});
+   const auto add = [&](const std::vector<Dead>& notes) {
+      for (const Dead& dead : notes) {
+         if (dead.kind == kind) {
+            runs.push_back({dead.at, dead.units});
          }
       }
    };
@@ -291,7 +306,7 @@ void Store::addDead(Kind kind, std::vector<Arena::Run>& runs) const {
    }
    add(versions_->open);
    add(versions_->closed);
-   add(versions_->ready, versions_->readyFrom);
+   add(versions_->ready);
 }
 
 }  // namespace routetrie::Impl

@@ -110,10 +110,7 @@ class ROUTETRIE_EXPORT Store {
    //--- publishing
 
    // Once; std::bad_alloc.
-   void startPublishing() {
-      needVersions().publishes = true;
-      publish();
-   }
+   void startPublishing();
    // A version that readers may see has been published.
    void publish() noexcept;
    // Readers that come from now on can not see what is retired by now. False: it waits for those of another time, or nothing does.
@@ -121,7 +118,7 @@ class ROUTETRIE_EXPORT Store {
    // Those of the time of close() have gone.
    void readersHaveGone() noexcept;
    // What readers have let go is still being freed, a little with each change.
-   bool isFreeing() const noexcept { return versions_->readyFrom != versions_->ready.size(); }
+   bool isFreeing() const noexcept { return !versions_->ready.empty(); }
 
    //--- for statistics and audits
 
@@ -154,13 +151,14 @@ class ROUTETRIE_EXPORT Store {
       std::unique_ptr<Held> leaving;              // dropped, with runs that may have to be freed
       std::atomic<Held*> dropped{nullptr};
       Epochs epochs;
+      Arena::Following following[arenas]{Arena::Following(epochs), Arena::Following(epochs),
+                                         Arena::Following(epochs)};
       Keeper keeper;
       std::size_t deadBytes[arenas + 1]{};
       std::size_t waitingBytes = 0;
       std::vector<Dead> open;
       std::vector<Dead> closed;
       std::vector<Dead> ready;
-      std::size_t readyFrom = 0;
       U32 lostIndex = 0;
       bool publishes = false;
 
