@@ -231,7 +231,7 @@ std::vector<typename Test::P> world(Test& test, unsigned shape, std::size_t size
 }
 
 TYPED_TEST(CompiledProperty, AnswersAsTheTableInRandomWorlds) {
-   const std::size_t worlds = sized<std::size_t>(40, 160, 2000);
+   const std::size_t worlds = sized<std::size_t>(40, 160, 800);
    for (std::size_t i = 0; i < worlds; ++i) {
       const auto shape = static_cast<unsigned>(i % 8);
       const std::size_t size = std::size_t{1} << this->random() % sized<unsigned>(9, 12, 14);

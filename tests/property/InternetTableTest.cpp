@@ -93,7 +93,7 @@ class InternetTableTest : public testing::Test {
          }
          ASSERT_EQ(routes.size(), engine.routes());
          ASSERT_EQ("", engine.audit());
-         ASSERT_EQ("", ask(engine, routes, sized<std::size_t>(20'000, 100'000, 500'000), seed + 1));
+         ASSERT_EQ("", ask(engine, routes, sized<std::size_t>(20'000, 100'000, 200'000), seed + 1));
 
          std::shuffle(routes.begin(), routes.end(), random);
          std::size_t deleted = 0;

@@ -118,7 +118,7 @@ TEST(MultibitInternet, wholeTableAgreesWithThePatriciaTrie) {
             ASSERT_EQ("", found);
          }
       };
-      const auto many = sized<std::size_t>(20'000, 300'000, 1'000'000);
+      const auto many = sized<std::size_t>(20'000, 300'000, 400'000);
       ask(&Pair::longestMatchFault, many);
       ask(&Pair::exactFault, many);
       ask(&Pair::parentFault, many);

@@ -316,7 +316,7 @@ TEST(SharedTableThreads, valuesInSlots) {
          }
       });
    }
-   const auto changes = sized<std::uint32_t>(1000, 5000, 200'000);
+   const auto changes = sized<std::uint32_t>(1000, 5000, 60'000);
    for (std::uint32_t n = 0; n < changes; ++n) {
       const prefix4& p = world.prefixes[random() % world.prefixes.size()];
       switch (random() % 3) {
@@ -425,7 +425,7 @@ TEST(SnapshotThreads, areReadAndDroppedOnOtherThreads) {
    }
    std::mt19937_64 random(seed());
    std::optional<table4<std::string>> t(std::in_place);
-   const auto changes = sized<std::uint32_t>(1500, 8000, 200'000);
+   const auto changes = sized<std::uint32_t>(1500, 8000, 60'000);
    for (std::uint32_t n = 0; n < changes; ++n) {
       const auto p = prefix4::cut(prefix4::Bits(static_cast<std::uint32_t>(random() % 64) << 20),
                                   12u + static_cast<unsigned>(random() % 4));

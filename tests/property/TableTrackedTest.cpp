@@ -22,8 +22,8 @@ class TableTrackedTest : public TrackedSession<Table> {};
 using Tables = testing::Types<table4<Hop>, table6<Hop>>;
 TYPED_TEST_SUITE(TableTrackedTest, Tables);
 
-TYPED_TEST(TableTrackedTest, watchesAreToldWhatASlowModelFinds) { this->run(0, sized(4, 6, 60)); }
-TYPED_TEST(TableTrackedTest, watchesWhoseFunctionsChangeTheTable) { this->run(12, sized(4, 6, 60)); }
+TYPED_TEST(TableTrackedTest, watchesAreToldWhatASlowModelFinds) { this->run(0, sized(4, 6, 24)); }
+TYPED_TEST(TableTrackedTest, watchesWhoseFunctionsChangeTheTable) { this->run(12, sized(4, 6, 24)); }
 
 // Of one change at a time, without functions that do more: each watch whose answer changes is told once and no other.
 TYPED_TEST(TableTrackedTest, oneChangeIsToldOnce) {
@@ -73,7 +73,7 @@ TYPED_TEST(TableTrackedTest, journalsBringReadersUpToDate) {
    std::size_t late = 0;
    std::size_t inTime = 0;
    this->table.keep_changes(40);
-   for (int i = sized(200, 5000, 100'000); i-- != 0;) {
+   for (int i = sized(200, 5000, 30'000); i-- != 0;) {
       this->below(10) == 0 ? this->changeMany() : this->change();
       Reader& reader = readers[this->below(4)];
       if (this->below(10) != 0) {
