@@ -91,6 +91,8 @@ using ObjectOr = std::conditional_t<std::is_void_v<T>, char, T>;
 template <class X, class P>
 concept AskedOf = std::same_as<X, P> || std::same_as<X, typename P::AddressType>;
 
+struct Twins;
+
 template <unsigned width>
 using PrefixOfWidth = std::conditional_t<width == 32, prefix4, prefix6>;
 
@@ -347,9 +349,36 @@ class basic_questions {
    template <class X, class Test>
    explanation<prefix_type, T> explainIf(const X& x, Test&& test) const;
 
+   friend struct Impl::Twins;
+
    Tree tree_;
    [[no_unique_address]] Values values_;
 };
+
+namespace Impl {
+
+// What two tables share, for who compares them.
+struct Twins {
+   // Whether equal bytes are equal values in both.
+   template <unsigned width, class T>
+   static bool mayAsk(const basic_questions<width, T>& a, const basic_questions<width, T>& b) noexcept {
+      return a.values_.sharesWith(b.values_);
+   }
+   // Sets `p` to the first place at or behind it where their routes may differ; false: there is none. Requires: mayAsk().
+   template <unsigned width, class T>
+   static bool next(const basic_questions<width, T>& a, const basic_questions<width, T>& b,
+                    PrefixOfWidth<width>& p) noexcept {
+      auto bits = p.bits();
+      unsigned length = p.len();
+      if (!a.tree_.nextDifference(b.tree_, bits, length)) {
+         return false;
+      }
+      p = PrefixOfWidth<width>::ofValid(typename PrefixOfWidth<width>::AddressType(bits), length);
+      return true;
+   }
+};
+
+}  // namespace Impl
 
 //--- iterators ---
 

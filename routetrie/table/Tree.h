@@ -157,6 +157,16 @@ class ROUTETRIE_EXPORT Tree {
    bool seekBefore(Cursor& cursor, Bits bits, unsigned length) const noexcept;  // the last before
    bool next(Cursor& cursor) const noexcept { return nextInNode(cursor) || nextFromNode(cursor); }
    bool previous(Cursor& cursor) const noexcept;
+   // The first place at or behind one where the routes of this tree and of another may differ, or the bytes of their values; false: there is
+   // none. Nothing that the two share is looked at, so that it is found fast for a tree and an earlier version of it.
+   //
+   // That is exact, as equal numbers are equal contents. A run lies at one place in the region, and is written only by a tree which nobody
+   // else has it of: so where two nodes tell the same bits and have the same numbers, all that is under them is one and the same. A
+   // node that a tree has written in place since a version was taken of it lies in a run which that version does not have, so all nodes
+   // on the way to it are in other runs than the version's, and are looked at.
+   //
+   // Values are compared by their bytes. Requires: they are of one type; numbers of slots, of the same slots.
+   bool nextDifference(const Tree& other, Bits& bits, unsigned& length) const noexcept;
 
    //--- changes: what raises has changed nothing
 
@@ -202,6 +212,7 @@ class ROUTETRIE_EXPORT Tree {
    class Change;
    class Insertion;
    class Walk;
+   class Twins;
    class Audit;
    class Census;
 

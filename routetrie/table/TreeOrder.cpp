@@ -1,55 +1,10 @@
-// Steps through the routes in order. In a node, routes and children stand in one order: a child follows the routes that cover it
-// and the route of its own six bits. Their codes:
-//
-//    half << 7 | place << 1            a route
-//    half << 7 | place << 1 | 1        the child of the six bits that end at `place`
-#include "routetrie/table/Tree.h"
+// Steps through the routes in order.
+#include "routetrie/table/TreeCodes.h"
 
 namespace routetrie::Impl {
 
 namespace {
 
-constexpr unsigned none = ~0u;
-constexpr unsigned codes = 256;  // behind all of them
-constexpr unsigned codesInHalf = 126;
-
-unsigned chunkOfCode(unsigned code) noexcept { return code >> 7 << 5 | places[code >> 1 & 63].low; }
-
-// Of the five bits of a child, the place of the same six bits.
-constexpr auto fullPlace = [] {
-   std::array<U8, 32> result{};
-   for (unsigned place = 0; place < 63; ++place) {
-      if (places[place].length == stride) {
-         result[places[place].low] = static_cast<U8>(place);
-      }
-   }
-   return result;
-}();
-
-unsigned childCode(unsigned chunk) noexcept { return chunk >> 5 << 7 | unsigned{fullPlace[chunk & 31]} << 1 | 1; }
-
-// The first code from this one on that stands for something; the last one before it.
-ROUTETRIE_INLINE unsigned codeFrom(const Node& n, unsigned code) noexcept {
-   unsigned in = code & 127;
-   for (unsigned half = code >> 7; half < 2; ++half, in = 0) {
-      const unsigned firstRoute = (in + 1) >> 1;
-      const U64 routes = n.routes[half] >> firstRoute << firstRoute;
-      const unsigned firstChild = fullBefore[in >> 1];
-      const U64 children = childrenOf(n, half) >> firstChild << firstChild;
-      unsigned found = none;
-      if (routes != 0) {
-         found = static_cast<unsigned>(std::countr_zero(routes)) << 1;
-      }
-      if (children != 0) {
-         const unsigned child = unsigned{fullPlace[static_cast<unsigned>(std::countr_zero(children))]} << 1 | 1;
-         found = child < found ? child : found;
-      }
-      if (found != none) {
-         return half << 7 | found;
-      }
-   }
-   return none;
-}
 unsigned codeBefore(const Node& n, unsigned code) noexcept {
    for (unsigned half = 2; half-- != 0;) {
       if (code <= half << 7) {
@@ -58,19 +13,19 @@ unsigned codeBefore(const Node& n, unsigned code) noexcept {
       const unsigned in = code >> 7 > half ? codesInHalf : code & 127;
       const U64 routes = below(n.routes[half], (in + 1) >> 1);
       const U64 children = below(childrenOf(n, half), fullBefore[in >> 1]);
-      unsigned found = none;
+      unsigned found = noCode;
       if (routes != 0) {
          found = static_cast<unsigned>(63 - std::countl_zero(routes)) << 1;
       }
       if (children != 0) {
          const unsigned child = unsigned{fullPlace[static_cast<unsigned>(63 - std::countl_zero(children))]} << 1 | 1;
-         found = found == none || child > found ? child : found;
+         found = found == noCode || child > found ? child : found;
       }
-      if (found != none) {
+      if (found != noCode) {
          return half << 7 | found;
       }
    }
-   return none;
+   return noCode;
 }
 
 }  // namespace
@@ -117,7 +72,7 @@ class Tree<width>::Walk {
    bool go(unsigned code) noexcept {
       for (;;) {
          const unsigned found = forward ? codeFrom(node(), code) : codeBefore(node(), code);
-         if (found == none) {
+         if (found == noCode) {
             if (!leave<forward>(code)) {
                return nothing<forward>();
             }

@@ -147,6 +147,10 @@ class Values {
       slots_.reset();
       directory_ = nullptr;
    }
+   // Whether equal bytes in runs of the two are equal values: the number of one slot. The first chunk of slots never moves.
+   bool sharesWith(const Values& other) const noexcept {
+      return directory_ != nullptr && other.directory_ != nullptr && directory_[0] == other.directory_[0];
+   }
    std::size_t bytes() const noexcept { return slots_ != nullptr ? sizeof *slots_ + slots_->bytes() : 0; }
    void swap(Values& other) noexcept {
       std::swap(directory_, other.directory_);
@@ -213,6 +217,7 @@ class Values<T> {
    void copyFrom(const Values&, bool, Each&&) noexcept {}
    Values frozen() const noexcept { return {}; }
    void forget() noexcept {}
+   bool sharesWith(const Values&) const noexcept { return true; }
    std::size_t bytes() const noexcept { return 0; }
    void swap(Values&) noexcept {}
 };
@@ -229,6 +234,7 @@ class Values<void> {
    void copyFrom(const Values&, bool, Each&&) noexcept {}
    Values frozen() const noexcept { return {}; }
    void forget() noexcept {}
+   bool sharesWith(const Values&) const noexcept { return true; }
    std::size_t bytes() const noexcept { return 0; }
    void swap(Values&) noexcept {}
 };
