@@ -9,6 +9,11 @@
 //    what is p:           each prefix is put in at the last step up to its length; p is looked for there
 //    what lies over p:    the same; p is looked for at all steps
 //
+// Only steps are asked at which something was put in. Who watches /24s, say, is found by one word.
+//
+// A large filter has a small one before it, which a near cache has: a bit for the first 16 bits of an IPv4 prefix, 32 of an IPv6 one,
+// whatever is longer. Watches mostly lie together.
+//
 // With 16 bits for each of them and three set, some 2 of 100 answers are "maybe" for nothing. Nothing is taken out: who fills it
 // makes it anew when it is full.
 // Tested by tests/table/PrefixFilterTest.cpp, tests/property/TableTrackedTest.cpp.
@@ -20,6 +25,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "routetrie/platform/Corenet/AddressFamily.h"
 #include "routetrie/prefix.h"
@@ -32,33 +38,38 @@ class PrefixFilter {
   public:
    // Room for so many prefixes at so many steps, at least. It is empty then.
    void reset(std::size_t entries) {
-      const std::size_t words = std::bit_ceil(std::max<std::size_t>(8, entries / entriesAWord + 1));
+      const std::size_t words = std::bit_ceil(std::max<std::size_t>(8, (entries + entriesAWord - 1) / entriesAWord));
+      auto near = words >= nearWords ? std::make_unique<U64[]>(nearWords) : nullptr;
       std::make_unique<U64[]>(words).swap(words_);
+      near_ = std::move(near);
       shift_ = static_cast<unsigned>(64 - std::countr_zero(words));
       entries_ = 0;
+      steps4Used_ = steps6Used_ = 0;
       room_ = words * entriesAWord;
    }
    bool isFull() const noexcept { return entries_ >= room_; }
-   std::size_t bytes() const noexcept { return room_ / entriesAWord * sizeof(U64); }
+   std::size_t bytes() const noexcept {
+      return (room_ / entriesAWord + (near_ != nullptr ? nearWords : 0)) * sizeof(U64);
+   }
 
    // Requires: reset() was called.
    template <any_prefix P>
    void addAllSteps(const P& p) noexcept {
       ofOneFamily(p, [this](const auto& q) {
          for (unsigned step = 0; step <= lastStep(q); ++step) {
-            put(hash(q, step));
+            this->put(q, step);
          }
       });
    }
    template <any_prefix P>
    void addLastStep(const P& p) noexcept {
-      ofOneFamily(p, [this](const auto& q) { put(hash(q, lastStep(q))); });
+      ofOneFamily(p, [this](const auto& q) { this->put(q, lastStep(q)); });
    }
    template <any_prefix P>
    bool mayHaveLastStep(const P& p) const noexcept {
       bool may = false;
       if (words_ != nullptr) {
-         ofOneFamily(p, [&](const auto& q) { may = has(hash(q, lastStep(q))); });
+         ofOneFamily(p, [&](const auto& q) { may = has(q, lastStep(q)); });
       }
       return may;
    }
@@ -67,8 +78,9 @@ class PrefixFilter {
       bool may = false;
       if (words_ != nullptr) {
          ofOneFamily(p, [&](const auto& q) {
-            for (unsigned step = 0; step <= lastStep(q); ++step) {
-               may |= has(hash(q, step));
+            const std::uint32_t upTo = (std::uint32_t{2} << lastStep(q)) - 1;
+            for (std::uint32_t rest = stepsUsed(q) & upTo; rest != 0; rest &= rest - 1) {
+               may |= has(q, static_cast<unsigned>(std::countr_zero(rest)));
             }
          });
       }
@@ -77,6 +89,7 @@ class PrefixFilter {
 
   private:
    static constexpr std::size_t entriesAWord = 4;
+   static constexpr std::size_t nearWords = 1024;  // for 16 bits
 
    template <class F>
    static void ofOneFamily(const prefix& p, F&& f) noexcept {
@@ -124,6 +137,36 @@ class PrefixFilter {
    static U64 bitsOf(U64 hash) noexcept {
       return U64{1} << (hash & 63) | U64{1} << (hash >> 6 & 63) | U64{1} << (hash >> 12 & 63);
    }
+   std::uint32_t stepsUsed(const prefix4&) const noexcept { return steps4Used_; }
+   std::uint32_t stepsUsed(const prefix6&) const noexcept { return steps6Used_; }
+   void useStep(const prefix4&, unsigned step) noexcept { steps4Used_ |= std::uint32_t{1} << step; }
+   void useStep(const prefix6&, unsigned step) noexcept { steps6Used_ |= std::uint32_t{1} << step; }
+   template <class P>
+   void put(const P& p, unsigned step) noexcept {
+      useStep(p, step);
+      if (near_ != nullptr && isFar(p, step)) {
+         const unsigned bit = nearBit(p);
+         near_[bit / 64] |= U64{1} << bit % 64;
+      }
+      put(hash(p, step));
+   }
+   template <class P>
+   bool has(const P& p, unsigned step) const noexcept {
+      if (near_ != nullptr && isFar(p, step)) {
+         const unsigned bit = nearBit(p);
+         if ((near_[bit / 64] >> bit % 64 & 1) == 0) {
+            return false;
+         }
+      }
+      return has(hash(p, step));
+   }
+   // Whether what is put in at the step has the bits that the small filter goes by.
+   static bool isFar(const prefix4&, unsigned step) noexcept { return steps4[step] >= 16; }
+   static bool isFar(const prefix6&, unsigned step) noexcept { return steps6[step] >= 32; }
+   static unsigned nearBit(const prefix4& p) noexcept { return p.bits().word() >> 16; }
+   static unsigned nearBit(const prefix6& p) noexcept {
+      return static_cast<unsigned>(spread(static_cast<U64>(p.bits().word() >> 96)) >> 48);
+   }
    void put(U64 hash) noexcept {
       U64& word = words_[hash >> shift_];
       const U64 more = word | bitsOf(hash);
@@ -136,9 +179,12 @@ class PrefixFilter {
    }
 
    std::unique_ptr<U64[]> words_;  // a power of two of them
+   std::unique_ptr<U64[]> near_;   // null: the filter is small
    unsigned shift_ = 63;
    std::size_t entries_ = 0;  // that were not there before
    std::size_t room_ = 0;
+   std::uint32_t steps4Used_ = 0;  // a bit for each at which something was put in
+   std::uint32_t steps6Used_ = 0;
 };
 
 }  // namespace routetrie::Impl
