@@ -53,7 +53,8 @@
 // is as any other; and where a run is the tree's own, so is all that leads to it. Where there are no versions, nothing of this happens.
 //
 // A tree that publishes gives away a version with each change or batch of them, so each begins with nothing of its own. To copy less,
-// its index has no marked numbers.
+// its index has no marked numbers; and in IPv6 the first page of it, which has 16 KiB, is in parts of 64 numbers, found by a page of as
+// many.
 // Tested by tests/table/TreeTest.cpp, tests/table/TreeRandomTest.cpp, tests/property/TableRandomTest.cpp.
 #pragma once
 
@@ -228,6 +229,8 @@ class ROUTETRIE_EXPORT Tree {
    static constexpr std::size_t indexFrom = width == 32 ? 32768 : 8192, indexUntil = indexFrom / 4;  // routes
    static constexpr std::size_t indexBytesARoute = width == 32 ? 40 : 16;  // pages are made while they cost no more
 
+   static constexpr unsigned partBits = 6, partUnits = 1;  // of a first page in parts
+
    static constexpr unsigned pageUnits = pageBytes >> Region::unitShift, topUnits = topBytes >> Region::unitShift;
 
    ROUTETRIE_INLINE const Node* nodes() const noexcept {
@@ -297,6 +300,18 @@ class ROUTETRIE_EXPORT Tree {
    Match matchByLibrary(Bits address) const noexcept;
 
    //--- the index
+   bool hasParts() const noexcept { return width == 128 && publishes_; }
+   unsigned topRoom() const noexcept { return hasParts() ? partUnits : topUnits; }
+   // What a first page says of these first bits.
+   ROUTETRIE_INLINE U32 topAt(U32 top, U32 bits) const noexcept {
+      if constexpr (width == 128) {
+         if (publishes_) {
+            return page(page(top)[bits >> partBits])[bits & ((1u << partBits) - 1)];
+         }
+      }
+      return page(top)[bits];
+   }
+   U32& ownTopAt(U32 bits);  // of the index, to be written; std::bad_alloc
    U32* page(U32 block) const noexcept { return static_cast<U32*>(Region::at(base_, block)); }
    U32* slotOf(Bits bits) const noexcept;  // null: no page
    U32* ownSlotOf(Bits bits) noexcept;     // the same, to be written; without memory for that, the index goes
@@ -307,6 +322,7 @@ class ROUTETRIE_EXPORT Tree {
    void standings(U32 at, unsigned depth, Bits bits, Bits within, unsigned shared, Visit&& visit) const;
    void buildIndex() noexcept;
    void dropIndex() noexcept;
+   void dropLostIndex() noexcept;
    void fillPage(Bits bits) noexcept;
    void writeGroup(U32* slots, const Node& n) noexcept;
    void touchGroup(Bits bits) noexcept;                                    // what these bits lead to may have changed
@@ -357,14 +373,14 @@ class ROUTETRIE_EXPORT Tree {
 
 template <unsigned width>
 ROUTETRIE_INLINE U32 Tree<width>::indexed(Bits address) const noexcept {
-   const auto* const blocks = static_cast<const U32*>(Region::at(base_, index_));
    if constexpr (width == 32) {
       const U32 word = address.word();
-      const auto* const slots = static_cast<const U32*>(Region::at(base_, blocks[word >> 23]));
+      const auto* const slots = static_cast<const U32*>(Region::at(base_, topAt(index_, word >> 23)));
       return slots[word >> 14 & 511];
    } else {
       const auto high = static_cast<U64>(address.word() >> 64);
-      const auto* const middle = static_cast<const U32*>(Region::at(base_, blocks[high >> 52]));
+      const auto* const middle =
+         static_cast<const U32*>(Region::at(base_, topAt(index_, static_cast<U32>(high >> 52))));
       const auto* const slots = static_cast<const U32*>(Region::at(base_, middle[high >> 43 & 511]));
       return slots[high >> 34 & 511];
    }

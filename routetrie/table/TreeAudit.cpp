@@ -160,7 +160,7 @@ class Tree<width>::Audit {
          }
       };
       for (unsigned i = 0; i < 1u << topBits; ++i) {
-         const U32 block = tree_.page(tree_.index_)[i];
+         const U32 block = tree_.topAt(tree_.index_, i);
          if (block == 0) {
             continue;
          }
@@ -186,9 +186,14 @@ class Tree<width>::Audit {
       if (top == 0) {
          return;
       }
-      hold(pageRuns_, top, topUnits);
+      hold(pageRuns_, top, tree_.topRoom());
+      for (unsigned i = 0; tree_.hasParts() && i < 1u << (topBits - partBits); ++i) {
+         if (const U32 part = tree_.page(top)[i]; part != 0) {
+            hold(pageRuns_, part, partUnits);
+         }
+      }
       for (unsigned i = 0; i < 1u << topBits; ++i) {
-         const U32 block = tree_.page(top)[i];
+         const U32 block = tree_.topAt(top, i);
          if (block == 0) {
             continue;
          }

@@ -104,7 +104,10 @@ ROUTETRIE_WIDE void Tree<width>::burstByEight(const Bits* addresses, const void*
       }
       high[e] = _mm512_load_si512(words);
       const __m512i first = _mm512_srli_epi64(high[e], 64 - topBits);
-      const __m512i pages = words32(page(index_), _mm512_slli_epi64(first, 2));
+      const __m512i pages =
+         hasParts() ? slots(base_, words32(page(index_), _mm512_slli_epi64(_mm512_srli_epi64(first, partBits), 2)),
+                            _mm512_and_si512(first, low6), 0)
+                    : words32(page(index_), _mm512_slli_epi64(first, 2));
       __m512i number;
       if constexpr (width == 32) {
          number = slots(base_, pages, high[e], 46);

@@ -10,13 +10,12 @@ namespace routetrie::Impl {
 
 template <unsigned width>
 U32* Tree<width>::slotOf(Bits bits) const noexcept {
-   const U32* const blocks = page(index_);
    if constexpr (width == 32) {
-      const U32 block = blocks[bits.word() >> 23];
+      const U32 block = topAt(index_, bits.word() >> 23);
       return block != 0 ? page(block) + (bits.word() >> 14 & 511) : nullptr;
    } else {
       const auto high = static_cast<U64>(bits.word() >> 64);
-      const U32 middle = blocks[high >> 52];
+      const U32 middle = topAt(index_, static_cast<U32>(high >> 52));
       const U32 block = middle != 0 ? page(middle)[high >> 43 & 511] : 0;
       return block != 0 ? page(block) + (high >> 34 & 511) : nullptr;
    }
@@ -63,13 +62,11 @@ U32* Tree<width>::openPage(Bits bits) noexcept {
       ++pages_;
    };
    try {
-      ownPage(index_, topUnits);
-      U32* blocks = page(index_);
       if constexpr (width == 32) {
-         open(blocks[bits.word() >> 23]);
+         open(ownTopAt(bits.word() >> 23));
       } else {
          const auto high = static_cast<U64>(bits.word() >> 64);
-         U32& middle = blocks[high >> 52];
+         U32& middle = ownTopAt(static_cast<U32>(high >> 52));
          if (middle == 0) {
             open(middle);
          } else {
@@ -83,23 +80,29 @@ U32* Tree<width>::openPage(Bits bits) noexcept {
    return slotOf(bits);
 }
 
+// Tries to give back an index whose pages could not be retired.
 template <unsigned width>
-void Tree<width>::buildIndex() noexcept {
+void Tree<width>::dropLostIndex() noexcept {
    if (store_ != nullptr && store_->lostIndex() != 0) {
       index_ = store_->lostIndex();
       store_->loseIndex(0);
       dropIndex();
    }
+}
+
+template <unsigned width>
+void Tree<width>::buildIndex() noexcept {
+   dropLostIndex();
    if (root_ == 0 || store_->lostIndex() != 0) {
       return;
    }
    try {
       store_->needPages();
-      index_ = store_->pages().allocate(topUnits);
+      index_ = store_->pages().allocate(topRoom());
    } catch (const std::bad_alloc&) {
       return;
    }
-   std::memset(page(index_), 0, topBytes);
+   std::memset(page(index_), 0, std::size_t{topRoom()} << Region::unitShift);
    pages_ = 0;
    standings(root_, 0, Bits(), Bits(), 0, [&](Bits bits, U32 at) {
       if ((at & aboveBit) == 0 && slotOf(bits) == nullptr && openPage(bits) != nullptr) {
@@ -129,6 +132,23 @@ bool Tree<width>::ownPage(U32& block, unsigned units) {
 }
 
 template <unsigned width>
+U32& Tree<width>::ownTopAt(U32 bits) {
+   ownPage(index_, topRoom());
+   if (!hasParts()) {
+      return page(index_)[bits];
+   }
+   U32& part = page(index_)[bits >> partBits];
+   if (part == 0) {
+      const U32 made = store_->pages().allocate(partUnits);
+      std::memset(page(made), 0, std::size_t{partUnits} << Region::unitShift);
+      part = made;
+   } else {
+      ownPage(part, partUnits);
+   }
+   return page(part)[bits & ((1u << partBits) - 1)];
+}
+
+template <unsigned width>
 U32* Tree<width>::ownSlotOf(Bits bits) noexcept {
    if (!isVersioned()) {
       return slotOf(bits);
@@ -137,13 +157,11 @@ U32* Tree<width>::ownSlotOf(Bits bits) noexcept {
       return nullptr;
    }
    try {
-      ownPage(index_, topUnits);
-      U32* const blocks = page(index_);
       if constexpr (width == 32) {
-         ownPage(blocks[bits.word() >> 23], pageUnits);
+         ownPage(ownTopAt(bits.word() >> 23), pageUnits);
       } else {
          const auto high = static_cast<U64>(bits.word() >> 64);
-         U32& middle = blocks[high >> 52];
+         U32& middle = ownTopAt(static_cast<U32>(high >> 52));
          ownPage(middle, pageUnits);
          ownPage(page(middle)[high >> 43 & 511], pageUnits);
       }
@@ -162,27 +180,32 @@ void Tree<width>::dropIndex() noexcept {
    const U32 top = std::exchange(index_, 0);
    const U32 pages = std::exchange(pages_, 0);
    try {
-      store_->makeRoom(pages + 1 + Store::mostRetired);
+      store_->makeRoom(pages + 1 + (hasParts() ? 1u << (topBits - partBits) : 0) + Store::mostRetired);
    } catch (const std::bad_alloc&) {
       store_->loseIndex(top);
       pages_ = pages;
       return;
    }
-   const U32* const blocks = page(top);
    for (unsigned i = 0; i < 1u << topBits; ++i) {
-      if (blocks[i] == 0) {
+      const U32 first = topAt(top, i);
+      if (first == 0) {
          continue;
       }
       if constexpr (width == 128) {
          for (unsigned j = 0; j < 1u << pageBits; ++j) {
-            if (const U32 block = page(blocks[i])[j]; block != 0) {
+            if (const U32 block = page(first)[j]; block != 0) {
                store_->retire(Store::ofPages, block, pageUnits);
             }
          }
       }
-      store_->retire(Store::ofPages, blocks[i], pageUnits);
+      store_->retire(Store::ofPages, first, pageUnits);
    }
-   store_->retire(Store::ofPages, top, topUnits);
+   for (unsigned i = 0; hasParts() && i < 1u << (topBits - partBits); ++i) {
+      if (const U32 part = page(top)[i]; part != 0) {
+         store_->retire(Store::ofPages, part, partUnits);
+      }
+   }
+   store_->retire(Store::ofPages, top, topRoom());
 }
 
 // What the index has to say of all bits that share these up to the group's depth is told anew.
@@ -266,6 +289,8 @@ void Tree<width>::resizeIndex() noexcept {
 
 template U32* Tree<32>::slotOf(Bits) const noexcept;
 template U32* Tree<128>::slotOf(Bits) const noexcept;
+template U32& Tree<32>::ownTopAt(U32);
+template U32& Tree<128>::ownTopAt(U32);
 template U32* Tree<32>::ownSlotOf(Bits) noexcept;
 template U32* Tree<128>::ownSlotOf(Bits) noexcept;
 template bool Tree<32>::ownPage(U32&, unsigned);
@@ -274,6 +299,8 @@ template U32 Tree<32>::standing(Bits, unsigned) const noexcept;
 template U32 Tree<128>::standing(Bits, unsigned) const noexcept;
 template U32* Tree<32>::openPage(Bits) noexcept;
 template U32* Tree<128>::openPage(Bits) noexcept;
+template void Tree<32>::dropLostIndex() noexcept;
+template void Tree<128>::dropLostIndex() noexcept;
 template void Tree<32>::buildIndex() noexcept;
 template void Tree<128>::buildIndex() noexcept;
 template void Tree<32>::dropIndex() noexcept;

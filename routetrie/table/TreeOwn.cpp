@@ -1,5 +1,6 @@
 // Versions: how a tree is kept as it is while it changes, by copying what others have seen before it is written.
 #include <cstring>
+#include <new>
 
 #include "routetrie/table/Tree.h"
 
@@ -29,9 +30,13 @@ const std::shared_ptr<Store>& Tree<width>::store() {
 template <unsigned width>
 void Tree<width>::startPublishing() {
    needStore();
-   store_->startPublishing();
-   // It has other numbers from now on.
+   // It has another form from now on.
    dropIndex();
+   dropLostIndex();
+   if (store_->lostIndex() != 0) {
+      throw std::bad_alloc();
+   }
+   store_->startPublishing();
    publishes_ = true;
    if (size_ >= indexFrom) {
       buildIndex();

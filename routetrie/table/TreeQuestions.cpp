@@ -248,6 +248,9 @@ std::vector<lookup_read> Tree<width>::readsOf(Bits bits, unsigned length) const 
       return reads;
    }
    if (index_ != 0 && length > indexDepth) {
+      if (hasParts()) {
+         reads.push_back({topBits - partBits, 4, "index"});
+      }
       reads.push_back({topBits, 4, "index"});
       if (width == 128) {
          reads.push_back({topBits + pageBits, 4, "index"});

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -249,6 +250,87 @@ TEST(SharedTable, aSnapshotHoldsBackNothingButItself) {
    EXPECT_EQ(1, s.begin()->value);
    EXPECT_EQ("", s.audit());
    EXPECT_EQ("", t.audit());
+}
+
+// Tables with an index, whose pages are shared by versions as well.
+template <class Shared, class Plain>
+void largeTablesAnswerRight() {
+   using P = typename Plain::prefix_type;
+   using A = typename Plain::address_type;
+   using Word = typename P::Bits::Word;
+   std::mt19937_64 random(7);
+   const auto any = [&] {
+      Word word = static_cast<Word>(random());
+      if constexpr (P::width == 128) {
+         word = static_cast<Word>(random() & 0x3fff'ffff'ffff'ffff) << 64 | static_cast<Word>(random());
+      }
+      return P::cut(typename P::Bits(word), P::width == 32 ? 12 + static_cast<unsigned>(random() % 13)
+                                                           : 20 + static_cast<unsigned>(random() % 29));
+   };
+   Plain plain;
+   std::vector<P> all;
+   while (plain.size() < (P::width == 32 ? 40'000 : 12'000)) {
+      all.push_back(any());
+      plain.insert({all.back(), static_cast<unsigned>(all.size())});
+   }
+   Shared t((Plain(plain)));
+   ASSERT_EQ("", t.audit());
+   const auto reader = t.reader();
+   const auto compare = [&] {
+      ASSERT_EQ("", t.audit());
+      const auto routes = reader.lock();
+      ASSERT_EQ("", routes->audit());
+      ASSERT_EQ(plain.size(), routes->size());
+      std::vector<A> asked;
+      for (int i = 0; i < 500; ++i) {
+         asked.push_back(random() % 4 == 0 ? last_address(any()) : last_address(all[random() % all.size()]));
+      }
+      std::vector<const unsigned*> answers(asked.size());
+      routes->lookup_bulk(asked, answers);
+      for (std::size_t i = 0; i < asked.size(); ++i) {
+         const unsigned* const wanted = plain.lookup(asked[i]);
+         const unsigned* const got = routes->lookup(asked[i]);
+         ASSERT_EQ(wanted == nullptr, got == nullptr) << asked[i];
+         ASSERT_EQ(wanted == nullptr, answers[i] == nullptr) << asked[i];
+         if (wanted != nullptr) {
+            ASSERT_EQ(*wanted, *got) << asked[i];
+            ASSERT_EQ(*wanted, *answers[i]) << asked[i];
+         }
+      }
+   };
+   compare();
+   auto snapshot = t.snapshot();
+   const auto text = snapshot.dump();
+   for (int round = 0; round < 20; ++round) {
+      const auto before = reader.lock();
+      for (int i = 0; i < 100; ++i) {
+         const P p = i % 2 == 0 ? any() : all[random() % all.size()];
+         if (random() % 3 == 0) {
+            ASSERT_EQ(plain.erase(p), t.erase(p));
+         } else {
+            plain.insert_or_assign(p, static_cast<unsigned>(round));
+            t.insert_or_assign(p, static_cast<unsigned>(round));
+         }
+      }
+      ASSERT_EQ("", before->audit()) << "a version stays as it is";
+      compare();
+      if (round == 10) {
+         ASSERT_EQ("", snapshot.audit());
+         ASSERT_EQ(text, snapshot.dump());
+         snapshot = {};
+      }
+   }
+   t.batch([&](auto& w) { w.erase_if([](const auto& route) { return route.prefix.len() % 8 != 0; }); });
+   erase_if(plain, [](const auto& route) { return route.prefix.len() % 8 != 0; });
+   compare();
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   compare();
+}
+TEST(SharedTable, ofManyIpv4RoutesAnswersRight) {
+   largeTablesAnswerRight<shared_table4<unsigned>, table4<unsigned>>();
+}
+TEST(SharedTable, ofManyIpv6RoutesAnswersRight) {
+   largeTablesAnswerRight<shared_table6<unsigned>, table6<unsigned>>();
 }
 
 //--- rules ---
