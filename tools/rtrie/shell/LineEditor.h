@@ -1,7 +1,8 @@
 // LineEditor: lines from a terminal, with a prompt, editing, the lines before and completion. It stands on libedit, whose licence
-// suits this project's, and which reads the user's ~/.editrc.
+// suits this project's, and which reads the user's ~/.editrc. A build without it has the same class, which edits nothing and says so
+// (LineEditorAbsent.cpp).
 //
-// Tested by tests/tools/rtrie/ShellTerminalTest.cpp.
+// Tested by tests/tools/rtrie/ShellTerminalTest.cpp and LineEditorAbsentTest.cpp.
 #pragma once
 
 #include <cstdio>

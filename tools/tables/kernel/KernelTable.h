@@ -8,7 +8,7 @@
 // done here; the others are candidates (IpRouteLines.h). One thing that kernels do is not: where an IPv6 prefix has a route
 // for one source alone, they pass its other routes over for every other source.
 //
-// A build without libmnl has the same functions, which say so (KernelAbsent.cpp).
+// A build without libmnl has the same functions, which say so (KernelAbsent.cpp, tested by tests/tools/tables/KernelAbsentTest.cpp).
 // Tested by tests/tools/kernel/KernelTest.cpp.
 #pragma once
 
