@@ -10,6 +10,8 @@ import random
 import struct
 import sys
 
+if len(sys.argv) not in (3, 4) or sys.argv[1].startswith("-"):
+    sys.exit(__doc__)
 table, out, peers = sys.argv[1], sys.argv[2], int(sys.argv[3]) if len(sys.argv) > 3 else 30
 stamp = 1_700_000_000
 rng = random.Random(20241)
