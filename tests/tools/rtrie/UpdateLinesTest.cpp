@@ -2,6 +2,7 @@
 #include "tools/rtrie/UpdateLines.h"
 
 #include <cstdint>
+#include <random>
 
 #include <fmt/format.h>
 
@@ -240,6 +241,48 @@ TEST(UpdateLines, OneLineARouteAndRoutesByLabel) {
          "+k 10.0.0.0/8 unicast via 192.0.2.7 dev d0 proto boot scope global",
          "+k 10.1.0.0/16 unicast nhid 10 table main proto boot scope global nexthop via 192.0.2.8 dev d0 weight 1"));
    EXPECT_EQ(3U, all.otherObjects);
+}
+
+// Whatever has become of it on its way, a line is an update, passed over or told; and what is there afterwards is read.
+TEST(UpdateLines, damagedOnesAreReadOrTold) {
+   const auto seed = std::random_device()();
+   SCOPED_TRACE(fmt::format("seed {}", seed));
+   std::mt19937 random(seed);
+   const std::vector<std::string> whole = {
+      "Timestamp: Sun Nov 22 11:29:31 2026 853818 usec",
+      "[ROUTE]10.20.0.0/16 via 192.0.2.1 dev d0 ",
+      "[2026-11-22T11:29:31.854036] 10.20.0.0/16 via 192.0.2.2 dev d0 ",
+      "[ROUTE]Deleted 2001:db8:2::/48 metric 1024 pref medium",
+      "\tnexthop via 2001:db8::2 dev d0 weight 1 ",
+      "Deleted blackhole 10.1.0.0/16 table 100 ",
+      "unicast 10.1.0.0/16 nhid 10 table main proto boot scope global ",
+      "\tnh_info id 10 group 1/2 scope global proto unspec ",
+      "7: d1@d0: <BROADCAST,MULTICAST,UP,LOWER_UP> mtu 1500 ",
+      "    link/ether 02:00:00:00:00:01 brd ff:ff:ff:ff:ff:ff",
+      "+ 192.0.2.0/24 customer 7",
+      "- 10.0.0.0/8",
+   };
+   for (int round = 0; round < 300; ++round) {
+      std::vector<std::string> lines;
+      for (int i = 0; i < 10; ++i) {
+         auto line = whole[random() % whole.size()];
+         for (auto changes = random() % 4; changes > 0 && !line.empty(); --changes) {
+            const auto at = random() % line.size();
+            switch (random() % 4) {
+               case 0: line[at] = static_cast<char>(random()); break;
+               case 1: line.erase(at, random() % 10); break;
+               case 2: line.insert(at, line.substr(random() % line.size(), random() % 20)); break;
+               default: line.resize(at); break;
+            }
+         }
+         lines.push_back(line);
+      }
+      lines.emplace_back("+ 203.0.113.0/24 after");
+      const auto all = collected(lines, random() % 2 == 0);
+      ASSERT_FALSE(all.updates.empty()) << testing::PrintToString(lines);
+      EXPECT_EQ("+ 203.0.113.0/24 after", all.updates.back()) << testing::PrintToString(lines);
+      EXPECT_LE(all.updates.size(), lines.size());
+   }
 }
 
 }  // namespace UpdateLinesTest
