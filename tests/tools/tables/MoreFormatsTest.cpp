@@ -196,7 +196,6 @@ TEST(FrrLines, aLineThatIsCutIsTold) {
                HasSubstr(":2: no [DISTANCE/METRIC]: \"K>* 10.0.0.0/8 [0/1\"\n"));
 }
 
-// What it prints of one prefix, as BGP and other daemons have it.
 TEST(FrrLines, aLineThatIsCutIsNoRoute) {
    const std::string whole = "B>* 10.9.0.0/16 [20/0] via 192.0.2.9";
    for (std::size_t length = std::string_view("B>* 10.9.0.0/16 ").size() + 1; length < whole.find(']') + 1;
@@ -207,6 +206,7 @@ TEST(FrrLines, aLineThatIsCutIsNoRoute) {
    }
 }
 
+// What it prints of one prefix, as BGP and other daemons have it.
 TEST(FrrLines, oddEntries) {
    const auto loaded = loadedText(
       "% Network not in table\n"
