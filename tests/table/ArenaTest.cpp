@@ -114,6 +114,57 @@ TEST(Arena, whatIsFreeIsUsedAgainAndAuditTellsWhatIsWrong) {
    arena.clear();
 }
 
+// Of trees that publish: what was given out since the last version may be written, and what came back is given out again.
+TEST(Arena, turnsOverWhatVersionsLeave) {
+   for (const unsigned unitShift : {3u, 5u, 8u}) {
+      Epochs epochs;
+      epochs.batch = 1;
+      Arena::Following following(epochs);
+      following.startPublishing();
+      Arena arena(unitShift);
+      arena.follow(following);
+      const U32 run = arena.allocate(4);
+      EXPECT_TRUE(arena.owns(run) && arena.owns(run + 3));
+      EXPECT_FALSE(arena.owns(run + 4));
+      ++epochs.batch;
+      EXPECT_FALSE(arena.owns(run)) << "a version was published";
+      EXPECT_STREQ("", arena.audit({{run, 4}}));
+      const U32 other = arena.allocate(4);
+      EXPECT_FALSE(arena.owns(run));
+      arena.recycle(run, 4);
+      arena.recycle(other, 4);
+      EXPECT_STREQ("", arena.audit({}));
+      EXPECT_EQ(0u, arena.usedBytes());
+      EXPECT_GT(arena.heldBytes(), 0u);
+      EXPECT_EQ(other, arena.allocate(4)) << "what came last goes first";
+      EXPECT_EQ(run, arena.allocate(4));
+      EXPECT_TRUE(arena.owns(run));
+      arena.recycle(run, 4);
+      arena.recycle(other, 4);
+      ++epochs.batch;
+      // More than the list of a batch has room for.
+      std::vector<Arena::Run> runs;
+      for (U32 n = 0; n < 200; ++n) {
+         runs.push_back({arena.allocate(n % 7 + 1), n % 7 + 1});
+      }
+      for (U32 n = 0; n < 200; ++n) {
+         EXPECT_TRUE(n >= 24 || arena.owns(runs[n].at)) << n;
+         EXPECT_TRUE(unitShift < 5 || arena.owns(runs[n].at + runs[n].units - 1)) << n;
+      }
+      ++epochs.batch;
+      for (const Arena::Run& each : runs) {
+         EXPECT_FALSE(arena.owns(each.at));
+      }
+      EXPECT_STREQ("", arena.audit(runs));
+      for (const Arena::Run& each : runs) {
+         arena.recycle(each.at, each.units);
+      }
+      EXPECT_STREQ("", arena.audit({}));
+      arena.settle();
+      EXPECT_EQ(0u, arena.heldBytes()) << "empty chunks go back";
+   }
+}
+
 TEST(Region, blocksComeBack) {
    std::vector<U32> blocks;
    for (unsigned blockClass = 0; blockClass < Region::classes; ++blockClass) {
