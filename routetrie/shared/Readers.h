@@ -11,6 +11,8 @@
 // as soon as somebody wants to know and sleeps otherwise; nobody waits for it. liburcu's own, behind call_rcu, sleeps ten
 // milliseconds after each round, in which a writer that never rests leaves tens of megabytes, and so writes into memory that no
 // cache has. (What asks without waiting came to liburcu after what Debian has.)
+// Where each processor has a thread that never rests, ours takes the place of a reader in the middle of a question, and liburcu looks
+// for that one again after ten milliseconds: what waits is then some tens of megabytes again.
 //
 // After fork() the child may read and write as before if the parent called urcu_bp_before_fork() and the like, as liburcu says; it
 // gets a thread of its own with the first change.
