@@ -8,7 +8,7 @@ namespace FrontTest {
 using Corenet::ipv4;
 using Corenet::ipv6;
 
-constexpr RunLength run{5'000, 15'000, 150'000};
+constexpr RunLength run{5'000, 15'000, 60'000};
 
 INSTANTIATE_TEST_SUITE_P(Trie6, RandomOps, mixesOn<FrontEngine<Trie6Front>>(run), caseName);
 INSTANTIATE_TEST_SUITE_P(Compact4, RandomOps, mixesOn<FrontEngine<CompactFront<ipv4>>>(run), caseName);

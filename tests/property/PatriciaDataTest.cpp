@@ -5,7 +5,7 @@
 namespace Property {
 namespace PatriciaDataTest {
 
-constexpr RunLength run{3'000, 10'000, 100'000};
+constexpr RunLength run{3'000, 10'000, 40'000};
 
 INSTANTIATE_TEST_SUITE_P(Ipv4, RandomOps, mixesOn<Ipv4DataEngine>(run), caseName);
 INSTANTIATE_TEST_SUITE_P(Ipv4Compact, RandomOps, mixesOn<Ipv4CompactDataEngine>(run), caseName);
