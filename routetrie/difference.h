@@ -8,8 +8,9 @@
 //
 // A view: it reads both tables as it is walked, in one pass and in their order, and finds one difference after another. Of tables that
 // share memory, as a table and its snapshots do, and values that are compared by ==, it reads no more than what they do not share, so
-// that the time follows the changes and not the routes; how that is exact stands at Tree::nextDifference(). Both have to live as
-// long. What it stands on, and what lies before that, may change on the way, so that this makes `a` equal to `b`:
+// that the time follows the changes and not the routes; how that is exact stands at Tree::nextDifference(). A value is taken to equal
+// itself then; who has others, such as a struct with a NaN, and wants each of them told, gives an `equal` of his own. Both have to live
+// as long. What it stands on, and what lies before that, may change on the way, so that this makes `a` equal to `b`:
 //
 //    for (const auto& d : difference(a, b)) {
 //       d.after ? (void)a.insert_or_assign(d.prefix, d.after->value) : (void)a.erase(d.prefix);
@@ -41,7 +42,7 @@ struct basic_difference {
 
 namespace Impl {
 
-// Whether equal bytes of two values are equal values.
+// Whether equal bytes of two values are taken to be equal values. Of numbers with a fraction NaN is none that equals itself.
 template <class T, class Equal>
 inline constexpr bool comparesBytes = std::is_void_v<T> ||
                                       (!std::is_floating_point_v<T> && (std::same_as<Equal, std::equal_to<>> ||
