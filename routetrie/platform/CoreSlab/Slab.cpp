@@ -59,28 +59,28 @@ Stats currentStats() {
 
 #else
 
-constinit PageHeap heap;
+constinit PageHeap pageHeap;
 
 void* allocate(std::size_t size) noexcept {
    if (size <= classedLimitBytes && Corvid::ThreadControl::multiThreaded()) {
-      if (ThreadCache* cache = ThreadCache::own(heap)) {
+      if (ThreadCache* cache = ThreadCache::own(pageHeap)) {
          return cache->allocate(sizeClassOf(size));
       }
    }
-   return heap.allocate(size);
+   return pageHeap.allocate(size);
 }
 void release(void* memory) noexcept {
    if (Corvid::ThreadControl::multiThreaded()) {
       const std::size_t sizeClass = PageHeap::sizeClassOfBlock(memory);
-      ThreadCache* cache = sizeClass < classCount ? ThreadCache::own(heap) : nullptr;
+      ThreadCache* cache = sizeClass < classCount ? ThreadCache::own(pageHeap) : nullptr;
       if (cache != nullptr) {
          return cache->free(sizeClass, memory);
       }
    }
-   heap.free(memory);
+   pageHeap.free(memory);
 }
 Stats currentStats() {
-   const auto heapStats = heap.stats();
+   const auto heapStats = pageHeap.stats();
    const auto kept = ThreadCache::kept();
    return {heapStats.liveBlocks - kept.blocks, heapStats.liveBytes - kept.bytes, heapStats.mappedBytes,
            heapStats.pages};

@@ -74,10 +74,10 @@ ROUTETRIE_EXPORT Corvid::Ptr<Ipv6TrieRoute> ipv6TrieRouteFactory(const Corenet::
 namespace Intrusive {
 
 // The one instance that the library holds.
-extern template class Impl::NodeBase<Ipv6TrieRoute, true, 0>;
-extern template class Impl::InternalNode<UserNode<Ipv6TrieRoute, true, 0>>;
-extern template class Impl::UserNode<Ipv6TrieRoute, true, 0>;
-extern template class Trie<UserNode<Ipv6TrieRoute, true, 0>>;
+extern template class ROUTETRIE_EXPORT Impl::NodeBase<Ipv6TrieRoute, true, 0>;
+extern template class ROUTETRIE_EXPORT Impl::InternalNode<UserNode<Ipv6TrieRoute, true, 0>>;
+extern template class ROUTETRIE_EXPORT Impl::UserNode<Ipv6TrieRoute, true, 0>;
+extern template class ROUTETRIE_EXPORT Trie<UserNode<Ipv6TrieRoute, true, 0>>;
 
 }  // namespace Intrusive
 

@@ -343,7 +343,7 @@ TEST_F(TrieNodeDeathTest, parentNeedsTheWayDown) {
    TrieNode* orphan = make(3);
    EXPECT_DEATH(
       orphan->parent(p("10.1.0.0/16"), trie->root()),
-      "TrieImpl::TrieNode\\* TrieImpl::TrieNode::parent\\(const Corenet::Prefix ?&, TrieImpl::TrieNode ?\\*\\): "
+      "TrieImpl::TrieNode ?\\* ?TrieImpl::TrieNode::parent\\(const Corenet::Prefix ?&, TrieImpl::TrieNode ?\\*\\): "
       "Assertion `node' failed");
 }
 
