@@ -1,10 +1,13 @@
 // Lookups, written for the instructions of the machine and chosen as the program runs. All addresses of a burst take a step before
 // any takes the next one, so that what they wait for overlaps.
 #include <algorithm>
+#include <concepts>
 #include <stdexcept>
+#include <type_traits>
 
 #include "routetrie/table/Compiled.h"
 
+#define ROUTETRIE_INLINE_LAMBDA __attribute__((always_inline))
 #if defined(__x86_64__)
 // g++ 12 takes what an intrinsic leaves open on purpose for a mistake, wherever it is inlined.
 #ifndef __clang__
@@ -47,6 +50,8 @@ void throwNoInstructions() { throw std::invalid_argument("this machine does not 
 template <unsigned width>
 struct Compiled<width>::Bulk {
    static constexpr std::size_t burst = 32;
+   // Of a whole burst the compiler knows how many there are.
+   using Whole = std::integral_constant<std::size_t, burst>;
    static constexpr std::size_t addressBytes = width / 8;
 
    // Room for pointers, to whatever the caller takes the answers for.
@@ -79,20 +84,42 @@ struct Compiled<width>::Bulk {
    static ROUTETRIE_INLINE const Slot& slotOf(const Shape& shape, U32 word) noexcept {
       return shape.slots[word >> Slot::slotShift];
    }
-   // What a processor waits for in order fills its room for instructions; what it fetches does not.
-   static ROUTETRIE_INLINE void fetchSlots(const Shape& shape, const U8* addresses, std::size_t count) noexcept {
-      for (std::size_t i = 0; i < count; ++i) {
-         __builtin_prefetch(&slotOf(shape, static_cast<U32>(load(addresses, i).word())));
+   // Each of a burst. Those of a whole one in a row, as the end of a loop is mostly foretold wrongly.
+   template <class Count, class Step>
+   static ROUTETRIE_INLINE void forEach(Count count, Step&& step) noexcept {
+      if constexpr (std::same_as<Count, Whole>) {
+#pragma GCC unroll 32
+         for (std::size_t i = 0; i < burst; ++i) {
+            step(i);
+         }
+      } else {
+         for (std::size_t i = 0; i < count; ++i) {
+            step(i);
+         }
       }
    }
-   static ROUTETRIE_INLINE void inBitmap(const Shape& shape, const U8* addresses, U32* at,
-                                         std::size_t count) noexcept {
-      fetchSlots(shape, addresses, count);
-      for (std::size_t i = 0; i < count; ++i) {
+   // What a processor waits for in order fills its room for instructions; what it fetches does not.
+   template <class Count>
+   static ROUTETRIE_INLINE void inBitmap(const Shape& shape, const U8* addresses, U32* at, Count count) noexcept {
+      const Slot* const slots = shape.slots;
+      const U32* const answers = shape.answers;
+      forEach(count, [&](std::size_t i) ROUTETRIE_INLINE_LAMBDA {
+         __builtin_prefetch(slots + (static_cast<U32>(load(addresses, i).word()) >> Slot::slotShift));
+      });
+      forEach(count, [&](std::size_t i) ROUTETRIE_INLINE_LAMBDA {
          const U32 word = static_cast<U32>(load(addresses, i).word());
-         at[i] = slotOf(shape, word).answerOf(word);
-         __builtin_prefetch(shape.answers + at[i]);
-      }
+         at[i] = slots[word >> Slot::slotShift].answerOf(word);
+         __builtin_prefetch(answers + at[i]);
+      });
+   }
+
+   template <class Count>
+   static ROUTETRIE_INLINE void indexAll(const Compiled& of, const U8* addresses, I32* keys, U32* at,
+                                         Count count) noexcept {
+      forEach(count, [&](std::size_t i) ROUTETRIE_INLINE_LAMBDA {
+         at[i] = of.treeIndexed(load(addresses, i), keys[i]);
+         __builtin_prefetch(of.shape_.nodes + at[i]);
+      });
    }
 
    // Those that are aside, once all others are found.
@@ -102,17 +129,19 @@ struct Compiled<width>::Bulk {
          found.put(fine[i], of.lookupFine(load(addresses, fine[i])));
       }
    }
+   template <class Count>
    static ROUTETRIE_INLINE void finish(const Compiled& of, const U8* addresses, const U32* at, Found found,
-                                       std::size_t count) noexcept {
-      const Shape& shape = of.shape_;
+                                       Count count) noexcept {
+      const U32* const answers = of.shape_.answers;
+      const U32 none = of.shape_.none, aside = of.shape_.aside;
       U8 fine[burst + 1];
       unsigned fines = 0;
-      for (std::size_t i = 0; i < count; ++i) {
-         const U32* const place = shape.answers + at[i];
-         found.put(i, *place != shape.none ? place : nullptr);
+      forEach(count, [&](std::size_t i) ROUTETRIE_INLINE_LAMBDA {
+         const U32* const place = answers + at[i];
+         found.put(i, *place != none ? place : nullptr);
          fine[fines] = static_cast<U8>(i);
-         fines += *place == shape.aside ? 1 : 0;
-      }
+         fines += *place == aside ? 1 : 0;
+      });
       if (fines != 0) [[unlikely]] {
          finishFine(of, addresses, found, fine, fines);
       }
@@ -154,17 +183,15 @@ struct Compiled<width>::Bulk {
 
    //--- bursts ---
 
-   static void plain(const Compiled& of, const U8* addresses, Found found, std::size_t count) noexcept {
+   template <class Count>
+   static void plain(const Compiled& of, const U8* addresses, Found found, Count count) noexcept {
       const Shape& shape = of.shape_;
       U32 at[burst];
       if (width == 32 && shape.slots != nullptr) {
          inBitmap(shape, addresses, at, count);
       } else {
          I32 keys[burst];
-         for (std::size_t i = 0; i < count; ++i) {
-            at[i] = of.treeIndexed(load(addresses, i), keys[i]);
-            __builtin_prefetch(shape.nodes + at[i]);
-         }
+         indexAll(of, addresses, keys, at, count);
          for (unsigned level = shape.levels; level != 0; --level) {
             for (std::size_t i = 0; i < count; ++i) {
                at[i] = shape.nodes[at[i]].childOf(keys[i]);
@@ -176,17 +203,15 @@ struct Compiled<width>::Bulk {
    }
 
 #if defined(__x86_64__)
-   ROUTETRIE_AVX2 static void avx2(const Compiled& of, const U8* addresses, Found found, std::size_t count) noexcept {
+   template <class Count>
+   ROUTETRIE_AVX2 static void avx2(const Compiled& of, const U8* addresses, Found found, Count count) noexcept {
       const Shape& shape = of.shape_;
       U32 at[burst];
       if (width == 32 && shape.slots != nullptr) {
          inBitmap(shape, addresses, at, count);
       } else {
          I32 keys[burst];
-         for (std::size_t i = 0; i < count; ++i) {
-            at[i] = of.treeIndexed(load(addresses, i), keys[i]);
-            __builtin_prefetch(shape.nodes + at[i]);
-         }
+         indexAll(of, addresses, keys, at, count);
          for (unsigned level = shape.levels; level != 0; --level) {
             for (std::size_t i = 0; i < count; ++i) {
                at[i] = childAvx2(shape.nodes[at[i]], _mm256_set1_epi32(keys[i]));
@@ -197,24 +222,6 @@ struct Compiled<width>::Bulk {
       finish(of, addresses, at, found, count);
    }
 
-   // Slot::answerOf() of sixteen addresses, of which `valid` are there.
-   ROUTETRIE_AVX512 static inline __m512i answersOf16(const Shape& shape, const U8* addresses,
-                                                      __mmask16 valid) noexcept {
-      const __m512i turn = _mm512_broadcast_i32x4(_mm_set_epi8(12, 13, 14, 15, 8, 9, 10, 11, 4, 5, 6, 7, 0, 1, 2, 3));
-      const __m512i words = _mm512_shuffle_epi8(_mm512_maskz_loadu_epi32(valid, addresses), turn);
-      const __m512i slot = _mm512_srli_epi32(words, Slot::slotShift);
-      const __m512i first = _mm512_add_epi32(_mm512_add_epi32(slot, slot), slot);  // in words of 32 bits
-      const __m512i base = _mm512_i32gather_epi32(first, &shape.slots->base, 4);
-      const __m512i low = _mm512_i32gather_epi64(_mm512_castsi512_si256(first), shape.slots, 4);
-      const __m512i high = _mm512_i32gather_epi64(_mm512_extracti64x4_epi64(first, 1), shape.slots, 4);
-      const __m512i past = _mm512_andnot_si512(_mm512_srli_epi32(words, Slot::blockShift), _mm512_set1_epi32(63));
-      const __m512i countLow =
-         _mm512_popcnt_epi64(_mm512_sllv_epi64(low, _mm512_cvtepu32_epi64(_mm512_castsi512_si256(past))));
-      const __m512i countHigh =
-         _mm512_popcnt_epi64(_mm512_sllv_epi64(high, _mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(past, 1))));
-      return _mm512_add_epi32(base, _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvtepi64_epi32(countLow)),
-                                                       _mm512_cvtepi64_epi32(countHigh), 1));
-   }
    ROUTETRIE_AVX512 static inline __mmask16 finish16(const Shape& shape, __m512i at, Found found,
                                                      __mmask16 valid) noexcept {
       const __m512i words = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), valid, at, shape.answers, 4);
@@ -235,37 +242,24 @@ struct Compiled<width>::Bulk {
       return static_cast<__mmask16>(count >= 16 ? 0xffff : (1u << count) - 1);
    }
 
-   ROUTETRIE_AVX512 static void avx512(const Compiled& of, const U8* addresses, Found found,
-                                       std::size_t count) noexcept {
+   template <class Count>
+   ROUTETRIE_AVX512 static void avx512(const Compiled& of, const U8* addresses, Found found, Count count) noexcept {
       const Shape& shape = of.shape_;
       const __mmask16 valid1 = firstOf(count), valid2 = firstOf(count - std::min<std::size_t>(count, 16));
-      __m512i at1, at2;
+      alignas(64) U32 at[burst];
       if (width == 32 && shape.slots != nullptr) {
-         fetchSlots(shape, addresses, count);
-         at1 = answersOf16(shape, addresses, valid1);
-         at2 = answersOf16(shape, addresses + 16 * addressBytes, valid2);
-         alignas(64) U32 at[burst];
-         _mm512_store_si512(at, at1);
-         _mm512_store_si512(at + 16, at2);
-         for (std::size_t i = 0; i < count; ++i) {
-            __builtin_prefetch(shape.answers + at[i]);
-         }
+         inBitmap(shape, addresses, at, count);
       } else {
-         alignas(64) U32 at[burst];
          I32 keys[burst];
-         for (std::size_t i = 0; i < count; ++i) {
-            at[i] = of.treeIndexed(load(addresses, i), keys[i]);
-            __builtin_prefetch(shape.nodes + at[i]);
-         }
+         indexAll(of, addresses, keys, at, count);
          for (unsigned level = shape.levels; level != 0; --level) {
             for (std::size_t i = 0; i < count; ++i) {
                at[i] = childAvx512(shape.nodes[at[i]], _mm512_set1_epi32(keys[i]));
                __builtin_prefetch(level != 1 ? static_cast<const void*>(shape.nodes + at[i]) : shape.answers + at[i]);
             }
          }
-         at1 = _mm512_maskz_load_epi32(valid1, at);
-         at2 = _mm512_maskz_load_epi32(valid2, at + 16);
       }
+      const __m512i at1 = _mm512_maskz_load_epi32(valid1, at), at2 = _mm512_maskz_load_epi32(valid2, at + 16);
       const __mmask16 fine1 = finish16(shape, at1, found, valid1);
       const __mmask16 fine2 = finish16(shape, at2, found.from(16), valid2);
       for (U32 fine = fine1 | U32{fine2} << 16; fine != 0; fine &= fine - 1) {
@@ -300,18 +294,23 @@ void Compiled<width>::lookupBulk(const void* addresses, void* found, std::size_t
                                  instruction_set with) const noexcept {
    const U8* from = static_cast<const U8*>(addresses);
    typename Bulk::Found to{static_cast<U8*>(found)};
-   for (std::size_t done = 0; done < count; done += Bulk::burst) {
-      const std::size_t piece = std::min(count - done, Bulk::burst);
+   const auto lookup = [&](auto some) {
 #if defined(__x86_64__)
       if (with == instruction_set::avx512) {
-         Bulk::avx512(*this, from, to, piece);
+         Bulk::avx512(*this, from, to, some);
       } else if (with == instruction_set::avx2) {
-         Bulk::avx2(*this, from, to, piece);
+         Bulk::avx2(*this, from, to, some);
       } else
 #endif
-         Bulk::plain(*this, from, to, piece);
-      from += piece * Bulk::addressBytes;
-      to = to.from(piece);
+         Bulk::plain(*this, from, to, some);
+   };
+   for (; count >= Bulk::burst; count -= Bulk::burst) {
+      lookup(typename Bulk::Whole{});
+      from += Bulk::burst * Bulk::addressBytes;
+      to = to.from(Bulk::burst);
+   }
+   if (count != 0) {
+      lookup(count);
    }
    static_cast<void>(with);
 }
