@@ -28,6 +28,12 @@
 // Rules. A reader belongs to the thread that made it, as its answers and locks do; a use on another thread is an assertion. The table
 // outlives its readers. What an answer refers to holds as long as the answer, or the lock that it was asked under.
 //
+// fork(). The parent goes on as before. Of a child that is to go on too, shared_fork() makes it; one of fork(2) itself may ask by a reader
+// that its thread had, and leave or become another program, but not change a table or make a reader. In the child the thread that
+// forked is alone: it has its readers, changes tables that no other thread was just changing, and starts threads with readers of their own.
+// What the parent's other threads were reading is forgotten, but not their handles: of a table that they had readers of the child is not
+// the end, so it leaves by _exit().
+//
 // What a change raises has changed nothing. A batch that raises publishes what it had changed.
 //
 // Needs the library routetrie-shared (CMake's routetrie::shared, pkg-config's routetrie-shared), and that one liburcu.

@@ -13,9 +13,12 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <exception>
 #include <thread>
+
+#include "routetrie/platform/Corvid/Assert.h"
 
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>
@@ -121,3 +124,23 @@ bool Grace::isOver() noexcept {
 }
 
 }  // namespace routetrie::Impl
+
+namespace routetrie {
+
+pid_t shared_fork() {
+   // A moment whose readers are waited for holds liburcu's locks, so it is waited for here: a reader of this thread's own would be
+   // forever.
+   ROUTETRIE_ASSERT(urcu_bp_read_ongoing() == 0, "a thread that forks holds no answer and no lock of a reader");
+   urcu_bp_before_fork();
+   const pid_t child = fork();
+   const int error = errno;
+   if (child == 0) {
+      urcu_bp_after_fork_child();
+   } else {
+      urcu_bp_after_fork_parent();
+   }
+   errno = error;
+   return child;
+}
+
+}  // namespace routetrie

@@ -14,15 +14,26 @@
 // Where each processor has a thread that never rests, ours takes the place of a reader in the middle of a question, and liburcu looks
 // for that one again after ten milliseconds: what waits is then some tens of megabytes again.
 //
-// After fork() the child may read and write as before if the parent called urcu_bp_before_fork() and the like, as liburcu says; it
-// gets a thread of its own with the first change.
+// fork() copies the thread that calls it alone. What the others were reading stays noted in the child, and what our thread and liburcu
+// had locked stays locked: shared_fork() is for a child that goes on with the tables, and gets a thread of its own with its first change.
 // Tested by tests/table/SharedTableTest.cpp, tests/property/SharedTableThreadsTest.cpp.
 #pragma once
+
+#include <sys/types.h>
 
 #include <cstdint>
 
 #include "routetrie/platform/Export.h"
 #include "routetrie/platform/Language.h"
+
+namespace routetrie {
+
+// fork(2), for a child that goes on with shared tables: it forgets what other threads were reading. What it may do then is told in
+// routetrie/shared_table.h. Waits for those readers that somebody's memory is waiting for at that moment. Returns as fork(2) does, 0 in
+// the child; -1 with errno if there is none. Requires: the thread holds no answer and no lock of a reader.
+ROUTETRIE_EXPORT pid_t shared_fork();
+
+}  // namespace routetrie
 
 namespace routetrie::Impl {
 

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
@@ -367,6 +369,155 @@ TEST(SharedTableDeathTest, theTableOutlivesItsReaders) {
       },
       "a shared table outlives its readers");
 }
+
+//--- a process that forks ---
+
+// The thread sanitizer knows nothing of threads that a child starts.
+#if defined(__SANITIZE_THREAD__)
+#define ROUTETRIE_TEST_FORKS 0
+#elif defined(__has_feature)
+#define ROUTETRIE_TEST_FORKS !__has_feature(thread_sanitizer)
+#else
+#define ROUTETRIE_TEST_FORKS 1
+#endif
+#if ROUTETRIE_TEST_FORKS
+
+// What a child comes to, by name; "" if all is well. It has a minute.
+template <class Child>
+std::string inChild(Child&& child) {
+   const pid_t pid = shared_fork();
+   if (pid == 0) {
+      alarm(60);
+      _exit(child());
+   }
+   int status = 0;
+   if (pid < 0 || waitpid(pid, &status, 0) != pid) {
+      return "no child";
+   }
+   return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? ""
+          : WIFEXITED(status)                           ? fmt::format("left with {}", WEXITSTATUS(status))
+                                                        : fmt::format("ended by signal {}", WTERMSIG(status));
+}
+
+// The child asks by the reader of the thread that forked, changes, frees what it replaced, and starts readers of its own.
+template <class Shared, class Reader>
+int useAll(Shared& t, const Reader& reader, unsigned value) {
+   const auto before = reader.lookup("10.1.2.3"_address);
+   if (!before || *before != value) {
+      return 1;
+   }
+   t.insert_or_assign("10.1.0.0/16"_prefix, value + 1);
+   if (*before != value || *reader.lookup("10.1.2.3"_address) != value + 1) {
+      return 2;
+   }
+   return 0;
+}
+
+// Others read all the time, so that the thread that waits for readers is mostly in the middle of it.
+TEST(SharedTable, aChildAndItsParentGoOn) {
+   shared_table4<unsigned> t;
+   t.insert({"10.0.0.0/8"_prefix, 0});
+   std::atomic<bool> isOver{false};
+   std::atomic<unsigned> reading{0};
+   std::vector<std::thread> others;
+   for (int i = 0; i < 2; ++i) {
+      others.emplace_back([&] {
+         const auto own = t.reader();
+         for (bool isFirst = true; !isOver; isFirst = false) {
+            static_cast<void>(own.lookup("10.1.2.3"_address));
+            reading += isFirst ? 1u : 0u;
+         }
+      });
+   }
+   while (reading != 2) {
+      std::this_thread::yield();
+   }
+   const auto reader = t.reader();
+   for (unsigned round = 0; round < 12; ++round) {
+      for (unsigned i = 0; i < 20; ++i) {
+         t.insert_or_assign("10.0.0.0/8"_prefix, round);
+         t.reclaim();
+      }
+      EXPECT_EQ("", inChild([&] {
+                   if (const int fault = useAll(t, reader, round)) {
+                      return fault;
+                   }
+                   if (pendingInTheEnd(t) != 0) {
+                      return 3;
+                   }
+                   unsigned seen = 0;
+                   std::thread([&] { seen = *t.reader().lookup("10.1.2.3"_address); }).join();
+                   return seen != round + 1 ? 4 : t.audit().empty() ? 0 : 5;
+                }))
+         << "round " << round;
+      EXPECT_EQ(round, *reader.lookup("10.1.2.3"_address)) << "what the child changes is its own";
+   }
+   isOver = true;
+   for (auto& other : others) {
+      other.join();
+   }
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   EXPECT_EQ("", t.audit());
+}
+
+// A lock of a thread that the child does not have holds back nothing there, and goes on to hold what it has in the parent.
+TEST(SharedTable, aChildForgetsTheReadersOfOtherThreads) {
+   shared_table4<std::shared_ptr<int>> t;
+   const auto value = std::make_shared<int>(5);
+   t.insert({"10.0.0.0/8"_prefix, value});
+   std::atomic<int> step{0};
+   std::thread sleeper([&] {
+      const auto own = t.reader();
+      const auto best = own.match("10.1.2.3"_address);
+      step = 1;
+      while (step != 2) {
+         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      }
+      EXPECT_EQ(5, *best->value);
+   });
+   while (step != 1) {
+      std::this_thread::yield();
+   }
+   t.erase("10.0.0.0/8"_prefix);
+   EXPECT_EQ("", inChild([&] { return pendingInTheEnd(t) != 0 ? 1 : value.use_count() != 1 ? 2 : 0; }));
+   for (int i = 0; i < 10; ++i) {
+      t.reclaim();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+   }
+   EXPECT_EQ(2, value.use_count());
+   step = 2;
+   sleeper.join();
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   EXPECT_EQ(1, value.use_count());
+}
+
+// A child of fork(2) itself asks by the reader that it has.
+TEST(SharedTable, aChildOfAnyKindAsksByItsReader) {
+   shared_table4<int> t;
+   t.insert({"10.0.0.0/8"_prefix, 1});
+   const auto reader = t.reader();
+   const pid_t pid = fork();
+   if (pid == 0) {
+      _exit(*reader.lookup("10.1.2.3"_address) == 1 ? 0 : 1);
+   }
+   int status = 1;
+   EXPECT_EQ(pid, waitpid(pid, &status, 0));
+   EXPECT_EQ(0, status);
+}
+
+TEST(SharedTableDeathTest, nobodyForksUnderALock) {
+   EXPECT_DEATH(
+      {
+         shared_table4<int> t;
+         const auto reader = t.reader();
+         const auto routes = reader.lock();
+         shared_fork();
+      },
+      "a thread that forks holds no answer and no lock of a reader");
+}
+
+#endif
+#undef ROUTETRIE_TEST_FORKS
 
 TEST(SharedTable, writersTakeTurns) {
    shared_table4<int> t;
