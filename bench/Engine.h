@@ -135,6 +135,13 @@ template <class E>
 concept TakesSnapshots = requires(E& engine) {
    engine.snapshot();
 };
+// Marks the loaded table, after which insert() refuses a route that is there and touches it; sweeps the next routes, and tells whether all
+// have been looked at.
+template <class E>
+concept Sweeps = requires(E& engine, std::size_t budget) {
+   engine.mark();
+   { engine.sweep(budget) } -> std::same_as<bool>;
+};
 // Deletes the route that was inserted with that id, without a search for it.
 template <class E>
 concept ErasesByHandle = requires(E engine, U32 id) {

@@ -79,6 +79,7 @@ class MeasuredEngine final : public Measured {
          case Op::walkNext: return StepsThrough<E>;
          case Op::compile: return Compiles<E>;
          case Op::snapshot: return TakesSnapshots<E>;
+         case Op::sweep: return Sweeps<E>;
          case Op::matchBulk:
          case Op::matchBulkUniform: return AnswersBulk<E, F>;
          default: return true;
@@ -114,6 +115,7 @@ class MeasuredEngine final : public Measured {
          case Op::walkNext: return walkNext(state);
          case Op::compile: return compile(state);
          case Op::snapshot: return snapshot(state);
+         case Op::sweep: return sweep(state);
          case Op::churn: return churn(state);
          case Op::mixed: return mixed(state);
          case Op::updates: return updates(state);
@@ -455,10 +457,38 @@ class MeasuredEngine final : public Measured {
       }
    }
 
+   // A tenth is not told again; it is put back afterwards.
+   void sweep(benchmark::State& state) {
+      if constexpr (Sweeps<E>) {
+         const auto goes = [](std::size_t at) { return at % 10 == 0; };
+         std::vector<double> slices;
+         bool ok = true;
+         for (auto _ : state) {
+            slices.clear();
+            engine_.mark();
+            for (std::size_t i = 0; i < keys_.size(); ++i) {
+               ok &= goes(i) || !engine_.insert(keys_[i], static_cast<U32>(i + 1));
+            }
+            for (bool isDone = false; !isDone;) {
+               const double start = threadSeconds();
+               isDone = engine_.sweep(1000);
+               slices.push_back(threadSeconds() - start);
+            }
+            for (std::size_t i = 0; i < keys_.size(); ++i) {
+               ok &= !goes(i) || engine_.insert(keys_[i], static_cast<U32>(i + 1));
+            }
+         }
+         if (!ok) {
+            return state.SkipWithError("the sweep took a route that was told again, or left one that was not");
+         }
+         state.counters["figure"] = slowestToMedian(slices);
+      }
+   }
+
    void memory(benchmark::State& state) {
       for (auto _ : state) {
       }
-      state.counters["bytes"] = static_cast<double>(bytes_) / static_cast<double>(work_.routes.size());
+      state.counters["figure"] = static_cast<double>(bytes_) / static_cast<double>(work_.routes.size());
    }
 
    static void opsAre(benchmark::State& state, std::size_t perIteration) {

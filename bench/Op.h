@@ -36,6 +36,7 @@ enum class Op : U8 {
    walkNext,
    compile,
    snapshot,
+   sweep,
    churn,
    mixed,
    updates,
@@ -46,6 +47,7 @@ struct OpRow {
    Op op;
    std::string_view name;
    std::string_view summary;
+   std::string_view unit = "ns/op";  // what is no time is the counter "figure" of a run
 };
 
 inline constexpr std::array opRows = {
@@ -76,11 +78,14 @@ inline constexpr std::array opRows = {
    OpRow{Op::walkNext, "walk_next", "the same from each route to the next by a search for it"},
    OpRow{Op::compile, "compile", "the loaded table made into a form for lookup alone; time a route"},
    OpRow{Op::snapshot, "snapshot", "a snapshot of the loaded table taken, and the one before it dropped"},
+   OpRow{Op::sweep, "sweep",
+         "a tenth of the loaded table swept in slices of 1,000 routes; the slowest slice to the median one",
+         "slowest/median"},
    OpRow{Op::churn, "churn", "a route withdrawn from the loaded table and announced again, both together"},
    OpRow{Op::mixed, "mixed",
          "nine lookups inside routes to one change, which withdraws a route or announces it again"},
    OpRow{Op::updates, "updates", "the changes of --updates, on a loaded table; time a change"},
-   OpRow{Op::memory, "memory", "bytes a route, once loaded"},
+   OpRow{Op::memory, "memory", "bytes a route, once loaded", "bytes/route"},
 };
 
 }  // namespace Bench

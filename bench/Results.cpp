@@ -11,12 +11,7 @@
 
 namespace Bench {
 
-double Row::median() const {
-   std::vector<double> sorted = values;
-   std::sort(sorted.begin(), sorted.end());
-   const std::size_t half = sorted.size() / 2;
-   return sorted.size() % 2 == 1 ? sorted[half] : (sorted[half - 1] + sorted[half]) / 2;
-}
+double Row::median() const { return medianOf(values); }
 
 //--- gathering ---
 
@@ -36,8 +31,8 @@ void Results::ReportRuns(const std::vector<Run>& runs) {
          continue;
       }
       Row& row = rows_[index_.at(run.run_name.function_name)];
-      if (const auto bytes = run.counters.find("bytes"); bytes != run.counters.end()) {
-         row.values.push_back(bytes->second.value);
+      if (const auto figure = run.counters.find("figure"); figure != run.counters.end()) {
+         row.values.push_back(figure->second.value);
          continue;
       }
       const bool isManual = !run.run_name.time_type.empty();
@@ -132,12 +127,23 @@ std::string Results::tableOf(const RunInfo& info, std::span<const EngineRow> eng
 std::string Results::text(const RunInfo& info, std::span<const EngineRow> engines) const {
    return fmt::format(
              "table    {}\nmachine  {}\ndate     {}\n\n"
-             "Medians: nanoseconds an operation, and for memory bytes a route. In brackets how many times our figure "
-             "the\n"
-             "rival's is: above 1, ours is the better.\n",
+             "Medians: nanoseconds an operation, for memory bytes a route, and for sweep how many times the median "
+             "slice the "
+             "slowest took.\n"
+             "In brackets how many times our figure the rival's is: above 1, ours is the better.\n",
              info.table, info.machine, info.date) +
           tableOf<V4>(info, engines) + tableOf<V6>(info, engines);
 }
+
+namespace {
+
+std::string_view unitOf(std::string_view op) {
+   const auto* const row =
+      std::find_if(opRows.begin(), opRows.end(), [&](const OpRow& each) { return each.name == op; });
+   return row->unit;
+}
+
+}  // namespace
 
 std::string Results::json(const RunInfo& info) const {
    nlohmann::ordered_json out;
@@ -153,7 +159,7 @@ std::string Results::json(const RunInfo& info) const {
                                 {"engine", row.name.engine},
                                 {"family", row.name.family},
                                 {"size", row.name.size},
-                                {"unit", row.name.op == "memory" ? "bytes/route" : "ns/op"},
+                                {"unit", unitOf(row.name.op)},
                                 {"median", row.median()},
                                 {"values", row.values}});
       }

@@ -27,7 +27,7 @@ struct RowName {
 
 struct Row {
    RowName name;
-   std::vector<double> values;  // one a repetition: nanoseconds an operation, or bytes a route
+   std::vector<double> values;  // one a repetition, in the unit of the operation
 
    double median() const;
 };

@@ -82,6 +82,10 @@ void measure(const Options& options, const OpRow& op, std::vector<Loaded>& group
          row->Iterations(1);
          continue;
       }
+      if (op.op == Op::sweep) {
+         row->Iterations(1)->Repetitions(options.repetitions);
+         continue;
+      }
       row->MinTime(options.minSeconds)->Repetitions(options.repetitions);
       if (hasOwnClock) {
          row->UseManualTime();

@@ -71,6 +71,9 @@ class TableEngine {
       return routes;
    }
 
+   void mark() { table_.mark(); }
+   bool sweep(std::size_t budget) { return table_.sweep(budget).done; }
+
    static std::uint64_t token(const Answer& answer) {
       return answer ? tokenOf<F::width>(answer->prefix) + answer->value : 0;
    }

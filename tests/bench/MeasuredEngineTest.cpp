@@ -153,5 +153,11 @@ TYPED_TEST(MeasuredEngineTest, RefusesAnEngineThatRefusesARoute) {
    EXPECT_THROW((fault<TypeParam, Wrong::insert>()), std::runtime_error);
 }
 
+TEST(MeasuredEngine, theSlowestIsSetBesideTheMedian) {
+   EXPECT_EQ(1.0, slowestToMedian({3.0}));
+   EXPECT_EQ(4.0, slowestToMedian({1.0, 8.0, 2.0}));
+   EXPECT_EQ(2.5, slowestToMedian({5.0, 1.0, 3.0, 1.0}));
+}
+
 }  // namespace MeasuredEngineTest
 }  // namespace Bench
