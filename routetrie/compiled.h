@@ -267,13 +267,13 @@ using compiled_set4 = compiled_table4<void>;
 using compiled_set6 = compiled_table6<void>;
 using compiled_set = compiled_table<void>;
 
-// What answers as the table does now.
+// What answers as the table, snapshot or version of a shared table does now.
 template <unsigned width, class T>
 basic_compiled_table<width, T> compile(const basic_questions<width, T>& routes) {
    return basic_compiled_table<width, T>(routes);
 }
-template <class T>
-compiled_table<T> compile(const table<T>& routes) {
+template <class Four, class Six>
+compiled_table<typename Four::mapped_type> compile(const both_questions<Four, Six>& routes) {
    return {compile(routes.v4()), compile(routes.v6())};
 }
 

@@ -78,6 +78,8 @@ class basic_shared_table {
    using size_type = typename Table::size_type;
    using insertable = typename Table::insertable;
    using value_type = typename Table::value_type;
+   using token_type = basic_walk_token<prefix_type>;
+   using slice_type = erased_slice<prefix_type>;
 
    class writer;
    class locked;
@@ -164,8 +166,16 @@ class basic_shared_table {
    size_type erase_if(Test test) {
       return batch([&](writer& w) { return w.erase_if(std::move(test)); });
    }
-   void merge(Table& source) {
-      batch([&](writer& w) { w.merge(source); });
+   // The same in slices, each a version: of the next `budget` routes from a token on, those that pass.
+   template <std::predicate<const value_type&> Test>
+   slice_type erase_if(Test test, size_type budget, const token_type& from = {}) {
+      return batch([&](writer& w) { return w.erase_if(std::move(test), budget, from); });
+   }
+   // As a table's, with a rule for prefixes that both have or without.
+   template <class Source, class... Rule>
+   requires std::same_as<std::remove_cvref_t<Source>, Table>
+   void merge(Source&& source, Rule&&... rule) {
+      batch([&](writer& w) { w.merge(std::forward<Source>(source), rule...); });
    }
    void clear() {
       batch([](writer& w) { w.clear(); });
@@ -173,6 +183,23 @@ class basic_shared_table {
    // Has these routes from now on, and none of those that it had.
    void replace(Table routes) {
       batch([&](writer& w) { w.replace(std::move(routes)); });
+   }
+
+   // Refresh and sweep, as a table's; each slice is a version.
+   void mark() {
+      const std::lock_guard guard(writing_);
+      table_.mark();
+   }
+   bool is_marked() const noexcept {
+      const std::lock_guard guard(writing_);
+      return table_.is_marked();
+   }
+   void unmark() noexcept {
+      const std::lock_guard guard(writing_);
+      table_.unmark();
+   }
+   sweep_slice sweep(size_type budget) {
+      return batch([&](writer& w) { return w.sweep(budget); });
    }
 
    //--- memory ---
@@ -189,6 +216,12 @@ class basic_shared_table {
       held.nodes += sizeof(Record);
       held.old += oldRecords_ * sizeof(Record);
       return held;
+   }
+   // As a table's, of the newest version; `old` in their memory is what of nodes, values and indexes waits for readers or is kept for
+   // snapshots.
+   auto statistics() const {
+      const std::lock_guard guard(writing_);
+      return table_.statistics();
    }
    // Frees what readers and snapshots have let go, and goes on to find out about the rest. For a writer that has nothing else to do: while
    // there are changes, they do so.
@@ -376,7 +409,13 @@ class basic_shared_table<Table>::writer {
    size_type erase_if(Test test) {
       return Impl::Publishing::eraseIf(of_.table_, std::move(test));
    }
-   void merge(Table& source) { of_.table_.merge(source); }
+   template <std::predicate<const value_type&> Test>
+   slice_type erase_if(Test test, size_type budget, const token_type& from = {}) {
+      return Impl::Publishing::eraseIf(of_.table_, std::move(test), budget, from);
+   }
+   template <class Source, class... Rule>
+   requires std::same_as<std::remove_cvref_t<Source>, Table>
+   void merge(Source&& source, Rule&&... rule) { of_.table_.merge(std::forward<Source>(source), rule...); }
    void clear() { of_.become(Table()); }
    void replace(Table routes) { of_.become(std::move(routes)); }
    void mark() { of_.table_.mark(); }

@@ -60,9 +60,9 @@ struct Publishing {
    }
 
    // Where another erase_if() hides it.
-   template <class Table, class Test>
-   static auto eraseIf(Table& t, Test test) {
-      return erase_if(t, std::move(test));
+   template <class Table, class Test, class... Slice>
+   static auto eraseIf(Table& t, Test test, const Slice&... slice) {
+      return erase_if(t, std::move(test), slice...);
    }
 
    // Calls visit(store) for that of each family.

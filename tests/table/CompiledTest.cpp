@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "routetrie/platform/Types.h"
+#include "routetrie/shared_table.h"
 
 namespace routetrie {
 namespace CompiledTest {
@@ -233,6 +234,23 @@ TEST(CompiledTable, UsesTheInstructionsThatItIsTold) {
          EXPECT_THROW(compiled.use(with), std::invalid_argument);
       }
    }
+}
+
+// Of whatever is asked as a table is: snapshots, and the version that a reader has locked.
+TEST(CompiledTable, IsMadeOfWhatIsAskedAsATable) {
+   shared_table<int> t;
+   t.insert({{"10.0.0.0/8"_prefix, 4}, {"2001:db8::/32"_prefix, 6}});
+   const auto reader = t.reader();
+   const auto expectRight = [](const compiled_table<int>& compiled) {
+      EXPECT_EQ(4, *compiled.lookup("10.1.2.3"_address));
+      EXPECT_EQ(6, *compiled.lookup("2001:db8::1"_address));
+      EXPECT_EQ(2u, compiled.size());
+   };
+   const auto snapshot = t.snapshot();
+   t.insert({"11.0.0.0/8"_prefix, 5});
+   expectRight(compile(snapshot));
+   EXPECT_EQ(5, *compile(*reader.lock()).lookup("11.1.2.3"_address));
+   EXPECT_EQ(4, *compile(reader.lock()->v4()).lookup(address4(10u << 24)));
 }
 
 }  // namespace CompiledTest

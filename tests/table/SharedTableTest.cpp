@@ -115,6 +115,68 @@ TEST(SharedTable, changesAsATableDoes) {
    EXPECT_EQ("", t.audit());
 }
 
+TEST(SharedTable, mergesByARule) {
+   shared_table<std::string> t;
+   t.insert({{"10.0.0.0/8"_prefix, "mine"}, {"2001:db8::/32"_prefix, "mine"}});
+   table<std::string> source{{"10.0.0.0/8"_prefix, "theirs"}, {"11.0.0.0/8"_prefix, "theirs"}};
+   const auto rule = [](const prefix&, std::string& mine, std::string&& theirs) { mine += " and " + theirs; };
+   t.merge(source, rule);
+   EXPECT_TRUE(source.empty());
+   EXPECT_EQ("10.0.0.0/8 mine and theirs; 11.0.0.0/8 theirs; 2001:db8::/32 mine; ", textOf(t.reader().lock()));
+   t.merge(table<std::string>{{"12.0.0.0/8"_prefix, "new"}});
+   t.merge(table<std::string>{{"12.0.0.0/8"_prefix, "newer"}}, rule);
+   t.batch([&](auto& w) { w.merge(table<std::string>{{"12.0.0.0/8"_prefix, "newest"}}, rule); });
+   EXPECT_EQ("new and newer and newest", *t.reader().lookup("12.0.0.1"_address));
+   EXPECT_EQ("", t.audit());
+}
+
+// A long erasure or sweep in slices, each a version.
+TEST(SharedTable, changesInSlices) {
+   shared_table<int> t;
+   for (unsigned i = 0; i < 30; ++i) {
+      t.insert({prefix(prefix4(address4(i << 24), 8)), static_cast<int>(i)});
+   }
+   t.insert({"2001:db8::/32"_prefix, 1});
+   const auto reader = t.reader();
+   std::size_t erased = 0;
+   unsigned slices = 0;
+   for (std::optional<walk_token> token(std::in_place); token; ++slices) {
+      const auto slice = t.erase_if([](const auto& route) { return route.value % 2 == 1; }, 10, *token);
+      erased += slice.erased;
+      token = slice.next;
+      EXPECT_EQ(31 - erased, reader.size());
+   }
+   EXPECT_EQ(16u, erased);
+   EXPECT_EQ(4u, slices);
+   EXPECT_FALSE(t.is_marked());
+   EXPECT_THROW(t.sweep(10), std::logic_error);
+   t.mark();
+   EXPECT_TRUE(t.is_marked());
+   t.insert({"2.0.0.0/8"_prefix, 0});
+   EXPECT_EQ((sweep_slice{9, false}), t.sweep(10));
+   EXPECT_EQ(6u, reader.size());
+   t.unmark();
+   EXPECT_FALSE(t.is_marked());
+   EXPECT_EQ("", t.audit());
+}
+
+TEST(SharedTable, tellsItsStatistics) {
+   shared_table4<int> t;
+   t.insert({{"10.0.0.0/8"_prefix, 1}, {"10.1.0.0/16"_prefix, 1}});
+   const auto reader = t.reader();
+   const auto routes = reader.lock();
+   t.insert({"10.2.0.0/16"_prefix, 1});
+   const table_statistics statistics = t.statistics();
+   EXPECT_EQ(3u, statistics.routes);
+   EXPECT_GT(statistics.memory.old, 0u) << "what waits for readers";
+   EXPECT_LE(statistics.memory.old, t.pending_bytes());
+   EXPECT_LE(statistics.memory.total(), t.memory().total());
+   shared_table<int> both;
+   both.insert({"2001:db8::/32"_prefix, 1});
+   EXPECT_EQ(0u, both.statistics().v4.routes);
+   EXPECT_EQ(1u, both.statistics().v6.routes);
+}
+
 TEST(SharedTable, aSetIsSharedToo) {
    shared_table<void> t;
    EXPECT_TRUE(t.insert("10.0.0.0/8"_prefix));
