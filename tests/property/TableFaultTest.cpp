@@ -342,6 +342,65 @@ TYPED_TEST(TableFaultTest, changesOfASharedTable) {
    EXPECT_GT(failures, 0u);
 }
 
+// A slice that fails has erased some of its routes, which readers see go at once, and the next goes on where it was.
+TYPED_TEST(TableFaultTest, slicesOfASharedTable) {
+   const auto world = this->worlds().back();
+   const auto valueOf = [](const auto& route) {
+      if constexpr (TypeParam::has_values) {
+         return route.value;
+      } else {
+         return route;
+      }
+   };
+   std::size_t failures = 0;
+   const auto each = [&](std::size_t left, const auto& slice, const auto& goOn) {
+      for (const Source source : sources) {
+         bool failed = true;
+         for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
+            SCOPED_TRACE(fmt::format("allocation {}", n));
+            typename TestFixture::Session session;
+            TestFixture::fill(session, world);
+            routetrie::basic_shared_table<TypeParam> shared{TypeParam(session.table)};
+            const auto reader = shared.reader();
+            shared.mark();
+            const auto before = reader.lock();
+            failed = failsWith(source, n, [&] { slice(shared); });
+            failures += failed ? 1u : 0u;
+            EXPECT_EQ("", shared.audit());
+            EXPECT_TRUE(*before == session.table) << "a version stays as it is";
+            const auto now = reader.lock();
+            EXPECT_GE(now->size() + 20, world.size());
+            for (const auto& route : *now) {
+               const auto was = session.table.find(routetrie::Impl::prefixOf(route));
+               ASSERT_NE(session.table.end(), was);
+               EXPECT_TRUE(valueOf(*was) == valueOf(route));
+            }
+            goOn(shared);
+            EXPECT_EQ(left, reader.size());
+            EXPECT_EQ("", shared.audit());
+         }
+      }
+   };
+   each(
+      0, [](auto& t) { t.sweep(20); },
+      [](auto& t) {
+         while (!t.sweep(50).done) {
+         }
+      });
+   const auto isLong = [](const auto& route) { return routetrie::Impl::prefixOf(route).len() > 12; };
+   std::size_t left = 0;
+   for (const auto& p : world) {
+      left += p.len() > 12 ? 0u : 1u;
+   }
+   each(
+      left, [&](auto& t) { t.erase_if(isLong, 20); },
+      [&](auto& t) {
+         for (auto slice = t.erase_if(isLong, 50); slice.next; slice = t.erase_if(isLong, 50, *slice.next)) {
+         }
+      });
+   EXPECT_GT(failures, 0u);
+}
+
 TYPED_TEST(TableFaultTest, updates) {
    if constexpr (TypeParam::has_values) {
       using Value = typename TypeParam::mapped_type;
