@@ -3,6 +3,8 @@
 
 #include <array>
 #include <bit>
+#include <cstddef>
+#include <cstring>
 
 #include "routetrie/platform/Corenet/AddressBits.h"
 #include "routetrie/table/Region.h"
@@ -16,30 +18,47 @@ inline constexpr unsigned stride = 6;  // bits of the address that a node stands
 struct Node {
    static constexpr U64 compressedBit = U64{1} << 63;  // in routes[0]
    static constexpr U64 leafBit = U64{1} << 62;
+   static constexpr unsigned headerBytes = 24;
 
    U64 routes[2];  // those whose next bit is 0, and 1; in preorder
    U64 children;   // by the next six bits
-   U32 childRun;   // of nodes
-   U32 valueRun;   // the first value of routes[0]; those of routes[1] lie before it, the first one last
+   U32 first[2];   // of the numbers of children and the values; of one that is compressed, the end of its bits
 
    ROUTETRIE_INLINE bool isCompressed() const noexcept { return routes[0] >> 63 != 0; }
    // Of one that is compressed:
    ROUTETRIE_INLINE bool isLeaf() const noexcept { return (routes[0] & leafBit) != 0; }
    ROUTETRIE_INLINE unsigned length() const noexcept { return static_cast<unsigned>(routes[0] & 255); }
-   ROUTETRIE_INLINE U32 target() const noexcept { return static_cast<U32>(routes[1]); }
+   ROUTETRIE_INLINE U32 target() const noexcept {
+      U32 number;
+      std::memcpy(&number, &routes[1], sizeof number);
+      return number;
+   }
    ROUTETRIE_INLINE const void* leafValue() const noexcept { return &routes[1]; }
    // Of one that is not:
+   ROUTETRIE_INLINE const std::byte* bytes() const noexcept {
+      return static_cast<const std::byte*>(static_cast<const void*>(this));
+   }
+   std::byte* bytes() noexcept { return static_cast<std::byte*>(static_cast<void*>(this)); }
+   ROUTETRIE_INLINE const U32* numbers() const noexcept {
+      return static_cast<const U32*>(static_cast<const void*>(bytes() + headerBytes));
+   }
+   U32* numbers() noexcept { return static_cast<U32*>(static_cast<void*>(bytes() + headerBytes)); }
    bool hasRoutes() const noexcept { return (routes[0] | routes[1]) != 0; }
    unsigned routeCount() const noexcept {
       return static_cast<unsigned>(std::popcount(routes[0]) + std::popcount(routes[1]));
    }
    unsigned childCount() const noexcept { return static_cast<unsigned>(std::popcount(children)); }
 };
-static_assert(sizeof(Node) == 32);
+static_assert(sizeof(Node) == 32 && offsetof(Node, first) == Node::headerBytes);
 
 ROUTETRIE_INLINE U64 below(U64 word, unsigned bit) noexcept { return word & ((U64{1} << bit) - 1); }
 
-// Where a child stands in its run. Requires: it is there, or the place where it would be is meant.
+// Where the values begin behind so many numbers of children, in bytes; `step` is what a value takes.
+ROUTETRIE_INLINE unsigned valuesFrom(unsigned children, unsigned step) noexcept {
+   const unsigned odd = step >> 1 & 4;  // 4 where values have 8 bytes, and begin at a multiple of them
+   return Node::headerBytes + ((4 * children + odd) & ~odd);
+}
+// Where a child's number stands among the others. Requires: it is there, or the place where it would be is meant.
 ROUTETRIE_INLINE U32 childRank(U64 children, unsigned chunk) noexcept {
    return static_cast<U32>(std::popcount(below(children, chunk)));
 }
@@ -121,21 +140,21 @@ ROUTETRIE_INLINE Corenet::AddressBits<width> keyOf(const Node& n) noexcept {
    if constexpr (width == 32) {
       return Corenet::AddressBits<width>(static_cast<U32>(n.children));
    } else {
-      return Corenet::AddressBits<width>(U128{n.children} << 64 | U64{n.valueRun} << 32 | n.childRun);
+      return Corenet::AddressBits<width>(U128{n.children} << 64 | U64{n.first[1]} << 32 | n.first[0]);
    }
 }
 template <unsigned width>
-Node compressedNode(Corenet::AddressBits<width> bits, unsigned length, U64 flags, U64 content) noexcept {
+Node compressedNode(Corenet::AddressBits<width> bits, unsigned length, U64 flags, U32 target) noexcept {
    Node n{};
    n.routes[0] = Node::compressedBit | flags | length;
-   n.routes[1] = content;
+   std::memcpy(&n.routes[1], &target, sizeof target);
    const auto word = bits.cut(length).word();
    if constexpr (width == 32) {
       n.children = word;
    } else {
       n.children = static_cast<U64>(word >> 64);
-      n.childRun = static_cast<U32>(word);
-      n.valueRun = static_cast<U32>(word >> 32);
+      n.first[0] = static_cast<U32>(word);
+      n.first[1] = static_cast<U32>(word >> 32);
    }
    return n;
 }

@@ -7,7 +7,7 @@
 
 namespace routetrie::Impl {
 
-Store::Store(unsigned valueSize) noexcept : values(valueSize == 8 ? 4 : 3) {}
+Store::Store() noexcept = default;
 
 Store::~Store() = default;
 
@@ -23,7 +23,6 @@ Store::Versions& Store::needVersions() {
       Region::mayFail();
       versions_ = std::make_unique<Versions>();
       nodes.follow(versions_->following[ofNodes]);
-      values.follow(versions_->following[ofValues]);
       if (pages_ != nullptr) {
          pages_->follow(versions_->following[ofPages]);
       }
@@ -54,7 +53,6 @@ void Store::publish() noexcept { ++versions_->epochs.batch; }
 std::size_t Store::bytesOf(const Dead& dead) const noexcept {
    switch (dead.kind) {
       case ofNodes: return std::size_t{dead.units} << nodes.unitShift();
-      case ofValues: return std::size_t{dead.units} << values.unitShift();
       case ofPages: return std::size_t{dead.units} << pages_->unitShift();
       default: return versions_->keeper.bytes;
    }
@@ -63,7 +61,6 @@ std::size_t Store::bytesOf(const Dead& dead) const noexcept {
 U64 Store::epochOf(const Dead& dead) const noexcept {
    switch (dead.kind) {
       case ofNodes: return nodes.epochOf(dead.at);
-      case ofValues: return values.epochOf(dead.at);
       case ofPages: return pages_->epochOf(dead.at);
       default: return versions_->keeper.epochOf(versions_->keeper.slots.get(), dead.at);
    }
@@ -192,7 +189,6 @@ void Store::tendSome(std::size_t most) noexcept {
    // Who frees all is at rest, and will need no room for notes for a while.
    if (most == ~std::size_t{0}) {
       nodes.settle();
-      values.settle();
       if (pages_ != nullptr) {
          pages_->settle();
       }
@@ -260,15 +256,11 @@ std::size_t Store::deadBytes() const noexcept {
 std::size_t Store::waitingBytes() const noexcept { return versions_ != nullptr ? versions_->waitingBytes : 0; }
 
 std::size_t Store::usedBytes(Kind kind) const noexcept {
-   return kind == ofNodes     ? nodes.usedBytes()
-          : kind == ofValues  ? values.usedBytes()
-          : pages_ != nullptr ? pages_->usedBytes()
-                              : 0;
+   return kind == ofNodes ? nodes.usedBytes() : pages_ != nullptr ? pages_->usedBytes() : 0;
 }
 
 std::size_t Store::freeBytes() const noexcept {
-   return nodes.heldBytes() - nodes.usedBytes() + values.heldBytes() - values.usedBytes() +
-          (pages_ != nullptr ? pages_->heldBytes() - pages_->usedBytes() : 0);
+   return nodes.heldBytes() - nodes.usedBytes() + (pages_ != nullptr ? pages_->heldBytes() - pages_->usedBytes() : 0);
 }
 
 std::size_t Store::ownBytes() const noexcept {

@@ -32,8 +32,8 @@ namespace routetrie::Impl {
 
 class ROUTETRIE_EXPORT Store {
   public:
-   enum Kind : U8 { ofNodes, ofValues, ofPages, ofSlots };
-   static constexpr unsigned arenas = 3;
+   enum Kind : U8 { ofNodes, ofPages, ofSlots };
+   static constexpr unsigned arenas = 2;
    static constexpr std::size_t mostRetired = 128;  // between two calls of makeRoom()
 
    // What a table does with values that lie in slots of its own (Slots.h): a function and the epoch that a slot was filled in.
@@ -45,18 +45,17 @@ class ROUTETRIE_EXPORT Store {
    };
    class Held;
 
-   explicit Store(unsigned valueSize) noexcept;
+   Store() noexcept;
    Store(const Store&) = delete;
    Store& operator=(const Store&) = delete;
    ~Store();
 
    Arena nodes{5};
-   Arena values;  // a unit is room for two
    Arena& pages() noexcept { return *pages_; }
    bool hasPages() const noexcept { return pages_ != nullptr; }
    void needPages();  // std::bad_alloc
 
-   Arena& arena(Kind kind) noexcept { return kind == ofNodes ? nodes : kind == ofValues ? values : *pages_; }
+   Arena& arena(Kind kind) noexcept { return kind == ofNodes ? nodes : *pages_; }
 
    //--- changes
 
@@ -151,8 +150,7 @@ class ROUTETRIE_EXPORT Store {
       std::unique_ptr<Held> leaving;              // dropped, with runs that may have to be freed
       std::atomic<Held*> dropped{nullptr};
       Epochs epochs;
-      Arena::Following following[arenas]{Arena::Following(epochs), Arena::Following(epochs),
-                                         Arena::Following(epochs)};
+      Arena::Following following[arenas]{Arena::Following(epochs), Arena::Following(epochs)};
       Keeper keeper;
       std::size_t deadBytes[arenas + 1]{};
       std::size_t waitingBytes = 0;

@@ -41,8 +41,8 @@ template <unsigned width>
 Tree<width> Tree<width>::clone() const {
    Tree copy(valueSize_);
    if (root_ != 0) {
-      copy.needRoot();
-      copy.node(copy.root_) = copyOf(node(root_), copy);
+      copy.needStore();
+      copy.root_ = copyOf(root_, copy);
    }
    copy.default_ = default_;
    copy.hasDefault_ = hasDefault_;
@@ -54,30 +54,24 @@ Tree<width> Tree<width>::clone() const {
    return copy;
 }
 
-// A node for the other tree, with copies of all that is under it. What raises leaves runs there that nobody holds; they go with it.
+// A copy of a node for the other tree, and of all that is under it. What raises leaves blocks there that nobody holds; they go with it.
 template <unsigned width>
-Node Tree<width>::copyOf(const Node& n, Tree& to) const {
-   Node copy = n;
+U32 Tree<width>::copyOf(U32 at, Tree& to) const {
+   const Node& n = node(at);
+   const unsigned units = unitsOf(n);
+   const U32 copied = to.store_->nodes.allocate(units);
+   Node& copy = to.node(copied);
+   std::memcpy(copy.bytes(), n.bytes(), units * sizeof(Node));
    if (n.isCompressed()) {
       if (!n.isLeaf()) {
-         const U32 run = to.store_->nodes.allocate(1);
-         to.node(run) = copyOf(node(n.target()), to);
-         copy.routes[1] = run;
+         copy = compressedNode(keyOf<width>(n), n.length(), 0, copyOf(n.target(), to));
       }
-      return copy;
+      return copied;
    }
-   if (const unsigned count = n.routeCount(); count != 0 && step() != 0) {
-      const U32 start = 2 * to.store_->values.allocate(valueUnits(count));
-      std::memcpy(to.valueAt(start), valueAt(valuesStart(n)), std::size_t{count} * step());
-      copy.valueRun = start + (n.valueRun - valuesStart(n));
+   for (unsigned i = 0; i < n.childCount(); ++i) {
+      copy.numbers()[i] = copyOf(n.numbers()[i], to);
    }
-   if (const unsigned count = n.childCount(); count != 0) {
-      copy.childRun = to.store_->nodes.allocate(runRoom(count));
-      for (unsigned i = 0; i < count; ++i) {
-         to.node(copy.childRun + i) = copyOf(node(n.childRun + i), to);
-      }
-   }
-   return copy;
+   return copied;
 }
 
 template <unsigned width>

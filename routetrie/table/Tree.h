@@ -1,19 +1,20 @@
 // Tree: routes of one family, with the bytes of a value for each; what the tables stand on. It knows prefixes and bytes, no types.
 //
-// A node, 32 bytes, stands for six bits of the address, at depth 0, 6, 12, ...:
+// A node stands for six bits of the address, at depth 0, 6, 12, ... It is a block of memory, known by one number:
 //
-//    +-------------+-------------+-------------+------+------+
-//    | routes[0]   | routes[1]   | children    | run of children
-//    |             |             |             |      | run of values
-//    +-------------+-------------+-------------+------+------+
-//      63 prefixes    63 prefixes   64 children
-//      0, 00, 000,    1, 10, 100,   one for each
-//      ... 01, ...    ... 11, ...   six bits that
-//      in preorder    in preorder   more routes share
+//    +-------------+-------------+-------------+------------------------+---------------------------------+
+//    | routes[0]   | routes[1]   | children    | number | number | ..   | value | value | value | ..      |
+//    +-------------+-------------+-------------+------------------------+---------------------------------+
+//      63 prefixes    63 prefixes   64 children   of the children that     of the routes that are there,
+//      0, 00, 000,    1, 10, 100,   one for each  are there, by their      in preorder, those of routes[0]
+//      ... 01, ...    ... 11, ...   six bits that six bits                 first
+//      in preorder    in preorder   more routes
+//                                   share
+//      8 bytes        8             8             4 bytes each             step() bytes each
 //
-//    children: [ node | node | node ]     those that are there, by their six bits
-//    values:   [ .. second of 1 | first of 1 | first of 0 | second of 0 .. ]
-//                                              ^ valueRun
+// Blocks have units of 32 bytes, in sizes with some room (roomOf()), so that a node mostly changes where it is: what is behind the
+// change moves aside. Else it moves to another block, and its number is written anew in the one place above it, and in the index.
+// A node that loses a route or child stays where it is and gives back units of its end.
 //
 // In preorder the prefixes of an address stand in the order of their lengths, so the longest that is there is the highest bit of
 // `routes & wayTo`, and its value comes by one count of bits more. Routes of length 1 to 6 past a node's depth lie in it; the default route
@@ -39,18 +40,18 @@
 //      bits that lead to it, with zeros behind its length.
 //   3. A skip leads to a node that is not compressed and has two children or a route; it is not a route alone.
 //   4. A node with one child and nothing else, but the root, has a child that is not compressed and has two children or a route.
-//   5. Runs have as many elements as there are bits set, in room for a count of runRoom(), and no two runs overlap.
+//   5. A node's block has the units that its routes and children ask for, and no two blocks overlap; one number leads to each.
 //   6. A number in the index that is not 0 is the node at the index's depth for these bits, or the compressed one on the way that
 //      spans it; or, marked, the node six bits above, which is not compressed and has no child there. In a page that is there, each
 //      of them has its number.
 //   7. size() is the number of routes.
 //
-// All numbers are of 32 bits and count from the base of the region (Region.h), which never moves.
+// Numbers of nodes have 32 bits, the top one 0, and count 32 bytes from the base of the region (Region.h), which never moves.
 //
 // Versions. snapshot() gives a tree that stays as this one is, over the same nodes. From then on a change first copies what it is about
-// to write and the snapshot has seen: the runs on the way from the root, for the numbers that lead to a run stand in the run above it,
-// and the pages of the index that these runs stand in (TreeOwn.cpp). What it has copied once is the tree's own, so the next change there
-// is as any other; and where a run is the tree's own, so is all that leads to it. Where there are no versions, nothing of this happens.
+// to write and the snapshot has seen: the nodes on the way from the root, as the number that leads to a node stands in the node above it,
+// and the pages of the index that these numbers stand in (TreeOwn.cpp). What it has copied once is the tree's own, so the next change
+// there is as any other; and where a node is the tree's own, so is all that leads to it. Where there are no versions, nothing of this happens.
 //
 // A tree that publishes gives away a version with each change or batch of them, so each begins with nothing of its own. To copy less,
 // its index has no marked numbers; and in IPv6 the first page of it, which has 16 KiB, is in parts of 64 numbers, found by a page of as
@@ -90,7 +91,7 @@ class ROUTETRIE_EXPORT Tree {
 
    // `valueSize`: 0, 1, 2, 4 or 8 bytes, aligned to their size.
    explicit Tree(unsigned valueSize) noexcept
-      : valueSize_(static_cast<U8>(valueSize)), step_(static_cast<U8>(bytesInRun(valueSize))) {}
+      : valueSize_(static_cast<U8>(valueSize)), step_(static_cast<U8>(bytesInNode(valueSize))) {}
    Tree(Tree&& other) noexcept;
    Tree& operator=(Tree&& other) noexcept;
    ~Tree() = default;
@@ -161,10 +162,10 @@ class ROUTETRIE_EXPORT Tree {
    // The first place at or behind one where the routes of this tree and of another may differ, or the bytes of their values; false: there is
    // none. Nothing that the two share is looked at, so that it is found fast for a tree and an earlier version of it.
    //
-   // That is exact, as equal numbers are equal contents. A run lies at one place in the region, and is written only by a tree which nobody
-   // else has it of: so where two nodes tell the same bits and have the same numbers, all that is under them is one and the same. A
-   // node that a tree has written in place since a version was taken of it lies in a run which that version does not have, so all nodes
-   // on the way to it are in other runs than the version's, and are looked at.
+   // That is exact, as equal numbers are equal contents. A node has one number, and is written only by a tree which nobody
+   // else has it of: so where two nodes have the same number, all that is under them is one and the same. A
+   // node that a tree has written in place since a version was taken of it is in no block which that version has, so all nodes
+   // on the way to it have other numbers than the version's, and are looked at.
    //
    // Values are compared by their bytes. Requires: they are of one type; numbers of slots, of the same slots.
    bool nextDifference(const Tree& other, Bits& bits, unsigned& length) const noexcept;
@@ -237,34 +238,48 @@ class ROUTETRIE_EXPORT Tree {
       return static_cast<const Node*>(static_cast<const void*>(base_));
    }
    Node& node(U32 number) const noexcept { return static_cast<Node*>(static_cast<void*>(base_))[number]; }
-   static constexpr unsigned bytesInRun(unsigned valueSize) noexcept {
+   static constexpr unsigned bytesInNode(unsigned valueSize) noexcept {
       return valueSize == 0 ? 0 : valueSize <= 4 ? 4 : 8;
    }
-   unsigned step() const noexcept { return step_; }  // bytes from a value in a run to the next
-   std::byte* valueAt(U32 number) const noexcept { return base_ + std::size_t{number} * step(); }
-   static ROUTETRIE_INLINE U32 valueNumber(const Node& n, unsigned half, unsigned place) noexcept {
-      return n.valueRun + (static_cast<U32>(std::popcount(below(n.routes[half], place))) ^ (0 - half));
+   unsigned step() const noexcept { return step_; }  // bytes from a value to the next
+   static U32& childNumber(Node& n, unsigned chunk) noexcept { return n.numbers()[childRank(n.children, chunk)]; }
+   static ROUTETRIE_INLINE U32 childNumber(const Node& n, unsigned chunk) noexcept {
+      return n.numbers()[childRank(n.children, chunk)];
    }
-   // Of the route that has so many places above its own in these, the routes of the half.
-   static ROUTETRIE_INLINE U32 valueNumber(const Node& n, unsigned half, U64 routes, unsigned above) noexcept {
-      return n.valueRun + ((static_cast<U32>(std::popcount(routes << above)) - 1) ^ (0 - half));
+   // How many values stand before that of a route.
+   static ROUTETRIE_INLINE unsigned valueRank(const Node& n, unsigned half, unsigned place) noexcept {
+      return static_cast<unsigned>(std::popcount(below(n.routes[half], place))) +
+             (static_cast<unsigned>(std::popcount(n.routes[0])) & (0 - half));
    }
-   void* valueOf(const Node& n, unsigned half, unsigned place) const noexcept {
-      return step() == 0 ? base_ : valueAt(valueNumber(n, half, place));
+   // In bytes from the node, where a value is, of the route that has so many places above its own in these, the routes of the half.
+   static ROUTETRIE_INLINE unsigned valueOffset(const Node& n, unsigned half, U64 routes, unsigned above,
+                                                unsigned step) noexcept {
+      const unsigned rank = static_cast<unsigned>(std::popcount(routes << above)) - 1 +
+                            (static_cast<unsigned>(std::popcount(n.routes[0])) & (0 - half));
+      return valuesFrom(n.childCount(), step) + rank * step;
+   }
+   const void* valueOf(const Node& n, unsigned half, unsigned place) const noexcept {
+      return n.bytes() + valuesFrom(n.childCount(), step_) + std::size_t{valueRank(n, half, place)} * step_;
+   }
+   void* valueOf(Node& n, unsigned half, unsigned place) const noexcept {
+      return n.bytes() + valuesFrom(n.childCount(), step_) + std::size_t{valueRank(n, half, place)} * step_;
    }
    const void* defaultValue() const noexcept { return hasDefault_ ? &default_ : nullptr; }
 
-   // The room of runs of so many elements (nodes, or pairs of values).
-   static constexpr unsigned runRoom(unsigned count) noexcept {
-      if (count <= 4) {
-         return count;
+   // The units of a block that so many would do for.
+   static constexpr unsigned roomOf(unsigned units) noexcept {
+      if (units <= 4) {
+         return units;
       }
-      const unsigned power = std::bit_ceil(count);
-      return count <= power / 4 * 3 ? power / 4 * 3 : power;
+      const unsigned power = std::bit_ceil(units);
+      return units <= power / 4 * 3 ? power / 4 * 3 : power;
    }
-   static constexpr unsigned valueUnits(unsigned count) noexcept { return runRoom((count + 1) / 2); }
-   static U32 valuesStart(const Node& n) noexcept {
-      return n.valueRun - static_cast<U32>(std::popcount(n.routes[1]));
+   unsigned unitsFor(unsigned children, unsigned routes) const noexcept {
+      return roomOf((valuesFrom(children, step_) + routes * step_ + unsigned{sizeof(Node)} - 1) /
+                    unsigned{sizeof(Node)});
+   }
+   unsigned unitsOf(const Node& n) const noexcept {
+      return n.isCompressed() ? 1 : unitsFor(n.childCount(), n.routeCount());
    }
 
    //--- lookups: TreeQuestions.cpp holds them compiled for machines that count bits, for programs that are not
@@ -275,8 +290,10 @@ class ROUTETRIE_EXPORT Tree {
       const Node& n = nodes()[at];
       // The child's bit is the top one of these, and counted with those before it.
       const U64 upTo = n.children << (~(bits >> shift) & 63);
-      const U32 child = n.childRun + static_cast<U32>(std::popcount(upTo)) - 1;
       const auto isThere = static_cast<U32>((upTo & ~n.routes[0]) >> 63);
+      // Where there is none, what is read lies beside the rest of the node.
+      const U32 rank = static_cast<U32>(std::popcount(upTo)) & (0 - isThere);
+      const U32 child = *(n.numbers() + rank - 1);
       shift -= stride * isThere;
       return at ^ ((at ^ child) & (0 - isThere));
    }
@@ -324,27 +341,41 @@ class ROUTETRIE_EXPORT Tree {
    void dropIndex() noexcept;
    void dropLostIndex() noexcept;
    void fillPage(Bits bits) noexcept;
-   void writeGroup(U32* slots, const Node& n) noexcept;
-   void touchGroup(Bits bits) noexcept;                                    // what these bits lead to may have changed
-   void touchRun(const Node& parent, Bits bits, unsigned depth) noexcept;  // its children have moved
+   void writeGroup(U32* slots, U32 at) noexcept;
+   void touchGroup(Bits bits) noexcept;                          // what these bits lead to may have changed
+   void touchChild(U32 parent, Bits bits) noexcept;              // one of a node at the group's depth came or went
+   void touchMoved(U32 at, Bits bits, unsigned depth) noexcept;  // a node has this number now
    void resizeIndex() noexcept;
 
    //--- changes
    void needStore();
    void needRoot();
    bool tend() noexcept;  // before a change; whether there are versions
-   void own(Bits bits, unsigned length, bool writesValue);
-   U32 ownRun(U32 run, unsigned count);
-   void ownValues(Node& n);
+   // Where a change begins: a node, and where its number stands.
+   struct Start {
+      U32 at;
+      unsigned depth;
+      void* link;  // null: it has to be looked for
+   };
+   Inserted inserted(void* place) noexcept;
+   Start own(Bits bits, unsigned length, bool all);
+   U32 ownNode(U32 at);
+   static U32 linked(const void* link) noexcept {
+      U32 number;
+      std::memcpy(&number, link, sizeof number);
+      return number;
+   }
+   void* linkTo(Bits bits, unsigned depth) noexcept;
    U32 startFor(Bits bits, unsigned length, unsigned& depth) const noexcept;
    bool shape(Node& n, Bits bits, unsigned depth) noexcept;
-   Node leafFrom(const Node& n, Bits bits, unsigned depth) noexcept;
-   void dropRoute(Node& n, unsigned half, unsigned place) noexcept;
-   void dropChild(Node& n, unsigned chunk) noexcept;
+   Node leafFrom(const Node& n, Bits bits, unsigned depth) const noexcept;
+   void dropRoute(U32 at, unsigned half, unsigned place) noexcept;
+   void dropChild(U32 at, unsigned chunk) noexcept;
+   void shrink(U32 at, unsigned from, unsigned to) noexcept;
    static bool isBare(const Node& n) noexcept {
       return n.isCompressed() || (n.hasRoutes() ? n.children == 0 && n.routeCount() == 1 : n.childCount() <= 1);
    }
-   Node copyOf(const Node& n, Tree& to) const;
+   U32 copyOf(U32 at, Tree& to) const;
    bool setDefault(Cursor& cursor) const noexcept;
    ROUTETRIE_INLINE bool nextInNode(Cursor& cursor) const noexcept;
    bool nextFromNode(Cursor& cursor) const noexcept;
@@ -410,7 +441,7 @@ ROUTETRIE_INLINE bool Tree<width>::matchHere(Bits address, unsigned step, Match&
    }
    const auto above = static_cast<unsigned>(std::countl_zero(covering));
    match.length = 64 - stride - shift + places[63 - above].length;
-   match.value = base_ + std::size_t{valueNumber(*n, half, routes, above)} * step;
+   match.value = n->bytes() + valueOffset(*n, half, routes, above, step);
    return true;
 }
 
@@ -419,7 +450,7 @@ template <unsigned valueSize>
 inline const void* Tree<width>::lookup(Bits address) const noexcept {
    if constexpr (countsBits) {
       Match match;
-      if (matchHere(address, bytesInRun(valueSize), match)) [[likely]] {
+      if (matchHere(address, bytesInNode(valueSize), match)) [[likely]] {
          return match.value;
       }
       return matchFurther(address).value;
@@ -470,8 +501,7 @@ ROUTETRIE_INLINE bool Tree<width>::nextInNode(Cursor& cursor) const noexcept {
    const unsigned change = places[place].low ^ places[next].low;
    cursor.bits = Bits(cursor.bits.word() ^ withChunk(Bits(), depth, change).word());
    cursor.length = depth + places[next].length;
-   const auto* const value = static_cast<const std::byte*>(cursor.value);
-   cursor.value = cursor.half == 0 ? value + step() : value - step();
+   cursor.value = static_cast<const std::byte*>(cursor.value) + step();
    cursor.place = static_cast<U8>(next);
    return true;
 }

@@ -32,8 +32,7 @@ class Tree<width>::Audit {
 
    std::string run() {
       if (tree_.root_ != 0) {
-         hold(nodeRuns_, tree_.root_, 1);
-         check(tree_.node(tree_.root_), 0, Bits());
+         check(tree_.root_, 0, Bits());
       }
       if (fault_.empty() && routes_ + (tree_.hasDefault_ ? 1 : 0) != tree_.size_) {
          fault_ =
@@ -44,13 +43,10 @@ class Tree<width>::Audit {
       }
       if (fault_.empty() && tree_.store_ != nullptr) {
          const Store& store = *tree_.store_;
-         store.addDead(Store::ofNodes, nodeRuns_);
-         store.addDead(Store::ofValues, valueRuns_);
+         store.addDead(Store::ofNodes, nodes_);
          store.addDead(Store::ofPages, pageRuns_);
-         if (const char* fault = tree_.store_->nodes.audit(nodeRuns_); *fault != 0) {
-            fault_ = fmt::format("runs of nodes: {}", fault);
-         } else if (fault = tree_.store_->values.audit(valueRuns_); *fault != 0) {
-            fault_ = fmt::format("runs of values: {}", fault);
+         if (const char* fault = tree_.store_->nodes.audit(nodes_); *fault != 0) {
+            fault_ = fmt::format("nodes: {}", fault);
          } else if (fault = tree_.store_->hasPages() ? tree_.store_->pages().audit(pageRuns_) : ""; *fault != 0) {
             fault_ = fmt::format("pages of the index: {}", fault);
          }
@@ -67,7 +63,9 @@ class Tree<width>::Audit {
       return false;
    }
 
-   bool check(const Node& n, unsigned depth, Bits bits) {
+   bool check(U32 at, unsigned depth, Bits bits) {
+      const Node& n = tree_.node(at);
+      hold(nodes_, at, tree_.unitsOf(n));
       if (n.isCompressed()) {
          return checkCompressed(n, depth, bits);
       }
@@ -90,24 +88,17 @@ class Tree<width>::Audit {
             }
          }
       }
-      if (routes != 0 && tree_.step() != 0) {
-         if (valuesStart(n) % 2 != 0) {
-            return fail("a run of values that begins within a unit", bits, depth);
-         }
-         hold(valueRuns_, valuesStart(n) / 2, valueUnits(routes));
-      }
       if (children == 0) {
          return true;
       }
-      hold(nodeRuns_, n.childRun, runRoom(children));
-      if (depth != 0 && routes == 0 && children == 1 && isBare(tree_.node(n.childRun)) &&
-          !isAlone(tree_.node(n.childRun))) {
+      if (depth != 0 && routes == 0 && children == 1 && isBare(tree_.node(n.numbers()[0])) &&
+          !isAlone(tree_.node(n.numbers()[0]))) {
          return fail("a way without a choice is not compressed", bits, depth);
       }
-      U32 child = n.childRun;
+      const U32* child = n.numbers();
       for (U64 rest = n.children; rest != 0; rest &= rest - 1) {
          const auto chunk = static_cast<unsigned>(std::countr_zero(rest));
-         if (!check(tree_.node(child++), depth + stride, withChunk(bits, depth, chunk))) {
+         if (!check(*child++, depth + stride, withChunk(bits, depth, chunk))) {
             return false;
          }
       }
@@ -128,12 +119,10 @@ class Tree<width>::Audit {
       if (length < depth + 2 * stride || length % stride != 0) {
          return fail("a skip that is too short or ends within six bits", bits, depth);
       }
-      const Node& target = tree_.node(n.target());
-      if (isBare(target)) {
+      if (isBare(tree_.node(n.target()))) {
          return fail("a skip to a node that has no choice", bits, depth);
       }
-      hold(nodeRuns_, n.target(), 1);
-      return check(target, length, key);
+      return check(n.target(), length, key);
    }
 
    void checkIndex() {
@@ -209,8 +198,7 @@ class Tree<width>::Audit {
    const Tree& tree_;
    std::string fault_;
    std::size_t routes_ = 0;
-   std::vector<Arena::Run> nodeRuns_;
-   std::vector<Arena::Run> valueRuns_;
+   std::vector<Arena::Run> nodes_;
    std::vector<Arena::Run> pageRuns_;
 };
 
@@ -256,9 +244,9 @@ void Tree<width>::dumpNode(std::string& out, const Node& n, unsigned depth, Bits
       }
    }
    out += '\n';
-   U32 child = n.childRun;
+   const U32* child = n.numbers();
    for (U64 rest = n.children; rest != 0; rest &= rest - 1) {
-      dumpNode(out, node(child++), depth + stride,
+      dumpNode(out, node(*child++), depth + stride,
                withChunk(bits, depth, static_cast<unsigned>(std::countr_zero(rest))), indent + 3);
    }
 }

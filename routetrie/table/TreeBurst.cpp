@@ -46,7 +46,7 @@ void Tree<width>::burstByOne(const Bits* addresses, const void** answers, unsign
          continue;
       }
       const auto above = static_cast<unsigned>(std::countl_zero(covering));
-      const void* const value = base_ + std::size_t{valueNumber(n, half, routes, above)} * step;
+      const void* const value = n.bytes() + valueOffset(n, half, routes, above, step);
       __builtin_prefetch(value);
       answers[i] = value;
    }
@@ -125,17 +125,20 @@ ROUTETRIE_WIDE void Tree<width>::burstByEight(const Bits* addresses, const void*
             const __m512i bytes = _mm512_slli_epi64(at[e], 5);
             const __m512i children = words64(base_ + offsetof(Node, children), bytes);
             const __m512i routes = words64(base_, bytes);
-            const __m512i run = words32(base_ + offsetof(Node, childRun), bytes);
             const __m512i chunk = _mm512_and_si512(_mm512_srlv_epi64(high[e], shift[e]), low6);
             const __m512i upTo = _mm512_sllv_epi64(children, _mm512_sub_epi64(low6, chunk));
-            const __m512i child = _mm512_sub_epi64(_mm512_add_epi64(run, _mm512_popcnt_epi64(upTo)), one);
             const __mmask8 isThere = _mm512_movepi64_mask(_mm512_andnot_si512(routes, upTo));
+            const __m512i rank = _mm512_maskz_popcnt_epi64(isThere, upTo);
+            const __m512i child =
+               words32(base_ + Node::headerBytes - 4, _mm512_add_epi64(bytes, _mm512_slli_epi64(rank, 2)));
             at[e] = _mm512_mask_mov_epi64(at[e], isThere, child);
             shift[e] = _mm512_mask_sub_epi64(shift[e], isThere, shift[e], _mm512_set1_epi64(stride));
          }
       }
    }
    unsigned odd = 0;
+   const __m512i odd8 = _mm512_set1_epi64(step() >> 1 & 4);
+   const __m128i stepShift = _mm_cvtsi32_si128(step() == 8 ? 3 : step() == 4 ? 2 : 64);
    for (unsigned e = 0; e < eights; ++e) {
       const __m512i bytes = _mm512_slli_epi64(at[e], 5);
       const __m512i chunk = _mm512_and_si512(_mm512_srlv_epi64(high[e], shift[e]), low6);
@@ -144,17 +147,21 @@ ROUTETRIE_WIDE void Tree<width>::burstByEight(const Bits* addresses, const void*
       const __m512i routes = words64(base_, _mm512_add_epi64(bytes, _mm512_slli_epi64(half, 3)));
       const __m512i flags = words64(base_, bytes);
       const __m512i children = words64(base_ + offsetof(Node, children), bytes);
-      const __m512i run = words32(base_ + offsetof(Node, valueRun), bytes);
       const __m512i covering = _mm512_and_si512(routes, words64(wayTo.data(), _mm512_slli_epi64(low, 3)));
       const __m512i above = _mm512_lzcnt_epi64(covering);
-      const __m512i rank = _mm512_sub_epi64(_mm512_popcnt_epi64(_mm512_sllv_epi64(routes, above)), one);
-      const __m512i turned = _mm512_xor_si512(rank, _mm512_sub_epi64(_mm512_setzero_si512(), half));
-      const __m512i number = _mm512_add_epi64(run, turned);
+      // Those of the other half come first.
+      const __mmask8 isSecond = _mm512_test_epi64_mask(half, half);
+      const __m512i before = _mm512_mask_sub_epi64(_mm512_sub_epi64(_mm512_setzero_si512(), one), isSecond,
+                                                   _mm512_popcnt_epi64(flags), one);
+      const __m512i rank = _mm512_add_epi64(before, _mm512_popcnt_epi64(_mm512_sllv_epi64(routes, above)));
+      const __m512i numbers = _mm512_slli_epi64(_mm512_popcnt_epi64(children), 2);
+      const __m512i values = _mm512_add_epi64(_mm512_andnot_si512(odd8, _mm512_add_epi64(numbers, odd8)),
+                                              _mm512_add_epi64(bytes, _mm512_set1_epi64(Node::headerBytes)));
       const __m512i isChild = _mm512_sllv_epi64(children, _mm512_sub_epi64(low6, chunk));
       const __mmask8 search = static_cast<__mmask8>(_mm512_movepi64_mask(_mm512_or_si512(isChild, flags)) |
                                                     _mm512_testn_epi64_mask(covering, covering));
       odd |= static_cast<unsigned>(search) << (8 * e);
-      const __m512i offset = _mm512_mullo_epi64(number, _mm512_set1_epi64(step()));
+      const __m512i offset = _mm512_add_epi64(values, _mm512_sll_epi64(rank, stepShift));
       const auto base = static_cast<long long>(std::bit_cast<std::uintptr_t>(base_));
       _mm512_storeu_si512(answers + 8 * e, _mm512_add_epi64(_mm512_set1_epi64(base), offset));
    }

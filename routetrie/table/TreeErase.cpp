@@ -7,59 +7,59 @@
 
 namespace routetrie::Impl {
 
+// A node's block is to have fewer units.
 template <unsigned width>
-void Tree<width>::dropRoute(Node& n, unsigned half, unsigned place) noexcept {
-   const unsigned count = n.routeCount();
-   const unsigned before = static_cast<unsigned>(std::popcount(n.routes[1]));
-   const unsigned rank = static_cast<unsigned>(std::popcount(below(n.routes[half], place)));
-   const U32 start = valuesStart(n);
-   if (step() != 0) {
-      store_->values.prefetch(start / 2);
+void Tree<width>::shrink(U32 at, unsigned from, unsigned to) noexcept {
+   if (to != from) {
+      store_->retire(Store::ofNodes, at + to, from - to);
    }
+}
+
+template <unsigned width>
+void Tree<width>::dropRoute(U32 at, unsigned half, unsigned place) noexcept {
+   Node& n = node(at);
+   const unsigned routes = n.routeCount();
+   const unsigned children = n.childCount();
+   const unsigned from = unitsFor(children, routes);
+   const unsigned to = unitsFor(children, routes - 1);
+   if (from != to) {
+      store_->nodes.prefetch(at);
+   }
+   const unsigned start = valuesFrom(children, step());
+   const unsigned gap = start + valueRank(n, half, place) * step();
+   std::memmove(n.bytes() + gap, n.bytes() + gap + step(), start + (routes - 1) * step() - gap);
    n.routes[half] &= ~(U64{1} << place);
-   if (step() == 0) {
-      return;
-   }
-   const unsigned gap = half != 0 ? before - 1 - rank : before + rank;
-   std::byte* const values = valueAt(start);
-   std::memmove(values + gap * step(), values + (gap + 1) * step(), (count - 1 - gap) * step());
-   n.valueRun = count == 1 ? 0 : start + before - half;
-   if (const unsigned room = valueUnits(count), rest = valueUnits(count - 1); rest != room) {
-      store_->retire(Store::ofValues, start / 2 + rest, room - rest);
-   }
+   shrink(at, from, to);
 }
 
+// The child itself is the caller's.
 template <unsigned width>
-void Tree<width>::dropChild(Node& n, unsigned chunk) noexcept {
-   const unsigned count = n.childCount();
+void Tree<width>::dropChild(U32 at, unsigned chunk) noexcept {
+   Node& n = node(at);
+   const unsigned routes = n.routeCount();
+   const unsigned children = n.childCount();
    const unsigned rank = childRank(n.children, chunk);
-   Node* const children = &node(n.childRun);
-   std::memmove(children + rank, children + rank + 1, (count - 1 - rank) * sizeof(Node));
+   std::memmove(n.numbers() + rank, n.numbers() + rank + 1, std::size_t{children - 1 - rank} * 4);
+   std::memmove(n.bytes() + valuesFrom(children - 1, step()), n.bytes() + valuesFrom(children, step()),
+                std::size_t{routes} * step());
    n.children &= ~(U64{1} << chunk);
-   if (const unsigned room = runRoom(count), rest = runRoom(count - 1); rest != room) {
-      store_->retire(Store::ofNodes, n.childRun + rest, room - rest);
-   }
-   if (count == 1) {
-      n.childRun = 0;
-   }
+   shrink(at, unitsFor(children, routes), unitsFor(children - 1, routes));
 }
 
-// The leaf that stands for a node with one route and nothing else; its run of values is freed.
+// The leaf that stands for a node with one route and nothing else.
 template <unsigned width>
-Node Tree<width>::leafFrom(const Node& n, Bits bits, unsigned depth) noexcept {
+Node Tree<width>::leafFrom(const Node& n, Bits bits, unsigned depth) const noexcept {
    const unsigned half = n.routes[1] != 0 ? 1 : 0;
    const auto place = static_cast<unsigned>(std::countr_zero(n.routes[half]));
    const Place where = places[place];
    Node leaf = compressedNode(withChunk(bits.cut(depth), depth, half << 5 | where.low), depth + where.length,
                               Node::leafBit, 0);
-   if (step() != 0) {
-      std::memcpy(&leaf.routes[1], valueOf(n, half, place), valueSize_);
-      store_->retire(Store::ofValues, valuesStart(n) / 2, 1);
-   }
+   std::memcpy(&leaf.routes[1], n.bytes() + Node::headerBytes, valueSize_);
    return leaf;
 }
 
 // Brings a node at `depth`, to which these bits lead, to its one shape, what is under it having its own. Whether it is compressed now.
+// Nodes with one route or child and nothing else have one unit, as the compressed ones have.
 template <unsigned width>
 bool Tree<width>::shape(Node& n, Bits bits, unsigned depth) noexcept {
    const auto isAlone = [](const Node& x) { return x.children == 0 && x.routeCount() == 1; };
@@ -69,7 +69,7 @@ bool Tree<width>::shape(Node& n, Bits bits, unsigned depth) noexcept {
       return isSkip;
    }
    // The one node that it leads to, and the bits and the depth to there.
-   const U32 run = isSkip ? n.target() : n.childRun;
+   const U32 run = isSkip ? n.target() : n.numbers()[0];
    const unsigned at = isSkip ? n.length() : depth + stride;
    const Bits way = isSkip ? keyOf<width>(n)
                            : withChunk(bits.cut(depth), depth, static_cast<unsigned>(std::countr_zero(n.children)));
@@ -78,15 +78,15 @@ bool Tree<width>::shape(Node& n, Bits bits, unsigned depth) noexcept {
       n = next;
    } else if (isThin(next)) {
       const Bits further = withChunk(way, at, static_cast<unsigned>(std::countr_zero(next.children)));
-      const Node end = node(next.childRun);
+      const Node end = node(next.numbers()[0]);
       if (end.isCompressed()) {
          n = end;
-         store_->retire(Store::ofNodes, next.childRun, 1);
+         store_->retire(Store::ofNodes, next.numbers()[0], 1);
       } else if (isAlone(end)) {
          n = leafFrom(end, further, at + stride);
-         store_->retire(Store::ofNodes, next.childRun, 1);
+         store_->retire(Store::ofNodes, next.numbers()[0], 1);
       } else {
-         n = compressedNode(further, at + stride, 0, next.childRun);
+         n = compressedNode(further, at + stride, 0, next.numbers()[0]);
       }
    } else if (isSkip && isAlone(next)) {
       n = leafFrom(next, way, at);
@@ -144,7 +144,7 @@ bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) {
          if (length <= depth + stride || (n.children >> chunk & 1) == 0) {
             return at;
          }
-         at = n.childRun + childRank(n.children, chunk);
+         at = childNumber(n, chunk);
          depth += stride;
       }
    };
@@ -175,7 +175,7 @@ bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) {
       if (oldValue != nullptr) {
          std::memcpy(oldValue, valueOf(last, half, place), valueSize_);
       }
-      dropRoute(last, half, place);
+      dropRoute(path[steps - 1].at, half, place);
    }
 
    unsigned changedDepth = isGone ? path[steps - 1].depth : width;  // of the highest node that is another now
@@ -196,9 +196,12 @@ bool Tree<width>::erase(Bits bits, unsigned length, void* oldValue) {
       const unsigned depth = path[i].depth;
       if (isGone) {
          // Its parent is not compressed: a skip leads to no leaf, and to nothing that one route leaves empty.
-         Node& parent = node(path[i - 1].at);
-         dropChild(parent, chunkAt(bits, path[i - 1].depth));
-         touchRun(parent, bits, path[i - 1].depth);
+         const Step& parent = path[i - 1];
+         store_->retire(Store::ofNodes, path[i].at, 1);
+         dropChild(parent.at, chunkAt(bits, parent.depth));
+         if (parent.depth == groupDepth) {
+            touchChild(parent.at, bits);
+         }
          isGone = false;
          continue;
       }

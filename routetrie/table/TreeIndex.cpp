@@ -43,7 +43,7 @@ U32 Tree<width>::standing(Bits bits, unsigned atDepth) const noexcept {
       if ((n.children >> chunk & 1) == 0) {
          return 0;
       }
-      at = n.childRun + childRank(n.children, chunk);
+      at = childNumber(n, chunk);
       depth += stride;
    }
    return at;
@@ -223,7 +223,7 @@ void Tree<width>::touchGroup(Bits bits) noexcept {
    }
    const U32 at = standing(bits, groupDepth);
    if (at != 0 && !node(at).isCompressed()) {
-      writeGroup(slots, node(at));
+      writeGroup(slots, at);
       return;
    }
    std::fill_n(slots, std::size_t{1} << stride, U32{0});
@@ -235,41 +235,49 @@ void Tree<width>::touchGroup(Bits bits) noexcept {
 
 // The 64 numbers of the index for a node at the group's depth.
 template <unsigned width>
-void Tree<width>::writeGroup(U32* slots, const Node& n) noexcept {
-   std::fill_n(slots, std::size_t{1} << stride, publishes_ ? 0 : aboveBit | static_cast<U32>(&n - nodes()));
-   U32 child = n.childRun;
+void Tree<width>::writeGroup(U32* slots, U32 at) noexcept {
+   std::fill_n(slots, std::size_t{1} << stride, publishes_ ? 0 : aboveBit | at);
+   const Node& n = node(at);
+   const U32* child = n.numbers();
    for (U64 rest = n.children; rest != 0; rest &= rest - 1) {
-      slots[std::countr_zero(rest)] = child++;
+      slots[std::countr_zero(rest)] = *child++;
    }
 }
 
 template <unsigned width>
-void Tree<width>::touchRun(const Node& parent, Bits bits, unsigned depth) noexcept {
-   if (index_ == 0 || depth >= indexDepth) {
+void Tree<width>::touchChild(U32 parent, Bits bits) noexcept {
+   if (index_ == 0) {
       return;
    }
-   if (depth == groupDepth) {
-      if (U32* const slots = ownSlotOf(bits.cut(depth)); slots != nullptr) {
-         writeGroup(slots, parent);
-      } else if (parent.children != 0 && openPage(bits) != nullptr) {
-         fillPage(bits);
+   const Node& n = node(parent);
+   const unsigned chunk = chunkAt(bits, groupDepth);
+   const bool isThere = (n.children >> chunk & 1) != 0;
+   if (U32* const slot = ownSlotOf(bits); slot != nullptr) {
+      *slot = isThere ? childNumber(n, chunk) : publishes_ ? 0 : aboveBit | parent;
+   } else if (isThere && openPage(bits) != nullptr) {
+      fillPage(bits);
+   }
+}
+
+template <unsigned width>
+void Tree<width>::touchMoved(U32 at, Bits bits, unsigned depth) noexcept {
+   if (index_ == 0 || depth > indexDepth) {
+      return;
+   }
+   const Node& n = node(at);
+   if (depth == indexDepth) {
+      if (U32* const slot = ownSlotOf(bits); slot != nullptr) {
+         *slot = at;
       }
-      return;
-   }
-   U32 child = parent.childRun;
-   for (U64 rest = parent.children; rest != 0; rest &= rest - 1, ++child) {
-      const Node& n = node(child);
-      if (n.isCompressed()) {
-         if (n.isLeaf() ? n.length() >= indexDepth : n.length() > indexDepth) {
-            if (U32* const slot = ownSlotOf(keyOf<width>(n)); slot != nullptr) {
-               *slot = child;
-            }
+   } else if (n.isCompressed()) {
+      if (n.isLeaf() ? n.length() >= indexDepth : n.length() > indexDepth) {
+         if (U32* const slot = ownSlotOf(keyOf<width>(n)); slot != nullptr) {
+            *slot = at;
          }
-      } else if (depth + stride == groupDepth && !publishes_) {
-         const Bits way = withChunk(bits.cut(depth), depth, static_cast<unsigned>(std::countr_zero(rest)));
-         if (U32* const slots = ownSlotOf(way); slots != nullptr) {
-            writeGroup(slots, n);
-         }
+      }
+   } else if (depth == groupDepth && !publishes_) {
+      if (U32* const slots = ownSlotOf(bits.cut(groupDepth)); slots != nullptr) {
+         writeGroup(slots, at);
       }
    }
 }
@@ -307,12 +315,14 @@ template void Tree<32>::dropIndex() noexcept;
 template void Tree<128>::dropIndex() noexcept;
 template void Tree<32>::fillPage(Bits) noexcept;
 template void Tree<128>::fillPage(Bits) noexcept;
-template void Tree<32>::writeGroup(U32*, const Node&) noexcept;
-template void Tree<128>::writeGroup(U32*, const Node&) noexcept;
+template void Tree<32>::writeGroup(U32*, U32) noexcept;
+template void Tree<128>::writeGroup(U32*, U32) noexcept;
 template void Tree<32>::touchGroup(Bits) noexcept;
 template void Tree<128>::touchGroup(Bits) noexcept;
-template void Tree<32>::touchRun(const Node&, Bits, unsigned) noexcept;
-template void Tree<128>::touchRun(const Node&, Bits, unsigned) noexcept;
+template void Tree<32>::touchChild(U32, Bits) noexcept;
+template void Tree<128>::touchChild(U32, Bits) noexcept;
+template void Tree<32>::touchMoved(U32, Bits, unsigned) noexcept;
+template void Tree<128>::touchMoved(U32, Bits, unsigned) noexcept;
 template void Tree<32>::resizeIndex() noexcept;
 template void Tree<128>::resizeIndex() noexcept;
 

@@ -49,9 +49,9 @@ class Tree<width>::Walk {
    void enterChild(unsigned chunk) noexcept {
       const Node& n = node();
       const U32 rank = childRank(n.children, chunk);
-      const U32 at = n.childRun + rank;
+      const U32 at = n.numbers()[rank];
       if (rank + 1 < n.childCount()) {
-         fetch(tree_.node(at + 1));
+         fetch(tree_.node(n.numbers()[rank + 1]));
       }
       if (!tree_.node(at).isCompressed()) {
          bits_ = withChunk(bits_.cut(depth()), depth(), chunk);
@@ -129,15 +129,8 @@ class Tree<width>::Walk {
    bool nothing() noexcept {
       return !forward && tree_.setDefault(cursor_);
    }
-   // A walk comes to this node soon, and then to what it leads to.
-   void fetch(const Node& n) const noexcept {
-      if (!n.isCompressed()) {
-         __builtin_prefetch(tree_.valueAt(n.valueRun));
-         __builtin_prefetch(&tree_.node(n.childRun));
-      } else if (!n.isLeaf()) {
-         __builtin_prefetch(&tree_.node(n.target()));
-      }
-   }
+   // A walk comes to this node soon.
+   void fetch(const Node& n) const noexcept { __builtin_prefetch(&n); }
    bool setRoute(unsigned code) noexcept {
       const Node& n = node();
       const unsigned half = code >> 7;

@@ -52,81 +52,53 @@ bool Tree<width>::tend() noexcept {
    return store_->isVersioned();
 }
 
-// A copy of a run of nodes. Requires: what leads to it is written next.
+// A copy of a node. Requires: what leads to it is written next.
 template <unsigned width>
-U32 Tree<width>::ownRun(U32 run, unsigned count) {
+U32 Tree<width>::ownNode(U32 at) {
    store_->makeRoom();
-   const unsigned units = runRoom(count);
+   const unsigned units = unitsOf(node(at));
    const U32 copy = store_->nodes.allocate(units);
-   std::memcpy(&node(copy), &node(run), count * sizeof(Node));
-   store_->retire(Store::ofNodes, run, units);
+   std::memcpy(node(copy).bytes(), node(at).bytes(), units * sizeof(Node));
+   store_->retire(Store::ofNodes, at, units);
    ++generation_;
    return copy;
 }
 
+// Makes all nodes on the way to a route the tree's own, with what the index says of them; the last one only if all are to be, as
+// what is put into it may move it anyhow. It is returned. That changes nothing that anybody can see; so what raises std::bad_alloc on
+// the way may leave some of it done.
 template <unsigned width>
-void Tree<width>::ownValues(Node& n) {
-   const unsigned count = n.routeCount();
-   if (count == 0 || step() == 0 || store_->values.owns(valuesStart(n) / 2)) {
-      return;
-   }
-   store_->makeRoom();
-   const U32 start = valuesStart(n);
-   const U32 copy = 2 * store_->values.allocate(valueUnits(count));
-   std::memcpy(valueAt(copy), valueAt(start), std::size_t{count} * step());
-   n.valueRun += copy - start;
-   store_->retire(Store::ofValues, start / 2, valueUnits(count));
-   ++generation_;
-}
-
-// Makes all nodes on the way to a route the tree's own, with what the index says of them, and on demand the values beside its own. That
-// changes nothing that anybody can see; so what raises std::bad_alloc on the way may leave some of it done.
-template <unsigned width>
-void Tree<width>::own(Bits bits, unsigned length, bool writesValue) {
-   unsigned depth = 0;
-   U32 at = startFor(bits, length, depth);
+typename Tree<width>::Start Tree<width>::own(Bits bits, unsigned length, bool all) {
+   Start start{0, 0, nullptr};
+   start.at = startFor(bits, length, start.depth);
    // Where a node is the tree's own, all that leads to it is.
-   if (depth == 0 || !store_->nodes.owns(at)) {
-      depth = 0;
-      at = root_;
-      if (!store_->nodes.owns(root_)) {
-         at = root_ = ownRun(root_, 1);
-      }
+   if (start.depth == 0 || !store_->nodes.owns(start.at)) {
+      start = {root_, 0, &root_};
    }
    for (;;) {
-      Node& n = node(at);
+      const Node& seen = node(start.at);
+      const unsigned chunk = chunkAt(bits, start.depth);
+      const bool isLast = seen.isCompressed() ? seen.isLeaf() || seen.length() >= length ||
+                                                   !keyOf<width>(seen).sharesFirst(bits, seen.length())
+                                              : length <= start.depth + stride || (seen.children >> chunk & 1) == 0;
+      if ((all || !isLast) && start.link != nullptr && !store_->nodes.owns(start.at)) {
+         start.at = ownNode(start.at);
+         std::memcpy(start.link, &start.at, sizeof start.at);
+         touchMoved(start.at, bits, start.depth);
+      }
+      if (isLast) {
+         break;
+      }
+      Node& n = node(start.at);
       if (n.isCompressed()) {
-         if (n.isLeaf() || n.length() >= length || !keyOf<width>(n).sharesFirst(bits, n.length())) {
-            break;
-         }
-         depth = n.length();
-         if (!store_->nodes.owns(n.target())) {
-            n.routes[1] = ownRun(n.target(), 1);
-            if (depth == indexDepth || depth == groupDepth) {
-               touchGroup(bits);
-            }
-         }
-         at = n.target();
-         continue;
+         start = {n.target(), n.length(), &n.routes[1]};
+      } else {
+         U32& child = childNumber(n, chunk);
+         start = {child, start.depth + stride, &child};
       }
-      const unsigned chunk = chunkAt(bits, depth);
-      if (length <= depth + stride) {
-         if (writesValue) {
-            ownValues(n);
-         }
-         break;
-      }
-      if ((n.children >> chunk & 1) == 0) {
-         break;
-      }
-      if (!store_->nodes.owns(n.childRun)) {
-         n.childRun = ownRun(n.childRun, n.childCount());
-         touchRun(n, bits, depth);
-      }
-      at = n.childRun + childRank(n.children, chunk);
-      depth += stride;
    }
    store_->makeRoom();
+   return start;
 }
 
 template <unsigned width>
@@ -149,8 +121,8 @@ template void Tree<32>::startPublishing();
 template void Tree<128>::startPublishing();
 template bool Tree<32>::tend() noexcept;
 template bool Tree<128>::tend() noexcept;
-template void Tree<32>::own(Bits, unsigned, bool);
-template void Tree<128>::own(Bits, unsigned, bool);
+template Tree<32>::Start Tree<32>::own(Bits, unsigned, bool);
+template Tree<128>::Start Tree<128>::own(Bits, unsigned, bool);
 template void Tree<32>::prepareErase(Bits, unsigned);
 template void Tree<128>::prepareErase(Bits, unsigned);
 

@@ -48,7 +48,7 @@ typename Tree<width>::Match Tree<width>::matchFurther(Bits address) const noexce
          const auto place = static_cast<unsigned>(63 - std::countl_zero(covering));
          return {depth + places[place].length, valueOf(n, half, place)};
       }
-      at = n.childRun + childRank(n.children, chunk);
+      at = childNumber(n, chunk);
       depth += stride;
    }
    return matchWithin(address, width);
@@ -58,7 +58,7 @@ typename Tree<width>::Match Tree<width>::matchFurther(Bits address) const noexce
 template <unsigned width>
 const void* Tree<width>::lookupByLibrary(Bits address, unsigned valueSize) const noexcept {
    Match match;
-   return matchHere(address, bytesInRun(valueSize), match) ? match.value : matchFurther(address).value;
+   return matchHere(address, bytesInNode(valueSize), match) ? match.value : matchFurther(address).value;
 }
 template <unsigned width>
 typename Tree<width>::Match Tree<width>::matchByLibrary(Bits address) const noexcept {
@@ -96,7 +96,7 @@ const void* Tree<width>::find(Bits bits, unsigned length) const noexcept {
       if ((n.children >> chunk & 1) == 0) {
          return nullptr;
       }
-      at = n.childRun + childRank(n.children, chunk);
+      at = childNumber(n, chunk);
       depth += stride;
    }
 }
@@ -137,7 +137,7 @@ typename Tree<width>::Match Tree<width>::matchWithin(Bits bits, unsigned maxLeng
             bestDepth = depth;
          }
          if (maxLength > depth + stride && (n.children >> chunk & 1) != 0) {
-            at = n.childRun + childRank(n.children, chunk);
+            at = childNumber(n, chunk);
             depth += stride;
             continue;
          }
@@ -192,7 +192,7 @@ Lengths<width> Tree<width>::covering(Bits bits, unsigned maxLength) const noexce
       if ((n.children >> chunk & 1) == 0) {
          return lengths;
       }
-      at = n.childRun + childRank(n.children, chunk);
+      at = childNumber(n, chunk);
       depth += stride;
    }
 }
@@ -234,7 +234,7 @@ bool Tree<width>::hasLonger(Bits bits, unsigned length) const noexcept {
       if ((n.children >> chunk & 1) == 0) {
          return false;
       }
-      at = n.childRun + childRank(n.children, chunk);
+      at = childNumber(n, chunk);
       depth += stride;
    }
 }
@@ -280,7 +280,7 @@ std::vector<lookup_read> Tree<width>::readsOf(Bits bits, unsigned length) const 
          }
          return reads;
       }
-      at = n.childRun + childRank(n.children, chunk);
+      at = childNumber(n, chunk);
       depth += stride;
    }
 }
@@ -292,8 +292,7 @@ table_memory Tree<width>::memory() const noexcept {
       return memory;
    }
    const Store& store = *store_;
-   memory.nodes = store.ownBytes() + store.usedBytes(Store::ofNodes) + store.usedBytes(Store::ofValues) -
-                  store.deadBytes(Store::ofNodes) - store.deadBytes(Store::ofValues);
+   memory.nodes = store.ownBytes() + store.usedBytes(Store::ofNodes) - store.deadBytes(Store::ofNodes);
    memory.index = store.usedBytes(Store::ofPages) - store.deadBytes(Store::ofPages);
    memory.free = store.freeBytes();
    memory.old = store.deadBytes();

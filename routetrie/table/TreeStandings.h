@@ -30,11 +30,11 @@ void Tree<width>::standings(U32 at, unsigned depth, Bits bits, Bits within, unsi
       }
       return;
    }
-   U32 child = n.childRun;
+   const U32* child = n.numbers();
    for (U64 rest = n.children; rest != 0; rest &= rest - 1, ++child) {
       const Bits way = withChunk(bits, depth, static_cast<unsigned>(std::countr_zero(rest)));
       if (way.sharesFirst(within, depth + stride < shared ? depth + stride : shared)) {
-         standings(child, depth + stride, way, within, shared, visit);
+         standings(*child, depth + stride, way, within, shared, visit);
       }
    }
    if (depth == groupDepth && !publishes_) {

@@ -23,7 +23,7 @@ class Tree<width>::Census {
    // `above`: the nodes from the root to this one, which is not counted.
    void count(const Node& n, unsigned depth, unsigned above) {
       table_level& level = levels_[depth / stride];
-      level.bytes += sizeof(Node);
+      level.bytes += tree_.unitsOf(n) * sizeof(Node);
       if (n.isCompressed()) {
          if (n.isLeaf()) {
             ++level.leaves;
@@ -37,14 +37,9 @@ class Tree<width>::Census {
       ++level.nodes;
       if (const unsigned routes = n.routeCount(); routes != 0) {
          found(level, routes, above + 1);
-         level.bytes += std::size_t{valueUnits(routes)} * 2 * tree_.step();
       }
-      const unsigned children = n.childCount();
-      if (children != 0) {
-         levels_[depth / stride + 1].bytes += (runRoom(children) - children) * sizeof(Node);
-      }
-      for (unsigned i = 0; i < children; ++i) {
-         count(tree_.node(n.childRun + i), depth + stride, above + 1);
+      for (unsigned i = 0; i < n.childCount(); ++i) {
+         count(tree_.node(n.numbers()[i]), depth + stride, above + 1);
       }
    }
 

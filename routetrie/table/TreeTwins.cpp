@@ -23,7 +23,7 @@ class Tree<width>::Twins {
       if (a_.root_ == 0 || b_.root_ == 0) {
          return a_.root_ != b_.root_;
       }
-      return inNodes(a_.node(a_.root_), b_.node(b_.root_), 0, Bits(), isAhead);
+      return inNodes(a_.root_, b_.root_, 0, Bits(), isAhead);
    }
 
   private:
@@ -35,7 +35,9 @@ class Tree<width>::Twins {
          default: return std::memcmp(a, b, a_.valueSize_) == 0;
       }
    }
-   static bool isSame(const Node& a, const Node& b) noexcept { return std::memcmp(&a, &b, sizeof(Node)) == 0; }
+   const std::byte* valuesOf(const Node& n) const noexcept {
+      return n.bytes() + valuesFrom(n.childCount(), a_.step());
+   }
    // The place is the first under these bits; all under them lies ahead of the search.
    bool stopUnder(Bits bits, unsigned depth) noexcept {
       bits_ = bits.cut(depth);
@@ -44,10 +46,12 @@ class Tree<width>::Twins {
    }
    // Two nodes at `depth`, to which `way` leads, past which its bits may be anything. `isAhead`: no place under them lies before the one
    // that the search began at.
-   bool inNodes(const Node& a, const Node& b, unsigned depth, Bits way, bool isAhead) noexcept {
-      if (isSame(a, b)) {
+   bool inNodes(U32 inA, U32 inB, unsigned depth, Bits way, bool isAhead) noexcept {
+      if (inA == inB) {
          return false;
       }
+      const Node& a = a_.node(inA);
+      const Node& b = b_.node(inB);
       if (a.isCompressed() || b.isCompressed()) {
          return inCompressed(a, b, depth, way, isAhead);
       }
@@ -68,27 +72,28 @@ class Tree<width>::Twins {
       }
       // What may differ, from there on.
       Node rest{};
-      if (a.routes[0] != b.routes[0] || a.routes[1] != b.routes[1] || a.valueRun != b.valueRun) {
+      if (a.routes[0] != b.routes[0] || a.routes[1] != b.routes[1] ||
+          std::memcmp(valuesOf(a), valuesOf(b), std::size_t{a.routeCount()} * a_.step()) != 0) {
          rest.routes[0] = a.routes[0] | b.routes[0];
          rest.routes[1] = a.routes[1] | b.routes[1];
       }
-      const Node* inA = nullptr;
-      const Node* inB = nullptr;
-      if (first < 64 && (a.children != b.children || a.childRun != b.childRun)) {
+      const U32* childOfA = nullptr;
+      const U32* childOfB = nullptr;
+      if (first < 64) {
          rest.children = (a.children | b.children) >> first << first;
-         inA = &a_.node(a.childRun + childRank(a.children, first));
-         inB = &b_.node(b.childRun + childRank(b.children, first));
+         childOfA = a.numbers() + childRank(a.children, first);
+         childOfB = b.numbers() + childRank(b.children, first);
       }
       for (;; ++code) {
          // Mostly one of many children differs.
          while (rest.children != 0) {
             const U64 child = rest.children & (0 - rest.children);
-            if ((a.children & b.children & child) == 0 || !isSame(*inA, *inB)) {
+            if ((a.children & b.children & child) == 0 || *childOfA != *childOfB) {
                break;
             }
             rest.children ^= child;
-            ++inA;
-            ++inB;
+            ++childOfA;
+            ++childOfB;
          }
          code = codeFrom(rest, code);
          if (code == noCode) {
@@ -112,7 +117,7 @@ class Tree<width>::Twins {
          if ((a.children & b.children & child) == 0) {
             return !isChildAhead || stopUnder(further, depth + stride);
          }
-         if (inNodes(*inA++, *inB++, depth + stride, further, isChildAhead)) {
+         if (inNodes(*childOfA++, *childOfB++, depth + stride, further, isChildAhead)) {
             return true;
          }
          rest.children ^= child;
@@ -132,7 +137,7 @@ class Tree<width>::Twins {
          }
          isAhead = true;
       }
-      return inNodes(a_.node(a.target()), b_.node(b.target()), length, key, isAhead);
+      return inNodes(a.target(), b.target(), length, key, isAhead);
    }
 
    const Tree& a_;

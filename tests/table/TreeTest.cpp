@@ -24,8 +24,8 @@ struct TreeFault {
       return tree.node(tree.root_);
    }
    template <unsigned width>
-   static Node& firstChild(Tree<width>& tree, const Node& n) {
-      return tree.node(n.childRun);
+   static Node& child(Tree<width>& tree, const Node& n, unsigned rank) {
+      return tree.node(n.numbers()[rank]);
    }
    template <unsigned width>
    static void miscount(Tree<width>& tree) {
@@ -566,7 +566,7 @@ TEST(TreeAudit, findsPlantedFaults) {
    }
    {
       Tree<32> tree = sound<32>();
-      Node& leaf = *(&TreeFault::firstChild(tree, TreeFault::root(tree)) + 1);
+      Node& leaf = TreeFault::child(tree, TreeFault::root(tree), 1);
       ASSERT_TRUE(leaf.isCompressed() && leaf.isLeaf());
       leaf.children ^= U64{1} << 31;
       EXPECT_THAT(tree.audit(), HasSubstr("the bits of another place"));
