@@ -223,16 +223,12 @@ class ROUTETRIE_EXPORT Tree {
    static constexpr unsigned groupDepth =
       indexDepth - stride;                        // of the nodes whose children the index holds, 64 numbers in a row
    static constexpr U32 aboveBit = U32{1} << 31;  // marks a number in the index: the node stands at groupDepth
-   static constexpr unsigned pageBits = 9;
-   static constexpr unsigned topBits = width == 32 ? 9 : 12;
-   static constexpr unsigned pageDepth = indexDepth - pageBits;  // bits that lead to a page of numbers of nodes
-   static constexpr std::size_t pageBytes = std::size_t{4} << pageBits, topBytes = std::size_t{4} << topBits;
+   static constexpr unsigned topBits = 12;
+   static constexpr unsigned pageLevels = (indexDepth - topBits) / stride;  // under the first page
+   static constexpr std::size_t pageBytes = std::size_t{4} << stride, topBytes = std::size_t{4} << topBits;
+   static constexpr unsigned pageUnits = pageBytes >> Region::unitShift, topUnits = topBytes >> Region::unitShift;
    static constexpr std::size_t indexFrom = width == 32 ? 32768 : 8192, indexUntil = indexFrom / 4;  // routes
    static constexpr std::size_t indexBytesARoute = width == 32 ? 40 : 16;  // pages are made while they cost no more
-
-   static constexpr unsigned partBits = 6, partUnits = 1;  // of a first page in parts
-
-   static constexpr unsigned pageUnits = pageBytes >> Region::unitShift, topUnits = topBytes >> Region::unitShift;
 
    ROUTETRIE_INLINE const Node* nodes() const noexcept {
       return static_cast<const Node*>(static_cast<const void*>(base_));
@@ -317,22 +313,28 @@ class ROUTETRIE_EXPORT Tree {
    Match matchByLibrary(Bits address) const noexcept;
 
    //--- the index
-   bool hasParts() const noexcept { return width == 128 && publishes_; }
-   unsigned topRoom() const noexcept { return hasParts() ? partUnits : topUnits; }
-   // What a first page says of these first bits.
-   ROUTETRIE_INLINE U32 topAt(U32 top, U32 bits) const noexcept {
-      if constexpr (width == 128) {
-         if (publishes_) {
-            return page(page(top)[bits >> partBits])[bits & ((1u << partBits) - 1)];
-         }
-      }
-      return page(top)[bits];
+   bool hasParts() const noexcept { return publishes_; }  // the first page
+   unsigned topRoom() const noexcept { return hasParts() ? pageUnits : topUnits; }
+   // What a first page says of these bits.
+   ROUTETRIE_INLINE U32 topAt(U32 top, U64 high) const noexcept {
+      return hasParts() ? page(page(top)[high >> (64 - stride)])[high >> (64 - 2 * stride) & 63]
+                        : page(top)[high >> (64 - topBits)];
    }
-   U32& ownTopAt(U32 bits);  // of the index, to be written; std::bad_alloc
+   // And a page that `depth` bits lead to.
+   static ROUTETRIE_INLINE unsigned slotAt(U64 high, unsigned depth) noexcept {
+      return static_cast<unsigned>(high >> (64 - stride - depth)) & 63;
+   }
+   U32& ownTopAt(U64 high);  // of the index, to be written; std::bad_alloc
    U32* page(U32 block) const noexcept { return static_cast<U32*>(Region::at(base_, block)); }
    U32* slotOf(Bits bits) const noexcept;  // null: no page
    U32* ownSlotOf(Bits bits) noexcept;     // the same, to be written; without memory for that, the index goes
-   bool ownPage(U32& block, unsigned units);
+   void ownPage(U32& block, unsigned units);
+   U32 emptyPage(unsigned units);
+   // Calls visit(block, units, level) for all pages under one, itself included, after those under it: level 0 has numbers of nodes.
+   template <class Visit>
+   void eachPage(U32 block, unsigned level, Visit&& visit) const;
+   template <class Visit>
+   void eachPageOfIndex(U32 top, Visit&& visit) const;
    U32* openPage(Bits bits) noexcept;  // null: it would not pay, or no memory
    U32 standing(Bits bits, unsigned atDepth) const noexcept;
    template <class Visit>
@@ -404,17 +406,12 @@ class ROUTETRIE_EXPORT Tree {
 
 template <unsigned width>
 ROUTETRIE_INLINE U32 Tree<width>::indexed(Bits address) const noexcept {
-   if constexpr (width == 32) {
-      const U32 word = address.word();
-      const auto* const slots = static_cast<const U32*>(Region::at(base_, topAt(index_, word >> 23)));
-      return slots[word >> 14 & 511];
-   } else {
-      const auto high = static_cast<U64>(address.word() >> 64);
-      const auto* const middle =
-         static_cast<const U32*>(Region::at(base_, topAt(index_, static_cast<U32>(high >> 52))));
-      const auto* const slots = static_cast<const U32*>(Region::at(base_, middle[high >> 43 & 511]));
-      return slots[high >> 34 & 511];
+   const U64 high = highBits(address);
+   U32 number = topAt(index_, high);
+   for (unsigned depth = topBits; depth != indexDepth; depth += stride) {
+      number = page(number)[slotAt(high, depth)];
    }
+   return number;
 }
 
 // Down by the children's bits alone to where they end, by arithmetic for the first levels, as nobody can tell how many there are;

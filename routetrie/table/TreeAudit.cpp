@@ -142,28 +142,12 @@ class Tree<width>::Audit {
       });
       std::size_t written = 0;
       unsigned pages = 0;
-      const auto count = [&](U32 block) {
-         ++pages;
-         for (unsigned i = 0; i < 1u << pageBits; ++i) {
+      tree_.eachPageOfIndex(tree_.index_, [&](U32 block, unsigned, unsigned level) {
+         pages += level < pageLevels ? 1u : 0u;
+         for (unsigned i = 0; level == 0 && i < 1u << stride; ++i) {
             written += tree_.page(block)[i] != 0 ? 1u : 0u;
          }
-      };
-      for (unsigned i = 0; i < 1u << topBits; ++i) {
-         const U32 block = tree_.topAt(tree_.index_, i);
-         if (block == 0) {
-            continue;
-         }
-         if constexpr (width == 32) {
-            count(block);
-         } else {
-            ++pages;
-            for (unsigned j = 0; j < 1u << pageBits; ++j) {
-               if (const U32 last = tree_.page(block)[j]; last != 0) {
-                  count(last);
-               }
-            }
-         }
-      }
+      });
       if (told != written) {
          fail("the index leads to what is gone", Bits(), 0);
       } else if (pages != tree_.pages_) {
@@ -175,24 +159,7 @@ class Tree<width>::Audit {
       if (top == 0) {
          return;
       }
-      hold(pageRuns_, top, tree_.topRoom());
-      for (unsigned i = 0; tree_.hasParts() && i < 1u << (topBits - partBits); ++i) {
-         if (const U32 part = tree_.page(top)[i]; part != 0) {
-            hold(pageRuns_, part, partUnits);
-         }
-      }
-      for (unsigned i = 0; i < 1u << topBits; ++i) {
-         const U32 block = tree_.topAt(top, i);
-         if (block == 0) {
-            continue;
-         }
-         hold(pageRuns_, block, pageUnits);
-         for (unsigned j = 0; width == 128 && j < 1u << pageBits; ++j) {
-            if (const U32 last = tree_.page(block)[j]; last != 0) {
-               hold(pageRuns_, last, pageUnits);
-            }
-         }
-      }
+      tree_.eachPageOfIndex(top, [&](U32 block, unsigned units, unsigned) { hold(pageRuns_, block, units); });
    }
 
    const Tree& tree_;

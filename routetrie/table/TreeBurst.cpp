@@ -80,7 +80,7 @@ ROUTETRIE_WIDE inline __m512i words64(const void* from, __m512i bytes) noexcept 
 // From numbers of a page and of a slot in it, what the slot holds.
 ROUTETRIE_WIDE inline __m512i slots(const void* base, __m512i pages, __m512i high, unsigned shift) noexcept {
    const __m512i slot =
-      _mm512_and_si512(_mm512_srl_epi64(high, _mm_cvtsi32_si128(static_cast<int>(shift))), _mm512_set1_epi64(511));
+      _mm512_and_si512(_mm512_srl_epi64(high, _mm_cvtsi32_si128(static_cast<int>(shift))), _mm512_set1_epi64(63));
    return words32(base, _mm512_add_epi64(_mm512_slli_epi64(pages, Region::unitShift), _mm512_slli_epi64(slot, 2)));
 }
 
@@ -103,16 +103,14 @@ ROUTETRIE_WIDE void Tree<width>::burstByEight(const Bits* addresses, const void*
          words[i] = highBits(addresses[8 * e + i]);
       }
       high[e] = _mm512_load_si512(words);
-      const __m512i first = _mm512_srli_epi64(high[e], 64 - topBits);
-      const __m512i pages =
-         hasParts() ? slots(base_, words32(page(index_), _mm512_slli_epi64(_mm512_srli_epi64(first, partBits), 2)),
-                            _mm512_and_si512(first, low6), 0)
-                    : words32(page(index_), _mm512_slli_epi64(first, 2));
-      __m512i number;
-      if constexpr (width == 32) {
-         number = slots(base_, pages, high[e], 46);
+      __m512i number = _mm512_set1_epi64(index_);
+      if (hasParts()) {
+         number = slots(base_, slots(base_, number, high[e], 64 - stride), high[e], 64 - 2 * stride);
       } else {
-         number = slots(base_, slots(base_, pages, high[e], 43), high[e], 34);
+         number = words32(page(index_), _mm512_slli_epi64(_mm512_srli_epi64(high[e], 64 - topBits), 2));
+      }
+      for (unsigned depth = topBits; depth != indexDepth; depth += stride) {
+         number = slots(base_, number, high[e], 64 - stride - depth);
       }
       const __m512i above = _mm512_srli_epi64(number, 31);
       at[e] = _mm512_and_si512(number, _mm512_set1_epi64(~aboveBit));

@@ -10,15 +10,12 @@ namespace routetrie::Impl {
 
 template <unsigned width>
 U32* Tree<width>::slotOf(Bits bits) const noexcept {
-   if constexpr (width == 32) {
-      const U32 block = topAt(index_, bits.word() >> 23);
-      return block != 0 ? page(block) + (bits.word() >> 14 & 511) : nullptr;
-   } else {
-      const auto high = static_cast<U64>(bits.word() >> 64);
-      const U32 middle = topAt(index_, static_cast<U32>(high >> 52));
-      const U32 block = middle != 0 ? page(middle)[high >> 43 & 511] : 0;
-      return block != 0 ? page(block) + (high >> 34 & 511) : nullptr;
+   const U64 high = highBits(bits);
+   U32 block = topAt(index_, high);
+   for (unsigned depth = topBits; block != 0 && depth != groupDepth; depth += stride) {
+      block = page(block)[slotAt(high, depth)];
    }
+   return block != 0 ? page(block) + slotAt(high, groupDepth) : nullptr;
 }
 
 // The node at a depth for these bits, or the compressed one on the way that spans it; 0: none.
@@ -55,29 +52,31 @@ U32* Tree<width>::openPage(Bits bits) noexcept {
    if (index_ == 0 || (pages_ + 2) * pageBytes + topBytes > size_ * indexBytesARoute) {
       return nullptr;
    }
-   const auto open = [&](U32& block) {
-      const U32 opened = store_->pages().allocate(pageUnits);
-      std::memset(page(opened), 0, pageBytes);
-      block = opened;
-      ++pages_;
-   };
+   const U64 high = highBits(bits);
    try {
-      if constexpr (width == 32) {
-         open(ownTopAt(bits.word() >> 23));
-      } else {
-         const auto high = static_cast<U64>(bits.word() >> 64);
-         U32& middle = ownTopAt(static_cast<U32>(high >> 52));
-         if (middle == 0) {
-            open(middle);
+      U32* block = &ownTopAt(high);
+      for (unsigned depth = topBits;; depth += stride) {
+         if (*block == 0) {
+            *block = emptyPage(pageUnits);
+            ++pages_;
          } else {
-            ownPage(middle, pageUnits);
+            ownPage(*block, pageUnits);
          }
-         open(page(middle)[high >> 43 & 511]);
+         if (depth == groupDepth) {
+            return slotOf(bits);
+         }
+         block = page(*block) + slotAt(high, depth);
       }
    } catch (const std::bad_alloc&) {
       return nullptr;
    }
-   return slotOf(bits);
+}
+
+template <unsigned width>
+U32 Tree<width>::emptyPage(unsigned units) {
+   const U32 block = store_->pages().allocate(units);
+   std::memset(page(block), 0, std::size_t{units} << Region::unitShift);
+   return block;
 }
 
 // Tries to give back an index whose pages could not be retired.
@@ -98,11 +97,10 @@ void Tree<width>::buildIndex() noexcept {
    }
    try {
       store_->needPages();
-      index_ = store_->pages().allocate(topRoom());
+      index_ = emptyPage(topRoom());
    } catch (const std::bad_alloc&) {
       return;
    }
-   std::memset(page(index_), 0, std::size_t{topRoom()} << Region::unitShift);
    pages_ = 0;
    standings(root_, 0, Bits(), Bits(), 0, [&](Bits bits, U32 at) {
       if ((at & aboveBit) == 0 && slotOf(bits) == nullptr && openPage(bits) != nullptr) {
@@ -114,58 +112,52 @@ void Tree<width>::buildIndex() noexcept {
 // Writes what the index has to say of the bits that one page is for. Requires: the page is there, and empty.
 template <unsigned width>
 void Tree<width>::fillPage(Bits bits) noexcept {
-   standings(root_, 0, Bits(), bits, pageDepth, [&](Bits way, U32 number) { *slotOf(way) = number; });
+   standings(root_, 0, Bits(), bits, groupDepth, [&](Bits way, U32 number) { *slotOf(way) = number; });
 }
 
-// Makes a page the tree's own, so that it may be written: whether it was. Requires: where it stands may be written.
+// Makes a page the tree's own, so that it may be written. Requires: where its number stands may be written.
 template <unsigned width>
-bool Tree<width>::ownPage(U32& block, unsigned units) {
+void Tree<width>::ownPage(U32& block, unsigned units) {
    if (!store_->isVersioned() || store_->pages().owns(block)) {
-      return true;
+      return;
    }
    store_->makeRoom();
    const U32 copy = store_->pages().allocate(units);
    std::memcpy(page(copy), page(block), std::size_t{units} << Region::unitShift);
    store_->retire(Store::ofPages, block, units);
    block = copy;
-   return false;
 }
 
 template <unsigned width>
-U32& Tree<width>::ownTopAt(U32 bits) {
+U32& Tree<width>::ownTopAt(U64 high) {
    ownPage(index_, topRoom());
    if (!hasParts()) {
-      return page(index_)[bits];
+      return page(index_)[high >> (64 - topBits)];
    }
-   U32& part = page(index_)[bits >> partBits];
+   U32& part = page(index_)[slotAt(high, 0)];
    if (part == 0) {
-      const U32 made = store_->pages().allocate(partUnits);
-      std::memset(page(made), 0, std::size_t{partUnits} << Region::unitShift);
-      part = made;
+      part = emptyPage(pageUnits);
    } else {
-      ownPage(part, partUnits);
+      ownPage(part, pageUnits);
    }
-   return page(part)[bits & ((1u << partBits) - 1)];
+   return page(part)[slotAt(high, stride)];
 }
 
 template <unsigned width>
 U32* Tree<width>::ownSlotOf(Bits bits) noexcept {
-   if (!isVersioned()) {
-      return slotOf(bits);
+   U32* const slot = slotOf(bits);
+   if (slot == nullptr || !isVersioned()) {
+      return slot;
    }
-   if (slotOf(bits) == nullptr) {
-      return nullptr;
-   }
+   const U64 high = highBits(bits);
    try {
-      if constexpr (width == 32) {
-         ownPage(ownTopAt(bits.word() >> 23), pageUnits);
-      } else {
-         const auto high = static_cast<U64>(bits.word() >> 64);
-         U32& middle = ownTopAt(static_cast<U32>(high >> 52));
-         ownPage(middle, pageUnits);
-         ownPage(page(middle)[high >> 43 & 511], pageUnits);
+      U32* block = &ownTopAt(high);
+      ownPage(*block, pageUnits);
+      for (unsigned depth = topBits; depth != groupDepth; depth += stride) {
+         block = page(*block) + slotAt(high, depth);
+         ownPage(*block, pageUnits);
       }
-      return slotOf(bits);
+      return page(*block) + slotAt(high, groupDepth);
    } catch (const std::bad_alloc&) {
       dropIndex();
       return nullptr;
@@ -180,32 +172,13 @@ void Tree<width>::dropIndex() noexcept {
    const U32 top = std::exchange(index_, 0);
    const U32 pages = std::exchange(pages_, 0);
    try {
-      store_->makeRoom(pages + 1 + (hasParts() ? 1u << (topBits - partBits) : 0) + Store::mostRetired);
+      store_->makeRoom(pages + 1 + (hasParts() ? std::size_t{1} << stride : 0) + Store::mostRetired);
    } catch (const std::bad_alloc&) {
       store_->loseIndex(top);
       pages_ = pages;
       return;
    }
-   for (unsigned i = 0; i < 1u << topBits; ++i) {
-      const U32 first = topAt(top, i);
-      if (first == 0) {
-         continue;
-      }
-      if constexpr (width == 128) {
-         for (unsigned j = 0; j < 1u << pageBits; ++j) {
-            if (const U32 block = page(first)[j]; block != 0) {
-               store_->retire(Store::ofPages, block, pageUnits);
-            }
-         }
-      }
-      store_->retire(Store::ofPages, first, pageUnits);
-   }
-   for (unsigned i = 0; hasParts() && i < 1u << (topBits - partBits); ++i) {
-      if (const U32 part = page(top)[i]; part != 0) {
-         store_->retire(Store::ofPages, part, partUnits);
-      }
-   }
-   store_->retire(Store::ofPages, top, topRoom());
+   eachPageOfIndex(top, [&](U32 block, unsigned units, unsigned) { store_->retire(Store::ofPages, block, units); });
 }
 
 // What the index has to say of all bits that share these up to the group's depth is told anew.
@@ -297,12 +270,14 @@ void Tree<width>::resizeIndex() noexcept {
 
 template U32* Tree<32>::slotOf(Bits) const noexcept;
 template U32* Tree<128>::slotOf(Bits) const noexcept;
-template U32& Tree<32>::ownTopAt(U32);
-template U32& Tree<128>::ownTopAt(U32);
+template U32& Tree<32>::ownTopAt(U64);
+template U32& Tree<128>::ownTopAt(U64);
 template U32* Tree<32>::ownSlotOf(Bits) noexcept;
 template U32* Tree<128>::ownSlotOf(Bits) noexcept;
-template bool Tree<32>::ownPage(U32&, unsigned);
-template bool Tree<128>::ownPage(U32&, unsigned);
+template void Tree<32>::ownPage(U32&, unsigned);
+template void Tree<128>::ownPage(U32&, unsigned);
+template U32 Tree<32>::emptyPage(unsigned);
+template U32 Tree<128>::emptyPage(unsigned);
 template U32 Tree<32>::standing(Bits, unsigned) const noexcept;
 template U32 Tree<128>::standing(Bits, unsigned) const noexcept;
 template U32* Tree<32>::openPage(Bits) noexcept;

@@ -249,13 +249,11 @@ std::vector<lookup_read> Tree<width>::readsOf(Bits bits, unsigned length) const 
    }
    if (index_ != 0 && length > indexDepth) {
       if (hasParts()) {
-         reads.push_back({topBits - partBits, 4, "index"});
+         reads.push_back({stride, 4, "index"});
       }
-      reads.push_back({topBits, 4, "index"});
-      if (width == 128) {
-         reads.push_back({topBits + pageBits, 4, "index"});
+      for (unsigned paged = topBits; paged <= indexDepth; paged += stride) {
+         reads.push_back({paged, 4, "index"});
       }
-      reads.push_back({indexDepth, 4, "index"});
       if (const U32 number = indexed(bits); number != 0) {
          at = number & ~aboveBit;
          depth = number == at ? indexDepth : groupDepth;

@@ -44,4 +44,33 @@ void Tree<width>::standings(U32 at, unsigned depth, Bits bits, Bits within, unsi
    }
 }
 
+template <unsigned width>
+template <class Visit>
+void Tree<width>::eachPage(U32 block, unsigned level, Visit&& visit) const {
+   if (level != 0) {
+      for (unsigned i = 0; i < 1u << stride; ++i) {
+         if (const U32 below = page(block)[i]; below != 0) {
+            eachPage(below, level - 1, visit);
+         }
+      }
+   }
+   visit(block, pageUnits, level);
+}
+
+// The first page has a level of its own, one above the others, and its parts the level between.
+template <unsigned width>
+template <class Visit>
+void Tree<width>::eachPageOfIndex(U32 top, Visit&& visit) const {
+   if (hasParts()) {
+      eachPage(top, pageLevels + 1, visit);
+      return;
+   }
+   for (unsigned i = 0; i < 1u << topBits; ++i) {
+      if (const U32 below = page(top)[i]; below != 0) {
+         eachPage(below, pageLevels - 1, visit);
+      }
+   }
+   visit(top, topUnits, pageLevels);
+}
+
 }  // namespace routetrie::Impl
