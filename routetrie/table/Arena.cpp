@@ -37,6 +37,7 @@ int lowest(U128 bits) noexcept {
    const auto low = static_cast<U64>(bits);
    return low != 0 ? std::countr_zero(low) : 64 + std::countr_zero(static_cast<U64>(bits >> 64));
 }
+constexpr U128 evenUnits = ~U128{0} / 3;
 // The bits from which `count` in a row are set.
 U128 runsOf(U128 bits, unsigned count) noexcept {
    for (unsigned have = 1; have < count;) {
@@ -49,9 +50,10 @@ U128 runsOf(U128 bits, unsigned count) noexcept {
 // Without branches, as nobody could foretell them and what `free` is read from is mostly far away.
 unsigned listOf(U128 free, unsigned none) noexcept {
    unsigned list = free == 0 ? none : 0;
-   for (unsigned have = 1; have <= 32; have *= 2) {
-      free &= free >> have;
+   free &= free >> 1 & evenUnits;
+   for (unsigned have = 2; have <= 64; have *= 2) {
       list += free != 0 ? 1 : 0;
+      free &= free >> have;
    }
    return list;
 }
@@ -213,7 +215,7 @@ U32 Arena::addChunk(unsigned units) {
    static_assert(sizeof(Chunk) == headerBytes && offsetof(Chunk, batch) == unmarkedBytes &&
                  offsetof(Chunk, epoch) == shortBytes);
    const bool isLong = following_ != nullptr && (epochs().now != 1 || epochs().batch != 0);
-   const std::size_t needed = std::bit_ceil(std::size_t{units + headerUnits(isLong)} << unitShift_);
+   const std::size_t needed = std::bit_ceil(std::size_t{units + (headerUnits(isLong) + 1) / 2 * 2} << unitShift_);
    const std::size_t most = std::size_t{128} << unitShift_;
    const std::size_t wanted = std::clamp(std::bit_floor(heldBytes() / 4), Region::bytesOf(0), most);
    const std::size_t bytes = std::max(needed, wanted);
@@ -246,7 +248,9 @@ U32 Arena::allocateInChunk(unsigned units) {
    }
    Chunk& c = chunk(block);
    const U128 free = c.freeBits();
-   const int from = lowest(runsOf(free, units));
+   const U128 pairs = free & free >> 1 & evenUnits;
+   const U128 alone = free & ~(pairs | pairs << 1);
+   const int from = lowest(units != 1 ? runsOf(free, units) & evenUnits : alone != 0 ? alone : free);
    setFree(block, c, free & ~(ones(units) << from), lists_);
    return static_cast<U32>((std::size_t{block} << Region::unitShift >> unitShift_) + static_cast<unsigned>(from));
 }

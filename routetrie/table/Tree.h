@@ -25,11 +25,11 @@
 //    leaf: a route alone, more than 12 bits below the depth where it stands; its value is in it
 //    skip: the way to a node that stands at least 12 bits below
 //
-// The index holds, for the first 18 bits (IPv4) or 30 (IPv6), the node where they lead, so that a lookup starts there. It is made
-// of pages of 512 numbers, comes when the table has grown and goes when it has shrunk, and may be absent in whole or in parts: a
-// number that is 0 says nothing.
+// The index holds, for the first 18 bits (IPv4) or 24 (IPv6), the node where they lead, so that a lookup starts there. It is made
+// of pages of 64 numbers behind a first one of 4096, comes when the table has grown and goes when it has shrunk, and may be absent
+// in whole or in parts: a number that is 0 says nothing.
 //
-//    IPv4: 9 bits -> page, 9 bits -> node         IPv6: 12 bits -> page, 9 bits -> page, 9 bits -> node
+//    IPv4: 12 bits -> page, 6 bits -> node        IPv6: 12 bits -> page, 6 bits -> page, 6 bits -> node
 //
 // Where nothing stands at its depth, it holds the node six bits above instead, marked by the number's top bit: that is where the
 // answer mostly lies, and a lookup need not begin again at the root.
@@ -54,7 +54,7 @@
 // there is as any other; and where a node is the tree's own, so is all that leads to it. Where there are no versions, nothing of this happens.
 //
 // A tree that publishes gives away a version with each change or batch of them, so each begins with nothing of its own. To copy less,
-// its index has no marked numbers; and in IPv6 the first page of it, which has 16 KiB, is in parts of 64 numbers, found by a page of as
+// its index has no marked numbers, and the first page of it, which has 16 KiB, is in parts of 64 numbers, found by a page of as
 // many.
 // Tested by tests/table/TreeTest.cpp, tests/table/TreeRandomTest.cpp, tests/property/TableRandomTest.cpp.
 #pragma once
@@ -218,7 +218,9 @@ class ROUTETRIE_EXPORT Tree {
    class Audit;
    class Census;
 
-   static constexpr unsigned indexDepth = width == 32 ? 18 : 30;
+   static constexpr unsigned indexDepth = width == 32 ? 18 : 24;
+   static constexpr unsigned levelsHere =
+      width == 32 ? 0 : (42 - indexDepth) / stride;                  // under the index, of a usual lookup
    static constexpr unsigned indexShift = 64 - stride - indexDepth;  // to six bits of the address's first 64
    static constexpr unsigned groupDepth =
       indexDepth - stride;                        // of the nodes whose children the index holds, 64 numbers in a row
@@ -264,11 +266,11 @@ class ROUTETRIE_EXPORT Tree {
 
    // The units of a block that so many would do for.
    static constexpr unsigned roomOf(unsigned units) noexcept {
-      if (units <= 4) {
+      if (units <= 2) {
          return units;
       }
       const unsigned power = std::bit_ceil(units);
-      return units <= power / 4 * 3 ? power / 4 * 3 : power;
+      return power > 4 && units <= power / 4 * 3 ? power / 4 * 3 : power;
    }
    unsigned unitsFor(unsigned children, unsigned routes) const noexcept {
       return roomOf((valuesFrom(children, step_) + routes * step_ + unsigned{sizeof(Node)} - 1) /
@@ -293,7 +295,20 @@ class ROUTETRIE_EXPORT Tree {
       shift -= stride * isThere;
       return at ^ ((at ^ child) & (0 - isThere));
    }
+   // The same for a processor that guesses: false if there is none.
+   ROUTETRIE_INLINE bool stepHere(U32& at, U64 bits, unsigned& shift) const noexcept {
+      const Node& n = nodes()[at];
+      const U64 upTo = n.children << (~(bits >> shift) & 63);
+      if ((upTo & ~n.routes[0]) >> 63 == 0) {
+         return false;
+      }
+      at = *(n.numbers() + std::popcount(upTo) - 1);
+      shift -= stride;
+      return true;
+   }
    ROUTETRIE_INLINE U32 indexed(Bits address) const noexcept;
+   // Of a node that is on its way, the second line is fetched as well.
+   ROUTETRIE_INLINE void fetchRest(U32 at) const noexcept { __builtin_prefetch(nodes()[at].bytes() + 64); }
    static ROUTETRIE_INLINE U64 highBits(Bits address) noexcept {
       if constexpr (width == 32) {
          return U64{address.word()} << 32;
@@ -414,8 +429,7 @@ ROUTETRIE_INLINE U32 Tree<width>::indexed(Bits address) const noexcept {
    return number;
 }
 
-// Down by the children's bits alone to where they end, by arithmetic for the first levels, as nobody can tell how many there are;
-// the longest route is mostly there. What it is not, one branch sends to a search that looks at everything. A processor keeps as many
+// Down by the children's bits alone to where they end, for the usual number of levels; the longest route is mostly there. What it is not, one branch sends to a search that looks at everything. A processor keeps as many
 // lookups under way as it has room for instructions that wait for a line of memory, so these are few.
 template <unsigned width>
 ROUTETRIE_INLINE bool Tree<width>::matchHere(Bits address, unsigned step, Match& match) const noexcept {
@@ -423,10 +437,9 @@ ROUTETRIE_INLINE bool Tree<width>::matchHere(Bits address, unsigned step, Match&
    U32 at = number & ~aboveBit;
    const U64 bits = highBits(address);
    unsigned shift = indexShift + (number >> 31) * stride;
-   if constexpr (width == 128) {
-      for (int level = 0; level < 2; ++level) {
-         at = childHere(at, bits, shift);
-      }
+   fetchRest(at);
+   for (unsigned level = 0; level < levelsHere && stepHere(at, bits, shift); ++level) {
+      fetchRest(at);
    }
    const Node* const n = nodes() + at;
    const unsigned chunk = static_cast<unsigned>(bits >> shift) & 63;

@@ -26,7 +26,7 @@ void Tree<width>::burstByOne(const Bits* addresses, const void** answers, unsign
    }
    const auto high = [&](unsigned i) { return highBits(addresses[i]); };
    if constexpr (width == 128) {
-      for (int level = 0; level < 2; ++level) {
+      for (unsigned level = 0; level < levelsHere; ++level) {
          for (unsigned i = 0; i < count; ++i) {
             unsigned shift = shifts[i];
             at[i] = childHere(at[i], high(i), shift);
@@ -118,7 +118,7 @@ ROUTETRIE_WIDE void Tree<width>::burstByEight(const Bits* addresses, const void*
                                   _mm512_add_epi64(_mm512_slli_epi64(above, 2), _mm512_slli_epi64(above, 1)));
    }
    if constexpr (width == 128) {
-      for (int level = 0; level < 2; ++level) {
+      for (unsigned level = 0; level < levelsHere; ++level) {
          for (unsigned e = 0; e < eights; ++e) {
             const __m512i bytes = _mm512_slli_epi64(at[e], 5);
             const __m512i children = words64(base_ + offsetof(Node, children), bytes);

@@ -476,7 +476,7 @@ void changeAroundAnEmptyPlace(unsigned indexDepth, bool isAlone, Versions versio
 TEST(Tree, theIndexFollowsWhatStandsAboveAnEmptyPlace) {
    for (const bool isAlone : {false, true}) {
       changeAroundAnEmptyPlace<32>(18, isAlone);
-      changeAroundAnEmptyPlace<128>(30, isAlone);
+      changeAroundAnEmptyPlace<128>(24, isAlone);
    }
 }
 
@@ -485,7 +485,7 @@ TEST(Tree, theIndexOfAVersionStays) {
    for (const bool isAlone : {false, true}) {
       for (const Versions versions : {Versions::held, Versions::published}) {
          changeAroundAnEmptyPlace<32>(18, isAlone, versions);
-         changeAroundAnEmptyPlace<128>(30, isAlone, versions);
+         changeAroundAnEmptyPlace<128>(24, isAlone, versions);
       }
    }
 }
