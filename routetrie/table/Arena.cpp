@@ -164,6 +164,11 @@ void Arena::setFree(U32 block, Chunk& c, U128 free, Lists& in) noexcept {
 
 U64 Arena::epochOf(U32 at) const noexcept { return epochOf(chunk(blockOf(at))); }
 
+bool Arena::ownsSome() const noexcept {
+   const Turnover* const turnover = this->turnover();
+   return turnover == nullptr || turnover->batch == epochs().batch;
+}
+
 bool Arena::owns(U32 at) const noexcept {
    const Turnover* const turnover = this->turnover();
    if (turnover != nullptr) {

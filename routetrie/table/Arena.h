@@ -84,6 +84,8 @@ class ROUTETRIE_EXPORT Arena {
    U64 epochOf(U32 at) const noexcept;
    // Whether nothing older than the version that is changed has the run that this unit is in.
    bool owns(U32 at) const noexcept;
+   // False: owns() is true of nothing.
+   bool ownsSome() const noexcept;
    // A new epoch begins: the chunks of the one before go to the lists.
    void setAside(Lists& aside) noexcept {
       settle();

@@ -94,7 +94,16 @@ void Store::retireSeen(Kind kind, U32 at, unsigned units) noexcept {
       free(dead);
       return;
    }
-   versions_->deadBytes[kind] += bytesOf(dead);
+   note(dead, isSeen);
+}
+
+void Store::retireOthers(Kind kind, U32 at, unsigned units) noexcept {
+   const Dead dead{at, static_cast<U8>(units), kind};
+   note(dead, !versions_->held.empty() && epochOf(dead) <= versions_->held.rbegin()->first);
+}
+
+void Store::note(const Dead& dead, bool isSeen) noexcept {
+   versions_->deadBytes[dead.kind] += bytesOf(dead);
    if (isSeen) {
       versions_->held.rbegin()->second->dead_.push_back(dead);
    } else {

@@ -87,6 +87,9 @@ class ROUTETRIE_EXPORT Store {
       }
    }
 
+   // The same of what is known to be not the tree's own. Requires: there are versions.
+   void retireOthers(Kind kind, U32 at, unsigned units) noexcept;
+
    // An index whose pages could not be retired for want of memory: its first page, 0 if there is none. Requires for one: versions.
    U32 lostIndex() const noexcept { return versions_ != nullptr ? versions_->lostIndex : 0; }
    void loseIndex(U32 top) noexcept {
@@ -140,6 +143,7 @@ class ROUTETRIE_EXPORT Store {
    std::size_t bytesOf(const Dead& dead) const noexcept;
    U64 epochOf(const Dead& dead) const noexcept;
    void retireSeen(Kind kind, U32 at, unsigned units) noexcept;
+   void note(const Dead& dead, bool isSeen) noexcept;
    void tendSome(std::size_t most) noexcept;
    void takeDropped() noexcept;
    void free(const Dead& dead) noexcept;

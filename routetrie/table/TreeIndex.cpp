@@ -124,7 +124,7 @@ void Tree<width>::ownPage(U32& block, unsigned units) {
    store_->makeRoom();
    const U32 copy = store_->pages().allocate(units);
    std::memcpy(page(copy), page(block), std::size_t{units} << Region::unitShift);
-   store_->retire(Store::ofPages, block, units);
+   store_->retireOthers(Store::ofPages, block, units);
    block = copy;
 }
 

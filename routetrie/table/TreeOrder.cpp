@@ -50,8 +50,14 @@ class Tree<width>::Walk {
       const Node& n = node();
       const U32 rank = childRank(n.children, chunk);
       const U32 at = n.numbers()[rank];
-      if (rank + 1 < n.childCount()) {
-         fetch(tree_.node(n.numbers()[rank + 1]));
+      const unsigned count = n.childCount();
+      if (rank == 0 && count > 1) {
+         fetch(n.numbers()[1]);
+      } else if (rank + 1 < count) {
+         fetchUnder(tree_.node(n.numbers()[rank + 1]));
+      }
+      if (rank + 2 < count) {
+         fetch(n.numbers()[rank + 2]);
       }
       if (!tree_.node(at).isCompressed()) {
          bits_ = withChunk(bits_.cut(depth()), depth(), chunk);
@@ -130,7 +136,17 @@ class Tree<width>::Walk {
       return !forward && tree_.setDefault(cursor_);
    }
    // A walk comes to this node soon.
-   void fetch(const Node& n) const noexcept { __builtin_prefetch(&n); }
+   void fetch(U32 at) const noexcept { __builtin_prefetch(&tree_.node(at)); }
+   // And from this one, which was fetched, to what it leads to.
+   void fetchUnder(const Node& n) const noexcept {
+      if (!n.isCompressed()) {
+         if (n.children != 0) {
+            fetch(n.numbers()[0]);
+         }
+      } else if (!n.isLeaf()) {
+         fetch(n.target());
+      }
+   }
    bool setRoute(unsigned code) noexcept {
       const Node& n = node();
       const unsigned half = code >> 7;

@@ -52,14 +52,13 @@ bool Tree<width>::tend() noexcept {
    return store_->isVersioned();
 }
 
-// A copy of a node. Requires: what leads to it is written next.
+// A copy of a node. Requires: what leads to it is written next; room for a note of it.
 template <unsigned width>
 U32 Tree<width>::ownNode(U32 at) {
-   store_->makeRoom();
    const unsigned units = unitsOf(node(at));
    const U32 copy = store_->nodes.allocate(units);
    std::memcpy(node(copy).bytes(), node(at).bytes(), units * sizeof(Node));
-   store_->retire(Store::ofNodes, at, units);
+   store_->retireOthers(Store::ofNodes, at, units);
    ++generation_;
    return copy;
 }
@@ -69,11 +68,15 @@ U32 Tree<width>::ownNode(U32 at) {
 // the way may leave some of it done.
 template <unsigned width>
 typename Tree<width>::Start Tree<width>::own(Bits bits, unsigned length, bool all) {
-   Start start{0, 0, nullptr};
-   start.at = startFor(bits, length, start.depth);
-   // Where a node is the tree's own, all that leads to it is.
-   if (start.depth == 0 || !store_->nodes.owns(start.at)) {
-      start = {root_, 0, &root_};
+   store_->makeRoom();
+   Start start{root_, 0, &root_};
+   // Where a node is the tree's own, all that leads to it is; where it is not, nothing under it is.
+   bool mayBeOwn = store_->nodes.ownsSome();
+   if (mayBeOwn) {
+      unsigned depth = 0;
+      if (const U32 at = startFor(bits, length, depth); depth != 0 && store_->nodes.owns(at)) {
+         start = {at, depth, nullptr};
+      }
    }
    for (;;) {
       const Node& seen = node(start.at);
@@ -81,7 +84,8 @@ typename Tree<width>::Start Tree<width>::own(Bits bits, unsigned length, bool al
       const bool isLast = seen.isCompressed() ? seen.isLeaf() || seen.length() >= length ||
                                                    !keyOf<width>(seen).sharesFirst(bits, seen.length())
                                               : length <= start.depth + stride || (seen.children >> chunk & 1) == 0;
-      if ((all || !isLast) && start.link != nullptr && !store_->nodes.owns(start.at)) {
+      mayBeOwn = mayBeOwn && (start.link == nullptr || store_->nodes.owns(start.at));
+      if ((all || !isLast) && !mayBeOwn) {
          start.at = ownNode(start.at);
          std::memcpy(start.link, &start.at, sizeof start.at);
          touchMoved(start.at, bits, start.depth);
