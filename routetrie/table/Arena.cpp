@@ -313,7 +313,7 @@ void Arena::markOwn(U32 at, unsigned units) noexcept {
 void Arena::recycle(U32 at, unsigned units) noexcept {
    Turnover& turnover = *this->turnover();
    const unsigned size = Turnover::sizeOf(units);
-   const bool mayWait = (std::size_t{turnover.backUnits + units} << unitShift_) <= (64 << 10) + heldBytes() / 8;
+   const bool mayWait = (std::size_t{turnover.backUnits + units} << unitShift_) <= (256 << 10) + heldBytes() / 8;
    if (size != Turnover::noSize && mayWait) {
       try {
          turnover.back[size].push_back(at);
