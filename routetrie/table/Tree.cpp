@@ -33,6 +33,7 @@ void Tree<width>::swap(Tree& other) noexcept {
    std::swap(step_, other.step_);
    std::swap(hasDefault_, other.hasDefault_);
    std::swap(publishes_, other.publishes_);
+   std::swap(hasParts_, other.hasParts_);
    // Neither has had it before.
    generation_ = other.generation_ = std::max(generation_, other.generation_) + 1;
 }
@@ -83,6 +84,7 @@ void Tree<width>::forget() noexcept {
    size_ = 0;
    hasDefault_ = false;
    publishes_ = false;
+   hasParts_ = false;
 }
 
 template <unsigned width>

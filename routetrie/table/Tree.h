@@ -53,9 +53,9 @@
 // and the pages of the index that these numbers stand in (TreeOwn.cpp). What it has copied once is the tree's own, so the next change
 // there is as any other; and where a node is the tree's own, so is all that leads to it. Where there are no versions, nothing of this happens.
 //
-// A tree that publishes gives away a version with each change or batch of them, so each begins with nothing of its own. To copy less,
-// its index has no marked numbers, and the first page of it, which has 16 KiB, is in parts of 64 numbers, found by a page of as
-// many.
+// The first page of the index, which has 16 KiB, is cut into parts of 64 numbers, found by a page of as many, before a version has the
+// first change beside it: so what each further change copies of it is small. A tree that publishes gives away a version with each change
+// or batch of them, so each begins with nothing of its own; to copy less, its index has no marked numbers.
 // Tested by tests/table/TreeTest.cpp, tests/table/TreeRandomTest.cpp, tests/property/TableRandomTest.cpp.
 #pragma once
 
@@ -328,17 +328,17 @@ class ROUTETRIE_EXPORT Tree {
    Match matchByLibrary(Bits address) const noexcept;
 
    //--- the index
-   bool hasParts() const noexcept { return publishes_; }  // the first page
-   unsigned topRoom() const noexcept { return hasParts() ? pageUnits : topUnits; }
+   unsigned topRoom() const noexcept { return hasParts_ ? pageUnits : topUnits; }
    // What a first page says of these bits.
    ROUTETRIE_INLINE U32 topAt(U32 top, U64 high) const noexcept {
-      return hasParts() ? page(page(top)[high >> (64 - stride)])[high >> (64 - 2 * stride) & 63]
-                        : page(top)[high >> (64 - topBits)];
+      return hasParts_ ? page(page(top)[high >> (64 - stride)])[high >> (64 - 2 * stride) & 63]
+                       : page(top)[high >> (64 - topBits)];
    }
    // And a page that `depth` bits lead to.
    static ROUTETRIE_INLINE unsigned slotAt(U64 high, unsigned depth) noexcept {
       return static_cast<unsigned>(high >> (64 - stride - depth)) & 63;
    }
+   void cutTop();
    U32& ownTopAt(U64 high);  // of the index, to be written; std::bad_alloc
    U32* page(U32 block) const noexcept { return static_cast<U32*>(Region::at(base_, block)); }
    U32* slotOf(Bits bits) const noexcept;  // null: no page
@@ -415,6 +415,7 @@ class ROUTETRIE_EXPORT Tree {
    U8 step_;
    bool hasDefault_ = false;
    bool publishes_ = false;
+   bool hasParts_ = false;  // the first page of the index
 };
 
 //--- lookups ---

@@ -104,7 +104,7 @@ ROUTETRIE_WIDE void Tree<width>::burstByEight(const Bits* addresses, const void*
       }
       high[e] = _mm512_load_si512(words);
       __m512i number = _mm512_set1_epi64(index_);
-      if (hasParts()) {
+      if (hasParts_) {
          number = slots(base_, slots(base_, number, high[e], 64 - stride), high[e], 64 - 2 * stride);
       } else {
          number = words32(page(index_), _mm512_slli_epi64(_mm512_srli_epi64(high[e], 64 - topBits), 2));

@@ -128,10 +128,40 @@ void Tree<width>::ownPage(U32& block, unsigned units) {
    block = copy;
 }
 
+// Brings the first page to parts, all of them the tree's own.
+template <unsigned width>
+void Tree<width>::cutTop() {
+   Arena& pages = store_->pages();
+   store_->makeRoom();
+   U32 parts[1 + (1u << stride)]{};
+   unsigned count = 0;
+   try {
+      for (U32& part : parts) {
+         part = pages.allocate(pageUnits);
+         ++count;
+      }
+   } catch (...) {
+      while (count != 0) {
+         pages.release(parts[--count], pageUnits);
+      }
+      throw;
+   }
+   std::memcpy(page(parts[0]), parts + 1, pageBytes);
+   for (unsigned i = 0; i < 1u << stride; ++i) {
+      std::memcpy(page(parts[1 + i]), page(index_) + (std::size_t{i} << stride), pageBytes);
+   }
+   store_->retireOthers(Store::ofPages, index_, topUnits);
+   index_ = parts[0];
+   hasParts_ = true;
+}
+
 template <unsigned width>
 U32& Tree<width>::ownTopAt(U64 high) {
+   if (!hasParts_ && store_->isVersioned() && !store_->pages().owns(index_)) {
+      cutTop();
+   }
    ownPage(index_, topRoom());
-   if (!hasParts()) {
+   if (!hasParts_) {
       return page(index_)[high >> (64 - topBits)];
    }
    U32& part = page(index_)[slotAt(high, 0)];
@@ -172,7 +202,7 @@ void Tree<width>::dropIndex() noexcept {
    const U32 top = std::exchange(index_, 0);
    const U32 pages = std::exchange(pages_, 0);
    try {
-      store_->makeRoom(pages + 1 + (hasParts() ? std::size_t{1} << stride : 0) + Store::mostRetired);
+      store_->makeRoom(pages + 1 + (hasParts_ ? std::size_t{1} << stride : 0) + Store::mostRetired);
    } catch (const std::bad_alloc&) {
       store_->loseIndex(top);
       pages_ = pages;
@@ -274,6 +304,8 @@ template U32& Tree<32>::ownTopAt(U64);
 template U32& Tree<128>::ownTopAt(U64);
 template U32* Tree<32>::ownSlotOf(Bits) noexcept;
 template U32* Tree<128>::ownSlotOf(Bits) noexcept;
+template void Tree<32>::cutTop();
+template void Tree<128>::cutTop();
 template void Tree<32>::ownPage(U32&, unsigned);
 template void Tree<128>::ownPage(U32&, unsigned);
 template U32 Tree<32>::emptyPage(unsigned);

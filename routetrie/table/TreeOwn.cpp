@@ -10,6 +10,7 @@ template <unsigned width>
 Tree<width> Tree<width>::frozen() const noexcept {
    Tree version(valueSize_);
    version.publishes_ = publishes_;
+   version.hasParts_ = hasParts_;
    version.base_ = base_;
    version.size_ = size_;
    version.generation_ = generation_;
@@ -38,6 +39,7 @@ void Tree<width>::startPublishing() {
    }
    store_->startPublishing();
    publishes_ = true;
+   hasParts_ = true;
    if (size_ >= indexFrom) {
       buildIndex();
    }

@@ -248,7 +248,7 @@ std::vector<lookup_read> Tree<width>::readsOf(Bits bits, unsigned length) const 
       return reads;
    }
    if (index_ != 0 && length > indexDepth) {
-      if (hasParts()) {
+      if (hasParts_) {
          reads.push_back({stride, 4, "index"});
       }
       for (unsigned paged = topBits; paged <= indexDepth; paged += stride) {

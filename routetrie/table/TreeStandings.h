@@ -61,7 +61,7 @@ void Tree<width>::eachPage(U32 block, unsigned level, Visit&& visit) const {
 template <unsigned width>
 template <class Visit>
 void Tree<width>::eachPageOfIndex(U32 top, Visit&& visit) const {
-   if (hasParts()) {
+   if (hasParts_) {
       eachPage(top, pageLevels + 1, visit);
       return;
    }

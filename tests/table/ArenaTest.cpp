@@ -114,6 +114,37 @@ TEST(Arena, whatIsFreeIsUsedAgainAndAuditTellsWhatIsWrong) {
    arena.clear();
 }
 
+// A run of more than one unit of 32 bytes straddles no line of memory that it need not; single ones fill what that leaves.
+TEST(Arena, longerRunsBeginAtEvenUnits) {
+   std::mt19937 random(4);
+   Arena arena(5);
+   std::vector<Arena::Run> runs;
+   for (int step = 0; step < 3000; ++step) {
+      if (runs.empty() || random() % 3 != 0) {
+         const unsigned units = 1 + static_cast<unsigned>(random() % 12);
+         runs.push_back({arena.allocate(units), units});
+         ASSERT_TRUE(units == 1 || runs.back().at % 2 == 0) << units;
+      } else {
+         std::swap(runs[random() % runs.size()], runs.back());
+         arena.release(runs.back().at, runs.back().units);
+         runs.pop_back();
+      }
+   }
+   ASSERT_STREQ("", arena.audit(runs));
+   for (const Arena::Run& run : runs) {
+      arena.release(run.at, run.units);
+   }
+   EXPECT_EQ(0u, arena.heldBytes());
+   // The header has the first unit, so the second is alone.
+   const U32 one = arena.allocate(1);
+   EXPECT_EQ(1u, one % 8);
+   const U32 two = arena.allocate(1);
+   const U32 pair = arena.allocate(2);
+   EXPECT_EQ(two + 2, pair) << "a single unit breaks a pair";
+   EXPECT_EQ(two + 1, arena.allocate(1)) << "the rest of a broken pair goes first";
+   arena.clear();
+}
+
 // Of trees that publish: what was given out since the last version may be written, and what came back is given out again.
 TEST(Arena, turnsOverWhatVersionsLeave) {
    for (const unsigned unitShift : {3u, 5u, 8u}) {

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -26,6 +28,10 @@ struct TreeFault {
    template <unsigned width>
    static Node& child(Tree<width>& tree, const Node& n, unsigned rank) {
       return tree.node(n.numbers()[rank]);
+   }
+   template <unsigned width>
+   static U32 number(const Tree<width>& tree, const Node& n) {
+      return static_cast<U32>(&n - tree.nodes());
    }
    template <unsigned width>
    static void miscount(Tree<width>& tree) {
@@ -295,6 +301,71 @@ TEST(Tree, aNodeShrinksToOneAndGrowsAndKeepsNoOldValues) {
       ASSERT_FALSE(tree.erase(bits, 30, nullptr));
       ASSERT_EQ(0u, tree.size());
    }
+}
+
+// A node changes where it is while its block has room, and loses routes and children where it is always.
+TEST(Tree, aNodeSeldomMoves) {
+   for (const unsigned valueSize : {0u, 4u, 8u}) {
+      Tree<32> tree(valueSize);
+      std::vector<std::pair<Tree<32>::Bits, unsigned>> routes;
+      for (unsigned length = 7; length <= 13; ++length) {  // six lengths in one node; the last has children
+         for (unsigned i = 0; i < 1u << (length == 13 ? 6 : length - 6); ++i) {
+            routes.push_back({Tree<32>::Bits(0x0800'0000 | i << (length == 13 ? 20 : 32 - length)), length});
+         }
+      }
+      std::shuffle(routes.begin(), routes.end(), std::mt19937(valueSize));
+      const auto number = [&] { return TreeFault::number(tree, TreeFault::child(tree, TreeFault::root(tree), 0)); };
+      unsigned moves = 0;
+      U32 at = 0;
+      U64 value = 0;
+      for (const auto& [bits, length] : routes) {
+         ASSERT_TRUE(add(tree, bits, length, ++value));
+         moves += number() != at ? 1u : 0u;
+         at = number();
+      }
+      ASSERT_EQ("", tree.audit());
+      ASSERT_EQ(126u + 64u, tree.size());
+      EXPECT_GE(moves, 4u);
+      EXPECT_LE(moves, 12u) << "sizes of blocks";
+      value = 0;
+      for (const auto& [bits, length] : routes) {
+         const void* const found = tree.find(bits, length);
+         ASSERT_NE(nullptr, found);
+         ++value;
+         ASSERT_EQ(0, std::memcmp(&value, found, valueSize));
+         ASSERT_EQ(0u, valueSize != 0 ? std::bit_cast<std::uintptr_t>(found) % valueSize : 0u);
+      }
+      while (routes.size() > 1) {
+         U64 old = 0;
+         ASSERT_TRUE(tree.erase(routes.back().first, routes.back().second, &old));
+         ASSERT_EQ(valueSize != 0 ? routes.size() : 0, old);
+         routes.pop_back();
+         ASSERT_EQ(at, number());
+      }
+      ASSERT_EQ("", tree.audit());
+   }
+}
+
+// What a change beside a version copies: nodes and small pages of the index on one way, and once the first page.
+TEST(Tree, aChangeBesideAVersionCopiesLittle) {
+   Tree<32> tree(4);
+   for (U32 i = 0; i < 60000; ++i) {
+      add(tree, Tree<32>::Bits(i * 2654435761u).cut(24), 24, i);
+   }
+   ASSERT_GT(tree.memory().index, 0u);
+   const Hold first(tree.store());
+   const Tree<32> before = tree.frozen();
+   ASSERT_TRUE(add(tree, p4("10.1.2.3/32").bits(), 32));
+   EXPECT_LT(tree.memory().old, 20000u);
+   const std::size_t old = tree.memory().old;
+   const Hold second(tree.store());
+   const Tree<32> between = tree.frozen();
+   ASSERT_TRUE(add(tree, p4("203.0.113.7/32").bits(), 32));
+   EXPECT_GT(tree.memory().old, old);
+   EXPECT_LT(tree.memory().old, old + 2048);
+   EXPECT_EQ("", tree.audit());
+   EXPECT_EQ("", between.audit());
+   EXPECT_EQ("", before.audit());
 }
 
 TEST(Tree, whatIsUnderAnAbsentPrefix) {
