@@ -34,7 +34,7 @@ struct table_level {
    std::size_t leaves = 0;  // routes by themselves
    std::size_t skips = 0;   // ways to a node far below
    std::size_t routes = 0;  // in all of these; the default route is in none
-   std::size_t bytes = 0;   // of them and of the values in their runs, with the room that a run has left
+   std::size_t bytes = 0;   // of their blocks: they, their values, and the room that is left
    friend bool operator==(const table_level&, const table_level&) noexcept = default;
 };
 

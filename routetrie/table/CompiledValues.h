@@ -104,7 +104,7 @@ class CompiledValues {
    std::vector<T> values_;
 };
 
-template <InRun T>
+template <InNode T>
 requires(sizeof(T) <= 4) class CompiledValues<T> {
   public:
    static constexpr bool areWords = true;

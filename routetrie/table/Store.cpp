@@ -99,7 +99,9 @@ void Store::retireSeen(Kind kind, U32 at, unsigned units) noexcept {
 
 void Store::retireOthers(Kind kind, U32 at, unsigned units) noexcept {
    const Dead dead{at, static_cast<U8>(units), kind};
-   note(dead, !versions_->held.empty() && epochOf(dead) <= versions_->held.rbegin()->first);
+   // Without readers to whom versions are published it is others' as a snapshot has it.
+   note(dead,
+        !versions_->held.empty() && (!versions_->publishes || epochOf(dead) <= versions_->held.rbegin()->first));
 }
 
 void Store::note(const Dead& dead, bool isSeen) noexcept {

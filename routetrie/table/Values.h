@@ -1,12 +1,13 @@
-// Values: where the values of a table lie. Those of up to 8 bytes that copy as bytes lie in the runs of the tree's nodes, where a
-// lookup finds them without one more line of memory; others lie in slots, and the run has their numbers. A set has none.
+// Values: where the values of a table lie. Those of up to 8 bytes that copy as bytes lie in the tree's nodes, where a
+// lookup finds them in the line of memory that it reads anyhow, or the next; others lie in slots, and the node has their numbers. A set
+// has none.
 //
-//    T                              in a run     valueSize (bytes)
+//    T                              in a node    valueSize (bytes)
 //    void                           nothing      0
 //    copies as bytes, up to 8       the value    1, 2, 4 or 8
 //    any other                      its slot     4
 //
-// A tree hands out pointers to the bytes in its runs; this is the one place that knows what they are.
+// A tree hands out pointers to the bytes in its nodes; this is the one place that knows what they are.
 // Tested by tests/table/TableTest.cpp.
 #pragma once
 
@@ -30,9 +31,9 @@ namespace routetrie::Impl {
 [[noreturn]] ROUTETRIE_EXPORT void throwHeldValue();
 
 template <class T>
-concept InRun = std::is_copy_constructible_v<T> && std::is_trivially_copyable_v<T> &&
-                   std::is_trivially_destructible_v<T> && std::is_object_v<T> && sizeof(T) <= 8 &&
-                alignof(T) <= std::bit_ceil(sizeof(T));
+concept InNode = std::is_copy_constructible_v<T> && std::is_trivially_copyable_v<T> &&
+                    std::is_trivially_destructible_v<T> && std::is_object_v<T> && sizeof(T) <= 8 &&
+                 alignof(T) <= std::bit_ceil(sizeof(T));
 
 template <class T>
 class Values {
@@ -40,18 +41,18 @@ class Values {
    static constexpr unsigned valueSize = sizeof(typename Slots<T>::Number);
    static constexpr bool haveSlots = true;  // that destroy() gives back, or that are retired
 
-   const T& at(const void* inRun) const noexcept { return Slots<T>::at(directory_, number(inRun)); }
+   const T& at(const void* inNode) const noexcept { return Slots<T>::at(directory_, number(inNode)); }
 
    template <class... Args>
-   void make(void* inRun, Args&&... args) {
-      put(inRun, makeSlot(std::forward<Args>(args)...));
+   void make(void* inNode, Args&&... args) {
+      put(inNode, makeSlot(std::forward<Args>(args)...));
    }
    // Makes a value from one of `source` that is about to go; a copy, if versions hold it.
-   void makeFrom(void* inRun, Values& source, const void* place, bool isVersioned) {
+   void makeFrom(void* inNode, Values& source, const void* place, bool isVersioned) {
       if (!isVersioned) {
-         make(inRun, std::move((*source.slots_)[number(place)]));
+         make(inNode, std::move((*source.slots_)[number(place)]));
       } else if constexpr (std::is_copy_constructible_v<T>) {
-         make(inRun, source.at(place));
+         make(inNode, source.at(place));
       } else {
          throwHeldValue();
       }
@@ -60,23 +61,23 @@ class Values {
    // Where versions hold the value, it stays as it is, and another comes in its place. What the old one was in is returned: its slot is
    // to be retired.
    template <class U>
-   std::uint32_t exchange(void* inRun, U&& value) {
-      const Number old = number(inRun);
-      put(inRun, makeSlot(std::forward<U>(value)));
+   std::uint32_t exchange(void* inNode, U&& value) {
+      const Number old = number(inNode);
+      put(inNode, makeSlot(std::forward<U>(value)));
       return old;
    }
    template <class Change>
-   std::uint32_t exchangeBy(void* inRun, Change&& change) {
+   std::uint32_t exchangeBy(void* inNode, Change&& change) {
       if constexpr (std::is_copy_constructible_v<T>) {
-         const Number made = makeSlot(at(inRun));
+         const Number made = makeSlot(at(inNode));
          try {
             std::forward<Change>(change)((*slots_)[made]);
          } catch (...) {
             slots_->destroy(made);
             throw;
          }
-         const Number old = number(inRun);
-         put(inRun, made);
+         const Number old = number(inNode);
+         put(inNode, made);
          return old;
       } else {
          throwHeldValue();
@@ -85,26 +86,26 @@ class Values {
 
    // Assigns, or puts a new value in the old one's place: whichever leaves the old one whole if something is raised.
    template <class U>
-   void assign(void* inRun, U&& value) {
+   void assign(void* inNode, U&& value) {
       if constexpr (std::is_nothrow_assignable_v<T&, U>) {
-         (*slots_)[number(inRun)] = std::forward<U>(value);
+         (*slots_)[number(inNode)] = std::forward<U>(value);
       } else {
-         replace(inRun, makeSlot(std::forward<U>(value)));
+         replace(inNode, makeSlot(std::forward<U>(value)));
       }
    }
    // Lets `change` have a T&. Of a value that can be copied, and that the change may leave halfway, it is a copy that then takes
    // the place of the old one.
    template <class Change>
-   void change(void* inRun, Change&& change) {
+   void change(void* inNode, Change&& change) {
       if constexpr (std::is_nothrow_invocable_v<Change, T&> || !std::is_copy_constructible_v<T>) {
-         std::forward<Change>(change)((*slots_)[number(inRun)]);
+         std::forward<Change>(change)((*slots_)[number(inNode)]);
       } else {
-         slots_->destroy(exchangeBy(inRun, std::forward<Change>(change)));
+         slots_->destroy(exchangeBy(inNode, std::forward<Change>(change)));
       }
    }
-   void destroy(const void* inRun) noexcept { slots_->destroy(number(inRun)); }
+   void destroy(const void* inNode) noexcept { slots_->destroy(number(inNode)); }
 
-   // Copies the values of `other` to the same numbers. `each` calls back with every place in a run, in the same order each time.
+   // Copies the values of `other` to the same numbers. `each` calls back with every place in a node, in the same order each time.
    // Requires: this is empty.
    template <class Each>
    void copyFrom(const Values& other, bool isVersioned, Each&& each) {
@@ -115,9 +116,9 @@ class Values {
       slots().reserveAs(from);
       directory_ = slots_->directory();
       std::vector<bool> taken(isVersioned ? from.everFilled() : 0);
-      each([&](const void* inRun) {
-         const Number at = number(inRun);
-         slots_->makeAt(at, other.at(inRun));
+      each([&](const void* inNode) {
+         const Number at = number(inNode);
+         slots_->makeAt(at, other.at(inNode));
          if (isVersioned) {
             taken[at] = true;
          }
@@ -147,7 +148,7 @@ class Values {
       slots_.reset();
       directory_ = nullptr;
    }
-   // Whether equal bytes in runs of the two are equal values: the number of one slot. The first chunk of slots never moves.
+   // Whether equal bytes in nodes of the two are equal values: the number of one slot. The first chunk of slots never moves.
    bool sharesWith(const Values& other) const noexcept {
       return directory_ != nullptr && other.directory_ != nullptr && directory_[0] == other.directory_[0];
    }
@@ -156,20 +157,20 @@ class Values {
       std::swap(directory_, other.directory_);
       slots_.swap(other.slots_);
    }
-   static std::uint32_t slotOf(const void* inRun) noexcept { return number(inRun); }
+   static std::uint32_t slotOf(const void* inNode) noexcept { return number(inNode); }
 
   private:
    using Number = typename Slots<T>::Number;
 
-   static Number number(const void* inRun) noexcept {
+   static Number number(const void* inNode) noexcept {
       Number number;
-      std::memcpy(&number, inRun, sizeof number);
+      std::memcpy(&number, inNode, sizeof number);
       return number;
    }
-   static void put(void* inRun, Number number) noexcept { std::memcpy(inRun, &number, sizeof number); }
-   void replace(void* inRun, Number by) noexcept {
-      slots_->destroy(number(inRun));
-      put(inRun, by);
+   static void put(void* inNode, Number number) noexcept { std::memcpy(inNode, &number, sizeof number); }
+   void replace(void* inNode, Number by) noexcept {
+      slots_->destroy(number(inNode));
+      put(inNode, by);
    }
    Slots<T>& slots() {
       if (slots_ == nullptr) {
@@ -188,29 +189,29 @@ class Values {
    std::shared_ptr<Slots<T>> slots_;                   // come with the first value; a frozen one has none
 };
 
-template <InRun T>
+template <InNode T>
 class Values<T> {
   public:
    static constexpr unsigned valueSize = std::bit_ceil(unsigned{sizeof(T)});
    static constexpr bool haveSlots = false;
 
-   const T& at(const void* inRun) const noexcept { return *std::launder(static_cast<const T*>(inRun)); }
+   const T& at(const void* inNode) const noexcept { return *std::launder(static_cast<const T*>(inNode)); }
 
    template <class... Args>
-   void make(void* inRun, Args&&... args) {
-      std::construct_at(static_cast<T*>(inRun), std::forward<Args>(args)...);
+   void make(void* inNode, Args&&... args) {
+      std::construct_at(static_cast<T*>(inNode), std::forward<Args>(args)...);
    }
-   void makeFrom(void* inRun, const Values& source, const void* place, bool) { make(inRun, source.at(place)); }
+   void makeFrom(void* inNode, const Values& source, const void* place, bool) { make(inNode, source.at(place)); }
    template <class U>
-   void assign(void* inRun, U&& value) {
+   void assign(void* inNode, U&& value) {
       const T made(std::forward<U>(value));
-      std::memcpy(inRun, std::addressof(made), sizeof made);
+      std::memcpy(inNode, std::addressof(made), sizeof made);
    }
    template <class Change>
-   void change(void* inRun, Change&& change) {
-      T copy = at(inRun);
+   void change(void* inNode, Change&& change) {
+      T copy = at(inNode);
       std::forward<Change>(change)(copy);
-      std::memcpy(inRun, std::addressof(copy), sizeof copy);
+      std::memcpy(inNode, std::addressof(copy), sizeof copy);
    }
    void destroy(const void*) noexcept {}
    template <class Each>

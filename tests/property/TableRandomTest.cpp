@@ -1,5 +1,5 @@
 // Long random runs of changes and questions on tables of each family, beside the oracle: dense and sparse mixes, values in the
-// nodes' runs, in slots and none, iterators that live on while the table changes under them. 10^7 operations at full size.
+// nodes, in slots and none, iterators that live on while the table changes under them. 10^7 operations at full size.
 #include <gtest/gtest.h>
 
 #include <random>

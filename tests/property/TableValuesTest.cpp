@@ -244,7 +244,7 @@ TYPED_TEST(TableValuesTest, aMergeThatRaisesLosesNothing) {
    }
 }
 
-//--- values in the nodes' runs, and others that need no log ---
+//--- values in the nodes, and others that need no log ---
 
 template <class Table>
 class TableSmallValuesTest : public testing::Test {};
