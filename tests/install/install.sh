@@ -2,7 +2,7 @@
 # install BUILD SCRATCH SOURCE: the ways in which a project comes by the library, each tried with the one in consumer/.
 #  - installed from BUILD into SCRATCH, moved, and used through find_package, through pkg-config and as a command. Moved,
 #    because nothing installed may lean on the folder it was built for;
-#  - SOURCE as a part of the project, by add_subdirectory and by FetchContent: what that sets up is checked;
+#  - SOURCE as a part of the project, by add_subdirectory and by FetchContent: what that sets up is checked, with ROUTETRIE_FULL=1;
 #  - with ROUTETRIE_INSTALL_ALL=1 these two are built as well, one shared and one static, and a static library is built, installed and
 #    used: three times the whole library.
 # The environment names the tools: CMAKE, CXX, PKG_CONFIG; LIBDIR is the prefix's folder of libraries, VERSION what was built.
@@ -83,6 +83,10 @@ fi
 
 #--- a part of another project ---
 
+if [[ ${ROUTETRIE_FULL:-} != 1 && ${ROUTETRIE_INSTALL_ALL:-} != 1 ]]; then
+   printf 'used: installed (ROUTETRIE_FULL=1 configures it as a part of another project, ROUTETRIE_INSTALL_ALL=1 builds that and more)\n'
+   exit
+fi
 consumer subdirectory -DFROM=subdirectory -DSOURCE="$source"
 consumer fetch -DFROM=fetch -DSOURCE="$source" -DBUILD_SHARED_LIBS=OFF
 

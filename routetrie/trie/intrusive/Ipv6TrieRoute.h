@@ -74,9 +74,9 @@ ROUTETRIE_EXPORT Corvid::Ptr<Ipv6TrieRoute> ipv6TrieRouteFactory(const Corenet::
 namespace Intrusive {
 
 // The one instance that the library holds.
-extern template class ROUTETRIE_EXPORT Impl::NodeBase<Ipv6TrieRoute, true, 0>;
+extern template class Impl::NodeBase<Ipv6TrieRoute, true, 0>;
 extern template class ROUTETRIE_EXPORT Impl::InternalNode<UserNode<Ipv6TrieRoute, true, 0>>;
-extern template class ROUTETRIE_EXPORT Impl::UserNode<Ipv6TrieRoute, true, 0>;
+extern template class Impl::UserNode<Ipv6TrieRoute, true, 0>;
 extern template class ROUTETRIE_EXPORT Trie<UserNode<Ipv6TrieRoute, true, 0>>;
 
 }  // namespace Intrusive
