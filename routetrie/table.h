@@ -8,6 +8,18 @@
 // It is asked and changed as they are (routetrie/family_table.h has the rules: what references and iterators hold, what is
 // guaranteed), with addresses and prefixes of either family; those of one family convert. What has no family, an empty address
 // or prefix, is as the null prefix is: a change with it raises std::invalid_argument, a question finds none.
+//
+// Each family is a tree whose nodes stand for six bits of the address. A node is one block of memory, known by a number of 32 bits:
+//
+//    +-----------------+-----------------+--------------+-------------------------+---------------------------+
+//    | 63 bits: routes | 63 bits: routes | 64 bits:     | a number for each child | a value for each route    |
+//    | whose next is 0 | whose next is 1 | children     | that is there           | that is there, if up to 8 |
+//    |                 |                 |              |                         | bytes, or its slot        |
+//    +-----------------+-----------------+--------------+-------------------------+---------------------------+
+//
+// A lookup goes by an index of the first 18 bits (IPv4) or 24 (IPv6) to the node where they lead, from there down by the children's
+// bits, and the longest route is the top bit of one AND. Ways without a choice are compressed. routetrie/table/Tree.h has the rest:
+// the order of the bits, compressed nodes, the index, what versions share, and the invariants, which audit() checks.
 // Tested by tests/table/TableTest.cpp, tests/property/TableRandomTest.cpp.
 #pragma once
 

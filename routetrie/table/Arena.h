@@ -5,7 +5,8 @@
 //    | header | run of 3 |  free  | run of 4    |        header: a bit for each unit that is free; links; epoch
 //    +--------+----------+--------+----- ... ---+
 //
-// A run lies in one chunk. One of two units or more begins at an even one: where units have 32 bytes, with a line of memory. It gives units of its end back without asking for any, so taking a route out of a tree needs no memory.
+// A run lies in one chunk. One of two units or more begins at an even one: where units have 32 bytes, with a line of memory. It gives
+// units of its end back without asking for any, so taking a route out of a tree needs no memory.
 // It does not grow in place: what takes its longer content anew is at hand, as it was given out a moment ago, and the header that
 // knows whether there is room behind it mostly is not. Chunks are in lists by the longest run that can be had of them: list k holds
 // those where it has 2^k units or more and fewer than 2^(k+1). A chunk that is empty goes back. The first chunks are small, and each next

@@ -430,8 +430,9 @@ ROUTETRIE_INLINE U32 Tree<width>::indexed(Bits address) const noexcept {
    return number;
 }
 
-// Down by the children's bits alone to where they end, for the usual number of levels; the longest route is mostly there. What it is not, one branch sends to a search that looks at everything. A processor keeps as many
-// lookups under way as it has room for instructions that wait for a line of memory, so these are few.
+// Down by the children's bits alone to where they end, for the usual number of levels; the longest route is mostly there. What it is
+// not, one branch sends to a search that looks at everything. A processor keeps as many lookups under way as it has room for
+// instructions that wait for a line of memory, so these are few.
 template <unsigned width>
 ROUTETRIE_INLINE bool Tree<width>::matchHere(Bits address, unsigned step, Match& match) const noexcept {
    const U32 number = indexed(address);
