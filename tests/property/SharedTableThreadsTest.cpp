@@ -228,7 +228,7 @@ TEST(SharedTableThreads, everyAnswerWasRightAtSomeMomentIpv4) {
 }
 TEST(SharedTableThreads, everyAnswerWasRightAtSomeMomentIpv6) {
    AnswersOfReaders<routetrie::shared_table6<std::uint32_t>> world(seed() + 1);
-   world.run(8, sized<std::uint32_t>(1500, 10'000, 200'000), 20'000);
+   world.run(8, sized<std::uint32_t>(1500, 10'000, 100'000), 20'000);
 }
 
 // Each batch gives all routes of both families one number; some come and go.

@@ -82,7 +82,7 @@ TYPED_TEST_SUITE(TableInternetTest, Tables, FamilyName);
 
 TYPED_TEST(TableInternetTest, wholeTable) {
    auto& list = this->routes;
-   const auto questions = sized<std::size_t>(200, 1500, 200'000);
+   const auto questions = sized<std::size_t>(200, 1500, 100'000);
    typename TestFixture::Session session;
    std::uint32_t number = 0;
    for (const std::size_t stop : {list.size() / 50, list.size() / 3, list.size()}) {
@@ -133,7 +133,7 @@ TYPED_TEST(TableInternetTest, churn) {
          session.assign(p, static_cast<std::uint32_t>(i));
       }
       ASSERT_EQ("", session.wholeFault());
-      ASSERT_NO_FATAL_FAILURE(this->ask(session, sized<std::size_t>(50, 300, 20'000)));
+      ASSERT_NO_FATAL_FAILURE(this->ask(session, sized<std::size_t>(50, 300, 10'000)));
    }
    EXPECT_LE(session.table.memory().total(), before + before / 2) << "churn at one size must not grow the table";
 }

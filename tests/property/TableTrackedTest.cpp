@@ -22,8 +22,8 @@ class TableTrackedTest : public TrackedSession<Table> {};
 using Tables = testing::Types<table4<Hop>, table6<Hop>>;
 TYPED_TEST_SUITE(TableTrackedTest, Tables);
 
-TYPED_TEST(TableTrackedTest, watchesAreToldWhatASlowModelFinds) { this->run(0, sized(4, 6, 24)); }
-TYPED_TEST(TableTrackedTest, watchesWhoseFunctionsChangeTheTable) { this->run(12, sized(4, 6, 24)); }
+TYPED_TEST(TableTrackedTest, watchesAreToldWhatASlowModelFinds) { this->run(0, sized(4, 6, 16)); }
+TYPED_TEST(TableTrackedTest, watchesWhoseFunctionsChangeTheTable) { this->run(12, sized(4, 6, 16)); }
 
 // Of one change at a time, without functions that do more: each watch whose answer changes is told once and no other.
 TYPED_TEST(TableTrackedTest, oneChangeIsToldOnce) {
