@@ -120,17 +120,37 @@ ROUTETRIE_INLINE unsigned chunkAt(Corenet::AddressBits<width> bits, unsigned dep
    if constexpr (width == 32) {
       return static_cast<unsigned>(U64{bits.word()} << 32 >> (58 - depth)) & 63;
    } else {
+      // Most are in the first word of the machine.
+      if (depth <= 58) [[likely]] {
+         return static_cast<unsigned>(static_cast<U64>(bits.word() >> 64) >> (58 - depth)) & 63;
+      }
       return static_cast<unsigned>(depth <= 122 ? bits.word() >> (122 - depth) : bits.word() << (depth - 122)) & 63;
    }
 }
 template <unsigned width>
-Corenet::AddressBits<width> withChunk(Corenet::AddressBits<width> bits, unsigned depth, unsigned chunk) noexcept {
+ROUTETRIE_INLINE Corenet::AddressBits<width> withChunk(Corenet::AddressBits<width> bits, unsigned depth,
+                                                       unsigned chunk) noexcept {
    using Bits = Corenet::AddressBits<width>;
    if constexpr (width == 32) {
       return Bits(bits.word() | static_cast<U32>(U64{chunk} << (58 - depth) >> 32));
    } else {
+      if (depth <= 58) [[likely]] {
+         return Bits(bits.word() | U128{U64{chunk} << (58 - depth)} << 64);
+      }
       return Bits(bits.word() | (depth <= 122 ? U128{chunk} << (122 - depth) : U128{chunk} >> (depth - 122)));
    }
+}
+// The same behind the first `depth` bits alone.
+template <unsigned width>
+ROUTETRIE_INLINE Corenet::AddressBits<width> cutWithChunk(Corenet::AddressBits<width> bits, unsigned depth,
+                                                          unsigned chunk) noexcept {
+   if constexpr (width == 128) {
+      if (depth <= 58) [[likely]] {
+         const U64 first = static_cast<U64>(bits.word() >> 64) & ~(~U64{0} >> depth);
+         return Corenet::AddressBits<width>(U128{first | U64{chunk} << (58 - depth)} << 64);
+      }
+   }
+   return withChunk(bits.cut(depth), depth, chunk);
 }
 
 //--- the bits that a compressed node holds ---

@@ -52,8 +52,8 @@ Node Tree<width>::leafFrom(const Node& n, Bits bits, unsigned depth) const noexc
    const unsigned half = n.routes[1] != 0 ? 1 : 0;
    const auto place = static_cast<unsigned>(std::countr_zero(n.routes[half]));
    const Place where = places[place];
-   Node leaf = compressedNode(withChunk(bits.cut(depth), depth, half << 5 | where.low), depth + where.length,
-                              Node::leafBit, 0);
+   Node leaf =
+      compressedNode(cutWithChunk(bits, depth, half << 5 | where.low), depth + where.length, Node::leafBit, 0);
    std::memcpy(&leaf.routes[1], n.bytes() + Node::headerBytes, valueSize_);
    return leaf;
 }
@@ -71,8 +71,8 @@ bool Tree<width>::shape(Node& n, Bits bits, unsigned depth) noexcept {
    // The one node that it leads to, and the bits and the depth to there.
    const U32 run = isSkip ? n.target() : n.numbers()[0];
    const unsigned at = isSkip ? n.length() : depth + stride;
-   const Bits way = isSkip ? keyOf<width>(n)
-                           : withChunk(bits.cut(depth), depth, static_cast<unsigned>(std::countr_zero(n.children)));
+   const Bits way =
+      isSkip ? keyOf<width>(n) : cutWithChunk(bits, depth, static_cast<unsigned>(std::countr_zero(n.children)));
    const Node next = node(run);
    if (next.isCompressed()) {
       n = next;

@@ -60,7 +60,7 @@ class Tree<width>::Walk {
          fetch(n.numbers()[rank + 2]);
       }
       if (!tree_.node(at).isCompressed()) {
-         bits_ = withChunk(bits_.cut(depth()), depth(), chunk);
+         bits_ = cutWithChunk(bits_, depth(), chunk);
       }
       cursor_.path[++level_] = at;
    }
@@ -154,7 +154,7 @@ class Tree<width>::Walk {
       const Place where = places[place];
       cursor_.half = static_cast<U8>(half);
       cursor_.place = static_cast<U8>(place);
-      return set(withChunk(bits_.cut(depth()), depth(), half << 5 | where.low), depth() + where.length,
+      return set(cutWithChunk(bits_, depth(), half << 5 | where.low), depth() + where.length,
                  tree_.valueOf(n, half, place));
    }
    bool set(Bits bits, unsigned length, const void* value) noexcept {

@@ -105,14 +105,14 @@ class Tree<width>::Twins {
          if ((code & 1) == 0) {
             if ((a.routes[half] & b.routes[half] & U64{1} << place) == 0 ||
                 !isEqual(a_.valueOf(a, half, place), b_.valueOf(b, half, place))) {
-               bits_ = withChunk(way.cut(depth), depth, chunk);
+               bits_ = cutWithChunk(way, depth, chunk);
                length_ = depth + places[place].length;
                return true;
             }
             continue;
          }
          const U64 child = U64{1} << chunk;
-         const Bits further = withChunk(way.cut(depth), depth, chunk);
+         const Bits further = cutWithChunk(way, depth, chunk);
          const bool isChildAhead = isAhead || chunk != onWay;
          if ((a.children & b.children & child) == 0) {
             return !isChildAhead || stopUnder(further, depth + stride);
