@@ -25,7 +25,9 @@ void* counted(std::size_t bytes, std::size_t alignment) {
 }  // namespace
 }  // namespace Property
 
-[[gnu::noinline]] void* operator new(std::size_t bytes) { return Property::counted(bytes, alignof(std::max_align_t)); }
+[[gnu::noinline]] void* operator new(std::size_t bytes) {
+   return Property::counted(bytes, alignof(std::max_align_t));
+}
 [[gnu::noinline]] void* operator new(std::size_t bytes, std::align_val_t alignment) {
    return Property::counted(bytes, static_cast<std::size_t>(alignment));
 }
