@@ -1,4 +1,5 @@
-// What the index has to say, told by the nodes: for the sources that fill the index and that check it.
+// What the index has to say, told by the nodes, and the pages that it is made of: for the sources that fill the index, that give it
+// back and that check it.
 #pragma once
 
 #include "routetrie/table/Tree.h"
