@@ -20,29 +20,29 @@
 set -euo pipefail
 cd "${1:?usage: include-arrows.sh ROOT}"
 
-# mayInclude FILE: the paths that includes in FILE may name, as an extended regular expression.
-mayInclude() {
+# findAllowed FILE: the paths that includes in FILE may name, as an extended regular expression, in `allowed`.
+findAllowed() {
    local platform='routetrie/platform/.*|routetrie/platform/[A-Za-z]+\.h' shared='routetrie/trie/(BulkDescent|WalkGuard)\.h'
    local doors='routetrie/trie/(Patricia|Multibit|Intrusive|Fronts)\.h'
    case $1 in
-      routetrie/platform/*) echo "$platform" ;;
-      routetrie/trie/front/*) echo "$platform|$shared|routetrie/trie/(front|multibit|patricia)/.*" ;;
+      routetrie/platform/*) allowed="$platform" ;;
+      routetrie/trie/front/*) allowed="$platform|$shared|routetrie/trie/(front|multibit|patricia)/.*" ;;
       routetrie/trie/multibit/*)
-         echo "$platform|$shared|routetrie/trie/multibit/.*|routetrie/trie/patricia/PatriciaTrie(WalkCb|Module)\.h" ;;
-      routetrie/trie/patricia/*) echo "$platform|$shared|routetrie/trie/patricia/.*" ;;
-      routetrie/trie/intrusive/*) echo "$platform|$shared|routetrie/trie/intrusive/.*" ;;
-      routetrie/trie/Patricia.h) echo 'routetrie/trie/patricia/.*' ;;
-      routetrie/trie/Multibit.h) echo 'routetrie/trie/multibit/.*' ;;
-      routetrie/trie/Intrusive.h) echo 'routetrie/trie/intrusive/.*' ;;
-      routetrie/trie/Fronts.h) echo "routetrie/trie/front/.*|$doors" ;;
-      routetrie/trie/*) echo "$platform" ;;
-      routetrie/shared/*) echo "$platform|routetrie/shared/.*" ;;
-      routetrie/shared_table.h) echo "$platform|routetrie/[a-z_0-9]+\.h|routetrie/(table|shared)/.*" ;;
-      routetrie/*) echo "$platform|routetrie/[a-z_0-9]+\.h|routetrie/table/.*" ;;
-      examples/*) echo 'routetrie/.*' ;;
-      bench/*) echo 'routetrie/.*|bench/.*|tools/tables/.*' ;;
-      tools/tables/*) echo 'routetrie/.*|tools/tables/.*' ;;
-      tools/*) echo 'routetrie/.*|tools/.*' ;;
+         allowed="$platform|$shared|routetrie/trie/multibit/.*|routetrie/trie/patricia/PatriciaTrie(WalkCb|Module)\.h" ;;
+      routetrie/trie/patricia/*) allowed="$platform|$shared|routetrie/trie/patricia/.*" ;;
+      routetrie/trie/intrusive/*) allowed="$platform|$shared|routetrie/trie/intrusive/.*" ;;
+      routetrie/trie/Patricia.h) allowed='routetrie/trie/patricia/.*' ;;
+      routetrie/trie/Multibit.h) allowed='routetrie/trie/multibit/.*' ;;
+      routetrie/trie/Intrusive.h) allowed='routetrie/trie/intrusive/.*' ;;
+      routetrie/trie/Fronts.h) allowed="routetrie/trie/front/.*|$doors" ;;
+      routetrie/trie/*) allowed="$platform" ;;
+      routetrie/shared/*) allowed="$platform|routetrie/shared/.*" ;;
+      routetrie/shared_table.h) allowed="$platform|routetrie/[a-z_0-9]+\.h|routetrie/(table|shared)/.*" ;;
+      routetrie/*) allowed="$platform|routetrie/[a-z_0-9]+\.h|routetrie/table/.*" ;;
+      examples/*) allowed='routetrie/.*' ;;
+      bench/*) allowed='routetrie/.*|bench/.*|tools/tables/.*' ;;
+      tools/tables/*) allowed='routetrie/.*|tools/tables/.*' ;;
+      tools/*) allowed='routetrie/.*|tools/.*' ;;
    esac
 }
 
@@ -52,34 +52,34 @@ fault() {
    faults=$((faults + 1))
 }
 
-checkFile() {
-   local file=$1 allowed line number name
-   allowed=$(mayInclude "$file")
-   while IFS=: read -r number line; do
-      if [[ $line =~ ^[[:space:]]*#[[:space:]]*include[[:space:]]*\"([^\"]*)\" ]]; then
-         name=${BASH_REMATCH[1]}
-         [[ $name =~ ^($allowed)$ ]] || fault "$file:$number: may not include \"$name\""
-         [[ $file != examples/* ]] || fault "$file:$number: an example includes <$name>, as a user does"
+checkLine() {
+   local file=$1 number=$2 line=$3 name
+   if [[ $line =~ ^[[:space:]]*#[[:space:]]*include[[:space:]]*\"([^\"]*)\" ]]; then
+      name=${BASH_REMATCH[1]}
+      [[ $name =~ ^($allowed)$ ]] || fault "$file:$number: may not include \"$name\""
+      [[ $file != examples/* ]] || fault "$file:$number: an example includes <$name>, as a user does"
+      [[ -f $name ]] || fault "$file:$number: no file \"$name\" under the root"
+   elif [[ $line =~ ^[[:space:]]*#[[:space:]]*include[[:space:]]*\<([^\>]*)\> ]]; then
+      name=${BASH_REMATCH[1]}
+      if [[ $file == examples/* && $name == routetrie/* ]]; then
          [[ -f $name ]] || fault "$file:$number: no file \"$name\" under the root"
-      elif [[ $line =~ ^[[:space:]]*#[[:space:]]*include[[:space:]]*\<([^\>]*)\> ]]; then
-         name=${BASH_REMATCH[1]}
-         if [[ $file == examples/* && $name == routetrie/* ]]; then
-            [[ -f $name ]] || fault "$file:$number: no file \"$name\" under the root"
-         elif [[ ($file == routetrie/* || $file == examples/*) && $name == */* ]]; then
-            [[ $name =~ ^(fmt|sys|arpa|netinet|sanitizer)/ || ($file == routetrie/shared/*.cpp && $name == urcu/*) ]] ||
-               fault "$file:$number: may not include <$name> (of folders only fmt/ and those of the system)"
-         fi
-      else
-         fault "$file:$number: an include that this check cannot read: $line"
+      elif [[ ($file == routetrie/* || $file == examples/*) && $name == */* ]]; then
+         [[ $name =~ ^(fmt|sys|arpa|netinet|sanitizer)/ || ($file == routetrie/shared/*.cpp && $name == urcu/*) ]] ||
+            fault "$file:$number: may not include <$name> (of folders only fmt/ and those of the system)"
       fi
-   done < <(grep -nE '^[[:space:]]*#[[:space:]]*(include|import)' "$file" || true)
+   else
+      fault "$file:$number: an include that this check cannot read: $line"
+   fi
 }
 
-files=0
-while IFS= read -r file; do
-   checkFile "$file"
-   files=$((files + 1))
-done < <(find routetrie examples bench tools -type f \( -name '*.h' -o -name '*.cpp' \) 2>/dev/null | sort)
+# One search for all of them: a process for each file would take seconds.
+mapfile -t files < <(find routetrie examples bench tools -type f \( -name '*.h' -o -name '*.cpp' \) 2>/dev/null | sort)
+last=
+while IFS=: read -r file number line; do
+   [[ $file == "$last" ]] || findAllowed "$file"
+   last=$file
+   checkLine "$file" "$number" "$line"
+done < <(grep -nHE '^[[:space:]]*#[[:space:]]*(include|import)' "${files[@]}" </dev/null || true)
 
-printf '%d files, %d includes that point the wrong way\n' "$files" "$faults"
-((files > 0 && faults == 0))
+printf '%d files, %d includes that point the wrong way\n' "${#files[@]}" "$faults"
+((${#files[@]} > 0 && faults == 0))

@@ -29,12 +29,12 @@ refuses() {
       fault "$door: with $* the compiler says, and not \"$text\" alone: $(grep -m 3 'error: ' <<<"$said")"
 }
 
-# Each door with one of the three, in turns; but at full size every fourth of them, as clang reads on after an error.
+# Each door with one of the three, in turns; of clang, which reads on after an error, each fourth.
 compiler=("$@")
 if ((${#compiler[@]})); then
    turn=0
-   every=12
-   [[ ${ROUTETRIE_FULL:-} != 1 ]] || every=3
+   every=3
+   ! "${compiler[0]}" --version | grep -q clang || every=12
    isTurn() { ((turn % every == every / 3 * $1)); }
    while IFS= read -r door; do
       ! isTurn 0 || refuses 'routetrie needs C++20: compile with -std=c++20' "$door" -std=c++17

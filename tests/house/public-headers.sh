@@ -12,26 +12,42 @@ fault() {
    faults=$((faults + 1))
 }
 
-files=0
-while IFS= read -r file; do
-   files=$((files + 1))
-   first=$(grep -vE '^[[:space:]]*(//.*)?$' "$file" | head -n 1 || true)
-   [[ $first == '#pragma once' ]] || fault "$file: the first line of code is not #pragma once"
+# reports TEXT PATTERN: each line that matches, of any header, but for what $exempt matches.
+reports() {
+   local text=$1 pattern=$2 file line
    while IFS= read -r line; do
-      fault "$file:$line: <iosfwd> has to do in a header"
-   done < <(grep -nE '^[[:space:]]*#[[:space:]]*include[[:space:]]*<(iostream|ostream|istream|sstream|fstream|iomanip|fmt/ostream\.h)>' "$file" || true)
-   while IFS= read -r line; do
-      fault "$file:$line: a macro that is not named ROUTETRIE_..."
-   done < <(grep -nE '^[[:space:]]*#[[:space:]]*define[[:space:]]' "$file" | grep -vE 'define[[:space:]]+ROUTETRIE_[A-Z_]+' || true)
-   while IFS= read -r line; do
-      fault "$file:$line: opens a namespace for whoever includes it"
-   done < <(grep -nE '^using namespace' "$file" || true)
-   source=${file%.h}.cpp
-   if [[ -f $source ]]; then
-      first=$(grep -m 1 -E '^[[:space:]]*#[[:space:]]*include' "$source" || true)
-      [[ $first == "#include \"$file\"" ]] || fault "$source: the first include is not \"$file\""
-   fi
-done < <(find routetrie -type f -name '*.h' | sort)
+      fault "${line}: $text"
+   done < <(grep -nHE "$pattern" "${headers[@]}" | grep -vE "${exempt:-^$}" || true)
+}
 
-printf '%d headers, %d faults\n' "$files" "$faults"
-((files > 0 && faults == 0))
+mapfile -t headers < <(find routetrie -type f -name '*.h' | sort)
+((${#headers[@]} > 0)) || { echo 'no headers'; exit 1; }
+
+# A process for each header would take seconds.
+while IFS= read -r file; do
+   fault "$file: the first line of code is not #pragma once"
+done < <(awk '
+   function end() { if (file != "" && first != "#pragma once") print file }
+   FNR == 1 { end(); file = FILENAME; first = "" }
+   first == "" && !/^[[:space:]]*(\/\/.*)?$/ { first = $0 }
+   END { end() }' "${headers[@]}")
+reports '<iosfwd> has to do in a header' \
+   '^[[:space:]]*#[[:space:]]*include[[:space:]]*<(iostream|ostream|istream|sstream|fstream|iomanip|fmt/ostream\.h)>'
+exempt='define[[:space:]]+ROUTETRIE_[A-Z_]+' reports 'a macro that is not named ROUTETRIE_...' \
+   '^[[:space:]]*#[[:space:]]*define[[:space:]]'
+reports 'opens a namespace for whoever includes it' '^using namespace'
+
+sources=()
+for file in "${headers[@]}"; do
+   [[ ! -f ${file%.h}.cpp ]] || sources+=("${file%.h}.cpp")
+done
+while IFS= read -r source; do
+   fault "$source: the first include is not \"${source%.cpp}.h\""
+done < <(((${#sources[@]} == 0)) || awk '
+   function end() { if (file != "" && first != "#include \"" substr(file, 1, length(file) - 4) ".h\"") print file }
+   FNR == 1 { end(); file = FILENAME; first = "" }
+   first == "" && /^[[:space:]]*#[[:space:]]*include/ { first = $0 }
+   END { end() }' "${sources[@]}")
+
+printf '%d headers, %d faults\n' "${#headers[@]}" "$faults"
+((faults == 0))

@@ -96,7 +96,7 @@ void compare(const Work& work, Single single, Bulk bulk) {
 class Bulk : public testing::TestWithParam<Mix> {
   protected:
    const std::uint64_t seed_ = seed();
-   const std::size_t queries_ = sized<std::size_t>(8'000, 10'000, 20'000);
+   const std::size_t queries_ = sized<std::size_t>(4'000, 5'000, 20'000);
 
    Work work(AddressFamily family) const { return workOf(family, GetParam(), seed_, queries_); }
 

@@ -166,7 +166,7 @@ TYPED_TEST(CompiledProperty, AnswersAsTheTableInAllSmallWorlds) {
       }
       for (std::size_t a = 0; a < prefixes.size(); ++a) {
          for (std::size_t b = a; b < prefixes.size(); ++b) {
-            for (std::size_t c = b; c < prefixes.size(); c += sized<std::size_t>(7, 3, 1)) {
+            for (std::size_t c = b; c < prefixes.size(); c += sized<std::size_t>(7, 5, 1)) {
                TypeParam table;
                // Two of them may have the same value.
                table.insert({prefixes[a], 1});

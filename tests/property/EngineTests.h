@@ -33,7 +33,7 @@ inline constexpr auto caseName = [](const auto& info) { return info.param.name()
 struct RunLength {
    std::size_t small, normal, full;
 };
-inline constexpr RunLength longRun{10'000, 12'000, 60'000};
+inline constexpr RunLength longRun{6'000, 8'000, 60'000};
 
 struct RandomCase {
    std::string name() const { return std::string(mix.name); }

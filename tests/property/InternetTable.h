@@ -73,7 +73,7 @@ inline PrefixList syntheticTable(Corenet::AddressFamily family, U32 scale, std::
    return routes;
 }
 
-// The routes of that family in the file. Raises std::runtime_error if it can't be read, and what a bad line raises.
+// The routes of that family in the file. Raises std::runtime_error if it can't be read, and what a bad line of the family raises.
 inline PrefixList tableFromFile(const std::string& path, Corenet::AddressFamily family) {
    const std::unique_ptr<gzFile_s, decltype(&gzclose)> file(gzopen(path.c_str(), "rb"), &gzclose);
    if (file == nullptr) {
@@ -83,6 +83,9 @@ inline PrefixList tableFromFile(const std::string& path, Corenet::AddressFamily 
    char line[256];
    while (gzgets(file.get(), line, sizeof line) != nullptr) {
       const std::string_view text(line);
+      if ((text.find(':') != text.npos) != (family == Corenet::ipv6)) {
+         continue;
+      }
       const auto p = IpGenPrefix::fromString(text.substr(0, text.find_first_of(" \t\r\n")));
       if (p.af() == family) {
          routes.push_back(p);

@@ -93,7 +93,7 @@ class InternetTableTest : public testing::Test {
          }
          ASSERT_EQ(routes.size(), engine.routes());
          ASSERT_EQ("", engine.audit());
-         ASSERT_EQ("", ask(engine, routes, sized<std::size_t>(20'000, 100'000, 200'000), seed + 1));
+         ASSERT_EQ("", ask(engine, routes, sized<std::size_t>(20'000, 30'000, 200'000), seed + 1));
 
          std::shuffle(routes.begin(), routes.end(), random);
          std::size_t deleted = 0;
@@ -104,7 +104,7 @@ class InternetTableTest : public testing::Test {
             const PrefixList rest(routes.begin() + static_cast<std::ptrdiff_t>(deleted), routes.end());
             ASSERT_EQ(rest.size(), engine.routes());
             ASSERT_EQ("", engine.audit());
-            ASSERT_EQ("", ask(engine, rest, 20'000, seed + deleted));
+            ASSERT_EQ("", ask(engine, rest, sized<std::size_t>(5'000, 8'000, 20'000), seed + deleted));
          }
          for (; deleted < routes.size(); ++deleted) {
             ASSERT_TRUE(engine.remove(routes[deleted])) << routes[deleted];
@@ -127,14 +127,14 @@ TYPED_TEST(InternetTableTest, wholeTable) {
    if (!isFull()) {
       std::mt19937_64 random(number);
       std::shuffle(routes.begin(), routes.end(), random);
-      routes.resize(std::min<std::size_t>(routes.size(), isSanitized ? 60'000 : 100'000));
+      routes.resize(std::min<std::size_t>(routes.size(), isSanitized ? 30'000 : 40'000));
    }
    this->loadAskAndDelete(std::move(routes), number);
 }
 
 TYPED_TEST(InternetTableTest, madeUpTable) {
    const std::uint64_t number = seed();
-   this->loadAskAndDelete(syntheticTable(TypeParam::family, 10, number), number);
+   this->loadAskAndDelete(syntheticTable(TypeParam::family, isFull() ? 10 : 25, number), number);
 }
 
 TEST(SyntheticTable, hasTheNumbersOfEachLengthAndNoRouteTwice) {

@@ -73,8 +73,8 @@ TEST_F(IntrusiveInternet, wholeTable) {
    ASSERT_GT(routes.size(), 100'000U);
    random.seed(seed());
    std::shuffle(routes.begin(), routes.end(), random);
-   routes.resize(std::min(routes.size(), sized<std::size_t>(20'000, 100'000, routes.size())));
-   const auto questions = sized<std::size_t>(10'000, 50'000, 200'000);
+   routes.resize(std::min(routes.size(), sized<std::size_t>(20'000, 40'000, routes.size())));
+   const auto questions = sized<std::size_t>(10'000, 20'000, 200'000);
    const LiveCounts before;
    for (const auto& p : routes) {
       engine.add(p);

@@ -101,7 +101,7 @@ TEST(MultibitInternet, wholeTableAgreesWithThePatriciaTrie) {
    const std::uint64_t number = seed();
    std::mt19937_64 random(number);
    std::shuffle(routes.begin(), routes.end(), random);
-   routes.resize(std::min(routes.size(), sized<std::size_t>(60'000, 150'000, routes.size())));
+   routes.resize(std::min(routes.size(), sized<std::size_t>(30'000, 60'000, routes.size())));
    std::erase(routes, IpGenPrefix(Corenet::Prefix()));  // for the random lengths above
    const LiveCounts before;
    {
@@ -118,7 +118,7 @@ TEST(MultibitInternet, wholeTableAgreesWithThePatriciaTrie) {
             ASSERT_EQ("", found);
          }
       };
-      const auto many = sized<std::size_t>(20'000, 300'000, 400'000);
+      const auto many = sized<std::size_t>(20'000, 60'000, 400'000);
       ask(&Pair::longestMatchFault, many);
       ask(&Pair::exactFault, many);
       ask(&Pair::parentFault, many);

@@ -458,9 +458,8 @@ class TableSession {
          found.push_back({});
       }
       if (fault_.empty() && found != expected) {
-         fault_ =
-            fmt::format("{} of {}: found {}, expected {}", question,
-                        !asked_ ? "all" : fmt::format("{}", *asked_), textOf(found), textOf(expected));
+         fault_ = fmt::format("{} of {}: found {}, expected {}", question,
+                              !asked_ ? "all" : fmt::format("{}", *asked_), textOf(found), textOf(expected));
       }
    }
    static std::string textOf(const Routes& routes) {

@@ -137,7 +137,7 @@ TYPED_TEST(AddressBitsOf, commonLengthAndOrderAgreeWithTheModel) {
    constexpr U32 width = TypeParam::value;
    using Bits = AddressBits<width>;
    RandomValues random(Property::seed());
-   for (int round = 0; round < Property::sized(1000, 20'000, 200'000); ++round) {
+   for (int round = 0; round < Property::sized(1000, 8'000, 200'000); ++round) {
       const auto a = random.bits<width>();
       // Alike up to a random bit, so that each common length comes up.
       const U32 alike = random.below(width + 1);

@@ -146,7 +146,7 @@ TEST(CompactIpPrefix, wordsAreEqualExactlyIfPrefixesAre) {
       std::map<IpGenPrefix, std::uint64_t> words;
       std::map<std::uint64_t, IpGenPrefix> prefixes;
       std::vector<CompactIpPrefix> held;
-      for (int round = 0; round < Property::sized(3000, 30'000, 300'000); ++round) {
+      for (int round = 0; round < Property::sized(3000, 12'000, 300'000); ++round) {
          const auto prefix = random.genPrefix();
          const auto& value = held.emplace_back(prefix);
          const auto [word, isNew] = words.try_emplace(prefix, wordOf(value));
@@ -432,7 +432,7 @@ TEST(CompactIpPrefixOwnership, randomHandling) {
    {
       std::vector<IpGenPrefix> model(20);
       std::vector<CompactIpPrefix> values(20);
-      for (int step = 0; step < Property::sized(5000, 50'000, 500'000); ++step) {
+      for (int step = 0; step < Property::sized(5000, 20'000, 500'000); ++step) {
          const auto i = random.below(20);
          const auto j = random.below(20);
          switch (random.below(6)) {

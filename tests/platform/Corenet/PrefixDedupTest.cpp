@@ -97,7 +97,7 @@ TEST(PrefixDedup, copiesOfACompactValueLookNothingUp) {
 
 TEST(PrefixDedup, aHundredThousandComeAndGo) {
    const LiveCounts before;
-   const U32 count = Property::sized(20'000u, 100'000u, 1'000'000u);
+   const U32 count = Property::sized(20'000u, 40'000u, 1'000'000u);
    std::vector<PrefixDedup::Record*> records;
    for (U32 i = 0; i < count; ++i) {
       records.push_back(PrefixDedup::acquire(subnet(i), 64));
@@ -230,7 +230,7 @@ TEST_P(PrefixDedupThreads, fightOverAFewPrefixes) {
    const LiveCounts before;
    {
       const MultiThreaded multiThreaded(GetParam());
-      handleFromManyThreads(3, Property::sized(5'000, 50'000, 500'000));
+      handleFromManyThreads(3, Property::sized(5'000, 20'000, 500'000));
    }
    EXPECT_EQ(0u, PrefixDedup::liveRecords());
    if (GetParam()) {

@@ -322,7 +322,7 @@ TEST(NodeThreads, countOfASharedObject) {
       const auto shared = ptrIsImpl<Shared>(destroyed);
       const Shared& object = *shared;
       runThreads(8, [&](int) {
-         for (int i = 0; i < Property::sized(10'000, 100'000, 1'000'000); ++i) {
+         for (int i = 0; i < Property::sized(10'000, 40'000, 1'000'000); ++i) {
             object.incUse();
             const Ptr<const Shared> copy(&object);
             object.decUseImpl();

@@ -281,7 +281,7 @@ TEST_F(PtrInterfaceArrayTest, randomHandling) {
    const auto below = [&](std::uint64_t limit) { return static_cast<U32>(random() % limit); };
    std::vector<Ptr<Payload>> model;
    Array array;
-   for (int step = 0; step < Property::sized(5'000, 50'000, 500'000); ++step) {
+   for (int step = 0; step < Property::sized(5'000, 20'000, 500'000); ++step) {
       switch (below(10)) {
          case 0:
             model.clear();
