@@ -70,7 +70,7 @@ class basic_shared_table {
    static constexpr bool has_values = Table::has_values;
    using table_type = Table;
    // What is asked: all the questions of a table.
-   using questions_type = decltype(Impl::Publishing::versionOf(std::declval<const Table&>()));
+   using questions_type = decltype(Impl::Publishing::versionFor(std::declval<const Table&>()));
    using snapshot_type = decltype(std::declval<Table&>().snapshot());
    using prefix_type = typename Table::prefix_type;
    using address_type = typename Table::address_type;
@@ -89,10 +89,12 @@ class basic_shared_table {
 
    // No routes, or those of a table.
    basic_shared_table() : basic_shared_table(Table()) {}
-   explicit basic_shared_table(Table routes) : table_(std::move(routes)), spare_(std::make_unique<Record>()) {
+   explicit basic_shared_table(Table routes) : table_(std::move(routes)) {
+      needSpare();
       Impl::Publishing::start(table_);
-      spare_->routes = Impl::Publishing::versionOf(table_);
-      current_.store(spare_.release(), std::memory_order_release);
+      Record* const record = takeSpare();
+      Impl::Publishing::become(record->routes, table_);
+      current_.store(record, std::memory_order_release);
       publishStores();
    }
    basic_shared_table(const basic_shared_table&) = delete;
@@ -214,6 +216,7 @@ class basic_shared_table {
       const std::lock_guard guard(writing_);
       table_memory held = table_.memory();
       held.nodes += sizeof(Record);
+      held.free += spareRecords_ * sizeof(Record);
       held.old += oldRecords_ * sizeof(Record);
       return held;
    }
@@ -279,13 +282,21 @@ class basic_shared_table {
    // All that a publication needs is there before the change.
    void prepare() {
       tend(false);
-      if (spare_ == nullptr) {
-         spare_ = std::make_unique<Record>();
+      needSpare();
+   }
+   void needSpare() {
+      if (spares_.first == nullptr) {
+         spares_.add(new Record);
+         ++spareRecords_;
       }
    }
+   Record* takeSpare() noexcept {
+      --spareRecords_;
+      return spares_.take();
+   }
    void publish() noexcept {
-      Record* const record = spare_.release();
-      record->routes = Impl::Publishing::versionOf(table_);
+      Record* const record = takeSpare();
+      Impl::Publishing::become(record->routes, table_);
       Record* const before = current_.exchange(record, std::memory_order_acq_rel);
       before->replaced = std::exchange(replaced_, std::nullopt);
       open_.add(before);
@@ -317,14 +328,13 @@ class basic_shared_table {
          Record* const record = ready_.take();
          --oldRecords_;
          record->replaced.reset();
-         if (spare_ == nullptr) {
-            record->routes = questions_type();
-            spare_.reset(record);
-         } else {
-            delete record;
-         }
+         spares_.add(record);
+         ++spareRecords_;
       }
       if (all) {
+         while (spareRecords_ > 1) {
+            delete takeSpare();
+         }
          stores([](Impl::Store& store) { store.tendAll(); });
       }
       if (!isFreeing() && grace_.isOver()) {
@@ -363,14 +373,15 @@ class basic_shared_table {
 
    mutable std::mutex writing_;
    Table table_;
-   std::unique_ptr<Record> spare_;
    std::optional<Table> replaced_;  // by the change under way
    std::atomic<Record*> current_{nullptr};
    mutable std::atomic<std::size_t> readers_{0};
    Records open_;    // replaced since
    Records closed_;  // their readers are waited for
    Records ready_;   // nobody reads them
+   Records spares_;  // to be used again
    std::size_t oldRecords_ = 0;
+   std::size_t spareRecords_ = 0;
    Impl::Grace grace_;
 };
 

@@ -65,6 +65,7 @@ struct Arena::Turnover {
    static constexpr unsigned sizes = 12;
    std::vector<U32> back[sizes];
    U32 backUnits = 0;  // of all of them
+   U32 mostBack = 0;   // units; as many may be kept at least
 
    // What was given out in a batch.
    static constexpr unsigned mostOwn = 24;
@@ -313,8 +314,10 @@ void Arena::markOwn(U32 at, unsigned units) noexcept {
 void Arena::recycle(U32 at, unsigned units) noexcept {
    Turnover& turnover = *this->turnover();
    const unsigned size = Turnover::sizeOf(units);
-   const bool mayWait = (std::size_t{turnover.backUnits + units} << unitShift_) <= (256 << 10) + heldBytes() / 8;
-   if (size != Turnover::noSize && mayWait) {
+   if (turnover.backUnits + units > turnover.mostBack) [[unlikely]] {
+      turnover.mostBack = static_cast<U32>(((256 << 10) + heldBytes() / 8) >> unitShift_);
+   }
+   if (size != Turnover::noSize && turnover.backUnits + units <= turnover.mostBack) [[likely]] {
       try {
          turnover.back[size].push_back(at);
          turnover.backUnits += units;
@@ -339,6 +342,7 @@ void Arena::settle() noexcept {
       std::vector<U32>().swap(turns->back[size]);
    }
    turns->backUnits = 0;
+   turns->mostBack = 0;
 }
 
 void Arena::release(U32 at, unsigned units, Lists& in) noexcept {

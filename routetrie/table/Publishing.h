@@ -12,34 +12,43 @@ namespace routetrie::Impl {
 // The routes of a table as they were, without a claim on its memory: who reads it sees to that.
 template <unsigned width, class T>
 class Version : public basic_questions<width, T> {
-   using Questions = basic_questions<width, T>;
-
   public:
    Version() noexcept = default;
-   Version(typename Questions::Tree tree, typename Questions::Values values) noexcept
-      : Questions(std::move(tree), std::move(values)) {}
    Version(const Version&) = delete;
    Version& operator=(const Version&) = delete;
-   Version(Version&&) noexcept = default;
-   Version& operator=(Version&&) noexcept = default;
    ~Version() = default;
+
+  private:
+   friend struct Publishing;
+   // Those of a table as it is now.
+   void become(const Tree<width>& tree, const Values<T>& values) noexcept {
+      tree.freezeTo(this->tree_);
+      values.freezeTo(this->values_);
+   }
 };
 template <class T>
 class BothVersions : public both_questions<Version<32, T>, Version<128, T>> {
   public:
    BothVersions() noexcept = default;
-   BothVersions(Version<32, T> v4, Version<128, T> v6) noexcept
-      : both_questions<Version<32, T>, Version<128, T>>(std::move(v4), std::move(v6)) {}
+
+  private:
+   friend struct Publishing;
 };
 
 struct Publishing {
    template <unsigned width, class T>
-   static Version<width, T> versionOf(const basic_table<width, T>& t) noexcept {
-      return {t.tree_.frozen(), t.values_.frozen()};
+   static Version<width, T> versionFor(const basic_table<width, T>&);  // the type alone
+   template <class T>
+   static BothVersions<T> versionFor(const table<T>&);
+
+   template <unsigned width, class T>
+   static void become(Version<width, T>& version, const basic_table<width, T>& t) noexcept {
+      version.become(t.tree_, t.values_);
    }
    template <class T>
-   static BothVersions<T> versionOf(const table<T>& t) noexcept {
-      return {versionOf(t.v4_), versionOf(t.v6_)};
+   static void become(BothVersions<T>& version, const table<T>& t) noexcept {
+      become(version.v4_, t.v4_);
+      become(version.v6_, t.v6_);
    }
 
    // From now on, what its versions have stays until it is told that their readers have gone.

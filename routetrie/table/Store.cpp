@@ -32,7 +32,7 @@ Store::Versions& Store::needVersions() {
 
 void Store::needPages() {
    if (pages_ == nullptr) {
-      pages_ = std::make_unique<Arena>(8);
+      pages_ = std::make_unique<Arena>(pageShift);
       if (versions_ != nullptr) {
          pages_->follow(versions_->following[ofPages]);
       }
@@ -50,34 +50,31 @@ void Store::startPublishing() {
 
 void Store::publish() noexcept { ++versions_->epochs.batch; }
 
-std::size_t Store::bytesOf(const Dead& dead) const noexcept {
-   switch (dead.kind) {
-      case ofNodes: return std::size_t{dead.units} << nodes.unitShift();
-      case ofPages: return std::size_t{dead.units} << pages_->unitShift();
+std::size_t Store::bytesOf(Dead dead) const noexcept {
+   switch (dead.kind()) {
+      case ofNodes: return std::size_t{dead.units()} << nodeShift;
+      case ofPages: return std::size_t{dead.units()} << pageShift;
       default: return versions_->keeper.bytes;
    }
 }
 
-U64 Store::epochOf(const Dead& dead) const noexcept {
-   switch (dead.kind) {
-      case ofNodes: return nodes.epochOf(dead.at);
-      case ofPages: return pages_->epochOf(dead.at);
-      default: return versions_->keeper.epochOf(versions_->keeper.slots.get(), dead.at);
+U64 Store::epochOf(Dead dead) const noexcept {
+   switch (dead.kind()) {
+      case ofNodes: return nodes.epochOf(dead.at());
+      case ofPages: return pages_->epochOf(dead.at());
+      default: return versions_->keeper.epochOf(versions_->keeper.slots.get(), dead.at());
    }
 }
 
 //--- changes ---
 
-void Store::makeRoom(std::size_t count) {
+void Store::makeMoreRoom(std::size_t count) {
    const auto in = [count](std::vector<Dead>& notes) {
       if (notes.capacity() - notes.size() < count) {
          Region::mayFail();
          notes.reserve(std::max(2 * notes.capacity(), notes.size() + count));
       }
    };
-   if (versions_ == nullptr) {
-      return;
-   }
    if (!versions_->held.empty()) {
       in(versions_->held.rbegin()->second->dead_);
    }
@@ -87,7 +84,7 @@ void Store::makeRoom(std::size_t count) {
 }
 
 void Store::retireSeen(Kind kind, U32 at, unsigned units) noexcept {
-   const Dead dead{at, static_cast<U8>(units), kind};
+   const Dead dead(kind, at, units);
    const bool isSeen = !versions_->held.empty() && epochOf(dead) <= versions_->held.rbegin()->first;
    if (!isSeen && (kind == ofSlots ? !versions_->publishes : arena(kind).owns(at))) {
       versions_->deadBytes[kind] += bytesOf(dead);
@@ -98,38 +95,40 @@ void Store::retireSeen(Kind kind, U32 at, unsigned units) noexcept {
 }
 
 void Store::retireOthers(Kind kind, U32 at, unsigned units) noexcept {
-   const Dead dead{at, static_cast<U8>(units), kind};
+   const Dead dead(kind, at, units);
    // Without readers to whom versions are published it is others' as a snapshot has it.
    note(dead,
         !versions_->held.empty() && (!versions_->publishes || epochOf(dead) <= versions_->held.rbegin()->first));
 }
 
-void Store::note(const Dead& dead, bool isSeen) noexcept {
-   versions_->deadBytes[dead.kind] += bytesOf(dead);
+void Store::note(Dead dead, bool isSeen) noexcept {
+   Versions& versions = *versions_;
+   const std::size_t bytes = bytesOf(dead);
+   versions.deadBytes[dead.kind()] += bytes;
    if (isSeen) {
-      versions_->held.rbegin()->second->dead_.push_back(dead);
+      versions.held.rbegin()->second->dead_.push_back(dead);
    } else {
-      versions_->waitingBytes += bytesOf(dead);
-      versions_->open.push_back(dead);
+      versions.waitingBytes += bytes;
+      versions.open.push_back(dead);
    }
 }
 
-void Store::free(const Dead& dead) noexcept {
-   versions_->deadBytes[dead.kind] -= bytesOf(dead);
-   if (dead.kind == ofSlots) {
-      versions_->keeper.destroy(versions_->keeper.slots.get(), dead.at);
+void Store::free(Dead dead) noexcept {
+   versions_->deadBytes[dead.kind()] -= bytesOf(dead);
+   if (dead.kind() == ofSlots) {
+      versions_->keeper.destroy(versions_->keeper.slots.get(), dead.at());
       return;
    }
    if (versions_->publishes && versions_->held.empty()) {
-      arena(dead.kind).recycle(dead.at, dead.units);
+      arena(dead.kind()).recycle(dead.at(), dead.units());
       return;
    }
    // Where a snapshot has seen the chunk, its lists are set aside.
    const auto by = versions_->held.lower_bound(epochOf(dead));
    if (by == versions_->held.end()) {
-      arena(dead.kind).release(dead.at, dead.units);
+      arena(dead.kind()).release(dead.at(), dead.units());
    } else {
-      arena(dead.kind).release(dead.at, dead.units, by->second->aside_[dead.kind]);
+      arena(dead.kind()).release(dead.at(), dead.units(), by->second->aside_[dead.kind()]);
    }
 }
 
@@ -163,9 +162,29 @@ void Store::takeDropped() noexcept {
    }
 }
 
+// What free() does of runs that no snapshot has, for many at once.
+void Store::recycleReady(std::size_t& most) noexcept {
+   Versions& versions = *versions_;
+   std::vector<Dead>& ready = versions.ready;
+   std::size_t bytes[arenas]{};
+   for (; most != 0 && !ready.empty() && ready.back().kind() != ofSlots; --most) {
+      const Dead dead = ready.back();
+      ready.pop_back();
+      bytes[dead.kind()] += bytesOf(dead);
+      arena(dead.kind()).recycle(dead.at(), dead.units());
+   }
+   for (unsigned kind = 0; kind < arenas; ++kind) {
+      versions.deadBytes[kind] -= bytes[kind];
+      versions.waitingBytes -= bytes[kind];
+   }
+}
+
 void Store::tendSome(std::size_t most) noexcept {
    takeDropped();
    std::size_t left = most;
+   if (versions_->publishes && versions_->held.empty()) {
+      recycleReady(left);
+   }
    // What was used last first: a cache may still have it.
    for (; left != 0 && !versions_->ready.empty(); --left) {
       const Dead dead = versions_->ready.back();
@@ -295,9 +314,9 @@ void Store::addDead(Kind kind, std::vector<Arena::Run>& runs) const {
       return;
    }
    const auto add = [&](const std::vector<Dead>& notes) {
-      for (const Dead& dead : notes) {
-         if (dead.kind == kind) {
-            runs.push_back({dead.at, dead.units});
+      for (const Dead dead : notes) {
+         if (dead.kind() == kind) {
+            runs.push_back({dead.at(), dead.units()});
          }
       }
    };

@@ -34,7 +34,8 @@ class ROUTETRIE_EXPORT Store {
   public:
    enum Kind : U8 { ofNodes, ofPages, ofSlots };
    static constexpr unsigned arenas = 2;
-   static constexpr std::size_t mostRetired = 128;  // between two calls of makeRoom()
+   static constexpr unsigned nodeShift = 5, pageShift = 8;  // log2 of a unit's bytes
+   static constexpr std::size_t mostRetired = 128;          // between two calls of makeRoom()
 
    // What a table does with values that lie in slots of its own (Slots.h): a function and the epoch that a slot was filled in.
    struct Keeper {
@@ -50,7 +51,7 @@ class ROUTETRIE_EXPORT Store {
    Store& operator=(const Store&) = delete;
    ~Store();
 
-   Arena nodes{5};
+   Arena nodes{nodeShift};
    Arena& pages() noexcept { return *pages_; }
    bool hasPages() const noexcept { return pages_ != nullptr; }
    void needPages();  // std::bad_alloc
@@ -77,7 +78,12 @@ class ROUTETRIE_EXPORT Store {
       }
    }
    // Makes room for notes of what a change retires; std::bad_alloc. Without effect where there are no versions.
-   void makeRoom(std::size_t notes = mostRetired);
+   void makeRoom(std::size_t notes = mostRetired) {
+      if (versions_ != nullptr &&
+          (!versions_->held.empty() || versions_->open.capacity() - versions_->open.size() < notes)) {
+         makeMoreRoom(notes);
+      }
+   }
    // The tree has no use for it any more. Requires: room for a note of it, where there are versions.
    void retire(Kind kind, U32 at, unsigned units) noexcept {
       if (!isVersioned()) {
@@ -133,20 +139,29 @@ class ROUTETRIE_EXPORT Store {
    void addDead(Kind kind, std::vector<Arena::Run>& runs) const;
 
   private:
-   struct Dead {
-      U32 at;
-      U8 units;
-      Kind kind;
+   // In one word of the machine: written by its parts and then read as a whole, it would wait for all that was written before, mostly
+   // to lines of memory that are not at hand.
+   class Dead {
+     public:
+      Dead(Kind kind, U32 at, unsigned units) noexcept : word_(U64{kind} << 40 | U64{units} << 32 | at) {}
+      U32 at() const noexcept { return static_cast<U32>(word_); }
+      unsigned units() const noexcept { return static_cast<unsigned>(word_ >> 32) & 255; }
+      Kind kind() const noexcept { return static_cast<Kind>(word_ >> 40); }
+
+     private:
+      U64 word_;
    };
    static constexpr std::size_t mostFreed = 64;  // with one change
 
-   std::size_t bytesOf(const Dead& dead) const noexcept;
-   U64 epochOf(const Dead& dead) const noexcept;
+   std::size_t bytesOf(Dead dead) const noexcept;
+   U64 epochOf(Dead dead) const noexcept;
+   void makeMoreRoom(std::size_t notes);
    void retireSeen(Kind kind, U32 at, unsigned units) noexcept;
-   void note(const Dead& dead, bool isSeen) noexcept;
+   void recycleReady(std::size_t& most) noexcept;
+   void note(Dead dead, bool isSeen) noexcept;
    void tendSome(std::size_t most) noexcept;
    void takeDropped() noexcept;
-   void free(const Dead& dead) noexcept;
+   void free(Dead dead) noexcept;
 
    // What there is only of trees that have had versions.
    struct Versions {

@@ -192,7 +192,24 @@ class ROUTETRIE_EXPORT Tree {
    bool isVersioned() const noexcept { return store_ != nullptr && store_->isVersioned(); }
    // A tree to be read, that stays as this one is now. It refers to memory of this one, which has to be held as long, by a Hold or
    // by readers that are waited for.
-   Tree frozen() const noexcept;
+   Tree frozen() const noexcept {
+      Tree version(valueSize_);
+      freezeTo(version);
+      return version;
+   }
+   // The same in place of an earlier version.
+   void freezeTo(Tree& version) const noexcept {
+      version.base_ = base_;
+      version.size_ = size_;
+      version.generation_ = generation_;
+      version.default_ = default_;
+      version.root_ = root_;
+      version.index_ = index_;
+      version.pages_ = pages_;
+      version.hasDefault_ = hasDefault_;
+      version.publishes_ = publishes_;
+      version.hasParts_ = hasParts_;
+   }
    // The memory of the tree and its versions, made if there is none; std::bad_alloc.
    const std::shared_ptr<Store>& store();
    // From now on each version is read by others, until the store is told that they have gone.
@@ -359,9 +376,16 @@ class ROUTETRIE_EXPORT Tree {
    void dropLostIndex() noexcept;
    void fillPage(Bits bits) noexcept;
    void writeGroup(U32* slots, U32 at) noexcept;
-   void touchGroup(Bits bits) noexcept;                          // what these bits lead to may have changed
-   void touchChild(U32 parent, Bits bits) noexcept;              // one of a node at the group's depth came or went
-   void touchMoved(U32 at, Bits bits, unsigned depth) noexcept;  // a node has this number now
+   void touchGroup(Bits bits) noexcept;              // what these bits lead to may have changed
+   void touchChild(U32 parent, Bits bits) noexcept;  // one of a node at the group's depth came or went
+   // A node has this number now.
+   void touchMoved(U32 at, Bits bits, unsigned depth) noexcept {
+      if (index_ != 0 && depth <= indexDepth &&
+          (depth == indexDepth || (depth == groupDepth && !publishes_) || node(at).isCompressed())) {
+         touchKnown(at, bits, depth);
+      }
+   }
+   void touchKnown(U32 at, Bits bits, unsigned depth) noexcept;
    void resizeIndex() noexcept;
 
    //--- changes
@@ -375,7 +399,9 @@ class ROUTETRIE_EXPORT Tree {
       void* link;  // null: it has to be looked for
    };
    Inserted inserted(void* place) noexcept;
+   void fetchWay(Bits bits, unsigned length) const noexcept;
    Start own(Bits bits, unsigned length, bool all);
+   void* placeOfRoute(const Start& start, Bits bits, unsigned length) noexcept;
    U32 ownNode(U32 at);
    static U32 linked(const void* link) noexcept {
       U32 number;

@@ -263,10 +263,7 @@ void Tree<width>::touchChild(U32 parent, Bits bits) noexcept {
 }
 
 template <unsigned width>
-void Tree<width>::touchMoved(U32 at, Bits bits, unsigned depth) noexcept {
-   if (index_ == 0 || depth > indexDepth) {
-      return;
-   }
+void Tree<width>::touchKnown(U32 at, Bits bits, unsigned depth) noexcept {
    const Node& n = node(at);
    if (depth == indexDepth) {
       if (U32* const slot = ownSlotOf(bits); slot != nullptr) {
@@ -278,10 +275,8 @@ void Tree<width>::touchMoved(U32 at, Bits bits, unsigned depth) noexcept {
             *slot = at;
          }
       }
-   } else if (depth == groupDepth && !publishes_) {
-      if (U32* const slots = ownSlotOf(bits.cut(groupDepth)); slots != nullptr) {
-         writeGroup(slots, at);
-      }
+   } else if (U32* const slots = ownSlotOf(bits.cut(groupDepth)); slots != nullptr) {
+      writeGroup(slots, at);
    }
 }
 
@@ -328,8 +323,8 @@ template void Tree<32>::touchGroup(Bits) noexcept;
 template void Tree<128>::touchGroup(Bits) noexcept;
 template void Tree<32>::touchChild(U32, Bits) noexcept;
 template void Tree<128>::touchChild(U32, Bits) noexcept;
-template void Tree<32>::touchMoved(U32, Bits, unsigned) noexcept;
-template void Tree<128>::touchMoved(U32, Bits, unsigned) noexcept;
+template void Tree<32>::touchKnown(U32, Bits, unsigned) noexcept;
+template void Tree<128>::touchKnown(U32, Bits, unsigned) noexcept;
 template void Tree<32>::resizeIndex() noexcept;
 template void Tree<128>::resizeIndex() noexcept;
 

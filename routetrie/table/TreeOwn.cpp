@@ -7,22 +7,6 @@
 namespace routetrie::Impl {
 
 template <unsigned width>
-Tree<width> Tree<width>::frozen() const noexcept {
-   Tree version(valueSize_);
-   version.publishes_ = publishes_;
-   version.hasParts_ = hasParts_;
-   version.base_ = base_;
-   version.size_ = size_;
-   version.generation_ = generation_;
-   version.default_ = default_;
-   version.root_ = root_;
-   version.index_ = index_;
-   version.pages_ = pages_;
-   version.hasDefault_ = hasDefault_;
-   return version;
-}
-
-template <unsigned width>
 const std::shared_ptr<Store>& Tree<width>::store() {
    needStore();
    return store_;
@@ -52,6 +36,37 @@ bool Tree<width>::tend() noexcept {
    }
    store_->tend();
    return store_->isVersioned();
+}
+
+// What a change beside versions reads and copies lies far apart, and most of it in no cache: the node that the index knows, the page
+// that knows it, and the node above. So all of it is fetched at once, before the change begins.
+template <unsigned width>
+void Tree<width>::fetchWay(Bits bits, unsigned length) const noexcept {
+   const auto fetch = [](const void* from, unsigned lines) {
+      for (unsigned i = 0; i < lines; ++i) {
+         __builtin_prefetch(static_cast<const std::byte*>(from) + 64 * i);
+      }
+   };
+   if (index_ == 0 || length <= groupDepth) {
+      return;  // the nodes above are few
+   }
+   const U32* const slot = slotOf(bits);
+   if (slot != nullptr) {
+      fetch(slotOf(bits.cut(groupDepth)), pageBytes / 64);
+   }
+   U32 at = root_;
+   for (unsigned depth = 0; depth != groupDepth; depth += stride) {
+      const Node& n = node(at);
+      const unsigned chunk = chunkAt(bits, depth);
+      if (n.isCompressed() || (n.children >> chunk & 1) == 0) {
+         break;
+      }
+      at = childNumber(n, chunk);
+   }
+   fetch(&node(at), 4);
+   if (slot != nullptr) {
+      fetch(&node(*slot & ~aboveBit), 2);
+   }
 }
 
 // A copy of a node. Requires: what leads to it is written next; room for a note of it.
@@ -95,12 +110,13 @@ typename Tree<width>::Start Tree<width>::own(Bits bits, unsigned length, bool al
       if (isLast) {
          break;
       }
+      // What stands in the copy is read where it was copied from, as that is at hand.
       Node& n = node(start.at);
-      if (n.isCompressed()) {
-         start = {n.target(), n.length(), &n.routes[1]};
+      if (seen.isCompressed()) {
+         start = {seen.target(), seen.length(), &n.routes[1]};
       } else {
-         U32& child = childNumber(n, chunk);
-         start = {child, start.depth + stride, &child};
+         const U32 rank = childRank(seen.children, chunk);
+         start = {seen.numbers()[rank], start.depth + stride, n.numbers() + rank};
       }
    }
    store_->makeRoom();
@@ -114,19 +130,22 @@ void Tree<width>::prepareErase(Bits bits, unsigned length) {
    }
    if (length == 0) {
       store_->makeRoom();
-   } else if (find(bits, length) != nullptr) {
-      own(bits, length, true);
+   } else {
+      fetchWay(bits, length);
+      if (find(bits, length) != nullptr) {
+         own(bits, length, true);
+      }
    }
 }
 
-template Tree<32> Tree<32>::frozen() const noexcept;
-template Tree<128> Tree<128>::frozen() const noexcept;
 template const std::shared_ptr<Store>& Tree<32>::store();
 template const std::shared_ptr<Store>& Tree<128>::store();
 template void Tree<32>::startPublishing();
 template void Tree<128>::startPublishing();
 template bool Tree<32>::tend() noexcept;
 template bool Tree<128>::tend() noexcept;
+template void Tree<32>::fetchWay(Bits, unsigned) const noexcept;
+template void Tree<128>::fetchWay(Bits, unsigned) const noexcept;
 template Tree<32>::Start Tree<32>::own(Bits, unsigned, bool);
 template Tree<128>::Start Tree<128>::own(Bits, unsigned, bool);
 template void Tree<32>::prepareErase(Bits, unsigned);

@@ -133,9 +133,10 @@ class Values {
    // To be read, while the versions hold the slots.
    Values frozen() const noexcept {
       Values version;
-      version.directory_ = directory_;
+      freezeTo(version);
       return version;
    }
+   void freezeTo(Values& version) const noexcept { version.directory_ = directory_; }
    // What a store of versions has to know of the slots, which are made if there are none.
    Store::Keeper keeper() {
       return {slots_ != nullptr ? slots_ : (slots(), slots_),
@@ -217,6 +218,7 @@ class Values<T> {
    template <class Each>
    void copyFrom(const Values&, bool, Each&&) noexcept {}
    Values frozen() const noexcept { return {}; }
+   void freezeTo(Values&) const noexcept {}
    void forget() noexcept {}
    bool sharesWith(const Values&) const noexcept { return true; }
    std::size_t bytes() const noexcept { return 0; }
@@ -234,6 +236,7 @@ class Values<void> {
    template <class Each>
    void copyFrom(const Values&, bool, Each&&) noexcept {}
    Values frozen() const noexcept { return {}; }
+   void freezeTo(Values&) const noexcept {}
    void forget() noexcept {}
    bool sharesWith(const Values&) const noexcept { return true; }
    std::size_t bytes() const noexcept { return 0; }
