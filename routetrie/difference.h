@@ -8,7 +8,7 @@
 //
 // A view: it reads both tables as it is walked, in one pass and in their order, and finds one difference after another. Of tables that
 // share memory, as a table and its snapshots do, and values that are compared by ==, it reads no more than what they do not share, so
-// that the time follows the changes and not the routes; how that is exact stands at Tree::nextDifference(). A value is taken to equal
+// that the time follows the changes and not the routes; how that is exact stands at Tree::firstDifference(). A value is taken to equal
 // itself then; who has others, such as a struct with a NaN, and wants each of them told, gives an `equal` of his own. Both have to live
 // as long. What it stands on, and what lies before that, may change on the way, so that this makes `a` equal to `b`:
 //
@@ -18,7 +18,6 @@
 // Tested by tests/table/DifferenceTest.cpp, tests/property/TableAggregateTest.cpp.
 #pragma once
 
-#include <compare>
 #include <concepts>
 #include <cstddef>
 #include <functional>
@@ -26,9 +25,12 @@
 #include <optional>
 #include <type_traits>
 #include <utility>
+#include <variant>
 
 #include "routetrie/family_questions.h"
+#include "routetrie/questions.h"
 #include "routetrie/table/Kinds.h"
+#include "routetrie/table/TreeTwins.h"
 
 namespace routetrie {
 
@@ -48,34 +50,126 @@ inline constexpr bool comparesBytes = std::is_void_v<T> ||
                                       (!std::is_floating_point_v<T> && (std::same_as<Equal, std::equal_to<>> ||
                                                                         std::same_as<Equal, std::equal_to<T>>));
 
-template <unsigned width, class T>
-bool nextTwins(const basic_questions<width, T>& a, const basic_questions<width, T>& b,
-               PrefixOfWidth<width>& p) noexcept {
-   return !Twins::mayAsk(a, b) || Twins::next(a, b, p);
-}
-template <class A, class B>
-requires requires(const A& a, const B& b) { nextTwins(a.v4(), b.v4(), std::declval<prefix4&>()); }
-bool nextTwins(const A& a, const B& b, prefix& p) noexcept {
-   if (p.af() == Corenet::AddressFamily::ipv4) {
-      prefix4 four = p.v4Prefix();
-      if (nextTwins(a.v4(), b.v4(), four)) {
-         p = prefix(four);
+// A place among the differences of two tables of one family. They are given with each call, and `byBytes`, whether equal bytes are equal
+// values where the two have the same type and share the values.
+template <unsigned width, class T, class U>
+class DifferencePlace {
+   using A = basic_questions<width, T>;
+   using B = basic_questions<width, U>;
+
+  public:
+   using Prefix = PrefixOfWidth<width>;
+
+   bool first(const A& a, const B& b, bool byBytes) noexcept {
+      return Twins::treeOf(a).firstDifference(Twins::treeOf(b), at_, byBytes && shareValues(a, b));
+   }
+   bool next(const A& a, const B& b, bool byBytes) noexcept {
+      return Twins::treeOf(a).nextDifference(Twins::treeOf(b), at_, byBytes && shareValues(a, b));
+   }
+
+   Prefix prefix() const noexcept { return Prefix::ofValid(typename Prefix::AddressType(at_.bits), at_.length); }
+   bool isBefore() const noexcept { return at_.values[0] != nullptr; }
+   bool isAfter() const noexcept { return at_.values[1] != nullptr; }
+   // Requires: isBefore(), and it is still there.
+   auto before(const A& a) const noexcept { return routeIn(0, a); }
+   auto after(const B& b) const noexcept { return routeIn(1, b); }
+   // Requires: isBefore() and isAfter(); nothing was changed since.
+   template <class Equal>
+   bool isEqual(const A& a, const B& b, const Equal& equal) const {
+      if constexpr (A::has_values) {
+         return static_cast<bool>(equal(Twins::valueAt(a, at_.values[0]), Twins::valueAt(b, at_.values[1])));
+      } else {
          return true;
       }
    }
-   prefix6 six = p.af() == Corenet::AddressFamily::ipv4 ? prefix6(address6(), 0) : p.v6Prefix();
-   if ((a.v6().empty() && b.v6().empty()) || !nextTwins(a.v6(), b.v6(), six)) {
-      return false;
+
+  private:
+   static bool shareValues(const A& a, const B& b) noexcept {
+      if constexpr (std::same_as<T, U>) {
+         return Twins::shareValues(a, b);
+      } else {
+         return false;
+      }
    }
-   p = prefix(six);
-   return true;
-}
-// nextTwins() sets a place to the first at or behind it where the routes of two tables may differ; false: there is none.
-template <class A, class B, class Equal>
-concept MayBeTwins = comparesBytes<typename A::mapped_type, Equal> &&
-   requires(const A& a, const B& b, typename A::prefix_type& p) {
-   nextTwins(a, b, p);
+   template <class V>
+   auto routeIn(unsigned side, const basic_questions<width, V>& of) const noexcept {
+      const bool isAsItWas = Twins::treeOf(of).generation() == at_.generations[side];
+      return Twins::routeOf(of, at_.bits, at_.length, isAsItWas ? at_.values[side] : nullptr);
+   }
+
+   typename Tree<width>::Twins at_;
 };
+
+// The same of tables of both families.
+template <class Four, class Six>
+class EitherDifferencePlace {
+  public:
+   template <class A, class B>
+   bool first(const A& a, const B& b, bool byBytes) noexcept {
+      return at_.template emplace<Four>().first(a.v4(), b.v4(), byBytes) || firstOfSix(a, b, byBytes);
+   }
+   template <class A, class B>
+   bool next(const A& a, const B& b, bool byBytes) noexcept {
+      if (Six* six = std::get_if<Six>(&at_)) {
+         return six->next(a.v6(), b.v6(), byBytes);
+      }
+      return std::get_if<Four>(&at_)->next(a.v4(), b.v4(), byBytes) || firstOfSix(a, b, byBytes);
+   }
+
+   routetrie::prefix prefix() const noexcept {
+      return std::visit([](const auto& at) { return routetrie::prefix(at.prefix()); }, at_);
+   }
+   bool isBefore() const noexcept {
+      return std::visit([](const auto& at) { return at.isBefore(); }, at_);
+   }
+   bool isAfter() const noexcept {
+      return std::visit([](const auto& at) { return at.isAfter(); }, at_);
+   }
+   template <class A>
+   auto before(const A& a) const noexcept {
+      const Six* six = std::get_if<Six>(&at_);
+      return six != nullptr ? ofEither(six->before(a.v6())) : ofEither(std::get_if<Four>(&at_)->before(a.v4()));
+   }
+   template <class B>
+   auto after(const B& b) const noexcept {
+      const Six* six = std::get_if<Six>(&at_);
+      return six != nullptr ? ofEither(six->after(b.v6())) : ofEither(std::get_if<Four>(&at_)->after(b.v4()));
+   }
+   template <class A, class B, class Equal>
+   bool isEqual(const A& a, const B& b, const Equal& equal) const {
+      const Six* six = std::get_if<Six>(&at_);
+      return six != nullptr ? six->isEqual(a.v6(), b.v6(), equal)
+                            : std::get_if<Four>(&at_)->isEqual(a.v4(), b.v4(), equal);
+   }
+
+  private:
+   template <class A, class B>
+   bool firstOfSix(const A& a, const B& b, bool byBytes) noexcept {
+      return at_.template emplace<Six>().first(a.v6(), b.v6(), byBytes);
+   }
+
+   std::variant<Four, Six> at_;
+};
+
+// What holds the routes of a table: itself, or of one that is tracked, the table.
+template <unsigned width, class T>
+const basic_questions<width, T>& routesIn(const basic_questions<width, T>& table) noexcept {
+   return table;
+}
+template <class Four, class Six>
+const both_questions<Four, Six>& routesIn(const both_questions<Four, Six>& table) noexcept {
+   return table;
+}
+template <class Tracked>
+requires requires(const Tracked& t) { routesIn(t.table()); }
+const auto& routesIn(const Tracked& tracked) noexcept { return routesIn(tracked.table()); }
+
+template <unsigned width, class T, class U>
+DifferencePlace<width, T, U> differencePlace(const basic_questions<width, T>&, const basic_questions<width, U>&);
+template <class A, class B>
+requires requires(const A& a) { a.v4(); }
+auto differencePlace(const A& a, const B& b)
+   -> EitherDifferencePlace<decltype(differencePlace(a.v4(), b.v4())), decltype(differencePlace(a.v6(), b.v6()))>;
 
 }  // namespace Impl
 
@@ -92,25 +186,23 @@ class difference_iterator {
    using iterator_concept = std::forward_iterator_tag;
 
    difference_iterator() noexcept = default;
-   difference_iterator(const A& a, const B& b, const Equal& equal)
-      : inA_(&a), inB_(&b), a_(a.begin()), b_(b.begin()), equal_(equal) {
-      seek();
+   difference_iterator(const A& a, const B& b, const Equal& equal) : a_(&a), b_(&b), equal_(equal) {
+      settle(place_.first(routesInA(), routesInB(), byBytes));
    }
 
    value_type operator*() const noexcept {
-      value_type d{at_, std::nullopt, std::nullopt};
-      if (side_ != Side::after) {
-         d.before.emplace(*a_);
+      value_type d{place_.prefix(), std::nullopt, std::nullopt};
+      if (place_.isBefore()) {
+         d.before.emplace(place_.before(routesInA()));
       }
-      if (side_ != Side::before) {
-         d.after.emplace(*b_);
+      if (place_.isAfter()) {
+         d.after.emplace(place_.after(routesInB()));
       }
       return d;
    }
    pointer operator->() const noexcept { return {**this}; }
    difference_iterator& operator++() {
-      step();
-      seek();
+      settle(next());
       return *this;
    }
    difference_iterator operator++(int) {
@@ -119,92 +211,31 @@ class difference_iterator {
       return before;
    }
    friend bool operator==(const difference_iterator& x, const difference_iterator& y) noexcept {
-      return x.side_ == y.side_ && (x.side_ == Side::none || x.at_ == y.at_);
+      return x.atEnd_ == y.atEnd_ && (x.atEnd_ || x.place_.prefix() == y.place_.prefix());
    }
-   friend bool operator==(const difference_iterator& x, std::default_sentinel_t) noexcept {
-      return x.side_ == Side::none;
-   }
+   friend bool operator==(const difference_iterator& x, std::default_sentinel_t) noexcept { return x.atEnd_; }
 
   private:
-   enum class Side : unsigned char { none, before, after, both };  // where there is a route
+   static constexpr bool byBytes = std::same_as<typename A::mapped_type, typename B::mapped_type> &&
+                                   Impl::comparesBytes<typename A::mapped_type, Equal>;
 
-   void step() {
-      if (side_ != Side::after) {
-         ++a_;
+   const auto& routesInA() const noexcept { return Impl::routesIn(*a_); }
+   const auto& routesInB() const noexcept { return Impl::routesIn(*b_); }
+   bool next() noexcept { return place_.next(routesInA(), routesInB(), byBytes); }
+   // Past what has another place in memory, or other bytes, and is equal.
+   void settle(bool isThere) {
+      while (isThere && place_.isBefore() && place_.isAfter() && place_.isEqual(routesInA(), routesInB(), equal_)) {
+         isThere = next();
       }
-      if (side_ != Side::before) {
-         ++b_;
-      }
-   }
-   // To the first difference at or behind the two places.
-   void seek() {
-      for (;;) {
-         const bool inA = a_ != std::default_sentinel;
-         const bool inB = b_ != std::default_sentinel;
-         if (!inA && !inB) {
-            side_ = Side::none;
-            return;
-         }
-         const auto order = !inB   ? std::strong_ordering::less
-                            : !inA ? std::strong_ordering::greater
-                                   : Impl::prefixIn(*a_) <=> Impl::prefixIn(*b_);
-         side_ = order < 0 ? Side::before : order > 0 ? Side::after : Side::both;
-         if (side_ != Side::both || !isEqual()) {
-            at_ = side_ == Side::after ? Impl::prefixIn(*b_) : Impl::prefixIn(*a_);
-            pause_ = 0;
-            wait_ = 0;
-            return;
-         }
-         if (!skip()) {
-            step();
-         }
-      }
-   }
-   // Over what the two are known to have both, which begins where they are. False: step by step. Where that does not lead to a difference
-   // it is not tried again for a while, and then for a longer one.
-   bool skip() {
-      if constexpr (Impl::MayBeTwins<A, B, Equal>) {
-         if (wait_ != 0) {
-            --wait_;
-            return false;
-         }
-         pause_ = pause_ < mostPause ? 2 * pause_ + 1 : mostPause;
-         wait_ = pause_;
-         const prefix_type from = Impl::prefixIn(*a_);
-         prefix_type to = from;
-         if (!Impl::nextTwins(*inA_, *inB_, to)) {
-            a_ = inA_->end();
-            b_ = inB_->end();
-         } else if (to != from) {
-            a_ = inA_->lower_bound(to);
-            b_ = inB_->lower_bound(to);
-         } else {
-            return false;
-         }
-         return true;
-      } else {
-         return false;
-      }
-   }
-   bool isEqual() const {
-      if constexpr (A::has_values) {
-         return static_cast<bool>(equal_((*a_).value, (*b_).value));
-      } else {
-         return true;
-      }
+      atEnd_ = !isThere;
    }
 
-   static constexpr unsigned mostPause = 1023;
-
-   const A* inA_ = nullptr;
-   const B* inB_ = nullptr;
-   typename A::iterator a_;
-   typename B::iterator b_;
+   const A* a_ = nullptr;
+   const B* b_ = nullptr;
+   decltype(Impl::differencePlace(Impl::routesIn(std::declval<const A&>()),
+                                  Impl::routesIn(std::declval<const B&>()))) place_;
    [[no_unique_address]] Impl::Carried<Equal> equal_;
-   prefix_type at_;
-   unsigned pause_ = 0;  // steps from one skip to the next
-   unsigned wait_ = 0;   // of them, those that are still to be made
-   Side side_ = Side::none;
+   bool atEnd_ = true;
 };
 
 // What is in one of two tables alone, or has other values in the other, in the order of the tables. Equal values are those that

@@ -359,22 +359,24 @@ namespace Impl {
 
 // What two tables share, for who compares them.
 struct Twins {
-   // Whether equal bytes are equal values in both.
    template <unsigned width, class T>
-   static bool mayAsk(const basic_questions<width, T>& a, const basic_questions<width, T>& b) noexcept {
+   static const Tree<width>& treeOf(const basic_questions<width, T>& of) noexcept {
+      return of.tree_;
+   }
+   // Whether equal bytes in the nodes of both are equal values.
+   template <unsigned width, class T>
+   static bool shareValues(const basic_questions<width, T>& a, const basic_questions<width, T>& b) noexcept {
       return a.values_.sharesWith(b.values_);
    }
-   // Sets `p` to the first place at or behind it where their routes may differ; false: there is none. Requires: mayAsk().
+   // The route of a place that a tree told; null: of one that it has to look for.
    template <unsigned width, class T>
-   static bool next(const basic_questions<width, T>& a, const basic_questions<width, T>& b,
-                    PrefixOfWidth<width>& p) noexcept {
-      auto bits = p.bits();
-      unsigned length = p.len();
-      if (!a.tree_.nextDifference(b.tree_, bits, length)) {
-         return false;
-      }
-      p = PrefixOfWidth<width>::ofValid(typename PrefixOfWidth<width>::AddressType(bits), length);
-      return true;
+   static auto routeOf(const basic_questions<width, T>& of, typename Tree<width>::Bits bits, unsigned length,
+                       const void* place) noexcept {
+      return place != nullptr ? of.routeAt(bits, length, place) : of.routeOf(bits, length);
+   }
+   template <unsigned width, class T>
+   static const T& valueAt(const basic_questions<width, T>& of, const void* place) noexcept {
+      return of.values_.at(place);
    }
 };
 

@@ -159,16 +159,19 @@ class ROUTETRIE_EXPORT Tree {
    bool seekBefore(Cursor& cursor, Bits bits, unsigned length) const noexcept;  // the last before
    bool next(Cursor& cursor) const noexcept { return nextInNode(cursor) || nextFromNode(cursor); }
    bool previous(Cursor& cursor) const noexcept;
-   // The first place at or behind one where the routes of this tree and of another may differ, or the bytes of their values; false: there is
-   // none. Nothing that the two share is looked at, so that it is found fast for a tree and an earlier version of it.
+   // A place among the differences of two trees: TreeTwins.h. They are found in order, with what is there in this tree and in the other;
+   // false: there is none, and the place is unspecified. Any change of both is allowed between two steps.
+   struct Twins;
+   // `byBytes`: equal bytes are equal values, which are of one type; numbers of slots, of the same slots. Then nothing that the two share is
+   // looked at, so that differences are found fast for a tree and an earlier version of it. Else each route that both have
+   // counts as one that differs.
    //
-   // That is exact, as equal numbers are equal contents. A node has one number, and is written only by a tree which nobody
-   // else has it of: so where two nodes have the same number, all that is under them is one and the same. A
+   // To look at nothing that they share is exact, as equal numbers are equal contents. A node has one number, and is written only by
+   // a tree which nobody else has it of: so where two nodes have the same number, all that is under them is one and the same. A
    // node that a tree has written in place since a version was taken of it is in no block which that version has, so all nodes
    // on the way to it have other numbers than the version's, and are looked at.
-   //
-   // Values are compared by their bytes. Requires: they are of one type; numbers of slots, of the same slots.
-   bool nextDifference(const Tree& other, Bits& bits, unsigned& length) const noexcept;
+   bool firstDifference(const Tree& other, Twins& at, bool byBytes) const noexcept;
+   bool nextDifference(const Tree& other, Twins& at, bool byBytes) const noexcept;  // behind the place
 
    //--- changes: what raises has changed nothing
 
@@ -231,7 +234,7 @@ class ROUTETRIE_EXPORT Tree {
    class Change;
    class Insertion;
    class Walk;
-   class Twins;
+   class TwinWalk;
    class Audit;
    class Census;
 

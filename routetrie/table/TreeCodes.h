@@ -31,13 +31,13 @@ inline unsigned childCode(unsigned chunk) noexcept {
 }
 
 // The first code from this one on that stands for something; the last one before it.
-ROUTETRIE_INLINE unsigned codeFrom(const Node& n, unsigned code) noexcept {
+ROUTETRIE_INLINE unsigned codeFrom(const U64 (&routesThere)[2], U64 childrenThere, unsigned code) noexcept {
    unsigned in = code & 127;
    for (unsigned half = code >> 7; half < 2; ++half, in = 0) {
       const unsigned firstRoute = (in + 1) >> 1;
-      const U64 routes = n.routes[half] >> firstRoute << firstRoute;
+      const U64 routes = routesThere[half] >> firstRoute << firstRoute;
       const unsigned firstChild = fullBefore[in >> 1];
-      const U64 children = childrenOf(n, half) >> firstChild << firstChild;
+      const U64 children = (half != 0 ? childrenThere >> 32 : childrenThere & 0xffffffff) >> firstChild << firstChild;
       unsigned found = noCode;
       if (routes != 0) {
          found = static_cast<unsigned>(std::countr_zero(routes)) << 1;
@@ -51,6 +51,9 @@ ROUTETRIE_INLINE unsigned codeFrom(const Node& n, unsigned code) noexcept {
       }
    }
    return noCode;
+}
+ROUTETRIE_INLINE unsigned codeFrom(const Node& n, unsigned code) noexcept {
+   return codeFrom(n.routes, n.children, code);
 }
 
 }  // namespace routetrie::Impl

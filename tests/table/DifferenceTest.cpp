@@ -11,7 +11,9 @@
 #include <map>
 #include <random>
 #include <string>
+#include <tuple>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "routetrie/route_set.h"
@@ -150,21 +152,6 @@ class SharedMemory : public testing::Test {
       }
    }
 };
-template <class A, class B, class P>
-void checkPlace(const A& a, const B& b, const P& from) {
-   if (!Impl::Twins::mayAsk(a, b)) {
-      return;
-   }
-   P to = from;
-   const bool isThere = Impl::Twins::next(a, b, to);
-   ASSERT_TRUE(!isThere || from <= to) << from << to;
-   for (const auto& d : difference(a, b, [](const auto&x, const auto&y) { return x == y; })) {
-      if (from <= d.prefix) {
-         ASSERT_TRUE(isThere && to <= d.prefix) << from << ": " << to << " is behind " << d.prefix;
-         break;
-      }
-   }
-}
 using SharingTables =
    testing::Types<table4<std::uint32_t>, table6<std::uint32_t>, table4<std::uint64_t>, table4<std::uint8_t>,
                   table4<std::string>, table6<std::string>, table6<void>, table<std::uint32_t>, table<std::string>>;
@@ -195,12 +182,6 @@ TYPED_TEST(SharedMemory, isPassedOverExactly) {
          this->check(before.back(), t);
          this->check(t, before[random() % before.size()]);
          this->check(before.back(), before[random() % before.size()]);
-         if constexpr (prefix_of_one_family<Prefix> && TypeParam::has_values) {
-            for (unsigned n = 0; n < 40; ++n) {
-               checkPlace(before.back(), t, randomPrefix(random, Prefix()));
-               checkPlace(t, before.front(), randomPrefix(random, Prefix()));
-            }
-         }
          if (random() % 4 == 0) {
             before.erase(before.begin());
          }
@@ -232,14 +213,237 @@ TEST(Difference, followsTheChanges) {
       t.insert({prefix4::cut(prefix4::Bits(n << 8), 24), n});
    }
    const auto before = t.snapshot();
-   t.insert_or_assign(prefix4::cut(prefix4::Bits(30'000 << 8), 24), 1u);
-   prefix4 p(address4(), 0);
-   ASSERT_TRUE(Impl::Twins::mayAsk(before, t));
-   ASSERT_TRUE(Impl::Twins::next(before, t, p));
-   EXPECT_EQ(prefix4::cut(prefix4::Bits(30'000 << 8), 24), p) << "at once";
-   p = prefix4::cut(prefix4::Bits(30'001 << 8), 24);
-   EXPECT_FALSE(Impl::Twins::next(before, t, p));
+   const prefix4 changed = prefix4::cut(prefix4::Bits(30'000 << 8), 24);
+   t.insert_or_assign(changed, 1u);
+   const auto& a = Impl::Twins::treeOf(before);
+   const auto& b = Impl::Twins::treeOf(t);
+   Impl::Tree<32>::Twins place;
+   ASSERT_TRUE(a.firstDifference(b, place, true));
+   EXPECT_EQ(changed.bits(), place.bits) << "at once";
+   EXPECT_EQ(24u, place.length);
+   EXPECT_FALSE(a.nextDifference(b, place, true));
+   unsigned count = 1;
+   for (bool isThere = a.firstDifference(b, place, false); a.nextDifference(b, place, false) && isThere;) {
+      ++count;
+   }
+   EXPECT_EQ(60'000u, count) << "else all of them";
    EXPECT_EQ(1, std::ranges::distance(difference(before, t)));
+}
+
+//--- the shapes that a way can have in one tree and in the other ---
+
+template <class P>
+using Found = std::vector<std::tuple<P, unsigned, unsigned>>;  // 0: none there
+template <class P, class Range>
+Found<P> foundIn(const Range& range) {
+   Found<P> list;
+   for (const auto& d : range) {
+      list.emplace_back(d.prefix, d.before ? d.before->value : 0, d.after ? d.after->value : 0);
+   }
+   return list;
+}
+template <class A, class B>
+auto foundByHand(const A& a, const B& b) {
+   using P = typename A::prefix_type;
+   std::map<P, std::pair<unsigned, unsigned>> all;
+   for (const auto& [p, value] : a) {
+      all[p].first = value;
+   }
+   for (const auto& [p, value] : b) {
+      all[p].second = value;
+   }
+   Found<P> list;
+   for (const auto& [p, values] : all) {
+      if (values.first != values.second) {
+         list.emplace_back(p, values.first, values.second);
+      }
+   }
+   return list;
+}
+// In both directions, for tables that share what they can and for a copy, which shares nothing.
+template <class A, class B>
+void checkFound(const A& a, const B& b) {
+   using P = typename A::prefix_type;
+   const auto byHand = [](unsigned x, unsigned y) { return x == y; };
+   basic_table<P::width, unsigned> copy;
+   for (const auto& route : b) {
+      copy.insert({route.prefix, route.value});
+   }
+   ASSERT_EQ(foundByHand(a, b), foundIn<P>(difference(a, b)));
+   ASSERT_EQ(foundByHand(b, a), foundIn<P>(difference(b, a)));
+   ASSERT_EQ(foundByHand(a, b), foundIn<P>(difference(a, copy)));
+   ASSERT_EQ(foundByHand(b, a), foundIn<P>(difference(copy, a)));
+   ASSERT_EQ(foundByHand(a, b), foundIn<P>(difference(a, b, byHand)));
+   ASSERT_THAT(foundIn<P>(difference(b, copy)), IsEmpty());
+}
+
+struct Shape {
+   const char* what;
+   std::vector<const char*> before;
+   std::vector<const char*> added;
+};
+const std::vector<Shape> shapes{
+   {"nothing in either", {}, {}},
+   {"no root in one", {}, {"10.0.0.0/8"}},
+   {"the default route in one", {}, {"0.0.0.0/0"}},
+   {"the default route above others", {"10.0.0.0/8", "10.1.1.1/32"}, {"0.0.0.0/0"}},
+   {"a route of a node in one", {"10.0.0.0/8"}, {"10.0.0.0/7", "11.0.0.0/8"}},
+   {"a child in one: a leaf", {"8.0.0.0/6"}, {"10.1.1.1/32"}},
+   {"a child in one: a node", {"8.0.0.0/6"}, {"10.0.0.0/8", "10.0.0.0/9"}},
+   {"a child in one: a skip", {"8.0.0.0/6"}, {"10.1.1.1/32", "10.1.1.2/32"}},
+   {"a leaf against one of another address", {"10.1.1.0/24"}, {"11.1.1.0/24"}},
+   {"a leaf against a node that has its route", {"10.1.1.0/24"}, {"10.0.0.0/12"}},
+   {"a leaf against a node that has its route and longer ones", {"10.1.1.0/24"}, {"10.1.1.0/25", "10.1.1.128/25"}},
+   {"a leaf against a skip that leads by it", {"10.1.1.1/32"}, {"10.1.1.2/32", "10.1.1.3/32"}},
+   {"a leaf against a node on its way", {"10.1.1.1/32"}, {"10.0.0.0/8"}},
+   {"a skip against a node on its way", {"10.1.1.1/32", "10.1.1.2/32"}, {"10.0.0.0/9"}},
+   {"a skip against a node that it parts at", {"10.1.1.1/32", "10.1.1.2/32"}, {"11.0.0.0/16"}},
+   {"a skip against a shorter one", {"10.1.1.1/32", "10.1.1.2/32"}, {"10.1.1.128/32"}},
+   {"a skip against a leaf under another way", {"10.1.1.1/32", "10.1.1.2/32"}, {"10.1.0.0/17"}},
+   {"the same skip to other routes", {"10.1.1.1/32", "10.1.1.2/32"}, {"10.1.1.3/32"}},
+};
+TEST(Difference, ofEachShape) {
+   for (const Shape& shape : shapes) {
+      SCOPED_TRACE(shape.what);
+      for (const unsigned taken : {0u, 1u}) {  // with what was there before, and without its first
+         table4<unsigned> four;
+         table6<unsigned> six;
+         // The same under a long way in IPv6.
+         const auto in6 = [](const prefix4& p) {
+            return prefix6::cut(prefix6::Bits(Corenet::U128{0x2001} << 112 | Corenet::U128{p.bits().word()} << 40),
+                                p.len() == 0 ? 0 : 56u + p.len());
+         };
+         unsigned value = 1;
+         for (const char* text : shape.before) {
+            four.insert({parse<prefix4>(text).value(), value});
+            six.insert({in6(parse<prefix4>(text).value()), value++});
+         }
+         const auto before4 = four.snapshot();
+         const auto before6 = six.snapshot();
+         for (const char* text : shape.added) {
+            four.insert({parse<prefix4>(text).value(), value});
+            six.insert({in6(parse<prefix4>(text).value()), value++});
+         }
+         if (taken != 0 && !shape.before.empty()) {
+            four.erase(parse<prefix4>(shape.before[0]).value());
+            six.erase(in6(parse<prefix4>(shape.before[0]).value()));
+         }
+         checkFound(before4, four);
+         checkFound(before6, six);
+         EXPECT_EQ(shape.added.size() + (shape.before.empty() ? 0 : taken), foundByHand(before4, four).size());
+      }
+   }
+}
+
+// Few bits that count, far from each other: trees of few routes and many forms.
+template <class P>
+P sparsePrefix(std::mt19937_64& random, typename P::Bits::Word bitsThatCount) {
+   using Word = typename P::Bits::Word;
+   auto word = static_cast<Word>(random());
+   if constexpr (P::width == 128) {
+      word = word << 64 | random();
+   }
+   return P::cut(typename P::Bits(word & bitsThatCount), static_cast<unsigned>(random() % (P::width + 1)));
+}
+template <class P>
+typename P::Bits::Word sparseBits(std::mt19937_64& random) {
+   typename P::Bits::Word word = 0;
+   for (unsigned n = 0, count = 1 + static_cast<unsigned>(random() % 6); n < count; ++n) {
+      word |= typename P::Bits::Word{1} << (random() % P::width);
+   }
+   return word;
+}
+template <class Table, class P>
+void changeOne(Table& t, const P& p, std::mt19937_64& random) {
+   if (random() % 2 == 0) {
+      t.erase(p);
+   } else {
+      t.insert_or_assign(p, 1 + static_cast<unsigned>(random() % 2));
+   }
+}
+
+template <class Table>
+class SparseDifference : public testing::Test {};
+using SparseTables = testing::Types<table4<unsigned>, table6<unsigned>>;
+TYPED_TEST_SUITE(SparseDifference, SparseTables);
+
+TYPED_TEST(SparseDifference, isExactAndGoesOnWhereTheTablesChange) {
+   using P = typename TypeParam::prefix_type;
+   for (unsigned seed = 1; seed <= 1500; ++seed) {
+      SCOPED_TRACE(fmt::format("seed {}", seed));
+      std::mt19937_64 random(seed);
+      const auto bits = sparseBits<P>(random);
+      TypeParam a;
+      for (unsigned n = 0, count = static_cast<unsigned>(random() % 12); n < count; ++n) {
+         changeOne(a, sparsePrefix<P>(random, bits), random);
+      }
+      const auto older = a.snapshot();
+      for (unsigned n = 0, count = static_cast<unsigned>(random() % 5); n < count; ++n) {
+         changeOne(a, sparsePrefix<P>(random, bits), random);
+      }
+      TypeParam b = a;
+      ASSERT_NO_FATAL_FAILURE(checkFound(older, a));
+      // What the walk stands on and what lies before it changes, in either table.
+      for (unsigned n = 0, count = static_cast<unsigned>(random() % 12); n < count; ++n) {
+         changeOne(b, sparsePrefix<P>(random, bits), random);
+      }
+      const auto fixed = a.snapshot();
+      for (unsigned n = 0, count = static_cast<unsigned>(random() % 12); n < count; ++n) {
+         changeOne(a, sparsePrefix<P>(random, bits), random);
+      }
+      const auto walkAndChange = [&](const auto& x, const auto& y, bool bothChange) {
+         const auto wanted = foundByHand(x, y);
+         Found<P> found;
+         for (const auto& d : difference(x, y)) {
+            found.emplace_back(d.prefix, d.before ? d.before->value : 0, d.after ? d.after->value : 0);
+            for (unsigned n = 0, count = static_cast<unsigned>(random() % 4); n < count; ++n) {
+               const P p = random() % 3 == 0 ? d.prefix : sparsePrefix<P>(random, bits);
+               if (p <= d.prefix) {
+                  changeOne(bothChange && random() % 2 == 0 ? b : a, p, random);
+               }
+            }
+         }
+         ASSERT_EQ(wanted, found);
+      };
+      ASSERT_NO_FATAL_FAILURE(walkAndChange(a, fixed, false));
+      ASSERT_NO_FATAL_FAILURE(walkAndChange(fixed, a, false));
+      ASSERT_NO_FATAL_FAILURE(walkAndChange(a, b, true));
+   }
+}
+
+// A place that is kept goes on from where it is, whatever the one that it was copied from did.
+TEST(Difference, goesOnFromACopyOfAPlace) {
+   table4<unsigned> a{
+      {"0.0.0.0/0"_prefix, 1}, {"10.0.0.0/8"_prefix, 1}, {"10.1.0.0/16"_prefix, 1}, {"11.0.0.0/8"_prefix, 1}};
+   const auto before = a.snapshot();
+   for (const auto& route : before) {
+      a.insert_or_assign(route.prefix, 2u);
+   }
+   auto at = difference(before, a).begin();
+   std::vector<decltype(at)> kept{at};
+   while (++at != std::default_sentinel) {
+      kept.push_back(at);
+   }
+   ASSERT_EQ(4u, kept.size());
+   for (std::size_t n = 0; n < kept.size(); ++n) {
+      EXPECT_EQ(1u, kept[n]->before->value);
+      EXPECT_EQ(2u, kept[n]->after->value);
+      EXPECT_EQ(4 - static_cast<std::ptrdiff_t>(n), std::ranges::distance(kept[n], std::default_sentinel));
+   }
+}
+
+// What stood there may have another value by now, or be gone.
+TEST(Difference, refersToTheTablesAsTheyAre) {
+   table4<std::string> a{{"10.0.0.0/8"_prefix, "one"}, {"11.0.0.0/8"_prefix, "one"}};
+   const auto before = a.snapshot();
+   a.insert_or_assign("10.0.0.0/8"_prefix, "two");
+   const auto at = difference(before, a).begin();
+   EXPECT_EQ("two", at->after->value);
+   a.insert_or_assign("10.0.0.0/8"_prefix, "three");
+   EXPECT_EQ("three", at->after->value);
+   EXPECT_EQ("one", at->before->value);
+   a.clear();
+   EXPECT_DEATH((void)*at, "what an iterator stands on is in the table");
 }
 
 }  // namespace DifferenceTest
