@@ -3,74 +3,12 @@
 
 #include <cstring>
 
+#include "routetrie/table/DifferingWords.h"
 #include "routetrie/table/TreeCodes.h"
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 namespace routetrie::Impl {
 
 namespace {
-
-// The place of the n-th bit that is set, from the lowest on. Requires: there are more than n.
-unsigned nthBit(U64 word, unsigned n) noexcept {
-   unsigned place = 0;
-   for (unsigned half = 32; half != 0; half /= 2) {
-      const auto count = static_cast<unsigned>(std::popcount(below(word, half)));
-      const bool isAbove = n >= count;
-      n -= isAbove ? count : 0;
-      place += isAbove ? half : 0;
-      word >>= isAbove ? half : 0;
-   }
-   return place;
-}
-
-// Of the bits of a word those with these numbers, counted from the lowest on.
-U64 bitsAt(U64 word, U64 numbers) noexcept {
-   if (word == ~U64{0}) {
-      return numbers;
-   }
-   U64 result = 0;
-   for (; numbers != 0; numbers &= numbers - 1) {
-      result |= U64{1} << nthBit(word, static_cast<unsigned>(std::countr_zero(numbers)));
-   }
-   return result;
-}
-
-// The numbers of those that differ, of `count` words that stand `step` bytes apart. No branch depends on which these are.
-template <class Word>
-ROUTETRIE_INLINE U64 differingWords(const std::byte* a, const std::byte* b, unsigned step, unsigned count) noexcept {
-   U64 result = 0;
-   for (unsigned n = 0; n < count; ++n, a += step, b += step) {
-      Word inA;
-      Word inB;
-      std::memcpy(&inA, a, sizeof inA);
-      std::memcpy(&inB, b, sizeof inB);
-      result |= static_cast<U64>(inA != inB) << n;
-   }
-   return result;
-}
-// The same of words of 4 bytes that follow each other.
-ROUTETRIE_INLINE U64 differingNumbers(const std::byte* a, const std::byte* b, unsigned count) noexcept {
-#ifdef __SSE2__
-   const auto differingInFour = [&](unsigned n) {
-      const auto four = [n](const std::byte* from) {
-         return _mm_loadu_si128(static_cast<const __m128i*>(static_cast<const void*>(from + std::size_t{n} * 4)));
-      };
-      const auto equal = static_cast<unsigned>(_mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(four(a), four(b)))));
-      return static_cast<U64>(equal ^ 15) << n;
-   };
-   if (count >= 4) {
-      U64 result = differingInFour(count - 4);
-      for (unsigned n = 0; n + 4 < count; n += 4) {
-         result |= differingInFour(n);
-      }
-      return result;
-   }
-#endif
-   return differingWords<U32>(a, b, 4, count);
-}
 
 // What two nodes have by bits, in the order of these: `size` bytes at each multiple of `step`.
 struct TwinRun {
@@ -81,17 +19,17 @@ struct TwinRun {
 
    // Of these bits, which both have, those that differ; on to what follows.
    ROUTETRIE_INLINE U64 differing(U64 common) noexcept {
-      const auto count = static_cast<unsigned>(std::popcount(common));
-      U64 numbers = 0;
+      U64 result = 0;
       switch (size) {
-         case 1: numbers = differingWords<U8>(a, b, step, count); break;
-         case 2: numbers = differingWords<U16>(a, b, step, count); break;
-         case 4: numbers = differingNumbers(a, b, count); break;
-         default: numbers = differingWords<U64>(a, b, step, count); break;
+         case 1: result = differingWords<U8>(common, a, b, step); break;
+         case 2: result = differingWords<U16>(common, a, b, step); break;
+         case 4: result = differingWords(common, a, b); break;
+         default: result = differingWords<U64>(common, a, b, step); break;
       }
-      a += std::size_t{count} * step;
-      b += std::size_t{count} * step;
-      return bitsAt(common, numbers);
+      const std::size_t bytes = static_cast<std::size_t>(std::popcount(common)) * step;
+      a += bytes;
+      b += bytes;
+      return result;
    }
    // Of all that either has, those that one has alone or that differ. Between two that one has alone, what both have is in one piece.
    ROUTETRIE_INLINE U64 differing(U64 inA, U64 inB) noexcept {
@@ -229,7 +167,7 @@ class Tree<width>::TwinWalk {
       if (isNoPlainNode(0, inA) && isNoPlainNode(1, inB) && (inA | inB) != 0) [[unlikely]] {
          goDown(level.nodes, depth);
       }
-      level.depth = static_cast<U8>(depth);
+      level.depth = depth;
       level.hasAhead = false;
       U32 only[2];
       const View a(*trees_[0], level.nodes[0], depth, only[0]);
@@ -269,9 +207,9 @@ class Tree<width>::TwinWalk {
    }
    static constexpr unsigned fetched = 4;  // pairs of nodes, so many before they are looked at
    void fetch(unsigned side, U32 at) const noexcept {
-      const Node& n = node(side, at);
-      __builtin_prefetch(&n);
-      __builtin_prefetch(n.bytes() + 64);
+      for (unsigned line = 0; line < 5; ++line) {  // few nodes have more
+         __builtin_prefetch(node(side, at).bytes() + 64 * line);
+      }
    }
 
    //--- steps ---
@@ -303,16 +241,20 @@ class Tree<width>::TwinWalk {
       at_.bits = cutWithChunk(at_.bits, depth, half << 5 | places[place].low);
       at_.length = depth + places[place].length;
       for (unsigned side = 0; side < 2; ++side) {
-         const Tree& tree = *trees_[side];
-         U32 only;
-         const View view(tree, level.nodes[side], depth, only);
-         at_.values[side] = nullptr;
-         if ((view.routes[half] & bit) != 0) {
-            const unsigned rank = static_cast<unsigned>(std::popcount(view.routes[half] & (bit - 1))) +
-                                  (static_cast<unsigned>(std::popcount(view.routes[0])) & (0 - half));
-            at_.values[side] = view.values + std::size_t{rank} * tree.step();
-         }
+         at_.values[side] =
+            level.nodes[side] != 0 ? valueIn(*trees_[side], level.nodes[side], depth, half, bit) : nullptr;
       }
+   }
+   static ROUTETRIE_INLINE const void* valueIn(const Tree& tree, U32 at, unsigned depth, unsigned half,
+                                               U64 bit) noexcept {
+      U32 only;
+      const View view(tree, at, depth, only);
+      if ((view.routes[half] & bit) == 0) {
+         return nullptr;
+      }
+      const unsigned rank = static_cast<unsigned>(std::popcount(view.routes[half] & (bit - 1))) +
+                            (static_cast<unsigned>(std::popcount(view.routes[0])) & (0 - half));
+      return view.values + std::size_t{rank} * tree.step();
    }
    // What it leads to takes the place of a level with nothing else.
    void enterFirstChild(Level& level) noexcept {

@@ -24,9 +24,9 @@ struct Tree<width>::Twins {
    struct Level {
       U64 routes[2];  // what differs, as in a node
       U64 children;
-      U32 nodes[2];   // of a and b; 0: none. A compressed one may stand higher up
-      U8 depth;       // in bits
-      bool hasAhead;  // `ahead` has the first of these children
+      U32 nodes[2];    // of a and b; 0: none. A compressed one may stand higher up
+      unsigned depth;  // in bits
+      bool hasAhead;   // `ahead` has the first of these children
 
       bool hasRoutes() const noexcept { return (routes[0] | routes[1]) != 0; }
    };
@@ -36,7 +36,7 @@ struct Tree<width>::Twins {
    unsigned length = 0;
    const void* values[2] = {nullptr, nullptr};  // in a and b; null: no route
    U64 generations[2] = {0, 0};  // what is here, but for the prefix, is of use while the trees have these
-   U8 top = 0;
+   unsigned top = 0;
    Level way[levels];
    Level ahead[mostAhead];
 
