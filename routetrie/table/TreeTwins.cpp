@@ -77,7 +77,7 @@ class Tree<width>::TwinWalk {
    bool next() noexcept { return at_.isOf(*trees_[0], *trees_[1]) ? go() : behind(at_.bits, at_.length); }
 
   private:
-   // What stands in a node at a depth.
+   // What stands in a node at a depth. `only` has the number of a child that a compressed node stands for, as long as this is asked.
    class View {
      public:
       ROUTETRIE_INLINE View(const Tree& tree, U32 at, unsigned depth, U32& only) noexcept {

@@ -17,6 +17,7 @@
 #include "routetrie/aggregate.h"
 #include "routetrie/difference.h"
 #include "routetrie/free_space.h"
+#include "routetrie/snapshot.h"
 #include "routetrie/table.h"
 #include "tests/property/InternetTable.h"
 #include "tests/property/Scale.h"
@@ -120,34 +121,80 @@ TYPED_TEST(TableWorldsTest, aggregateIsTheSmallest) {
    EXPECT_GT(saved, 0u);
 }
 
+template <class P>
+using Differences = std::map<P, std::pair<std::uint32_t, std::uint32_t>>;  // before and after; 0: none
+template <class A, class B>
+auto differencesByHand(const A& a, const B& b) {
+   Differences<typename A::prefix_type> all;
+   for (const auto& [p, value] : a) {
+      all[p].first = value;
+   }
+   for (const auto& [p, value] : b) {
+      all[p].second = value;
+   }
+   std::erase_if(all, [](const auto& entry) { return entry.second.first == entry.second.second; });
+   return all;
+}
+// Calls each(prefix) after it has seen a difference.
+template <class A, class B, class Each>
+void compareDifferences(const A& a, const B& b, Each&& each) {
+   const auto wanted = differencesByHand(a, b);
+   auto at = wanted.begin();
+   for (const auto& d : routetrie::difference(a, b)) {
+      ASSERT_NE(wanted.end(), at);
+      ASSERT_EQ(at->first, d.prefix);
+      ASSERT_EQ(at->second.first, d.before ? d.before->value : 0u);
+      ASSERT_EQ(at->second.second, d.after ? d.after->value : 0u);
+      ++at;
+      each(d.prefix);
+   }
+   ASSERT_EQ(wanted.end(), at);
+}
+
 TYPED_TEST(TableWorldsTest, differencesAreWhatDiffers) {
    using W = TypeParam;
    using P = typename W::P;
    std::mt19937_64 random(seed() + 1);
+   const auto nothing = [](const P&) {};
    for (int round = sized(50, 500, 20'000); round-- != 0;) {
       auto a = W::random(random, static_cast<unsigned>(random() % 16), 2);
       const auto b = W::random(random, static_cast<unsigned>(random() % 16), 2);
-      std::map<P, std::pair<std::uint32_t, std::uint32_t>> wanted;
-      for (const auto& [p, value] : a) {
-         wanted[p].first = value;
-      }
-      for (const auto& [p, value] : b) {
-         wanted[p].second = value;
-      }
-      std::erase_if(wanted, [](const auto& entry) { return entry.second.first == entry.second.second; });
-      auto at = wanted.begin();
-      for (const auto& d : routetrie::difference(a, b)) {
-         ASSERT_NE(wanted.end(), at);
-         EXPECT_EQ(at->first, d.prefix);
-         EXPECT_EQ(at->second.first, d.before ? d.before->value : 0u);
-         EXPECT_EQ(at->second.second, d.after ? d.after->value : 0u);
-         ++at;
-      }
-      ASSERT_EQ(wanted.end(), at);
+      ASSERT_NO_FATAL_FAILURE(compareDifferences(a, b, nothing)) << a.dump() << b.dump();
       for (const auto& d : routetrie::difference(a, b)) {
          d.after ? (void)a.insert_or_assign(d.prefix, d.after->value) : (void)a.erase(d.prefix);
       }
       ASSERT_EQ(b, a);
+   }
+}
+
+// Beside a snapshot, and where the table changes as it is walked: what it stands on, and what lies before.
+TYPED_TEST(TableWorldsTest, differencesOfVersionsAreWhatDiffers) {
+   using W = TypeParam;
+   using P = typename W::P;
+   std::mt19937_64 random(seed() + 3);
+   const auto nothing = [](const P&) {};
+   for (int round = sized(100, 1000, 20'000); round-- != 0;) {
+      auto a = W::random(random, static_cast<unsigned>(random() % 16), 2);
+      const auto before = a.snapshot();
+      const auto someWhere = [&] {
+         return W::at(static_cast<unsigned>(random()), static_cast<unsigned>(random() % (W::bits + 1)));
+      };
+      const auto change = [&](const P& p) {
+         random() % 2 == 0 ? (void)a.erase(p)
+                           : (void)a.insert_or_assign(p, static_cast<std::uint32_t>(random() % 2 + 1));
+      };
+      for (auto count = random() % 8; count-- != 0;) {
+         change(someWhere());
+      }
+      const std::string dumps = before.dump() + a.dump();
+      ASSERT_NO_FATAL_FAILURE(compareDifferences(before, a, nothing)) << dumps;
+      ASSERT_NO_FATAL_FAILURE(compareDifferences(a, before, nothing)) << dumps;
+      ASSERT_NO_FATAL_FAILURE(compareDifferences(a, before, [&](const P& at) {
+         for (auto count = random() % 3; count-- != 0;) {
+            const P p = someWhere();
+            change(p < at ? p : at);
+         }
+      })) << dumps;
    }
 }
 
