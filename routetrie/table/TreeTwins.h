@@ -3,11 +3,13 @@
 // One descent goes down both trees at once. Of each pair of nodes on its way it keeps what differs and is still to be told, as bits in
 // the order of the nodes: so what differs is found once, when the pair is entered, and told step by step.
 //
-//    way[0]   root, root               all that differs behind the place, of the routes and the children of either
-//    way[1]   child, child             a number of 0: no node stands there, and all that the other has differs
+//    way[0]     root, root     what differs behind the place, of the routes and the children of either
+//    way[1]     child, child   a number of 0: no node stands there, and all that the other has differs
 //    ...
-//    way[top] the pair that the place is in
-//    ahead[n]    the pair that comes after way[n + 1], as it will be: what it leads to is fetched while another one is told
+//    way[top]   the pair that the place is in
+//    ahead[n]   the first of the pairs that way[n] still leads to: what differs in it is fetched while what comes before is told
+//
+// A level with nothing else to tell gives its place to the one under it, so that a level's number says nothing of its depth.
 //
 // A compressed node stands in one tree for what may be nodes in the other. It is seen as the one child or the one route that would be there
 // without compression; where nothing else stands in either tree, the way goes on where they part.
