@@ -130,15 +130,17 @@ class ROUTETRIE_EXPORT Tree {
    //--- order: by address, then length
 
    static constexpr unsigned levels = (width + stride - 1) / stride;
-   // A place. The path is of use while the tree has the cursor's generation.
+   // A place. The path and what follows on it are of use while the tree has the cursor's generation.
    struct Cursor {
       Bits bits;
       unsigned length = 0;
       const void* value = nullptr;
       std::uint64_t generation = 0;
+      U64 rows[2] = {0,
+                     0};   // the routes of each half of the node that follow this one with no child between, by place
+      U32 ahead = 0;       // what else follows on the path: Walk tells its bits
       U8 level = noLevel;  // where the route's node stands; noLevel: not known
-      U8 half = 0;         // where it lies in its node
-      U8 place = 0;        // 63 of a leaf
+      U8 chunk;            // the route's bits there, if there are rows
       U32 path[levels];    // the nodes on the way, by depth; 0 where a skip passes
 
       static constexpr U8 noLevel = 255;
@@ -157,7 +159,10 @@ class ROUTETRIE_EXPORT Tree {
    bool last(Cursor& cursor) const noexcept { return seekBefore(cursor, Bits(Bits::mask(width)), width + 1); }
    bool seek(Cursor& cursor, Bits bits, unsigned length) const noexcept;        // the first at or after
    bool seekBefore(Cursor& cursor, Bits bits, unsigned length) const noexcept;  // the last before
-   bool next(Cursor& cursor) const noexcept { return nextInNode(cursor) || nextFromNode(cursor); }
+   bool next(Cursor& cursor) const noexcept {
+      return cursor.generation != generation_ ? seek(cursor, cursor.bits, cursor.length + 1)
+                                              : nextInRow(cursor) || nextFromRow(cursor);
+   }
    bool previous(Cursor& cursor) const noexcept;
    // A place among the differences of two trees: TreeTwins.h. They are found in order, with what is there in this tree and in the other;
    // false: there is none, and the place is unspecified. Any change of both is allowed between two steps.
@@ -423,12 +428,10 @@ class ROUTETRIE_EXPORT Tree {
    }
    U32 copyOf(U32 at, Tree& to) const;
    bool setDefault(Cursor& cursor) const noexcept;
-   ROUTETRIE_INLINE bool nextInNode(Cursor& cursor) const noexcept;
-   bool nextFromNode(Cursor& cursor) const noexcept;
+   ROUTETRIE_INLINE bool nextInRow(Cursor& cursor) const noexcept;
+   bool nextFromRow(Cursor& cursor) const noexcept;
    template <bool forward>
    bool seekWay(Cursor& cursor, Bits bits, unsigned length) const noexcept;
-   template <bool forward>
-   bool stepWay(Cursor& cursor) const noexcept;
    void dumpNode(std::string& out, const Node& n, unsigned depth, Bits bits, unsigned indent) const;
    void forget() noexcept;
 
@@ -520,30 +523,26 @@ void Tree<width>::lookupBulk(std::size_t count, Query&& query, Answer&& answer) 
 
 //--- order ---
 
-// Most steps are from one route of a node to the next, in one of its halves. False: this is not one of them.
+// Most steps are along the rows. False: this is not one of them. Without branches, as one would be guessed wrong where the second begins.
 template <unsigned width>
-ROUTETRIE_INLINE bool Tree<width>::nextInNode(Cursor& cursor) const noexcept {
-   if (cursor.generation != generation_ || cursor.level == Cursor::noLevel) {
+ROUTETRIE_INLINE bool Tree<width>::nextInRow(Cursor& cursor) const noexcept {
+   const U64 first = cursor.rows[0];
+   const U64 second = cursor.rows[1];
+   const bool isSecond = first == 0;
+   const U64 row = isSecond ? second : first;
+   if (row == 0) {
       return false;
    }
-   const Node& n = node(cursor.path[cursor.level]);
-   const unsigned place = cursor.place;
-   const U64 behind = n.routes[cursor.half] >> place >> 1;
-   if (behind == 0) {
-      return false;
-   }
-   const unsigned next = place + 1 + static_cast<unsigned>(std::countr_zero(behind));
-   // A child that follows a route of six bits comes before the next one.
-   const U64 children = childrenOf(n, cursor.half) >> fullBefore[place];
-   if (below(children, unsigned{fullBefore[next]} - fullBefore[place]) != 0) {
-      return false;
-   }
+   cursor.rows[0] = first & (first - 1);
+   cursor.rows[1] = isSecond ? second & (second - 1) : second;
+   const Place to = places[static_cast<unsigned>(std::countr_zero(row))];
    const unsigned depth = cursor.level * stride;
-   const unsigned change = places[place].low ^ places[next].low;
-   cursor.bits = Bits(cursor.bits.word() ^ withChunk(Bits(), depth, change).word());
-   cursor.length = depth + places[next].length;
+   const unsigned chunk = to.low | unsigned{isSecond} << 5;
+   cursor.bits = Bits(cursor.bits.word() ^ withChunk(Bits(), depth, cursor.chunk ^ chunk).word());
+   cursor.chunk = static_cast<U8>(chunk);
+   cursor.length = depth + to.length;
+   // The values of both halves lie in a row as well.
    cursor.value = static_cast<const std::byte*>(cursor.value) + step();
-   cursor.place = static_cast<U8>(next);
    return true;
 }
 

@@ -28,39 +28,68 @@ unsigned codeBefore(const Node& n, unsigned code) noexcept {
    return noCode;
 }
 
+// Of the route of the first bits, 1 to 6, of a chunk.
+unsigned routeCode(unsigned chunk, unsigned length) noexcept {
+   return chunk >> 5 << 7 | placeOf(length, cutLow(chunk & 31, length)) << 1;
+}
+
+// The place of the lowest bit. Requires: there is one; to say so spares what would be done for none.
+ROUTETRIE_INLINE unsigned lowestBit(U64 word) noexcept {
+   if (word == 0) {
+      __builtin_unreachable();
+   }
+   return static_cast<unsigned>(std::countr_zero(word));
+}
+
+// Of the routes of both halves those that come before the child of a chunk, or cover it. Before that of 31 are all of the first half,
+// before that of 63 all.
+struct Halves {
+   U64 routes[2];
+};
+constexpr auto beforeChild = [] {
+   std::array<Halves, 64> result{};
+   for (unsigned chunk = 0; chunk < 64; ++chunk) {
+      const U64 upTo = (U64{2} << fullPlace[chunk & 31]) - 1;
+      result[chunk] = chunk < 32 ? Halves{{upTo, 0}} : Halves{{~U64{0}, upTo}};
+   }
+   return result;
+}();
+// Of what is left of a node's children the first; if nothing is, the last of all, before which all routes come.
+ROUTETRIE_INLINE unsigned firstChildOf(U64 children) noexcept { return lowestBit(children | U64{1} << 63); }
+
 }  // namespace
 
 // A cursor under way: it stands at a node, with the bits that lead there. Its steps go forward or back.
+//
+// Of the levels on its way, a bit of `ahead` says where something follows in the node behind where the path goes on, or behind the route:
+// so that a walk forward need not ask each node on its way up, nor guess how far up it goes.
+//
+//    bit level + 1    something follows at this level
+//    bit 0            what follows at the levels above the lowest that has a bit is not known yet
 template <unsigned width>
 class Tree<width>::Walk {
   public:
    Walk(const Tree& tree, Cursor& cursor) noexcept : tree_(tree), cursor_(cursor) {}
 
-   void startAtRoot() noexcept { stand(0, tree_.root_, Bits()); }
+   void startAtRoot() noexcept {
+      cursor_.generation = tree_.generation_;
+      ahead_ = 1;
+      stand(0, tree_.root_, Bits());
+   }
    // Where the cursor is, in the generation of the tree.
    void resume() noexcept {
       level_ = cursor_.level;
       bits_ = cursor_.bits;
+      ahead_ = cursor_.ahead;
    }
    const Node& node() const noexcept { return tree_.node(cursor_.path[level_]); }
    unsigned depth() const noexcept { return level_ * stride; }
 
-   // A compressed node holds its bits itself.
-   void enterChild(unsigned chunk) noexcept {
-      const Node& n = node();
-      const U32 rank = childRank(n.children, chunk);
-      const U32 at = n.numbers()[rank];
-      const unsigned count = n.childCount();
-      if (rank == 0 && count > 1) {
-         fetch(n.numbers()[1]);
-      } else if (rank + 1 < count) {
-         fetchUnder(tree_.node(n.numbers()[rank + 1]));
-      }
-      if (rank + 2 < count) {
-         fetch(n.numbers()[rank + 2]);
-      }
-      if (!tree_.node(at).isCompressed()) {
-         bits_ = cutWithChunk(bits_, depth(), chunk);
+   // To the child whose number has so many before it. A compressed node holds its bits itself.
+   ROUTETRIE_INLINE void enterChild(unsigned chunk, unsigned rank) noexcept {
+      const U32 at = node().numbers()[rank];
+      if (!tree_.node(at).isCompressed()) [[likely]] {
+         bits_ = withChunk(bits_, depth(), chunk);
       }
       cursor_.path[++level_] = at;
    }
@@ -73,102 +102,216 @@ class Tree<width>::Walk {
       stand(level, n.target(), keyOf<width>(n));
    }
 
-   // To the first route from a code on; back: to the last before one.
+   // From a search: to the first route from a code of the node on; back: to the last before one.
    template <bool forward>
    bool go(unsigned code) noexcept {
+      if constexpr (!forward) {
+         return goBack(code);
+      } else {
+         const Node& n = node();
+         const U64 from = ~U64{0} << (((code & 127) + 1) >> 1);
+         const unsigned half = code >> 7;
+         const Rest rest{half == 0 ? n.routes[0] & from : 0, half == 0 ? n.routes[1] : n.routes[1] & from,
+                         n.children & ~U64{0} << (half << 5 | fullBefore[code >> 1 & 63])};
+         return (rest.first | rest.second | rest.children) != 0 ? goOn(rest) : leave();
+      }
+   }
+   // The same from past the node on. Requires: it is compressed.
+   template <bool forward>
+   bool goPast() noexcept {
+      bits_ = keyOf<width>(node());
+      if constexpr (forward) {
+         return leave();
+      } else {
+         unsigned code = 0;
+         return leaveBack(code) ? goBack(code) : tree_.setDefault(cursor_);
+      }
+   }
+   // To the next route, from behind a row. Requires: a bit of `ahead`.
+   ROUTETRIE_INLINE bool goUp() noexcept {
+      if (ahead_ == 1 && !lookAhead()) [[unlikely]] {
+         return false;
+      }
+      const auto bit = static_cast<unsigned>(std::countl_zero(ahead_) ^ 31);
+      ahead_ ^= U32{1} << bit;
+      const unsigned level = bit - 1;
+      // A route is followed by the child of the same six bits; what a child leads to, by the next child.
+      const U64 children = level == level_ ? ~U64{0} : ~U64{1};
+      level_ = level;
+      const unsigned chunk = chunkAt(bits_, depth());
+      cut();
+      const Node& n = node();
+      const Halves& before = beforeChild[chunk];
+      return goOn({n.routes[0] & ~before.routes[0], n.routes[1] & ~before.routes[1], n.children & children << chunk});
+   }
+   // To the route before. Requires: `code` is that of the route where it stands, if the node is not compressed.
+   bool stepBack(unsigned code) noexcept {
+      ahead_ = 1;
+      if (node().isCompressed()) {
+         return goPast<false>();
+      }
+      cut();
+      return goBack(code);
+   }
+   bool setLeaf() noexcept {
+      const Node& n = node();
+      cursor_.rows[0] = cursor_.rows[1] = 0;
+      return set(keyOf<width>(n), n.length(), n.leafValue());
+   }
+
+  private:
+   // What is left of the node where the walk stands: of the routes of each half, and of the children.
+   struct Rest {
+      U64 first;
+      U64 second;
+      U64 children;
+   };
+
+   // To the first route of the rest, or under it. Requires: there is something.
+   ROUTETRIE_INLINE bool goOn(Rest rest) noexcept {
       for (;;) {
-         const unsigned found = forward ? codeFrom(node(), code) : codeBefore(node(), code);
+         const unsigned chunk = firstChildOf(rest.children);
+         const Halves& before = beforeChild[chunk];
+         const U64 first = rest.first & before.routes[0];
+         const U64 second = rest.second & before.routes[1];
+         if ((first | second) != 0) {
+            return setRows(rest, first, second);
+         }
+         const U64 others = rest.children & (rest.children - 1);
+         ahead_ |= U32{(rest.first | rest.second | others) != 0} << (level_ + 1);
+         const Node& n = node();
+         const auto rank = static_cast<unsigned>(std::popcount(n.children ^ rest.children));
+         const unsigned last = n.childCount() - 1;
+         fetch(n.numbers()[rank + 1 < last ? rank + 1 : last]);
+         fetch(n.numbers()[rank + 2 < last ? rank + 2 : last]);
+         enterChild(chunk, rank);
+         if (node().isCompressed()) [[unlikely]] {
+            if (node().isLeaf()) {
+               return setLeaf();
+            }
+            followSkip();
+         }
+         rest = {node().routes[0], node().routes[1], node().children};
+      }
+   }
+   // `first` and `second` are the routes of the rest that come before a child.
+   ROUTETRIE_INLINE bool setRows(const Rest& rest, U64 first, U64 second) noexcept {
+      const Node& n = node();
+      const unsigned half = first == 0 ? 1 : 0;
+      const U64 row = half == 0 ? first : second;
+      cursor_.rows[0] = first & (first - 1);
+      cursor_.rows[1] = half == 0 ? second : row & (row - 1);
+      ahead_ |= U32{rest.children != 0} << (level_ + 1);
+      // As many values stand before this one as routes are not in the rest.
+      const auto rank =
+         static_cast<unsigned>(std::popcount(n.routes[0] ^ rest.first) + std::popcount(n.routes[1] ^ rest.second));
+      return setRoute(half, lowestBit(row),
+                      n.bytes() + valuesFrom(n.childCount(), tree_.step()) + rank * tree_.step());
+   }
+   // From a search, which knows nothing of the levels above.
+   bool leave() noexcept {
+      set(bits_, 0, nullptr);
+      return tree_.nextFromRow(cursor_);
+   }
+   // Finds out what follows at the levels above this one. False: nothing.
+   bool lookAhead() noexcept {
+      ahead_ = 0;
+      for (unsigned level = 0; level < level_; ++level) {
+         const Node& n = tree_.node(cursor_.path[level]);
+         if (cursor_.path[level] != 0 && !n.isCompressed()) {
+            const unsigned chunk = chunkAt(bits_, level * stride);
+            const Halves& before = beforeChild[chunk];
+            const U64 follows = (n.routes[0] & ~before.routes[0]) | (n.routes[1] & ~before.routes[1]) |
+                                (n.children & ~U64{1} << chunk);
+            ahead_ |= U32{follows != 0} << (level + 1);
+         }
+      }
+      return ahead_ != 0;
+   }
+
+   bool goBack(unsigned code) noexcept {
+      for (;;) {
+         const unsigned found = codeBefore(node(), code);
          if (found == noCode) {
-            if (!leave<forward>(code)) {
-               return nothing<forward>();
+            if (!leaveBack(code)) {
+               return tree_.setDefault(cursor_);  // ahead of all routes
             }
          } else if ((found & 1) == 0) {
-            return setRoute(found);
+            return setLastRoute(found);
          } else {
-            enterChild(chunkOfCode(found));
+            const Node& n = node();
+            const unsigned chunk = chunkOfCode(found);
+            const unsigned rank = childRank(n.children, chunk);
+            fetch(n.numbers()[rank > 1 ? rank - 1 : 0]);
+            fetch(n.numbers()[rank > 2 ? rank - 2 : 0]);
+            enterChild(chunk, rank);
             if (node().isCompressed()) {
                if (node().isLeaf()) {
                   return setLeaf();
                }
                followSkip();
             }
-            code = forward ? 0 : codes;
+            code = codes;
          }
       }
    }
-   // The same from past the node on. Requires: it is compressed.
-   template <bool forward>
-   bool goPast() noexcept {
-      unsigned code = 0;
-      bits_ = keyOf<width>(node());
-      return leave<forward>(code) ? go<forward>(code) : nothing<forward>();
-   }
-   bool setLeaf() noexcept {
-      const Node& n = node();
-      cursor_.half = 0;
-      cursor_.place = leafPlace;
-      return set(keyOf<width>(n), n.length(), n.leafValue());
-   }
-
-  private:
-   static constexpr U8 leafPlace = 63;
-
-   void stand(unsigned level, U32 at, Bits bits) noexcept {
-      level_ = level;
-      cursor_.path[level] = at;
-      bits_ = bits;
-   }
-   // To the next node above that is not compressed, and to the code from which to go on there. False: there is none above.
-   template <bool forward>
-   bool leave(unsigned& code) noexcept {
+   // To the next node above that is not compressed, and to the code from which to go back there. False: there is none above.
+   bool leaveBack(unsigned& code) noexcept {
       do {
          if (level_ == 0) {
             return false;
          }
          --level_;
       } while (cursor_.path[level_] == 0 || node().isCompressed());
-      code = childCode(chunkAt(bits_, depth())) + (forward ? 1 : 0);
+      code = childCode(chunkAt(bits_, depth()));
+      cut();
       return true;
    }
-   // Ahead of all routes is the default route.
-   template <bool forward>
-   bool nothing() noexcept {
-      return !forward && tree_.setDefault(cursor_);
-   }
-   // A walk comes to this node soon.
-   void fetch(U32 at) const noexcept { __builtin_prefetch(&tree_.node(at)); }
-   // And from this one, which was fetched, to what it leads to.
-   void fetchUnder(const Node& n) const noexcept {
-      if (!n.isCompressed()) {
-         if (n.children != 0) {
-            fetch(n.numbers()[0]);
-         }
-      } else if (!n.isLeaf()) {
-         fetch(n.target());
-      }
-   }
-   bool setRoute(unsigned code) noexcept {
+   bool setLastRoute(unsigned code) noexcept {
       const Node& n = node();
       const unsigned half = code >> 7;
       const unsigned place = code >> 1 & 63;
-      const Place where = places[place];
-      cursor_.half = static_cast<U8>(half);
-      cursor_.place = static_cast<U8>(place);
-      return set(cutWithChunk(bits_, depth(), half << 5 | where.low), depth() + where.length,
-                 tree_.valueOf(n, half, place));
+      const U64 children = n.children & ~U64{0} << (half << 5 | fullBefore[place]);
+      const Halves& before = beforeChild[firstChildOf(children)];
+      const U64 row = n.routes[half] >> place >> 1 << place << 1 & before.routes[half];
+      cursor_.rows[0] = half == 0 ? row : 0;
+      cursor_.rows[1] = half == 0 ? n.routes[1] & before.routes[1] : row;
+      ahead_ |= U32{children != 0} << (level_ + 1);
+      return setRoute(half, place, tree_.valueOf(n, half, place));
    }
-   bool set(Bits bits, unsigned length, const void* value) noexcept {
+
+   void stand(unsigned level, U32 at, Bits bits) noexcept {
+      level_ = level;
+      cursor_.path[level] = at;
+      bits_ = bits;
+   }
+   void cut() noexcept { bits_ = cutWithChunk(bits_, depth(), 0); }
+   // A walk comes to this node soon, and to its values. A compiler may take a function that does no more for one
+   // without effect, unless it is inlined.
+   ROUTETRIE_INLINE void fetch(U32 at) const noexcept {
+      const std::byte* const bytes = tree_.node(at).bytes();
+      __builtin_prefetch(bytes);
+      __builtin_prefetch(bytes + 64);
+   }
+   ROUTETRIE_INLINE bool setRoute(unsigned half, unsigned place, const void* value) noexcept {
+      const Place where = places[place];
+      const unsigned chunk = half << 5 | where.low;
+      cursor_.chunk = static_cast<U8>(chunk);
+      return set(withChunk(bits_, depth(), chunk), depth() + where.length, value);
+   }
+   ROUTETRIE_INLINE bool set(Bits bits, unsigned length, const void* value) noexcept {
       cursor_.bits = bits;
       cursor_.length = length;
       cursor_.value = value;
-      cursor_.generation = tree_.generation_;
+      cursor_.ahead = ahead_;
       cursor_.level = static_cast<U8>(level_);
       return true;
    }
 
    const Tree& tree_;
    Cursor& cursor_;
-   Bits bits_;  // past the node's depth they may be anything
+   Bits bits_;  // zeros past the node's depth; at the start of a step, those of a route
+   U32 ahead_ = 0;
    unsigned level_ = 0;
 };
 
@@ -217,27 +360,13 @@ bool Tree<width>::seekWay(Cursor& cursor, Bits bits, unsigned length) const noex
       const unsigned depth = walk.depth();
       const unsigned chunk = chunkAt(bits, depth);
       if (length <= depth + stride) {
-         return walk.template go<forward>(
-            length == depth ? 0 : chunk >> 5 << 7 | placeOf(length - depth, cutLow(chunk & 31, length - depth)) << 1);
+         return walk.template go<forward>(length == depth ? 0 : routeCode(chunk, length - depth));
       }
       if ((n.children >> chunk & 1) == 0) {
          return walk.template go<forward>(childCode(chunk));
       }
-      walk.enterChild(chunk);
+      walk.enterChild(chunk, childRank(n.children, chunk));
    }
-}
-
-template <unsigned width>
-template <bool forward>
-bool Tree<width>::stepWay(Cursor& cursor) const noexcept {
-   if (cursor.generation != generation_ || cursor.level == Cursor::noLevel) {
-      return seekWay<forward>(cursor, cursor.bits, cursor.length + (forward ? 1 : 0));
-   }
-   Walk walk(*this, cursor);
-   walk.resume();
-   return walk.node().isCompressed() ? walk.template goPast<forward>()
-                                     : walk.template go<forward>(unsigned{cursor.half} << 7 |
-                                                                 unsigned{cursor.place} << 1 | (forward ? 1 : 0));
 }
 
 template <unsigned width>
@@ -249,12 +378,24 @@ bool Tree<width>::seekBefore(Cursor& cursor, Bits bits, unsigned length) const n
    return seekWay<false>(cursor, bits, length);
 }
 template <unsigned width>
-bool Tree<width>::nextFromNode(Cursor& cursor) const noexcept {
-   return stepWay<true>(cursor);
+bool Tree<width>::nextFromRow(Cursor& cursor) const noexcept {
+   if (cursor.ahead == 0) [[unlikely]] {
+      return cursor.level == Cursor::noLevel && seek(cursor, cursor.bits, cursor.length + 1);
+   }
+   Walk walk(*this, cursor);
+   walk.resume();
+   return walk.goUp();
 }
 template <unsigned width>
 bool Tree<width>::previous(Cursor& cursor) const noexcept {
-   return stepWay<false>(cursor);
+   if (cursor.generation != generation_ || cursor.level == Cursor::noLevel) {
+      return seekBefore(cursor, cursor.bits, cursor.length);
+   }
+   Walk walk(*this, cursor);
+   walk.resume();
+   const unsigned depth = walk.depth();
+   return walk.stepBack(walk.node().isCompressed() ? 0
+                                                   : routeCode(chunkAt(cursor.bits, depth), cursor.length - depth));
 }
 
 template bool Tree<32>::setDefault(Cursor&) const noexcept;
@@ -263,8 +404,8 @@ template bool Tree<32>::seek(Cursor&, Bits, unsigned) const noexcept;
 template bool Tree<128>::seek(Cursor&, Bits, unsigned) const noexcept;
 template bool Tree<32>::seekBefore(Cursor&, Bits, unsigned) const noexcept;
 template bool Tree<128>::seekBefore(Cursor&, Bits, unsigned) const noexcept;
-template bool Tree<32>::nextFromNode(Cursor&) const noexcept;
-template bool Tree<128>::nextFromNode(Cursor&) const noexcept;
+template bool Tree<32>::nextFromRow(Cursor&) const noexcept;
+template bool Tree<128>::nextFromRow(Cursor&) const noexcept;
 template bool Tree<32>::previous(Cursor&) const noexcept;
 template bool Tree<128>::previous(Cursor&) const noexcept;
 

@@ -56,6 +56,7 @@ class World {
          }
          if (step % 128 == 0) {
             walk();
+            wander();
             bulk();
             tree_ = tree_.clone();
          }
@@ -212,6 +213,30 @@ class World {
          expectAt(there, cursor, --back);
       }
       ASSERT_TRUE(back == model_.begin());
+   }
+   // To and fro: each run of steps goes on from where the one before ended, forward or back.
+   void wander() {
+      for (int start = 0; start < 4 && !testing::Test::HasFatalFailure(); ++start) {
+         typename Model::const_iterator at = model_.lower_bound({someBits(), 0});
+         Cursor cursor;
+         if (at == model_.end() || !tree_.seek(cursor, at->first.first, at->first.second)) {
+            ASSERT_TRUE(at == model_.end());
+            continue;
+         }
+         for (int run = 0; run < 6 && !testing::Test::HasFatalFailure(); ++run) {
+            for (unsigned steps = lengthUpTo(random_() % 4 == 0 ? 70 : 3);
+                 steps != 0 && std::next(at) != model_.end(); --steps) {
+               expectAt(tree_.next(cursor), cursor, ++at);
+            }
+            for (unsigned steps = lengthUpTo(random_() % 4 == 0 ? 70 : 3); steps != 0 && at != model_.begin();
+                 --steps) {
+               expectAt(tree_.previous(cursor), cursor, --at);
+            }
+         }
+         Cursor step = cursor;
+         expectAt(tree_.next(step), step, std::next(at));
+         expectAt(tree_.previous(cursor), cursor, before(at));
+      }
    }
    void bulk() {
       std::vector<Bits> asked(77);
