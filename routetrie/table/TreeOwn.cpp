@@ -38,8 +38,8 @@ bool Tree<width>::tend() noexcept {
    return store_->isVersioned();
 }
 
-// What a change beside versions reads and copies lies far apart, and most of it in no cache: the node that the index knows, the page
-// that knows it, and the node above. So all of it is fetched at once, before the change begins.
+// What a change reads and copies where each makes a version lies far apart, and most of it in no cache: the node that the index knows,
+// the page that knows it, and the node above. So all of it is fetched at once, before the change begins.
 template <unsigned width>
 void Tree<width>::fetchWay(Bits bits, unsigned length) const noexcept {
    const auto fetch = [](const void* from, unsigned lines) {
@@ -47,8 +47,8 @@ void Tree<width>::fetchWay(Bits bits, unsigned length) const noexcept {
          __builtin_prefetch(static_cast<const std::byte*>(from) + 64 * i);
       }
    };
-   if (index_ == 0 || length <= groupDepth) {
-      return;  // the nodes above are few
+   if (!publishes_ || index_ == 0 || length <= groupDepth) {
+      return;  // what else is copied is copied once; and the nodes above are few
    }
    const U32* const slot = slotOf(bits);
    if (slot != nullptr) {
