@@ -88,6 +88,7 @@ class Tree<width>::Walk {
    // To the child whose number has so many before it. A compressed node holds its bits itself.
    ROUTETRIE_INLINE void enterChild(unsigned chunk, unsigned rank) noexcept {
       const U32 at = node().numbers()[rank];
+      tree_.fetchRest(at);
       if (!tree_.node(at).isCompressed()) [[likely]] {
          bits_ = withChunk(bits_, depth(), chunk);
       }
