@@ -48,6 +48,13 @@ class MeasuredEngine final : public Measured {
       for (const auto& prefix : work.uniformPrefixes) {
          uniformKeys_.push_back(E::key(prefix));
       }
+      // In the order of their use: found by number, each would be another line of memory to wait for.
+      for (const U32 at : work.deleteOrder) {
+         deleteKeys_.push_back(keys_[at]);
+      }
+      for (const U32 at : work.asked) {
+         askedKeys_.push_back(keys_[at]);
+      }
    }
 
    bool offers(Op op) const override {
@@ -89,7 +96,8 @@ class MeasuredEngine final : public Measured {
    void run(Op op, benchmark::State& state) override {
       switch (op) {
          case Op::insert: return insert(state);
-         case Op::erase: return erase(state, [this](E& engine, U32 at) { return engine.erase(keys_[at]); });
+         case Op::erase:
+            return erase(state, [this](E& engine, std::size_t i) { return engine.erase(deleteKeys_[i]); });
          case Op::eraseHandle: return eraseHandle(state);
          case Op::match: return match(state, inside_);
          case Op::matchUniform: return match(state, uniform_);
@@ -157,8 +165,8 @@ class MeasuredEngine final : public Measured {
          bool ok = insertAll(engine);
          ok &= timed(state, [&] {
             bool all = true;
-            for (const U32 at : work_.deleteOrder) {
-               all &= eraseOne(engine, at);
+            for (std::size_t i = 0; i < deleteKeys_.size(); ++i) {
+               all &= eraseOne(engine, i);
             }
             return all;
          });
@@ -174,7 +182,7 @@ class MeasuredEngine final : public Measured {
 
    void eraseHandle(benchmark::State& state) {
       if constexpr (ErasesByHandle<E>) {
-         erase(state, [](E& engine, U32 at) { return engine.eraseHandle(at + 1); });
+         erase(state, [this](E& engine, std::size_t i) { return engine.eraseHandle(work_.deleteOrder[i] + 1); });
       }
    }
 
@@ -183,10 +191,10 @@ class MeasuredEngine final : public Measured {
       bool ok = true;
       for (auto _ : state) {
          for (std::size_t i = 0; i < block; ++i) {
-            const U32 at = work_.deleteOrder[churnAt_];
-            churnAt_ = churnAt_ + 1 == work_.deleteOrder.size() ? 0 : churnAt_ + 1;
-            ok &= engine_.erase(keys_[at]);
-            ok &= engine_.insert(keys_[at], at + 1);
+            const Key& key = deleteKeys_[churnAt_];
+            ok &= engine_.erase(key);
+            ok &= engine_.insert(key, work_.deleteOrder[churnAt_] + 1);
+            churnAt_ = churnAt_ + 1 == deleteKeys_.size() ? 0 : churnAt_ + 1;
          }
       }
       if (!ok) {
@@ -206,12 +214,12 @@ class MeasuredEngine final : public Measured {
                for (std::size_t j = 0; j < lookups; ++j) {
                   sum += lookedUp(inside_[at_ + i * lookups + j]);
                }
-               const U32 at = work_.deleteOrder[churnAt_];
+               const Key& key = deleteKeys_[churnAt_];
                if (i % 2 == 0) {
-                  ok &= engine_.erase(keys_[at]);
+                  ok &= engine_.erase(key);
                } else {
-                  ok &= engine_.insert(keys_[at], at + 1);
-                  churnAt_ = churnAt_ + 1 == work_.deleteOrder.size() ? 0 : churnAt_ + 1;
+                  ok &= engine_.insert(key, work_.deleteOrder[churnAt_] + 1);
+                  churnAt_ = churnAt_ + 1 == deleteKeys_.size() ? 0 : churnAt_ + 1;
                }
             }
             benchmark::DoNotOptimize(sum);
@@ -363,17 +371,17 @@ class MeasuredEngine final : public Measured {
    }
    void previous(benchmark::State& state) {
       if constexpr (AnswersPrevious<E>) {
-         inBlocks(state, work_.asked, [&](U32 at) { return E::token(engine_.previous(keys_[at])); });
+         inBlocks(state, askedKeys_, [&](const Key& key) { return E::token(engine_.previous(key)); });
       }
    }
    void children(benchmark::State& state) {
       if constexpr (AnswersChildren<E>) {
-         inBlocks(state, work_.asked, [&](U32 at) { return engine_.children(keys_[at]); });
+         inBlocks(state, askedKeys_, [&](const Key& key) { return engine_.children(key); });
       }
    }
    void exact(benchmark::State& state) {
       if constexpr (AnswersExact<E>) {
-         inBlocks(state, work_.asked, [&](U32 at) { return std::uint64_t{engine_.exact(keys_[at])}; });
+         inBlocks(state, askedKeys_, [&](const Key& key) { return std::uint64_t{engine_.exact(key)}; });
       }
    }
    void exactUniform(benchmark::State& state) {
@@ -383,12 +391,12 @@ class MeasuredEngine final : public Measured {
    }
    void parent(benchmark::State& state) {
       if constexpr (AnswersParent<E>) {
-         inBlocks(state, work_.asked, [&](U32 at) { return E::token(engine_.parent(keys_[at])); });
+         inBlocks(state, askedKeys_, [&](const Key& key) { return E::token(engine_.parent(key)); });
       }
    }
    void longer(benchmark::State& state) {
       if constexpr (AnswersLonger<E>) {
-         inBlocks(state, work_.asked, [&](U32 at) { return std::uint64_t{engine_.longer(keys_[at])}; });
+         inBlocks(state, askedKeys_, [&](const Key& key) { return std::uint64_t{engine_.longer(key)}; });
       }
    }
    void longerUniform(benchmark::State& state) {
@@ -399,7 +407,7 @@ class MeasuredEngine final : public Measured {
 
    void next(benchmark::State& state) {
       if constexpr (AnswersNext<E>) {
-         inBlocks(state, work_.asked, [&](U32 at) { return E::token(engine_.next(keys_[at])); });
+         inBlocks(state, askedKeys_, [&](const Key& key) { return E::token(engine_.next(key)); });
       }
    }
    void compile(benchmark::State& state) {
@@ -630,7 +638,9 @@ class MeasuredEngine final : public Measured {
    const Workload<F>& work_;
    E engine_;
    std::uint64_t bytes_ = 0;
-   std::vector<Key> keys_;  // of work_.routes
+   std::vector<Key> keys_;        // of work_.routes
+   std::vector<Key> deleteKeys_;  // the same by work_.deleteOrder
+   std::vector<Key> askedKeys_;   // by work_.asked
    std::vector<Query> inside_;
    std::vector<Query> uniform_;
    std::vector<Key> uniformKeys_;

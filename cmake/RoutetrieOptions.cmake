@@ -69,7 +69,7 @@ if(ROUTETRIE_BUILD_FUZZ)
    target_compile_options(routetrie_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 
-# routetrie_unity(TARGET N): its sources are compiled N at a time. Most of what it takes to compile one is headers, and
+# routetrie_unity(TARGET N): its sources are compiled N at a time; 0: all at once. Most of what it takes to compile one is headers, and
 # what several sources make of the same templates. So no two sources of a target give different things the same name: those
 # of a test stand in a namespace of the file's name.
 function(routetrie_unity target count)

@@ -29,12 +29,13 @@ refuses() {
       fault "$door: with $* the compiler says, and not \"$text\" alone: $(grep -m 3 'error: ' <<<"$said")"
 }
 
-# Each door with one of the three, in turns; of clang, which reads on after an error, each fourth.
+# Each door with one of the three, in turns, at full size; else one of four, and of clang, which reads on after an error, a few.
 compiler=("$@")
 if ((${#compiler[@]})); then
    turn=0
-   every=3
-   ! "${compiler[0]}" --version | grep -q clang || every=12
+   every=12
+   [[ ${ROUTETRIE_FULL:-} != 1 ]] || every=3
+   ! "${compiler[0]}" --version | grep -q clang || every=60
    isTurn() { ((turn % every == every / 3 * $1)); }
    while IFS= read -r door; do
       ! isTurn 0 || refuses 'routetrie needs C++20: compile with -std=c++20' "$door" -std=c++17

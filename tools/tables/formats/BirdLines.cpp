@@ -25,7 +25,7 @@ std::string_view withoutReply(std::string_view line) {
    return isReply ? trimmed(line.substr(digits + 1)) : line;
 }
 
-bool isTitle(std::string_view line) { return line.starts_with("Table ") && line.ends_with(':'); }
+bool isTableTitle(std::string_view line) { return line.starts_with("Table ") && line.ends_with(':'); }
 
 // What is said around the routes.
 bool isSaid(std::string_view line) {
@@ -83,14 +83,14 @@ bool startsHop(std::string_view text) {
 
 bool BirdLines::opensWith(std::string_view firstLine) {
    firstLine = withoutReply(firstLine);
-   return (firstLine.starts_with("BIRD ") && firstLine.ends_with("ready.")) || isTitle(firstLine);
+   return (firstLine.starts_with("BIRD ") && firstLine.ends_with("ready.")) || isTableTitle(firstLine);
 }
 
 bool BirdLines::looksLike(std::string_view line) {
    line = withoutReply(line);
    auto rest = line;
    const auto first = takeWord(rest);
-   return isTitle(line) || otherKindOf(line) == "origins" || (isType(first) && trimmed(rest).starts_with('[')) ||
+   return isTableTitle(line) || otherKindOf(line) == "origins" || (isType(first) && trimmed(rest).starts_with('[')) ||
           (isPrefixText(first) && rest.find(" [") != std::string_view::npos &&
            rest.find('(') != std::string_view::npos);
 }
@@ -100,7 +100,7 @@ void BirdLines::line(std::string_view text, RouteSet& routes) {
    if (isSaid(text)) {
       return;
    }
-   if (isTitle(text)) {
+   if (isTableTitle(text)) {
       close(routes);
       constexpr std::size_t word = 6;
       table_ = text.substr(word, text.size() - word - 1);

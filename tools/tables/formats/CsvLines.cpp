@@ -40,7 +40,7 @@ std::string normal(std::string_view name) {
    return text;
 }
 
-bool isNumber(std::string_view text) {
+bool isLengthText(std::string_view text) {
    return !text.empty() && text.size() <= 3 && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
@@ -161,8 +161,8 @@ void CsvLines::line(std::string_view text, RouteSet& routes) {
    if (columns_->mask && own.find('/') == std::string::npos) {
       const std::string_view mask = fields[*columns_->mask];
       const auto bare = mask.substr(mask.starts_with('/') ? 1 : 0);
-      const auto length = isNumber(bare) ? std::nullopt : netmaskLength(bare);
-      if (!isNumber(bare) && !length) {
+      const auto length = isLengthText(bare) ? std::nullopt : netmaskLength(bare);
+      if (!isLengthText(bare) && !length) {
          throw BadText(fmt::format("\"{}\" is no netmask and no length: \"{}\"", mask, text));
       }
       routes.add(prefixIn(length ? fmt::format("{}/{}", own, *length) : fmt::format("{}/{}", own, bare)), payload);

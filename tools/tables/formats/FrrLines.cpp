@@ -29,9 +29,9 @@ std::string_view protocolOf(char letter) {
    return {};
 }
 
-constexpr std::string_view marks = ">*qrbto";
+constexpr std::string_view frrMarks = ">*qrbto";
 
-bool isMarks(std::string_view word) { return word.find_first_not_of(marks) == std::string_view::npos; }
+bool isMarks(std::string_view word) { return word.find_first_not_of(frrMarks) == std::string_view::npos; }
 
 // "S>*", "C", "B>r": a protocol and marks, the latter perhaps as words of their own. Taken off the text with what follows up
 // to the prefix; empty if the text starts otherwise.
@@ -73,7 +73,7 @@ std::string_view vrfOf(std::string_view text) {
              : text.substr(at + word.size(), text.size() - at - word.size() - 1);
 }
 
-std::optional<U32> numberOf(std::string_view text) {
+std::optional<U32> numberIn(std::string_view text) {
    U32 number = 0;
    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
    return error == std::errc{} && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
@@ -177,8 +177,8 @@ void FrrLines::line(std::string_view text, RouteSet& routes) {
       if (text.starts_with('[')) {
          auto inside = takeWord(text, " ]");
          inside.remove_prefix(1);
-         route.distance = numberOf(takeField(inside, '/'));
-         const auto metric = numberOf(inside);
+         route.distance = numberIn(takeField(inside, '/'));
+         const auto metric = numberIn(inside);
          if (!route.distance || !metric || !text.starts_with(']')) {
             throw BadText(fmt::format("no [DISTANCE/METRIC]: \"{}\"", whole));
          }
@@ -231,8 +231,8 @@ void FrrLines::entryLine(std::string_view text, RouteSet& routes) {
    if (text.starts_with(entryKnown)) {
       text.remove_prefix(entryKnown.size());
       open_->protocol = takeWord(text, "\"[");
-      open_->distance = numberOf(partAfter("distance", text));
-      const auto metric = numberOf(partAfter("metric", text));
+      open_->distance = numberIn(partAfter("distance", text));
+      const auto metric = numberIn(partAfter("metric", text));
       if (!open_->distance || !metric) {
          open_.reset();
          throw BadText(fmt::format("no distance and metric: \"{}\"", whole));

@@ -29,7 +29,7 @@ bool has(const Words& words, std::string_view word) {
    return std::find(words.begin(), words.end(), word) != words.end();
 }
 
-bool isTitle(std::string_view line) { return line.starts_with("Kernel IP") && line.ends_with("routing table"); }
+bool isKernelTitle(std::string_view line) { return line.starts_with("Kernel IP") && line.ends_with("routing table"); }
 bool isHeader(const Words& words) { return words.size() > 3 && words.front() == "Destination"; }
 
 bool isFlags(std::string_view word) {
@@ -71,11 +71,11 @@ std::optional<U32> metricIn(std::string_view word) {
 
 bool NetstatLines::looksLike(std::string_view line) {
    const auto words = wordsOf(line);
-   return isTitle(line) || isHeader(words) || isRow4(words) || isRow6(words);
+   return isKernelTitle(line) || isHeader(words) || isRow4(words) || isRow6(words);
 }
 
 void NetstatLines::line(std::string_view text, RouteSet& routes) {
-   if (isTitle(text)) {
+   if (isKernelTitle(text)) {
       return;
    }
    const auto words = wordsOf(text);

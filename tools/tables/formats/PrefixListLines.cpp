@@ -14,7 +14,7 @@ namespace {
 
 using Words = std::vector<std::string_view>;
 
-Words wordsOf(std::string_view text) {
+Words wordsOfConfig(std::string_view text) {
    Words words;
    constexpr std::string_view separators = " \t\r\v\f;,";
    while (!text.empty()) {
@@ -175,7 +175,7 @@ std::string_view lengthBelow(std::string_view word) {
 }  // namespace
 
 bool PrefixListLines::opensWith(std::string_view firstLine) {
-   const auto words = wordsOf(firstLine);
+   const auto words = wordsOfConfig(firstLine);
    if (words.empty() || !prefixWord(words[0]).empty()) {
       return false;
    }
@@ -190,7 +190,7 @@ bool PrefixListLines::opensWith(std::string_view firstLine) {
 }
 
 bool PrefixListLines::looksLike(std::string_view line) {
-   const auto words = wordsOf(line);
+   const auto words = wordsOfConfig(line);
    return std::any_of(words.begin(), words.end(),
                       [](std::string_view word) {
                          return isOneOf(word, {"prefix-list", "prefix-set", "route-filter", "route-filter-list",
@@ -209,7 +209,7 @@ void PrefixListLines::close(RouteSet& routes) {
 }
 
 void PrefixListLines::line(std::string_view text, RouteSet& routes) {
-   const auto words = wordsOf(withoutComment(text));
+   const auto words = wordsOfConfig(withoutComment(text));
    if (words.empty()) {
       return;
    }
