@@ -14,8 +14,8 @@
 // of memory of its own thread. That mark costs as much as a lookup where the kernel has no membarrier(2): who has many questions asks them
 // under one lock.
 //
-// A change alone copies the way from the root down to its route, some 9 KiB, and takes 7 to 15 times what it takes in a table, or
-// 20 to 40 times where readers leave no processor free for the thread that finds out that they have gone. A batch copies each part of the
+// A change alone copies the way from the root down to its route, some 2 KB, and takes 4 to 13 times what it takes in a table, and
+// more where readers leave no processor free for the thread that finds out that they have gone. A batch copies each part of the
 // way once: of changes scattered over a whole Internet table, 100 in a batch take 5 to 9 times what they take in a table each, 10,000
 // take 2 to 4 times. So put together what comes together.
 //
