@@ -61,7 +61,7 @@ class ROUTETRIE_EXPORT Arena {
    // Frees a run, or a part of one.
    void release(U32 at, unsigned units) noexcept { release(at, units, lists_); }
    // The same where chunks of its epoch are in lists that were set aside.
-   void release(U32 at, unsigned units, Lists& lists) noexcept;
+   void release(U32 at, unsigned units, Lists& in) noexcept;
    void clear() noexcept;
 
    //--- versions
@@ -131,12 +131,12 @@ class ROUTETRIE_EXPORT Arena {
    U32 addChunk(unsigned units);
    U32 allocateInChunk(unsigned units);
    U32 allocateOwn(Turnover& turnover, unsigned units);
-   void giveBack(U32 at, unsigned units, Lists& lists) noexcept;
+   void giveBack(U32 at, unsigned units, Lists& in) noexcept;
    void markOwn(U32 at, unsigned units) noexcept;
    bool marksOwn() const noexcept { return unitShift_ >= 5; }
-   void link(U32 block, Chunk& chunk, Lists& lists) noexcept;
-   void unlink(U32 block, Chunk& chunk, Lists& lists) noexcept;
-   void setFree(U32 block, Chunk& chunk, U128 free, Lists& lists) noexcept;
+   void link(U32 block, Chunk& c, Lists& in) noexcept;
+   void unlink(U32 block, Chunk& c, Lists& in) noexcept;
+   void setFree(U32 block, Chunk& c, U128 free, Lists& in) noexcept;
 
    std::byte* base_ = nullptr;  // the region's; null while there is no chunk
    Following* following_ = nullptr;

@@ -155,7 +155,7 @@ class ROUTETRIE_EXPORT Store {
 
    std::size_t bytesOf(Dead dead) const noexcept;
    U64 epochOf(Dead dead) const noexcept;
-   void makeMoreRoom(std::size_t notes);
+   void makeMoreRoom(std::size_t count);
    void retireSeen(Kind kind, U32 at, unsigned units) noexcept;
    void recycleReady(std::size_t& most) noexcept;
    void note(Dead dead, bool isSeen) noexcept;
