@@ -57,7 +57,7 @@ class RouteSet {
    // Withdraws all that the source has offered so far, and what was offered by those that are named by it, a blank and more.
    void loseSource(std::string_view source);
    // The two steps of add(), for an offer that is made for many prefixes. The id holds until a source is lost.
-   U32 offerIdOf(const OfferText& offer);
+   U32 offerIdOf(const OfferText& text);
    void add(const Corenet::IpGenPrefix& prefix, U32 offerId);
    void addRange(U32 first, U32 last, std::string_view payload);
    void addRange(Corenet::U128 first, Corenet::U128 last, std::string_view payload);

@@ -17,7 +17,7 @@
 namespace Rtrie {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using std::string_view_literals::operator""sv;  // NOLINT(misc-unused-using-decls): literals use it
 
 constexpr auto gzSignature = "\x1f\x8b"sv;
 constexpr auto bz2Signature = "BZh"sv;
