@@ -34,6 +34,7 @@ void Tree<width>::swap(Tree& other) noexcept {
    std::swap(hasDefault_, other.hasDefault_);
    std::swap(publishes_, other.publishes_);
    std::swap(hasParts_, other.hasParts_);
+   std::swap(topsToFill_, other.topsToFill_);
    // Neither has had it before.
    generation_ = other.generation_ = std::max(generation_, other.generation_) + 1;
 }
@@ -85,6 +86,7 @@ void Tree<width>::forget() noexcept {
    hasDefault_ = false;
    publishes_ = false;
    hasParts_ = false;
+   topsToFill_ = 0;
 }
 
 template <unsigned width>

@@ -251,6 +251,8 @@ class ROUTETRIE_EXPORT Tree {
       indexDepth - stride;                        // of the nodes whose children the index holds, 64 numbers in a row
    static constexpr U32 aboveBit = U32{1} << 31;  // marks a number in the index: the node stands at groupDepth
    static constexpr unsigned topBits = 12;
+   // Of a new index, what is filled with each change: so many of the first page's numbers, and so many pages and a number's.
+   static constexpr unsigned topsAtOnce = 16, pagesAtOnce = 8;
    static constexpr unsigned pageLevels = (indexDepth - topBits) / stride;  // under the first page
    static constexpr std::size_t pageBytes = std::size_t{4} << stride, topBytes = std::size_t{4} << topBits;
    static constexpr unsigned pageUnits = pageBytes >> Region::unitShift, topUnits = topBytes >> Region::unitShift;
@@ -379,7 +381,10 @@ class ROUTETRIE_EXPORT Tree {
    U32 standing(Bits bits, unsigned atDepth) const noexcept;
    template <class Visit>
    void standings(U32 at, unsigned depth, Bits bits, Bits within, unsigned shared, Visit&& visit) const;
+   bool beginIndex() noexcept;
    void buildIndex() noexcept;
+   void fillIndex(Bits within, unsigned shared) noexcept;
+   void fillSome() noexcept;
    void dropIndex() noexcept;
    void dropLostIndex() noexcept;
    void fillPage(Bits bits) noexcept;
@@ -448,6 +453,7 @@ class ROUTETRIE_EXPORT Tree {
    bool hasDefault_ = false;
    bool publishes_ = false;
    bool hasParts_ = false;  // the first page of the index
+   U16 topsToFill_ = 0;     // so many of the first page's numbers, the lowest, have not been looked at
 };
 
 //--- lookups ---

@@ -89,24 +89,52 @@ void Tree<width>::dropLostIndex() noexcept {
    }
 }
 
+// An index of which nothing is filled. Whether there was memory for it.
 template <unsigned width>
-void Tree<width>::buildIndex() noexcept {
+bool Tree<width>::beginIndex() noexcept {
    dropLostIndex();
    if (root_ == 0 || store_->lostIndex() != 0) {
-      return;
+      return false;
    }
    try {
       store_->needPages();
       index_ = emptyPage(topRoom());
    } catch (const std::bad_alloc&) {
-      return;
+      return false;
    }
    pages_ = 0;
-   standings(root_, 0, Bits(), Bits(), 0, [&](Bits bits, U32 at) {
+   topsToFill_ = 1u << topBits;
+   return true;
+}
+
+// All of it at once, for a tree that is made or given away as a whole.
+template <unsigned width>
+void Tree<width>::buildIndex() noexcept {
+   if (beginIndex()) {
+      topsToFill_ = 0;
+      fillIndex(Bits(), 0);
+   }
+}
+
+// What there is to say of bits that share the first `shared` with these.
+template <unsigned width>
+void Tree<width>::fillIndex(Bits within, unsigned shared) noexcept {
+   standings(root_, 0, Bits(), within, shared, [&](Bits bits, U32 at) {
       if ((at & aboveBit) == 0 && slotOf(bits) == nullptr && openPage(bits) != nullptr) {
          fillPage(bits);
       }
    });
+}
+
+// A little of it, so that no single change takes a millisecond.
+template <unsigned width>
+void Tree<width>::fillSome() noexcept {
+   const U32 enough = pages_ + pagesAtOnce;
+   for (unsigned n = 0; n < topsAtOnce && topsToFill_ != 0 && pages_ < enough; ++n) {
+      --topsToFill_;
+      using Word = typename Bits::Word;
+      fillIndex(Bits(static_cast<Word>(Word{topsToFill_} << (width - topBits))), topBits);
+   }
 }
 
 // Writes what the index has to say of the bits that one page is for. Requires: the page is there, and empty.
@@ -199,6 +227,7 @@ void Tree<width>::dropIndex() noexcept {
    if (index_ == 0) {
       return;
    }
+   topsToFill_ = 0;
    const U32 top = std::exchange(index_, 0);
    const U32 pages = std::exchange(pages_, 0);
    try {
@@ -286,10 +315,12 @@ void Tree<width>::resizeIndex() noexcept {
    if (index_ == 0) {
       // Tried anew now and then, should there have been no memory.
       if (size_ >= indexFrom && size_ % 1024 == 0) {
-         buildIndex();
+         beginIndex();
       }
    } else if (size_ <= indexUntil) {
       dropIndex();
+   } else if (topsToFill_ != 0) {
+      fillSome();
    }
 }
 
@@ -311,8 +342,14 @@ template U32* Tree<32>::openPage(Bits) noexcept;
 template U32* Tree<128>::openPage(Bits) noexcept;
 template void Tree<32>::dropLostIndex() noexcept;
 template void Tree<128>::dropLostIndex() noexcept;
+template bool Tree<32>::beginIndex() noexcept;
+template bool Tree<128>::beginIndex() noexcept;
 template void Tree<32>::buildIndex() noexcept;
 template void Tree<128>::buildIndex() noexcept;
+template void Tree<32>::fillIndex(Bits, unsigned) noexcept;
+template void Tree<128>::fillIndex(Bits, unsigned) noexcept;
+template void Tree<32>::fillSome() noexcept;
+template void Tree<128>::fillSome() noexcept;
 template void Tree<32>::dropIndex() noexcept;
 template void Tree<128>::dropIndex() noexcept;
 template void Tree<32>::fillPage(Bits) noexcept;

@@ -435,6 +435,36 @@ TEST(Tree, smallTablesAreSmall) {
    }
 }
 
+// An index that is begun is filled with the changes that follow, a few pages with each, until it is as one that was made at once.
+template <unsigned width>
+void indexComesByAndBy(std::size_t indexFrom, unsigned length, std::size_t mostBytes) {
+   Tree<width> tree(4);
+   std::mt19937_64 random(3);
+   std::size_t indexBytes = 0;
+   std::size_t changes = 0;
+   while (changes < 4096) {
+      using Bits = typename Tree<width>::Bits;
+      const U64 high = random() & 0x3fff'ffff'0000'0000;
+      add(tree, Bits(static_cast<typename Bits::Word>(U128{high} << 64 >> (128 - width))).cut(length), length);
+      const std::size_t now = tree.memory().index;
+      if (TreeFault::hasIndex(tree)) {
+         ASSERT_LE(now - indexBytes, mostBytes + (changes == 0 ? 16u << 10 : 0));
+         if (++changes % 500 == 0) {
+            ASSERT_EQ("", tree.audit());
+         }
+      } else {
+         ASSERT_LE(tree.size(), indexFrom);
+      }
+      indexBytes = now;
+   }
+   EXPECT_GT(indexBytes, 16u << 10);
+   EXPECT_EQ(tree.clone().memory().index, indexBytes);
+}
+TEST(Tree, theIndexComesByAndBy) {
+   indexComesByAndBy<32>(32768, 24, 9 * 256);
+   indexComesByAndBy<128>(8192, 30, 30 * 256);
+}
+
 TEST(Tree, theIndexComesAndGoes) {
    Tree<32> tree(4);
    std::mt19937 random(2);
