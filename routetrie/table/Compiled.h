@@ -34,12 +34,10 @@
 #include "routetrie/explanation.h"
 #include "routetrie/platform/Export.h"
 #include "routetrie/table/Borders.h"
+#include "routetrie/table/Instructions.h"
 #include "routetrie/table/Tree.h"
 
 namespace routetrie {
-
-// The instructions that bursts are looked up with.
-enum class instruction_set : Corenet::U8 { plain, avx2, avx512 };
 
 namespace Impl {
 
@@ -96,8 +94,6 @@ struct BorderNode {
 };
 static_assert(sizeof(BorderNode) == 64);
 
-ROUTETRIE_EXPORT bool hasInstructions(instruction_set which) noexcept;
-ROUTETRIE_EXPORT instruction_set bestInstructions() noexcept;
 // As std::invalid_argument.
 [[noreturn]] ROUTETRIE_EXPORT void throwNoInstructions();
 

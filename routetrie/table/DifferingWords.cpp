@@ -1,6 +1,8 @@
 // Words compared four at a time, or sixteen.
 #include "routetrie/table/DifferingWords.h"
 
+#include "routetrie/table/Instructions.h"
+
 #if defined(__x86_64__)
 #include <immintrin.h>
 #define ROUTETRIE_WIDE_WORDS __attribute__((target("avx512f,bmi,bmi2,popcnt")))
@@ -24,7 +26,7 @@ unsigned placeOfBit(U64 mask, unsigned n) noexcept {
 }
 
 #if defined(__x86_64__)
-const bool hasWideWords = __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("bmi2") != 0;
+const bool hasWideWords = hasInstructions(instruction_set::avx512);
 
 ROUTETRIE_WIDE_WORDS U64 differingWideWords(U64 bits, const std::byte* a, const std::byte* b) noexcept {
    const auto count = static_cast<unsigned>(_mm_popcnt_u64(bits));
