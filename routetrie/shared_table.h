@@ -269,6 +269,7 @@ class basic_shared_table {
       }
    };
    static constexpr unsigned mostRecordsFreed = 8;        // with one change
+   static constexpr std::size_t mostSpares = 4096;        // as many come back at once if no reader sleeps
    static constexpr std::size_t enoughWaits = 384 << 10;  // bytes
 
    const questions_type* newest() const noexcept { return &current_.load(std::memory_order_acquire)->routes; }
@@ -330,6 +331,9 @@ class basic_shared_table {
          record->replaced.reset();
          spares_.add(record);
          ++spareRecords_;
+         if (spareRecords_ > mostSpares) {
+            delete takeSpare();
+         }
       }
       if (all) {
          while (spareRecords_ > 1) {

@@ -52,7 +52,7 @@ void Tree<width>::fetchWay(Bits bits, unsigned length) const noexcept {
    }
    const U32* const slot = slotOf(bits);
    if (slot != nullptr) {
-      fetch(slotOf(bits.cut(groupDepth)), pageBytes / 64);
+      fetch(slot - slotAt(highBits(bits), groupDepth), pageBytes / 64);
    }
    U32 at = root_;
    for (unsigned depth = 0; depth != groupDepth; depth += stride) {

@@ -196,6 +196,45 @@ TEST(Arena, turnsOverWhatVersionsLeave) {
    }
 }
 
+// Of what comes back a cache's worth is kept, and an eighth of what there is; the chunks of the rest become empty and go.
+TEST(Arena, keepsLittleOfWhatComesBack) {
+   Epochs epochs;
+   epochs.batch = 1;
+   Arena::Following following(epochs);
+   following.startPublishing();
+   constexpr unsigned unitShift = 5;
+   constexpr unsigned units = 16;
+   constexpr std::size_t runBytes = std::size_t{units} << unitShift;
+   Arena arena(unitShift);
+   arena.follow(following);
+   std::vector<U32> runs;
+   for (std::size_t bytes = 0; bytes < 8u << 20; bytes += runBytes) {
+      runs.push_back(arena.allocate(units));
+   }
+   ++epochs.batch;
+   const std::size_t most = arena.heldBytes();
+   for (const U32 run : runs) {
+      arena.recycle(run, units);
+   }
+   EXPECT_STREQ("", arena.audit({}));
+   EXPECT_EQ(0u, arena.usedBytes());
+   EXPECT_GE(arena.heldBytes(), 256u << 10);
+   EXPECT_LE(arena.heldBytes(), ((256u << 10) + most / 8) * 5 / 4)
+      << "chunks have headers, and room for a part of a run";
+   // As much as before is there again.
+   std::vector<Arena::Run> again;
+   for (std::size_t n = 0; n < runs.size(); ++n) {
+      again.push_back({arena.allocate(units), units});
+   }
+   EXPECT_STREQ("", arena.audit(again));
+   EXPECT_EQ(runs.size() * runBytes, arena.usedBytes());
+   for (const Arena::Run& run : again) {
+      arena.recycle(run.at, units);
+   }
+   arena.settle();
+   EXPECT_EQ(0u, arena.heldBytes());
+}
+
 TEST(Region, blocksComeBack) {
    std::vector<U32> blocks;
    for (unsigned blockClass = 0; blockClass < Region::classes; ++blockClass) {

@@ -298,6 +298,27 @@ TEST(SharedTable, memoryStaysBounded) {
    EXPECT_EQ("", t.audit());
 }
 
+// A record of a version is used again, but not kept for each change that a sleeping reader has held back.
+TEST(SharedTable, littleIsKeptToBeUsedAgain) {
+   shared_table4<int> t;
+   const auto reader = t.reader();
+   {
+      const auto sleeping = reader.lock();
+      for (int i = 0; i < 20'000; ++i) {
+         t.insert_or_assign("10.0.0.0/8"_prefix, i);
+      }
+   }
+   const std::size_t waiting = t.pending_bytes();
+   for (int i = 0; i < 1000 && t.pending_bytes() > waiting / 50; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      for (int n = 0; n < 1000; ++n) {
+         t.insert_or_assign("10.0.0.0/8"_prefix, n);
+      }
+   }
+   EXPECT_LT(t.pending_bytes(), waiting / 10);
+   EXPECT_LT(t.memory().free, 2u << 20) << "records of 20,000 versions are more";
+}
+
 TEST(SharedTable, aSnapshotHoldsBackNothingButItself) {
    shared_table4<int> t;
    for (unsigned i = 0; i < 500; ++i) {
