@@ -23,6 +23,9 @@ reports() {
 mapfile -t headers < <(find routetrie -type f -name '*.h' | sort)
 ((${#headers[@]} > 0)) || { echo 'no headers'; exit 1; }
 
+for file in "${headers[@]}"; do
+   [[ -s $file ]] || fault "$file: has nothing in it"
+done
 # A process for each header would take seconds.
 while IFS= read -r file; do
    fault "$file: the first line of code is not #pragma once"

@@ -89,6 +89,8 @@ tree; echo 'using namespace std;' >>routetrie/trie/patricia/Trie.h
 catches 'routetrie/trie/patricia/Trie.h:5:using namespace std;: opens' $headers
 tree; sed -i 2d routetrie/trie/patricia/Trie.h
 catches 'routetrie/trie/patricia/Trie.h: the first line of code is not #pragma once' $headers
+tree; : >routetrie/trie/patricia/Empty.h
+catches 'routetrie/trie/patricia/Empty.h: has nothing in it' $headers
 
 language=language.sh
 tree; printf '#pragma once\n' >routetrie/platform/Language.h
