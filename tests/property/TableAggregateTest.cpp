@@ -21,6 +21,7 @@
 #include "routetrie/table.h"
 #include "tests/property/InternetTable.h"
 #include "tests/property/Scale.h"
+#include "tests/support/DifferencesByHand.h"
 
 namespace Property {
 namespace TableAggregateTest {
@@ -121,31 +122,14 @@ TYPED_TEST(TableWorldsTest, aggregateIsTheSmallest) {
    EXPECT_GT(saved, 0u);
 }
 
-template <class P>
-using Differences = std::map<P, std::pair<std::uint32_t, std::uint32_t>>;  // before and after; 0: none
-template <class A, class B>
-auto differencesByHand(const A& a, const B& b) {
-   Differences<typename A::prefix_type> all;
-   for (const auto& [p, value] : a) {
-      all[p].first = value;
-   }
-   for (const auto& [p, value] : b) {
-      all[p].second = value;
-   }
-   std::erase_if(all, [](const auto& entry) { return entry.second.first == entry.second.second; });
-   return all;
-}
 // Calls each(prefix) after it has seen a difference.
 template <class A, class B, class Each>
 void compareDifferences(const A& a, const B& b, Each&& each) {
-   const auto wanted = differencesByHand(a, b);
+   const auto wanted = TestSupport::differencesByHand(a, b);
    auto at = wanted.begin();
    for (const auto& d : routetrie::difference(a, b)) {
       ASSERT_NE(wanted.end(), at);
-      ASSERT_EQ(at->first, d.prefix);
-      ASSERT_EQ(at->second.first, d.before ? d.before->value : 0u);
-      ASSERT_EQ(at->second.second, d.after ? d.after->value : 0u);
-      ++at;
+      ASSERT_EQ(*at++, TestSupport::differenceOf<typename A::prefix_type>(d));
       each(d.prefix);
    }
    ASSERT_EQ(wanted.end(), at);

@@ -11,19 +11,21 @@
 #include <map>
 #include <random>
 #include <string>
-#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "routetrie/route_set.h"
 #include "routetrie/snapshot.h"
+#include "tests/support/DifferencesByHand.h"
 
 namespace routetrie {
 namespace DifferenceTest {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
+using TestSupport::differencesByHand;
+using TestSupport::differencesIn;
 
 template <class Range>
 std::vector<std::string> texts(const Range& range) {
@@ -232,34 +234,6 @@ TEST(Difference, followsTheChanges) {
 
 //--- the shapes that a way can have in one tree and in the other ---
 
-template <class P>
-using Found = std::vector<std::tuple<P, unsigned, unsigned>>;  // 0: none there
-template <class P, class Range>
-Found<P> foundIn(const Range& range) {
-   Found<P> list;
-   for (const auto& d : range) {
-      list.emplace_back(d.prefix, d.before ? d.before->value : 0, d.after ? d.after->value : 0);
-   }
-   return list;
-}
-template <class A, class B>
-auto foundByHand(const A& a, const B& b) {
-   using P = typename A::prefix_type;
-   std::map<P, std::pair<unsigned, unsigned>> all;
-   for (const auto& [p, value] : a) {
-      all[p].first = value;
-   }
-   for (const auto& [p, value] : b) {
-      all[p].second = value;
-   }
-   Found<P> list;
-   for (const auto& [p, values] : all) {
-      if (values.first != values.second) {
-         list.emplace_back(p, values.first, values.second);
-      }
-   }
-   return list;
-}
 // In both directions, for tables that share what they can and for a copy, which shares nothing.
 template <class A, class B>
 void checkFound(const A& a, const B& b) {
@@ -269,12 +243,12 @@ void checkFound(const A& a, const B& b) {
    for (const auto& route : b) {
       copy.insert({route.prefix, route.value});
    }
-   ASSERT_EQ(foundByHand(a, b), foundIn<P>(difference(a, b)));
-   ASSERT_EQ(foundByHand(b, a), foundIn<P>(difference(b, a)));
-   ASSERT_EQ(foundByHand(a, b), foundIn<P>(difference(a, copy)));
-   ASSERT_EQ(foundByHand(b, a), foundIn<P>(difference(copy, a)));
-   ASSERT_EQ(foundByHand(a, b), foundIn<P>(difference(a, b, byHand)));
-   ASSERT_THAT(foundIn<P>(difference(b, copy)), IsEmpty());
+   ASSERT_EQ(differencesByHand(a, b), differencesIn<P>(difference(a, b)));
+   ASSERT_EQ(differencesByHand(b, a), differencesIn<P>(difference(b, a)));
+   ASSERT_EQ(differencesByHand(a, b), differencesIn<P>(difference(a, copy)));
+   ASSERT_EQ(differencesByHand(b, a), differencesIn<P>(difference(copy, a)));
+   ASSERT_EQ(differencesByHand(a, b), differencesIn<P>(difference(a, b, byHand)));
+   ASSERT_THAT(differencesIn<P>(difference(b, copy)), IsEmpty());
 }
 
 struct Shape {
@@ -330,7 +304,7 @@ TEST(Difference, ofEachShape) {
          }
          checkFound(before4, four);
          checkFound(before6, six);
-         EXPECT_EQ(shape.added.size() + (shape.before.empty() ? 0 : taken), foundByHand(before4, four).size());
+         EXPECT_EQ(shape.added.size() + (shape.before.empty() ? 0 : taken), differencesByHand(before4, four).size());
       }
    }
 }
@@ -392,10 +366,10 @@ TYPED_TEST(SparseDifference, isExactAndGoesOnWhereTheTablesChange) {
          changeOne(a, sparsePrefix<P>(random, bits), random);
       }
       const auto walkAndChange = [&](const auto& x, const auto& y, bool bothChange) {
-         const auto wanted = foundByHand(x, y);
-         Found<P> found;
+         const auto wanted = differencesByHand(x, y);
+         std::vector<TestSupport::Difference<P>> found;
          for (const auto& d : difference(x, y)) {
-            found.emplace_back(d.prefix, d.before ? d.before->value : 0, d.after ? d.after->value : 0);
+            found.push_back(TestSupport::differenceOf<P>(d));
             for (unsigned n = 0, count = static_cast<unsigned>(random() % 4); n < count; ++n) {
                const P p = random() % 3 == 0 ? d.prefix : sparsePrefix<P>(random, bits);
                if (p <= d.prefix) {
