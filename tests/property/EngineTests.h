@@ -110,7 +110,7 @@ TEST_P(SmallWorlds, everySetInEveryOrder) {
    std::size_t expectedStates = (31 + 465 * 2) + (31 + 465 * 2 * 2 * 2);
    if (largestSet(place) == 3) {
       sets += 4495;
-      expectedStates += 4495 * 6 + 4495 * 6 * removalsOf(3) * 3;
+      expectedStates += 4495 * 6 + 4495 * 6 * removalsOf(3, place) * 3;
    }
    EXPECT_EQ(expectedStates, states);
    // And the empty set.

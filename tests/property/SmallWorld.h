@@ -25,9 +25,11 @@ namespace Property {
 // pairs only.
 inline std::size_t largestSet(U32 offset) { return sized<std::size_t>(2, offset == 0 ? 3 : 2, 3); }
 
-// In how many orders a set of so many, once added in an order, is removed: in all, but for sets of three, where at less than full size
-// it is one for each order of adding, so that all six come up.
-inline std::size_t removalsOf(std::size_t size) { return size == 3 ? (isFull() ? 6 : 1) : size; }
+// In how many orders a set of so many, once added in an order, is removed: in all, but for sets of three, which is so at full size at the
+// first place alone. Elsewhere it is one for each order of adding, so that all six come up.
+inline std::size_t removalsOf(std::size_t size, U32 offset) {
+   return size == 3 ? (isFull() && offset == 0 ? 6 : 1) : size;
+}
 
 template <Engine E>
 class SmallWorld {
@@ -35,7 +37,8 @@ class SmallWorld {
    static constexpr U32 worldBits = 4;
 
    // A shape that was met before is asked again if `asksEachTime`.
-   SmallWorld(U32 offset, bool asksEachTime) : largest_(largestSet(offset)), asksEachTime_(asksEachTime) {
+   SmallWorld(U32 offset, bool asksEachTime)
+      : offset_(offset), largest_(largestSet(offset)), asksEachTime_(asksEachTime) {
       for (U32 length = 0; length <= worldBits; ++length) {
          for (U32 value = 0; value < (1U << length); ++value) {
             prefixes_.push_back(prefixAt(offset, length, value));
@@ -108,7 +111,7 @@ class SmallWorld {
          check(engine, maskOf(chosen));
       }
       Chosen order = chosen;
-      const bool inOneOrder = removalsOf(chosen.size()) == 1;
+      const bool inOneOrder = removalsOf(chosen.size(), offset_) == 1;
       if (inOneOrder) {
          std::rotate(order.begin(), order.begin() + 1, order.end());
       } else {
@@ -213,6 +216,7 @@ class SmallWorld {
 
    PrefixList prefixes_;
    PrefixList questions_;
+   const U32 offset_;
    const std::size_t largest_;
    const bool asksEachTime_;
    std::map<U32, Known> known_;  // by the set of routes, a bit each
