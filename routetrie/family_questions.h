@@ -7,7 +7,8 @@
 //
 // Iterators are places. Any change of a table is allowed while one lives: `++` goes to the first route after its place in the table as
 // it then is, so that a route that is there throughout is seen exactly once. What an iterator stands on may be asked for as long as
-// it is in the table. An iterator belongs to the object that gave it: it does not follow a move or a swap.
+// it is in the table. `--` goes to the last route before its place, and to end() if there is none. A reverse iterator has the place behind
+// the route that it shows. An iterator belongs to the object that gave it: it does not follow a move or a swap.
 //
 // Threads: any number may ask at once, as long as nobody changes what is asked.
 // Tested by tests/table/TableTest.cpp, tests/property/TableRandomTest.cpp.

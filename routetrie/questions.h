@@ -385,10 +385,16 @@ class both_questions<Four, Six>::iterator {
       return before;
    }
    iterator& operator--() noexcept {
-      if (auto* six = std::get_if<At6>(&at_); six != nullptr && *six == of_->v6_.begin()) {
+      // Only its way back tells whether anything of IPv6 lies before it: what it stands on may have gone.
+      if (auto* six = std::get_if<At6>(&at_); six != nullptr) {
+         if (--*six != std::default_sentinel) {
+            return *this;
+         }
          at_ = of_->v4_.end();
       }
-      std::visit([](auto& at) { --at; }, at_);
+      if (--std::get<At4>(at_) == std::default_sentinel) {
+         at_ = of_->v6_.end();
+      }
       return *this;
    }
    iterator operator--(int) noexcept {

@@ -85,6 +85,59 @@ TEST(BothFamilies, anIteratorCrossesFromOneToTheOther) {
    EXPECT_EQ(t.end(), ++at);
 }
 
+// A place in IPv6 before which nothing of that family is left lies behind all of IPv4, whatever it stood on.
+TEST(BothFamilies, theGroundGoesAtTheBorder) {
+   table<int> t{{"10.0.0.0/8"_prefix, 1}, {"2001:db8::/32"_prefix, 2}, {"2002::/16"_prefix, 3}};
+   auto at = t.find("2001:db8::/32"_prefix);
+   auto last = t.find("2002::/16"_prefix);
+   auto reverse = std::make_reverse_iterator(at);
+   t.erase("2001:db8::/32"_prefix);
+   EXPECT_EQ("10.0.0.0/8 1", fmt::format("{}", *std::ranges::prev(at)));
+   EXPECT_EQ("2002::/16 3", fmt::format("{}", *std::ranges::next(at)));
+   EXPECT_EQ("10.0.0.0/8 1", fmt::format("{}", *reverse));
+   EXPECT_EQ("10.0.0.0/8 1", fmt::format("{}", *std::ranges::prev(last)));
+   t.erase("2002::/16"_prefix);
+   EXPECT_EQ("10.0.0.0/8 1", fmt::format("{}", *std::ranges::prev(last))) << "IPv6 is empty";
+   EXPECT_EQ("10.0.0.0/8 1", fmt::format("{}", *std::ranges::prev(t.end())));
+   EXPECT_EQ(t.end(), std::ranges::next(last));
+   // In IPv4 the ground may go as well, and with it all of IPv4.
+   auto four = t.begin();
+   t.insert({"2003::/16"_prefix, 4});
+   t.erase("10.0.0.0/8"_prefix);
+   EXPECT_EQ("2003::/16 4", fmt::format("{}", *std::ranges::next(four)));
+   // Nothing lies before: that is the end, as in a table of one family.
+   EXPECT_EQ(t.end(), std::ranges::prev(four));
+   EXPECT_EQ(t.end(), std::ranges::prev(t.begin()));
+   EXPECT_EQ(t.end(), std::ranges::prev(at));
+   t.clear();
+   EXPECT_EQ(t.end(), std::ranges::prev(last));
+   EXPECT_EQ(t.end(), std::ranges::next(last));
+}
+
+// What a range stands on may go too, from either side.
+TEST(BothFamilies, theGroundGoesUnderABackwardRange) {
+   table<int> t{{"10.0.0.0/8"_prefix, 1},
+                {"10.1.0.0/16"_prefix, 2},
+                {"2001:db8::/32"_prefix, 3},
+                {"2001:db8:1::/48"_prefix, 4},
+                {"2001:db8:2::/48"_prefix, 5}};
+   const auto covered = t.covered("2001:db8::/32"_prefix);
+   const auto children = t.children("2001:db8::/32"_prefix);
+   auto first = covered.begin();
+   auto second = std::ranges::next(first);
+   auto child = std::ranges::next(children.begin());
+   t.erase("2001:db8::/32"_prefix);
+   t.erase("2001:db8:2::/48"_prefix);
+   EXPECT_EQ("2001:db8:1::/48 4", fmt::format("{}", *std::ranges::prev(child)));
+   t.erase("2001:db8:1::/48"_prefix);
+   EXPECT_EQ(std::default_sentinel, std::ranges::prev(second)) << "nothing before it lies under the prefix";
+   EXPECT_EQ(std::default_sentinel, std::ranges::prev(first));
+   EXPECT_EQ(std::default_sentinel, std::ranges::next(first));
+   EXPECT_EQ(std::default_sentinel, std::ranges::next(child));
+   t.insert({"2001:db8:3::/48"_prefix, 6});
+   EXPECT_EQ("2001:db8:3::/48 6", fmt::format("{}", *std::ranges::next(second)));
+}
+
 TEST(BothFamilies, changesOfEitherFamily) {
    table<std::string> t;
    EXPECT_TRUE(t.try_emplace("10.0.0.0/8"_prefix, "four").second);
