@@ -1,4 +1,5 @@
-// TableOracle: a family_table beside a std::map of the same routes, and every question asked of both.
+// TableOracle: a table beside a std::map of the same routes, and every question asked of both. For a table of both families there is
+// BothOracle.h.
 //
 // The oracle knows prefixes by their word and length alone: a route covers another if it is the other one cut. Values are
 // numbers that the table keeps as its own type; a set has 0 for each. Faults come back as text, so that a fuzz target can use
@@ -107,6 +108,12 @@ class TableOracle {
       }
       return list;
    }
+   Routes covering(const P& p) const { return covering(p.bits(), p.len()); }
+   Routes covering(const Address& a) const { return covering(a.bits(), width); }
+   Routes shorterCovering(const P& p) const { return p.len() == 0 ? Routes() : covering(p.bits(), p.len() - 1u); }
+   static std::pair<Address, Address> endsOf(const P& p) {
+      return {routetrie::first_address(p), routetrie::last_address(p)};
+   }
    // Those under the prefix, itself included. A prefix's routes follow it in the order without a gap.
    Routes covered(const P& p) const {
       Routes list;
@@ -128,7 +135,7 @@ class TableOracle {
       Routes list;
       for (const Route& route : covered) {
          if (route.prefix.len() > p.len()) {
-            const Routes above = covering(route.prefix.bits(), route.prefix.len() - 1u);
+            const Routes above = shorterCovering(route.prefix);
             if (above.empty() || above.back().prefix.len() <= p.len()) {
                list.push_back(route);
             }
@@ -204,7 +211,6 @@ class TableSession {
    using Oracle = TableOracle<P>;
    using Route = typename Oracle::Route;
    using Routes = typename Oracle::Routes;
-   static constexpr unsigned width = P::width;
 
    Table table;
    Oracle oracle;
@@ -276,6 +282,27 @@ class TableSession {
          erase_if(table, [&](const auto& route) { return testNumber(routeOf(route)) % divisor == rest; });
       changed("erase_if", erased == gone, P());
    }
+   // The same by a test that raises when it is asked about one route more than `most`.
+   void removeUntil(std::size_t most, std::uint32_t divisor, std::uint32_t rest) {
+      struct Stop {};
+      std::size_t asked = 0;
+      for (const Route& route : oracle.all()) {
+         if (asked++ < most && testNumber(route) % divisor == rest) {
+            oracle.remove(route.prefix);
+         }
+      }
+      const bool stops = asked > most;
+      asked = 0;
+      bool stopped = false;
+      try {
+         erase_if(table, [&](const auto& route) {
+            return asked++ == most ? throw Stop() : testNumber(routeOf(route)) % divisor == rest;
+         });
+      } catch (const Stop&) {
+         stopped = true;
+      }
+      changed("erase_if that stops", stopped == stops, P());
+   }
    void clear() {
       oracle.clear();
       table.clear();
@@ -314,10 +341,9 @@ class TableSession {
          same("-- from lower_bound", maybe(std::ranges::prev(table.lower_bound(p))), before);
          same("++ to lower_bound", maybe(std::ranges::next(table.find(before->prefix))), oracle.atOrAfter(p));
       }
-      const Routes above = oracle.covering(p.bits(), p.len());
+      const Routes above = oracle.covering(p);
       const bool hasLonger = oracle.countCovered(p, exact ? 2 : 1) > (exact ? 1u : 0u);
-      same("parent", maybe(table.parent(p)),
-           p.len() == 0 ? std::nullopt : last(oracle.covering(p.bits(), p.len() - 1u)));
+      same("parent", maybe(table.parent(p)), last(oracle.shorterCovering(p)));
       same("has_longer", flag(table.has_longer(p)), flag(hasLonger));
       same("overlaps", flag(table.overlaps(p)), flag(hasLonger || !above.empty()));
       askCovering(p, above);
@@ -329,8 +355,9 @@ class TableSession {
          same("children", listOf(table.children(p)), children);
          same("children back", listOf(TestSupport::backwards(table.children(p))), reversed(children));
       }
-      askAddress(routetrie::first_address(p), mostListed);
-      askAddress(routetrie::last_address(p), mostListed);
+      const auto [first, last] = oracle.endsOf(p);
+      askAddress(first, mostListed);
+      askAddress(last, mostListed);
       return fault_;
    }
 
@@ -353,14 +380,11 @@ class TableSession {
 
    template <class X>
    void askCovering(const X& x, const Routes& above) {
-      const auto [p, length] = [&] {
-         if constexpr (std::is_same_v<X, P>) {
-            return std::pair(x, unsigned{x.len()});
-         } else {
-            return std::pair(routetrie::host_prefix(x), width);
-         }
-      }();
-      asked_ = p;
+      if constexpr (std::is_same_v<X, P>) {
+         asked_ = x;
+      } else {
+         asked_ = routetrie::host_prefix(x);
+      }
       same("match", maybe(table.match(x)), last(above));
       same("shortest_match", maybe(table.shortest_match(x)),
            above.empty() ? std::nullopt : std::optional(above.front()));
@@ -384,10 +408,8 @@ class TableSession {
    }
 
    void askAddress(const A& a, std::size_t mostListed) {
-      const Routes above = oracle.covering(a.bits(), width);
+      const Routes above = oracle.covering(a);
       askCovering(a, above);
-      const P host = routetrie::host_prefix(a);
-      asked_ = host;
       if constexpr (Table::has_values) {
          const T* const value = table.lookup(a);
          same("lookup", value == nullptr ? std::nullopt : std::optional(Route{P(), NumberIn<T>::numberOf(*value)}),
@@ -398,10 +420,11 @@ class TableSession {
          same("lookup_bulk", flag(values[0] == value && values[1] == value), flag(true));
       }
       if (oracle.size() <= mostListed) {
-         const auto range = table.same_answer(a);
+         const std::optional<routetrie::address_range<A>> range = table.same_answer(a);
          const auto expected = oracle.sameAnswer(a);
          same("same_answer",
-              Routes{{routetrie::host_prefix(range.first), 0}, {routetrie::host_prefix(range.last), 0}},
+              !range ? Routes()
+                     : Routes{{routetrie::host_prefix(range->first), 0}, {routetrie::host_prefix(range->last), 0}},
               Routes{{routetrie::host_prefix(expected.first), 0}, {routetrie::host_prefix(expected.second), 0}});
       }
    }
