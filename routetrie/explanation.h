@@ -75,7 +75,7 @@ struct table_memory {
    std::size_t nodes = 0;   // with the values that lie in them
    std::size_t values = 0;  // in slots of their own
    std::size_t index = 0;   // direct tables of the first bits
-   std::size_t free = 0;    // handed out, and empty for now
+   std::size_t free = 0;    // handed out, and empty for now: of nodes and of slots
    std::size_t old = 0;     // replaced, and kept for snapshots or until readers have gone
    std::size_t total() const noexcept { return nodes + values + index + free + old; }
    table_memory& operator+=(const table_memory& other) noexcept {

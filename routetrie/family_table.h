@@ -346,10 +346,12 @@ class basic_table : public basic_questions<width, T> {
       statistics.memory = memory();
       return statistics;
    }
-   // Bytes, by what they are for; the sum is what the allocator handed out.
+   // Bytes, by what they are for; the sum is what the allocator handed out. Room for values that lie outside the nodes stays with the
+   // table, free, when routes go; clear() gives it back.
    table_memory memory() const noexcept {
       table_memory held = tree_.memory();
-      held.values += values_.bytes();
+      held.values += values_.bytes() - values_.freeBytes();
+      held.free += values_.freeBytes();
       if (const auto& store = tree_.storeIfAny(); store != nullptr) {
          held.values -= store->deadBytes(Impl::Store::ofSlots);
       }

@@ -93,6 +93,7 @@ class Slots {
       }
       std::construct_at(&slot.next, free_);
       free_ = number;
+      --filled_;
    }
 
    // Makes room for the same numbers as in `other`, all of them free and in no list: for copies, which go to the numbers that
@@ -112,6 +113,7 @@ class Slots {
          std::construct_at(&slot.next, next);
          throw;
       }
+      ++filled_;
       if constexpr (mayLive) {
          live_[number / 64] |= std::uint64_t{1} << number % 64;
       }
@@ -138,6 +140,7 @@ class Slots {
    }
    Number everFilled() const noexcept { return fresh_; }  // numbers from here on never were
 
+   // All; and of these, the places that hold no value.
    std::size_t bytes() const noexcept {
       std::size_t sum = live_.capacity() * sizeof live_[0] + epochs_.capacity() * sizeof epochs_[0] +
                         older_.capacity() * sizeof older_[0] + room_ * sizeof(Place*);
@@ -149,6 +152,7 @@ class Slots {
       }
       return sum;
    }
+   std::size_t freeBytes() const noexcept { return (room() - filled_) * sizeof(Place); }
 
   private:
    // Whether what is left has to be destroyed at the end, and so to be known.
@@ -208,10 +212,13 @@ class Slots {
       }
       epochs_[chunk][in] = epoch_;
    }
+   // Slots in all chunks.
+   std::size_t room() const noexcept {
+      return chunks_ <= doublings ? firstSlots * ((std::size_t{1} << chunks_) - 1)
+                                  : inDoubling + (chunks_ - doublings) * lastSlots;
+   }
    Number fresh() {
-      const std::size_t room = chunks_ <= doublings ? firstSlots * ((std::size_t{1} << chunks_) - 1)
-                                                    : inDoubling + (chunks_ - doublings) * lastSlots;
-      if (fresh_ == room) {
+      if (fresh_ == room()) {
          addChunk();
       }
       return fresh_;
@@ -224,7 +231,8 @@ class Slots {
    std::vector<std::unique_ptr<std::uint64_t[]>> epochs_;  // by chunk; null, or none: of before the first snapshot
    std::uint64_t epoch_ = 0;
    Number free_ = none;
-   Number fresh_ = 0;  // the numbers below it have been given out at least once
+   Number filled_ = 0;  // slots that hold a value
+   Number fresh_ = 0;   // the numbers below it have been given out at least once
 };
 
 }  // namespace routetrie::Impl

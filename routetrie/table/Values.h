@@ -154,6 +154,7 @@ class Values {
       return directory_ != nullptr && other.directory_ != nullptr && directory_[0] == other.directory_[0];
    }
    std::size_t bytes() const noexcept { return slots_ != nullptr ? sizeof *slots_ + slots_->bytes() : 0; }
+   std::size_t freeBytes() const noexcept { return slots_ != nullptr ? slots_->freeBytes() : 0; }
    void swap(Values& other) noexcept {
       std::swap(directory_, other.directory_);
       slots_.swap(other.slots_);
@@ -222,6 +223,7 @@ class Values<T> {
    void forget() noexcept {}
    bool sharesWith(const Values&) const noexcept { return true; }
    std::size_t bytes() const noexcept { return 0; }
+   std::size_t freeBytes() const noexcept { return 0; }
    void swap(Values&) noexcept {}
 };
 
@@ -240,6 +242,7 @@ class Values<void> {
    void forget() noexcept {}
    bool sharesWith(const Values&) const noexcept { return true; }
    std::size_t bytes() const noexcept { return 0; }
+   std::size_t freeBytes() const noexcept { return 0; }
    void swap(Values&) noexcept {}
 };
 

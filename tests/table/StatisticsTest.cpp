@@ -96,6 +96,39 @@ TEST(Statistics, whatSnapshotsKeepIsOld) {
                                              memory.total(), memory.nodes, memory.free, memory.old)));
 }
 
+// Places for values that no value has are free, the ones never filled and the ones given back; clear() gives them back to the heap.
+TEST(Statistics, placesWithoutAValueAreFree) {
+   table4<std::string> t;
+   const auto p = [](unsigned i) { return host_prefix(address4(i << 8)); };
+   t.try_emplace(p(0), "one");
+   const std::size_t aPlace = t.memory().values;
+   EXPECT_GE(t.memory().free, 7 * sizeof(std::string)) << "the first eight places come at once";
+   for (unsigned i = 0; i < 10'000; ++i) {
+      t.try_emplace(p(i), "a value");
+   }
+   const table_memory full = t.memory();
+   EXPECT_GE(full.values, 10'000 * sizeof(std::string));
+   EXPECT_LE(full.values, 10'000 * sizeof(std::string) + 8192);
+   for (unsigned i = 1; i < 10'000; ++i) {
+      t.erase(p(i));
+   }
+   EXPECT_LE(t.memory().values, aPlace + 8192) << "the directory and a bit for each place";
+   EXPECT_GE(t.memory().free, 9'999 * sizeof(std::string));
+   const table4<std::string> copy(t);
+   EXPECT_EQ(t.memory().values, copy.memory().values);
+   {
+      // What a snapshot keeps is old, and neither free nor a value of the table.
+      const auto snapshot = t.snapshot();
+      t.insert_or_assign(p(0), "another");
+      EXPECT_GE(t.memory().old, sizeof(std::string));
+      const table4<std::string> beside(t);
+      EXPECT_LE(beside.memory().values, copy.memory().values);
+   }
+   t.clear();
+   EXPECT_LE(t.memory().total(), 600u);
+   EXPECT_EQ(0u, t.memory().values);
+}
+
 TEST(Statistics, ofBothFamilies) {
    table<std::string> t;
    t.insert({"10.0.0.0/8"_prefix, "four"});
