@@ -254,7 +254,8 @@ class basic_questions {
    }
    // The addresses around this one, in one piece, that have the same longest match or, as it, none.
    address_range<address_type> same_answer(const address_type& a) const noexcept;
-   // Why that route: all that cover it, which of them was taken and why the others were not, and what a lookup reads.
+   // Why that route: all that cover it, which of them was taken and why the others were not, and what a lookup reads. It allocates what
+   // it answers with, and so may raise std::bad_alloc, unlike other questions.
    explanation<prefix_type, T> explain(const address_type& a) const { return explainIf(a, taken()); }
    explanation<prefix_type, T> explain(const prefix_type& p) const { return explainIf(p, taken()); }
    // As match_if() with that test.
@@ -642,6 +643,7 @@ explanation<typename basic_questions<width, T>::prefix_type, T> basic_questions<
    explanation<prefix_type, T> result;
    const auto [bits, length] = boundsOf(x);
    if (length > width) {
+      result.asked = prefix_type::nullPrefix();
       return result;
    }
    result.asked = prefixAt(bits, length);

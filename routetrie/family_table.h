@@ -176,24 +176,36 @@ class basic_table : public basic_questions<width, T> {
    }
    // Finds the value, or makes one as T(), and lets `change` have it as T&; true if it was made. What `change` raises leaves
    // everything as it was, but for a value that was there, cannot be copied, and that `change` left halfway. `change` must not
-   // change the table.
+   // change the table. The value need neither move nor copy.
    template <class Change>
    requires(has_values&& std::invocable<Change, Impl::ObjectOr<T>&>&& std::is_default_constructible_v<T>) bool update(
       const prefix_type& p, Change&& change) {
       Touch touch = touchOf(p);
       const auto at = place(
-         p,
-         [&](void* bytes) {
-            T value{};
-            change(value);
-            values_.make(bytes, std::move(value));
-         },
-         true);
+         p, [&](void* bytes) { values_.makeBy(bytes, std::forward<Change>(change)); }, true);
       if (!at.created) {
          changeAt(at.value, std::forward<Change>(change));
       }
       touch.keep();
       return at.created;
+   }
+
+   // The same of a value that is there; false if none is. So it is for values that T() does not make as well.
+   template <class Change>
+   requires(has_values&& std::invocable<Change, Impl::ObjectOr<T>&>) bool modify(const prefix_type& p,
+                                                                                 Change&& change) {
+      if (!is_prefix(p)) {
+         Impl::throwNoPrefix();
+      }
+      if (tree_.find(p.bits(), p.len()) == nullptr) {
+         return false;
+      }
+      Touch touch = touchOf(p);
+      const auto at = place(
+         p, [](void*) {}, true);
+      changeAt(at.value, std::forward<Change>(change));
+      touch.keep();
+      return true;
    }
 
    // How many routes went: 0 or 1.

@@ -128,6 +128,10 @@ class table : public both_questions<table4<T>, table6<T>> {
       const prefix& p, Change&& how) {
       return change(p, [&](auto& t, const auto& of) { return t.update(of, std::forward<Change>(how)); });
    }
+   template <class Change>
+   requires(has_values&& std::invocable<Change, Impl::ObjectOr<T>&>) bool modify(const prefix& p, Change&& how) {
+      return change(p, [&](auto& t, const auto& of) { return t.modify(of, std::forward<Change>(how)); });
+   }
    size_type erase(const prefix& p) {
       return change(p, [](auto& t, const auto& of) { return t.erase(of); });
    }

@@ -47,6 +47,18 @@ class Values {
    void make(void* inNode, Args&&... args) {
       put(inNode, makeSlot(std::forward<Args>(args)...));
    }
+   // Makes a value as T() and lets `change` have it where it lies; what that raises takes it away again.
+   template <class Change>
+   void makeBy(void* inNode, Change&& change) {
+      const Number made = makeSlot();
+      try {
+         std::forward<Change>(change)((*slots_)[made]);
+      } catch (...) {
+         slots_->destroy(made);
+         throw;
+      }
+      put(inNode, made);
+   }
    // Makes a value from one of `source` that is about to go; a copy, if versions hold it.
    void makeFrom(void* inNode, Values& source, const void* place, bool isVersioned) {
       if (!isVersioned) {
@@ -202,6 +214,12 @@ class Values<T> {
    template <class... Args>
    void make(void* inNode, Args&&... args) {
       std::construct_at(static_cast<T*>(inNode), std::forward<Args>(args)...);
+   }
+   template <class Change>
+   void makeBy(void* inNode, Change&& change) {
+      T value{};
+      std::forward<Change>(change)(value);
+      make(inNode, value);
    }
    void makeFrom(void* inNode, const Values& source, const void* place, bool) { make(inNode, source.at(place)); }
    template <class U>

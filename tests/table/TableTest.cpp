@@ -1,4 +1,5 @@
 #include "routetrie/family_table.h"
+#include "routetrie/table.h"
 #include "tests/support/Backwards.h"
 
 #include <fmt/format.h>
@@ -269,6 +270,20 @@ TEST(Table, explainsItsAnswer) {
    EXPECT_EQ("10.1.0.0/16", fmt::format("{}", table.explain("10.1.0.0/16"_prefix).asked));
 }
 
+// It tells what it was asked about, a prefix that is none too.
+TEST(Table, explainsThatNothingCoversTheNullPrefix) {
+   const table4<int> t{{"0.0.0.0/0"_prefix, 1}};
+   EXPECT_EQ(prefix4::nullPrefix(), t.explain(prefix4::nullPrefix()).asked);
+   EXPECT_TRUE(t.explain(prefix4::nullPrefix()).candidates.empty());
+   EXPECT_EQ(prefix6::nullPrefix(), table6<int>().explain(prefix6::nullPrefix()).asked);
+   const table<int> both{{"0.0.0.0/0"_prefix, 1}, {"::/0"_prefix, 2}};
+   for (const prefix& p : {prefix(), prefix(prefix4::nullPrefix()), prefix(prefix6::nullPrefix())}) {
+      EXPECT_EQ(p, both.explain(p).asked);
+      EXPECT_TRUE(both.explain(p).candidates.empty() && both.explain(p).reads.empty());
+   }
+   EXPECT_EQ(prefix(), both.explain(address()).asked);
+}
+
 TEST(Table, routesPrintCompareAndHash) {
    const table4<int> table{{"10.0.0.0/8"_prefix, 1}};
    const route4<int> route = *table.begin();
@@ -368,6 +383,85 @@ TEST(Table, updateFindsOrCreates) {
                              }),
                 std::runtime_error);
    EXPECT_EQ(table, (table4<int>{{"10.0.0.0/8"_prefix, 10}}));
+}
+
+// Stays where it was made.
+struct Pinned {
+   int number = 0;
+   Pinned() = default;
+   Pinned(const Pinned&) = delete;
+   Pinned& operator=(const Pinned&) = delete;
+   ~Pinned() { --alive; }
+   static int alive;
+
+  private:
+   [[maybe_unused]] const int counted_ = ++alive;
+};
+int Pinned::alive = 0;
+
+TEST(Table, updateTakesAValueThatNeitherMovesNorCopies) {
+   {
+      table4<Pinned> t;
+      EXPECT_TRUE(t.update("10.0.0.0/8"_prefix, [](Pinned& v) { v.number = 1; }));
+      const Pinned* const place = &t.find("10.0.0.0/8"_prefix)->value;
+      EXPECT_FALSE(t.update("10.0.0.0/8"_prefix, [](Pinned& v) { ++v.number; }));
+      EXPECT_EQ(2, place->number);
+      EXPECT_THROW(t.update("11.0.0.0/8"_prefix, [](Pinned&) { throw std::runtime_error("no"); }),
+                   std::runtime_error);
+      EXPECT_EQ(1u, t.size()) << "nothing was made";
+      EXPECT_EQ(1, Pinned::alive);
+      EXPECT_EQ("", t.audit());
+      table<Pinned> both;
+      EXPECT_TRUE(both.update("2001:db8::/32"_prefix, [](Pinned& v) { v.number = 6; }));
+      EXPECT_EQ(6, both.lookup("2001:db8::1"_address)->number);
+      // One that a snapshot holds cannot be changed, but others can be made beside it.
+      const auto snapshot = t.snapshot();
+      EXPECT_THROW(t.update("10.0.0.0/8"_prefix, [](Pinned& v) { ++v.number; }), std::logic_error);
+      EXPECT_TRUE(t.update("11.0.0.0/8"_prefix, [](Pinned& v) { v.number = 3; }));
+      EXPECT_EQ(1u, snapshot.size());
+   }
+   EXPECT_EQ(0, Pinned::alive);
+}
+
+// A value that nothing makes by itself.
+struct Metric {
+   explicit Metric(int number) : number(number) {}
+   int number;
+   std::string name = "a name that owns the memory of its text";
+};
+
+TEST(Table, modifyChangesWhatIsThere) {
+   table4<Metric> t;
+   EXPECT_FALSE(t.modify("10.0.0.0/8"_prefix, [](Metric&) { ADD_FAILURE(); }));
+   EXPECT_TRUE(t.empty());
+   t.try_emplace("10.0.0.0/8"_prefix, 1);
+   EXPECT_TRUE(t.modify("10.0.0.0/8"_prefix, [](Metric& m) { m.number = 2; }));
+   EXPECT_THROW(t.modify("10.0.0.0/8"_prefix,
+                         [](Metric& m) {
+                            m.number = 3;
+                            throw std::runtime_error("no");
+                         }),
+                std::runtime_error);
+   EXPECT_EQ(2, t.find("10.0.0.0/8"_prefix)->value.number);
+   EXPECT_FALSE(t.modify("10.0.0.0/9"_prefix, [](Metric&) { ADD_FAILURE(); }));
+   EXPECT_THROW(t.modify(prefix4::nullPrefix(), [](Metric&) {}), std::invalid_argument);
+   const auto snapshot = t.snapshot();
+   EXPECT_TRUE(t.modify("10.0.0.0/8"_prefix, [](Metric& m) { m.number = 4; }));
+   EXPECT_EQ(2, snapshot.find("10.0.0.0/8"_prefix)->value.number);
+   EXPECT_EQ("", t.audit());
+   // It touches, as update() does.
+   t.try_emplace("11.0.0.0/8"_prefix, 5);
+   t.mark();
+   EXPECT_TRUE(t.modify("10.0.0.0/8"_prefix, [](Metric& m) { m.number = 6; }));
+   EXPECT_FALSE(t.modify("12.0.0.0/8"_prefix, [](Metric&) {}));
+   while (!t.sweep(10).done) {
+   }
+   EXPECT_EQ(1u, t.size());
+   EXPECT_EQ(6, t.lookup("10.0.0.1"_address)->number);
+   table<int> both{{"2001:db8::/32"_prefix, 1}};
+   EXPECT_TRUE(both.modify("2001:db8::/32"_prefix, [](int& v) { ++v; }));
+   EXPECT_FALSE(both.modify("32.1.0.0/16"_prefix, [](int& v) { ++v; }));
+   EXPECT_EQ(2, *both.lookup("2001:db8::1"_address));
 }
 
 TEST(Table, erases) {
