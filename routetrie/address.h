@@ -111,7 +111,7 @@ inline in6_addr to_in6_addr(const address6& from) noexcept {
    from.bits().store(to.s6_addr);
    return to;
 }
-// From eight, or two, words in host order, the most significant first.
+// From two words of 64 bits in host order, the more significant first.
 inline address6 to_address6(std::uint64_t high, std::uint64_t low) noexcept {
    return address6(Corenet::AddressBits<128>(Corenet::U128{high} << 64 | low));
 }

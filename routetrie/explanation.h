@@ -9,7 +9,7 @@
 //      bit 16, 32 bytes: leaf
 //
 // It refers to the table's values as an answer does.
-// Tested by tests/table/ExplanationTest.cpp.
+// Tested by tests/table/TableTest.cpp.
 #pragma once
 
 #include <fmt/format.h>

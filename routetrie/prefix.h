@@ -9,8 +9,9 @@
 // and p.af() take one apart. An address is no prefix that lacks its length: whoever means the /32 or /128 says
 // host_prefix(a).
 //
-// A default-constructed prefix is empty, and of length 255 is the null prefix: is_prefix() tells that neither is a prefix.
-// No function of this header makes one.
+// A default-constructed prefix4 or prefix6 is the default route, 0.0.0.0/0 or ::/0; a default-constructed prefix is empty, it has no
+// family. One of length 255 is the null prefix. is_prefix() tells that neither the empty nor the null one is a prefix. No function of this
+// header makes one, but for host_prefix() of an address without a family, which is empty.
 // Tested by tests/table/PrefixTest.cpp.
 #pragma once
 

@@ -2,7 +2,7 @@
 // (routetrie/snapshot.h), and the versions of a shared table (routetrie/shared_table.h). It is asked with addresses and prefixes of
 // either family; those of one family convert. What has no family, an empty address or prefix, is as the null prefix is: a question
 // finds none. What answers refer to and how long that holds is told in routetrie/family_questions.h.
-// Tested by tests/table/TableTest.cpp, tests/property/TableRandomTest.cpp.
+// Tested by tests/table/BothFamiliesTest.cpp, tests/property/TableRandomTest.cpp.
 #pragma once
 
 #include <algorithm>

@@ -5,7 +5,7 @@
 //    for (routetrie::prefix p : s.covering("10.1.2.3"_address)) ...
 //
 // All that a table is asked, but for lookup(), which is about values: contains(), match().
-// Tested by tests/table/TableTest.cpp.
+// Tested by tests/table/BothFamiliesTest.cpp, tests/property/TableRandomTest.cpp.
 #pragma once
 
 #include "routetrie/table.h"

@@ -18,9 +18,17 @@
 //    +-----------------+-----------------+--------------+-------------------------+---------------------------+
 //
 // A lookup goes by an index of the first 18 bits (IPv4) or 24 (IPv6) to the node where they lead, from there down by the children's
-// bits, and the longest route is the top bit of one AND. Ways without a choice are compressed. routetrie/table/Tree.h has the rest:
-// the order of the bits, compressed nodes, the index, what versions share, and the invariants, which audit() checks.
-// Tested by tests/table/TableTest.cpp, tests/property/TableRandomTest.cpp.
+// bits, and the longest route is the top bit of one AND. Ways without a choice are compressed to a leaf, which is a route alone, or a
+// skip. routetrie/table/Tree.h has the rest: the order of the bits, compressed nodes, the index, what versions share.
+//
+// Invariants, which audit() checks for each family:
+//   1. A node but the root has a route or a child, and one that only leads on is compressed where that spares a node.
+//   2. A leaf and a skip begin with the bits that lead to them, and have zeros behind their length.
+//   3. A skip leads to a node with a choice: two children or a route.
+//   4. A node's block has the size that its routes and children ask for; no two overlap, and one number leads to each.
+//   5. The index leads where a descent from the root does, or says nothing.
+//   6. size() is the number of routes, and a mark has noted none that is not there.
+// Tested by tests/table/BothFamiliesTest.cpp, tests/property/TableRandomTest.cpp.
 #pragma once
 
 #include <concepts>

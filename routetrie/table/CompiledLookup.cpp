@@ -205,6 +205,7 @@ struct Compiled<width>::Bulk {
          _mm512_mask_cmpneq_epi32_mask(valid, words, _mm512_set1_epi32(static_cast<I32>(shape.none)));
       const __mmask16 fine =
          _mm512_mask_cmpeq_epi32_mask(valid, words, _mm512_set1_epi32(static_cast<I32>(shape.aside)));
+      // Eight pointers are made in one register, by arithmetic on their addresses, which intrinsics take as integers alone.
       const __m512i base = _mm512_set1_epi64(static_cast<long long>(reinterpret_cast<std::uintptr_t>(shape.answers)));
       const __m512i low = _mm512_slli_epi64(_mm512_cvtepu32_epi64(_mm512_castsi512_si256(at)), 2);
       const __m512i high = _mm512_slli_epi64(_mm512_cvtepu32_epi64(_mm512_extracti64x4_epi64(at, 1)), 2);
