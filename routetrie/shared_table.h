@@ -179,10 +179,12 @@ class basic_shared_table {
    void merge(Source&& source, Rule&&... rule) {
       batch([&](writer& w) { w.merge(std::forward<Source>(source), rule...); });
    }
+   // A mark stays, as in a table; std::bad_alloc has changed nothing.
    void clear() {
       batch([](writer& w) { w.clear(); });
    }
-   // Has these routes from now on, and none of those that it had.
+   // Has these routes from now on, and none of those that it had. A mark goes with the routes: that of those it had is gone, and it is
+   // marked if `routes` is.
    void replace(Table routes) {
       batch([&](writer& w) { w.replace(std::move(routes)); });
    }
@@ -218,13 +220,16 @@ class basic_shared_table {
       held.nodes += sizeof(Record);
       held.free += spareRecords_ * sizeof(Record);
       held.old += oldRecords_ * sizeof(Record);
+      replacedTables([&](const Table& t) { held.old += t.memory().total(); });
       return held;
    }
    // As a table's, of the newest version; `old` in their memory is what of nodes, values and indexes waits for readers or is kept for
-   // snapshots.
+   // snapshots, and whole tables that wait for readers.
    auto statistics() const {
       const std::lock_guard guard(writing_);
-      return table_.statistics();
+      auto told = table_.statistics();
+      replacedTables([&](const Table& t) { Impl::Publishing::addWaiting(told, t); });
+      return told;
    }
    // Frees what readers and snapshots have let go, and goes on to find out about the rest. For a writer that has nothing else to do: while
    // there are changes, they do so.
@@ -355,19 +360,26 @@ class basic_shared_table {
    std::size_t pending() const noexcept {
       std::size_t bytes = oldRecords_ * sizeof(Record);
       stores([&](const Impl::Store& store) { bytes += store.waitingBytes(); });
-      const auto add = [&](const Records& records) {
-         for (const Record* record = records.first; record != nullptr; record = record->next) {
-            bytes += record->replaced ? record->replaced->memory().total() : 0;
-         }
-      };
-      add(open_);
-      add(closed_);
-      add(ready_);
+      replacedTables([&](const Table& t) { bytes += t.memory().total(); });
       return bytes;
    }
-   // Another table takes the place of the one that is changed.
-   void become(Table&& next) {
+   // Calls visit(table) for each whole table that waits for readers.
+   template <class Visit>
+   void replacedTables(Visit&& visit) const {
+      for (const Records* records : {&open_, &closed_, &ready_}) {
+         for (const Record* record = records->first; record != nullptr; record = record->next) {
+            if (record->replaced) {
+               visit(*record->replaced);
+            }
+         }
+      }
+   }
+   // Another table takes the place of the one that is changed; with the mark of that one, or with its own.
+   void become(Table&& next, bool keepsMark) {
       Impl::Publishing::start(next);
+      if (keepsMark) {
+         Impl::Publishing::moveMark(table_, next);
+      }
       // What was never published goes at once.
       if (!replaced_) {
          replaced_.emplace(std::move(table_));
@@ -431,8 +443,8 @@ class basic_shared_table<Table>::writer {
    template <class Source, class... Rule>
    requires std::same_as<std::remove_cvref_t<Source>, Table>
    void merge(Source&& source, Rule&&... rule) { of_.table_.merge(std::forward<Source>(source), rule...); }
-   void clear() { of_.become(Table()); }
-   void replace(Table routes) { of_.become(std::move(routes)); }
+   void clear() { of_.become(Table(), true); }
+   void replace(Table routes) { of_.become(std::move(routes), false); }
    void mark() { of_.table_.mark(); }
    bool is_marked() const noexcept { return of_.table_.is_marked(); }
    void unmark() noexcept { of_.table_.unmark(); }

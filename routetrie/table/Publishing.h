@@ -68,6 +68,31 @@ struct Publishing {
       start(t.v6_);
    }
 
+   // A mark, without what it knows of the routes that go, is for another table.
+   template <unsigned width, class T>
+   static void moveMark(basic_table<width, T>& from, basic_table<width, T>& to) noexcept {
+      to.refresh_ = std::move(from.refresh_);
+      if (to.refresh_ != nullptr) {
+         to.refresh_->forgetAll();
+      }
+   }
+   template <class T>
+   static void moveMark(table<T>& from, table<T>& to) noexcept {
+      moveMark(from.v4_, to.v4_);
+      moveMark(from.v6_, to.v6_);
+   }
+
+   // Counts a whole table among what waits for readers.
+   template <unsigned width, class T>
+   static void addWaiting(table_statistics& to, const basic_table<width, T>& t) noexcept {
+      to.memory.old += t.memory().total();
+   }
+   template <class T>
+   static void addWaiting(both_statistics& to, const table<T>& t) noexcept {
+      addWaiting(to.v4, t.v4());
+      addWaiting(to.v6, t.v6());
+   }
+
    // Where another erase_if() hides it.
    template <class Table, class Test, class... Slice>
    static auto eraseIf(Table& t, Test test, const Slice&... slice) {

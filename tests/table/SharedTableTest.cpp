@@ -160,6 +160,46 @@ TEST(SharedTable, changesInSlices) {
    EXPECT_EQ("", t.audit());
 }
 
+// As of a table: whoever clears has still to hear what is told again, and whoever replaces has other routes.
+TEST(SharedTable, aMarkOutlivesClearAndGoesWithTheRoutes) {
+   shared_table<int> t;
+   t.insert({{"10.0.0.0/8"_prefix, 1}, {"11.0.0.0/8"_prefix, 1}, {"2001:db8::/32"_prefix, 1}});
+   t.mark();
+   t.insert({"10.0.0.0/8"_prefix, 1});
+   t.clear();
+   EXPECT_TRUE(t.is_marked());
+   t.insert({"12.0.0.0/8"_prefix, 2});
+   EXPECT_EQ("", t.audit());
+   EXPECT_FALSE(t.sweep(10).done) << "IPv6 is still to be looked at";
+   EXPECT_EQ((sweep_slice{0, true}), t.sweep(10));
+   EXPECT_EQ("12.0.0.0/8 2; ", textOf(t.reader().lock()));
+   EXPECT_FALSE(t.is_marked());
+   // What the sweep has passed it has judged, of a table that is cleared as well.
+   t.mark();
+   while (t.sweep(1).erased == 0) {
+   }
+   const bool isMarked = t.is_marked();
+   t.batch([](auto& w) {
+      w.clear();
+      w.insert({"12.0.0.0/8"_prefix, 3});
+   });
+   EXPECT_EQ(isMarked, t.is_marked());
+   while (t.is_marked()) {
+      EXPECT_EQ(0u, t.sweep(1).erased);
+   }
+   EXPECT_EQ(1u, t.reader().size());
+   t.mark();
+   t.replace(table<int>{{"13.0.0.0/8"_prefix, 1}});
+   EXPECT_FALSE(t.is_marked()) << "it was of the routes that went";
+   EXPECT_THROW(t.sweep(1), std::logic_error);
+   table<int> marked{{"14.0.0.0/8"_prefix, 1}};
+   marked.mark();
+   t.replace(std::move(marked));
+   EXPECT_TRUE(t.is_marked());
+   EXPECT_EQ(1u, t.sweep(10).erased);
+   EXPECT_EQ("", t.audit());
+}
+
 TEST(SharedTable, tellsItsStatistics) {
    shared_table4<int> t;
    t.insert({{"10.0.0.0/8"_prefix, 1}, {"10.1.0.0/16"_prefix, 1}});
@@ -278,6 +318,34 @@ TEST(SharedTable, valuesLiveUntilTheirReadersHaveGone) {
    EXPECT_GT(t.pending_bytes(), 0u);
    EXPECT_EQ(0u, pendingInTheEnd(t));
    EXPECT_EQ(1, value.use_count());
+}
+
+// A whole table that readers may have is among what the table takes, until they have left.
+TEST(SharedTable, aReplacedTableIsOldMemory) {
+   shared_table<int> t;
+   for (unsigned i = 0; i < 2000; ++i) {
+      t.insert({prefix(prefix4::cut(prefix4::Bits(i * 4096 * 977), 20)), 1});
+   }
+   const std::size_t pendingBefore = pendingInTheEnd(t);
+   const std::size_t whole = t.memory().total();
+   const auto reader = t.reader();
+   {
+      const auto routes = reader.lock();
+      t.clear();
+      EXPECT_EQ(t.memory().old, t.pending_bytes());
+      EXPECT_GT(t.memory().old, whole / 2);
+      EXPECT_LE(t.statistics().v4.memory.old, t.memory().old);
+      EXPECT_GT(t.statistics().v4.memory.old, whole / 2);
+      EXPECT_LT(t.statistics().v6.memory.old, whole / 2);
+      t.replace(table<int>{{"10.0.0.0/8"_prefix, 1}});
+      EXPECT_EQ(t.memory().old, t.pending_bytes());
+      EXPECT_EQ(2000u, routes->size());
+   }
+   EXPECT_EQ(0u, pendingBefore);
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   EXPECT_EQ(0u, t.memory().old);
+   EXPECT_EQ(0u, t.statistics().v4.memory.old);
+   EXPECT_LT(t.memory().total(), whole);
 }
 
 // A writer that never rests frees as it goes.
