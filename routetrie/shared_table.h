@@ -34,7 +34,10 @@
 // What the parent's other threads were reading is forgotten, but not their handles: of a table that they had readers of the child is not
 // the end, so it leaves by _exit().
 //
-// What a change raises has changed nothing. A batch that raises publishes what it had changed.
+// What raises. A change of one route that raises has changed nothing, nor have clear(), replace(), mark() and snapshot(). One of several
+// routes that raises publishes what it had done by then, as one version: insert() of a range, erase_covered(), both erase_if(), both
+// merge(), and sweep(), which leaves what they leave in a table; and so does a batch, whatever raises in it. clear() takes memory for the
+// table that comes in place of the other, so it may raise std::bad_alloc, as it may not of a plain table.
 //
 // Needs the library routetrie-shared (CMake's routetrie::shared, pkg-config's routetrie-shared), and that one liburcu.
 // Tested by tests/table/SharedTableTest.cpp, tests/property/SharedTableThreadsTest.cpp.
@@ -179,7 +182,7 @@ class basic_shared_table {
    void merge(Source&& source, Rule&&... rule) {
       batch([&](writer& w) { w.merge(std::forward<Source>(source), rule...); });
    }
-   // A mark stays, as in a table; std::bad_alloc has changed nothing.
+   // A mark stays, as in a table.
    void clear() {
       batch([](writer& w) { w.clear(); });
    }
