@@ -276,5 +276,9 @@ template <class Four, class Six>
 compiled_table<typename Four::mapped_type> compile(const both_questions<Four, Six>& routes) {
    return {compile(routes.v4()), compile(routes.v6())};
 }
+// Of a tracked table.
+template <class Tracked>
+requires requires(const Tracked& tracked) { compile(tracked.table()); }
+auto compile(const Tracked& tracked) { return compile(tracked.table()); }
 
 }  // namespace routetrie

@@ -200,7 +200,7 @@ class digest_tracker {
    }
    bool isIdle() const noexcept { return false; }
    bool concerns(const P&) const noexcept { return true; }
-   void prepare(const Table&, const P&, const std::optional<Route>& old, bool) {
+   void prepare(const Table&, const P&, const std::optional<Route>& old, bool, bool) {
       if (old) {
          gone_ += route_digest(key_, *old);
       }

@@ -132,7 +132,7 @@ class journal_tracker {
    }
    bool isIdle() const noexcept { return false; }
    bool concerns(const P&) const noexcept { return true; }
-   void prepare(const Table&, const P&, const std::optional<Route>&, bool) {
+   void prepare(const Table&, const P&, const std::optional<Route>&, bool, bool) {
       ++expected_;
       if (const std::size_t needed = std::min(most_, entries_.size() + expected_); needed > entries_.capacity()) {
          entries_.reserve(std::min(most_, std::max(needed, 2 * entries_.capacity())));

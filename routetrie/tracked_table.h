@@ -22,6 +22,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <functional>
 #include <initializer_list>
 #include <optional>
 #include <ranges>
@@ -39,7 +40,8 @@ namespace routetrie {
 //
 //    bool isIdle() const noexcept               nothing is tracked: changes need not be told one by one
 //    bool concerns(p) const noexcept            whether a change of the route of `p` has to be told
-//    void prepare(table, p, old, stays)         before it: the route as it is, and whether there will be one
+//    void prepare(table, p, old, stays, told)   before it: the route as it is, whether there will be one, and whether who is told of
+//                                               changes hears of this one, as of all but some of replace()
 //    void commit(p, existed, now) noexcept      behind it: the route as it is now
 //    void done() noexcept, cancel() noexcept    behind the commits of one operation; or after prepare(), if there will be none
 //    void tell(table)                           at the end, or at the end of the batch
@@ -67,6 +69,9 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    tracked_table& operator=(tracked_table&&) noexcept = default;
 
    const Table& table() const noexcept { return table_; }
+   // Of both families: the routes of one.
+   const auto& v4() const noexcept requires Impl::TableOfBoth<Table> { return table_.v4(); }
+   const auto& v6() const noexcept requires Impl::TableOfBoth<Table> { return table_.v6(); }
 
    //--- reading: as the table ---
 
@@ -74,6 +79,8 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    bool empty() const noexcept { return table_.empty(); }
    iterator begin() const noexcept { return table_.begin(); }
    iterator end() const noexcept { return table_.end(); }
+   iterator cbegin() const noexcept { return begin(); }
+   iterator cend() const noexcept { return end(); }
    reverse_iterator rbegin() const noexcept { return table_.rbegin(); }
    reverse_iterator rend() const noexcept { return table_.rend(); }
    bool contains(const prefix_type& p) const noexcept { return table_.contains(p); }
@@ -109,11 +116,23 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    auto children(const prefix_type& p) const noexcept { return table_.children(p); }
    bool has_longer(const prefix_type& p) const noexcept { return table_.has_longer(p); }
    bool overlaps(const prefix_type& p) const noexcept { return table_.overlaps(p); }
+   // With a table, a snapshot of one, or another tracked one.
+   template <class Other>
+   requires requires(const Table& t, const Other& other) { t.overlaps(Impl::routesIn(other)); }
+   bool overlaps(const Other& other) const noexcept { return table_.overlaps(Impl::routesIn(other)); }
    auto same_answer(const address_type& a) const noexcept { return table_.same_answer(a); }
    template <class X, class... Test>
    auto explain(const X& x, Test&&... test) const {
       return table_.explain(x, std::forward<Test>(test)...);
    }
+
+   // The same routes and, where there are values, equal ones; who tracks them is no part of it.
+   friend bool operator==(const tracked_table& a, const tracked_table& b) requires requires(const Table& t) {
+      t == t;
+   }
+   { return a.table_ == b.table_; }
+   friend bool operator==(const tracked_table& a, const Table& b) requires requires(const Table& t) { t == t; }
+   { return a.table_ == b; }
 
    auto walk(size_type budget, const token_type& from = {}) const { return table_.walk(budget, from); }
    auto walk_covered(const prefix_type& p, size_type budget) const { return table_.walk_covered(p, budget); }
@@ -227,7 +246,7 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
          changeMany(prefixesOf(table_), false, [&] { table_.clear(); });
       }
    }
-   // Takes over what has no route here, as a table does, from a table or a tracked one.
+   // Takes over what has no route here, as a table does, from a table or a tracked one, which tells of what goes from it.
    void merge(Table& source) {
       if (isIdle()) {
          table_.merge(source);
@@ -252,7 +271,27 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    }
    template <class Rule>
    requires has_values void merge(Table&& source, Rule&& rule) { merge(source, rule); }
+   template <template <class, class> class... Others>
+   void merge(tracked_table<Table, Others...>& source) {
+      mergeTracked(source, [&](const prefix_type& p) { return !table_.contains(p); });
+   }
+   template <template <class, class> class... Others>
+   void merge(tracked_table<Table, Others...>&& source) {
+      merge(source);
+   }
+   template <template <class, class> class... Others, class Rule>
+   requires has_values void merge(tracked_table<Table, Others...>& source, Rule&& rule) {
+      mergeTracked(
+         source, [](const prefix_type&) { return true; }, rule);
+   }
+   template <template <class, class> class... Others, class Rule>
+   requires has_values void merge(tracked_table<Table, Others...>&& source, Rule&& rule) { merge(source, rule); }
    // Has the routes of `next` from now on, as one change: what is the same in both is not told. What it had goes to `next`.
+   //
+   // `equal` says which values are the same to who is told: a watch hears nothing of a value in place of one that `equal` finds alike.
+   // It is there all the same, so digests and journals follow whatever differs by `equal` or by the values' own ==. A watch that is
+   // told later has as `before` what it was told last; one of anything under a prefix has the value that took its place unsaid. Values
+   // without an == have `equal` alone, which then has to tell apart what has different digests.
    template <class Equal = std::equal_to<>>
    void replace(Table& next, const Equal& equal = {}) {
       if (isIdle()) {
@@ -260,11 +299,22 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
          return;
       }
       std::vector<prefix_type> list;
-      for (const auto& d : difference(table_, next, equal)) {
-         list.push_back(d.prefix);
+      std::vector<bool> isTold;
+      if constexpr (has_values && std::equality_comparable<Impl::ObjectOr<T>> &&
+                    !std::same_as<Equal, std::equal_to<>>) {
+         const auto areAlike = [&](const T& a, const T& b) { return static_cast<bool>(std::invoke(equal, a, b)); };
+         const auto areSame = [&](const T& a, const T& b) { return static_cast<bool>(a == b) && areAlike(a, b); };
+         for (const auto& d : difference(table_, next, areSame)) {
+            isTold.push_back(!d.before || !d.after || !areAlike(d.before->value, d.after->value));
+            list.push_back(d.prefix);
+         }
+      } else {
+         for (const auto& d : difference(table_, next, equal)) {
+            list.push_back(d.prefix);
+         }
       }
       changeMany(
-         list, [&](const prefix_type& p) { return next.contains(p); }, [&] { table_.swap(next); });
+         list, [&](const prefix_type& p) { return next.contains(p); }, [&] { table_.swap(next); }, isTold);
    }
    template <class Equal = std::equal_to<>>
    void replace(Table&& next, const Equal& equal = {}) {
@@ -309,6 +359,8 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    auto memory() const noexcept { return table_.memory(); }
 
   private:
+   template <Impl::AnyTable, template <class, class> class...>
+   friend class tracked_table;
    using Route = std::optional<value_type>;
 
    template <class Range>
@@ -328,8 +380,8 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    bool isTold(const prefix_type& p) const noexcept {
       return !isIdle() && is_prefix(p) && (this->Trackers<Table, tracked_table>::concerns(p) || ...);
    }
-   void prepare(const prefix_type& p, const Route& old, bool stays) {
-      (this->Trackers<Table, tracked_table>::prepare(table_, p, old, stays), ...);
+   void prepare(const prefix_type& p, const Route& old, bool stays, bool isTold = true) {
+      (this->Trackers<Table, tracked_table>::prepare(table_, p, old, stays, isTold), ...);
    }
    void commit(const prefix_type& p, bool existed, const Route& now) noexcept {
       (this->Trackers<Table, tracked_table>::commit(p, existed, now), ...);
@@ -384,25 +436,72 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
       told();
       return result;
    }
-   // `apply` changes the routes of these prefixes and no others; if it raises, of some of them.
+   // Those routes of `source` of which `goes` says so go, and some come here. Who watches either is told when both have changed.
+   template <class Source, class Goes, class... Rule>
+   void mergeTracked(Source& source, const Goes& goes, Rule&&... rule) {
+      if constexpr (std::same_as<Source, tracked_table>) {
+         if (&source == this) {
+            return;
+         }
+      }
+      if (isIdle() && source.isIdle()) {
+         table_.merge(source.table_, rule...);
+         return;
+      }
+      std::vector<prefix_type> list;
+      for (const auto& route : source.table_) {
+         if (goes(Impl::prefixIn(route))) {
+            list.push_back(Impl::prefixIn(route));
+         }
+      }
+      batch([&](tracked_table&) {
+         source.batch([&](Source&) {
+            const std::vector<bool> hadTheirs = source.prepareMany(list, false);
+            std::vector<bool> hadMine;
+            try {
+               hadMine = prepareMany(list, true);
+            } catch (...) {
+               source.cancel();
+               throw;
+            }
+            source.applyMany(list, hadTheirs,
+                             [&] { applyMany(list, hadMine, [&] { table_.merge(source.table_, rule...); }); });
+         });
+      });
+   }
+   // `apply` changes the routes of these prefixes and no others; if it raises, of some of them. `isTold`: of each; or empty, all are.
    template <class Stays, class Apply>
-   auto changeMany(const std::vector<prefix_type>& list, const Stays& stays, Apply&& apply) -> decltype(apply()) {
+   auto changeMany(const std::vector<prefix_type>& list, const Stays& stays, Apply&& apply,
+                   const std::vector<bool>& isTold = {}) -> decltype(apply()) {
+      return applyMany(list, prepareMany(list, stays, isTold), apply);
+   }
+   // Which of them have a route.
+   template <class Stays>
+   std::vector<bool> prepareMany(const std::vector<prefix_type>& list, const Stays& stays,
+                                 const std::vector<bool>& isTold = {}) {
       std::vector<bool> existed;
       try {
          existed.reserve(list.size());
-         for (const prefix_type& p : list) {
+         for (std::size_t i = 0; i < list.size(); ++i) {
+            const prefix_type& p = list[i];
             const Route old = routeAt(p);
             existed.push_back(old.has_value());
+            const bool isOne = isTold.empty() || isTold[i];
             if constexpr (std::same_as<Stays, bool>) {
-               prepare(p, old, stays);
+               prepare(p, old, stays, isOne);
             } else {
-               prepare(p, old, stays(p));
+               prepare(p, old, stays(p), isOne);
             }
          }
       } catch (...) {
          cancel();
          throw;
       }
+      return existed;
+   }
+   template <class Apply>
+   auto applyMany(const std::vector<prefix_type>& list, const std::vector<bool>& existed, Apply&& apply)
+      -> decltype(apply()) {
       const auto end = [&] {
          for (std::size_t i = 0; i < list.size(); ++i) {
             commit(list[i], existed[i], routeAt(list[i]));

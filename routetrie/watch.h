@@ -16,8 +16,9 @@
 // route has changed that the table does not hold, calls recheck(prefix).
 //
 // A watch is not told of what is there when it begins, and is not told if nothing has changed: an equal value in place of another (of
-// types with ==) is no change. What is told to one watch is a chain: `before` is what `after` was the last time (of anything_under,
-// for each route). In a batch it is told once, at the end, of a route that is no longer what it was.
+// types with ==) is no change, nor is one that replace() is told to take for alike. What is told to one watch is a chain: `before` is
+// what `after` was the last time (of anything_under, for each route). In a batch it is told once, at the end, of a route that is no
+// longer what it was.
 //
 // A function may do anything but destroy or move the table: change it, watch more, end watches, its own too. Changes that it makes are
 // told when it has returned, to each watch with the answer as it is by then. `before` and `after` are copies, which hold as long as
@@ -219,6 +220,8 @@ class Watches final : public WatchesBase {
       }
       kept_.erase(p);  // who comes to know the route from now on knows another one
    }
+   // The same of a change that nobody is told of: who comes to know the route from now on knows the new one.
+   void prepareUntold(const P& p) noexcept { kept_.erase(p); }
    void done() noexcept { isOpen_ = false; }
    void cancel() noexcept {
       if (isOpen_) {
@@ -570,9 +573,9 @@ class watch_tracker {
 
    bool isIdle() const noexcept { return watches_ == nullptr || watches_->isEmpty(); }
    bool concerns(const P& p) const noexcept { return !isIdle() && watches_->concerns(p); }
-   void prepare(const Table&, const P& p, const std::optional<Route>& old, bool stays) {
+   void prepare(const Table&, const P& p, const std::optional<Route>& old, bool stays, bool isTold) {
       if (!isIdle()) {
-         watches_->prepare(p, old, stays);
+         isTold ? watches_->prepare(p, old, stays) : watches_->prepareUntold(p);
       }
    }
    void commit(const P&, bool, const std::optional<Route>&) noexcept {}

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
@@ -98,6 +99,122 @@ TYPED_TEST(TableTrackedTest, journalsBringReadersUpToDate) {
    }
    EXPECT_GT(late, 0u);
    EXPECT_GT(inTime, 0u);
+}
+
+// Tables are replaced by others in which values are alike, two numbers each, and not the same: digests and journals follow the values,
+// and a watch is told of what is not alike. Each chain of what a watch is told goes on from what it was told last.
+TYPED_TEST(TableTrackedTest, valuesThatAreAlikeAreUntoldAndThere) {
+   using Prefix = typename TypeParam::prefix_type;
+   using Answer = typename TestFixture::Answer;
+   const auto areAlike = [](const Hop& a, const Hop& b) { return a.number / 2 == b.number / 2; };
+   const auto alike = [](const Answer& a, const Answer& b) {
+      return a.has_value() == b.has_value() && (!a || (a->first == b->first && a->second / 2 == b->second / 2));
+   };
+   struct Chain {
+      Prefix at;
+      watch_kind kind;
+      Answer told;
+      std::map<Prefix, std::uint32_t> under;
+      std::size_t calls = 0;
+      routetrie::watch_handle handle;
+   };
+   std::vector<std::unique_ptr<Chain>> chains;
+   std::map<Prefix, std::uint32_t> known;
+   std::uint64_t generation = 0;
+   std::size_t calls = 0;
+   std::size_t unsaid = 0;
+   const auto answerNow = [&](const Chain& c) -> Answer {
+      if (c.kind == watch_kind::exact_route) {
+         const auto found = this->table.find(c.at);
+         return found == this->table.end() ? std::nullopt : Answer({c.at, found->value.number});
+      }
+      return this->answerOf(this->table.match(c.at));
+   };
+   for (int round = sized(400, 3000, 20'000); round-- != 0;) {
+      if (this->below(8) == 0) {
+         auto& c = *chains.emplace_back(std::make_unique<Chain>());
+         c.at = this->anyPrefix();
+         c.kind = static_cast<watch_kind>(this->below(3));
+         c.told = answerNow(c);
+         for (const auto& [p, hop] : this->table.covered(c.at)) {
+            c.under.emplace(p, hop.number);
+         }
+         c.handle = this->table.watch(c.at, c.kind, [&, this](const auto& e) {
+            const Answer before = this->answerOf(e.before);
+            const Answer after = this->answerOf(e.after);
+            ++c.calls;
+            ++calls;
+            EXPECT_NE(before, after);
+            if (c.kind != watch_kind::anything_under) {
+               EXPECT_EQ(c.told, before) << "a chain";
+               EXPECT_EQ(answerNow(c), after);
+               c.told = after;
+            } else {
+               const auto last = c.under.find(e.changed);
+               EXPECT_TRUE(alike(last == c.under.end() ? std::nullopt : Answer({e.changed, last->second}), before));
+               after ? (void)(c.under[e.changed] = after->second) : (void)c.under.erase(e.changed);
+            }
+         });
+         if (chains.size() > 30) {
+            chains.erase(chains.begin() + this->below(30));
+         }
+      }
+      if (this->below(3) != 0) {
+         this->change();
+      } else {
+         TypeParam next;
+         bool isAlike = true;
+         const bool onlyAlike = this->below(2) == 0;
+         for (const auto& [p, hop] : this->table) {
+            const unsigned kind = this->below(8);
+            const std::uint32_t number = kind < 3                 ? hop.number ^ 1u
+                                         : kind < 4 && !onlyAlike ? this->below(8)
+                                                                  : hop.number;
+            isAlike = isAlike && number / 2 == hop.number / 2;
+            next.insert({p, Hop{number}});
+         }
+         std::vector<std::size_t> before;
+         for (const auto& c : chains) {
+            before.push_back(c->calls);
+         }
+         this->table.replace(next, areAlike);
+         for (std::size_t i = 0; isAlike && i < chains.size(); ++i) {
+            EXPECT_EQ(before[i], chains[i]->calls) << "nothing was to be told";
+         }
+         unsaid += isAlike && !(next == this->table.table()) ? 1u : 0u;
+      }
+      for (const auto& c : chains) {
+         if (c->kind != watch_kind::anything_under) {
+            ASSERT_TRUE(alike(answerNow(*c), c->told)) << c->at;
+         } else {
+            std::size_t routes = 0;
+            for (const auto& [p, hop] : this->table.covered(c->at)) {
+               ASSERT_TRUE(c->under.contains(p) && c->under[p] / 2 == hop.number / 2) << p;
+               ++routes;
+            }
+            ASSERT_EQ(routes, c->under.size());
+         }
+      }
+      ASSERT_EQ(routetrie::digest(this->table.table()), this->table.digest());
+      const auto changes = this->table.changes_since(generation);
+      ASSERT_TRUE(changes);
+      for (const auto& change : *changes) {
+         const auto now = this->table.find(change.prefix);
+         now == this->table.end() ? (void)known.erase(change.prefix)
+                                  : (void)(known[change.prefix] = now->value.number);
+      }
+      generation = this->table.generation();
+      std::map<Prefix, std::uint32_t> all;
+      for (const auto& [p, hop] : this->table) {
+         all.emplace(p, hop.number);
+      }
+      ASSERT_EQ(all, known);
+      if (this->HasFailure()) {
+         return;
+      }
+   }
+   EXPECT_GT(calls, 50u);
+   EXPECT_GT(unsaid, 10u);
 }
 
 }  // namespace TableTrackedTest

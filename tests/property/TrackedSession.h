@@ -153,6 +153,20 @@ class TrackedSession : public testing::Test {
             break;
          }
          case 2:
+            if (below(2) == 0) {
+               TrackedTable source;
+               source.insert(other);
+               std::size_t taken = 0;
+               for (const auto& entry : others) {
+                  taken += routes.contains(entry.first) ? 0u : 1u;
+               }
+               routes.insert(others.begin(), others.end());
+               table.merge(source);
+               EXPECT_EQ(routetrie::digest(source.table()), source.digest());
+               EXPECT_EQ(others.size() - taken, source.size());
+               EXPECT_EQ(others.size() + taken, source.generation());
+               break;
+            }
             routes.insert(others.begin(), others.end());
             table.merge(other);
             break;

@@ -13,7 +13,10 @@
 #include <utility>
 #include <vector>
 
+#include "routetrie/aggregate.h"
+#include "routetrie/compiled.h"
 #include "routetrie/digest.h"
+#include "routetrie/free_space.h"
 #include "routetrie/journal.h"
 #include "routetrie/route_set.h"
 #include "routetrie/watch.h"
@@ -21,6 +24,7 @@
 namespace routetrie {
 namespace TrackedTableTest {
 
+using namespace routetrie::literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -35,6 +39,15 @@ std::vector<std::string> texts(const Changes& changes) {
    }
    for (const auto& c : *changes) {
       list.push_back(fmt::format("{}: {} {}", c.generation, c.prefix, describe(c.kind)));
+   }
+   return list;
+}
+
+template <class Range>
+auto prefixes(const Range& range) {
+   std::vector<typename decltype(range.begin())::value_type> list;
+   for (const auto& p : range) {
+      list.push_back(p);
    }
    return list;
 }
@@ -156,6 +169,129 @@ TEST(TrackedTable, tellsOfWhatASweepErases) {
    quiet.insert({"10.0.0.0/8"_prefix, 1});
    quiet.mark();
    EXPECT_EQ((sweep_slice{1, true}), quiet.sweep(10));
+}
+
+struct Hop {
+   int gate = 0;
+   int metric = 0;
+   friend bool operator==(const Hop&, const Hop&) = default;
+   friend void digest_append(digest_stream& out, const Hop& h) {
+      digest_value(out, h.gate);
+      digest_value(out, h.metric);
+   }
+};
+
+// Who says which values are alike says what is told, not what is there.
+TEST(TrackedTable, isReplacedByValuesThatAreAlike) {
+   tracked_table<table4<Hop>, digest_tracker, journal_tracker, watch_tracker> t;
+   const auto p = "10.0.0.0/8"_prefix;
+   t.insert({p, Hop{1, 10}});
+   t.insert({"11.0.0.0/8"_prefix, Hop{2, 10}});
+   std::vector<std::string> told;
+   const auto tell = [&](const auto& e) {
+      told.push_back(fmt::format("{}.{} -> {}.{}", e.before->value.gate, e.before->value.metric, e.after->value.gate,
+                                 e.after->value.metric));
+   };
+   const auto best = t.watch("10.1.2.3"_address, watch_kind::best_match, tell);
+   const auto exact = t.watch(p, watch_kind::exact_route, tell);
+   const auto sameGate = [](const Hop& a, const Hop& b) { return a.gate == b.gate; };
+   t.replace(table4<Hop>{{p, Hop{1, 20}}, {"11.0.0.0/8"_prefix, Hop{2, 10}}}, sameGate);
+   EXPECT_THAT(told, IsEmpty());
+   EXPECT_EQ(20, t.find(p)->value.metric);
+   EXPECT_EQ(digest(t.table()), t.digest());
+   EXPECT_THAT(texts(t.changes_since(2)), ElementsAre("3: 10.0.0.0/8 changed"));
+   // A watch that begins now knows what is there now; those that were there go on from what they were told.
+   const auto later = t.watch("10.1.2.3"_address, watch_kind::best_match, tell);
+   const auto under = t.watch("0.0.0.0/0"_prefix, watch_kind::anything_under, tell);
+   t.replace(table4<Hop>{{p, Hop{3, 30}}, {"11.0.0.0/8"_prefix, Hop{2, 10}}}, sameGate);
+   EXPECT_THAT(told, ElementsAre("1.10 -> 3.30", "1.20 -> 3.30", "1.10 -> 3.30", "1.20 -> 3.30"));
+   EXPECT_EQ(digest(t.table()), t.digest());
+   EXPECT_EQ(4u, t.generation());
+}
+
+// Values without an == are what `equal` says.
+TEST(TrackedTable, isReplacedByValuesWithoutEquality) {
+   struct Opaque {
+      int number;
+   };
+   tracked_table<table4<Opaque>, journal_tracker> t;
+   t.insert({{"10.0.0.0/8"_prefix, Opaque{1}}, {"11.0.0.0/8"_prefix, Opaque{1}}});
+   t.replace(table4<Opaque>{{"10.0.0.0/8"_prefix, Opaque{1}}, {"11.0.0.0/8"_prefix, Opaque{2}}},
+             [](const Opaque& a, const Opaque& b) { return a.number == b.number; });
+   EXPECT_THAT(texts(t.changes_since(2)), ElementsAre("3: 11.0.0.0/8 changed"));
+}
+
+TEST(TrackedTable, takesOverFromATrackedTable) {
+   followed<int> t;
+   t.insert({{"10.0.0.0/8"_prefix, 1}, {"2001:db8::/32"_prefix, 1}});
+   tracked_table<table<int>, watch_tracker, digest_tracker, journal_tracker> source;
+   source.insert({{"10.0.0.0/8"_prefix, 2}, {"11.0.0.0/8"_prefix, 2}, {"2001:db9::/32"_prefix, 2}});
+   std::vector<std::string> told;
+   const auto mine = t.watch("11.1.2.3"_address, watch_kind::best_match, [&](const auto& e) {
+      told.push_back(fmt::format("mine {}", e.after->value));
+      EXPECT_EQ(digest(source.table()), source.digest()) << "both have changed";
+   });
+   const auto theirs = source.watch("11.1.2.3"_address, watch_kind::best_match, [&](const auto& e) {
+      told.push_back(fmt::format("theirs {}", e.after.has_value()));
+      EXPECT_EQ(digest(t.table()), t.digest());
+      EXPECT_EQ(4u, t.size());
+   });
+   t.merge(source);
+   EXPECT_THAT(told, ElementsAre("theirs false", "mine 2"));
+   EXPECT_EQ(1u, source.size());
+   EXPECT_EQ(digest(t.table()), t.digest());
+   EXPECT_EQ(digest(source.table()), source.digest());
+   EXPECT_THAT(texts(t.changes_since(2)), ElementsAre("3: 11.0.0.0/8 added", "4: 2001:db9::/32 added"));
+   EXPECT_THAT(texts(source.changes_since(3)), ElementsAre("4: 11.0.0.0/8 erased", "5: 2001:db9::/32 erased"));
+   t.merge(std::move(source), [](const prefix&, int& a, int&& b) { a += b; });
+   EXPECT_EQ(3, t.find("10.0.0.0/8"_prefix)->value);
+   EXPECT_TRUE(source.empty());
+   EXPECT_EQ(digest(t.table()), t.digest());
+   EXPECT_EQ(table_digest(), source.digest());
+   t.merge(t);
+   EXPECT_EQ(4u, t.size());
+   // Nobody is told of what nobody tracks.
+   watched_table4<int> one;
+   watched_table4<int> other;
+   other.insert({"10.0.0.0/8"_prefix, 1});
+   one.merge(std::move(other));
+   EXPECT_EQ(1u, one.size());
+}
+
+// What asks whole tables takes one that is tracked.
+TEST(TrackedTable, isTakenForATable) {
+   watched_table<int> t;
+   t.insert({{"10.0.0.0/9"_prefix, 1}, {"10.128.0.0/9"_prefix, 1}, {"2001:db8::/33"_prefix, 1}});
+   EXPECT_EQ(2, std::ranges::distance(aggregate(t)));
+   EXPECT_EQ(std::vector{prefix("11.0.0.0/8"_prefix)}, prefixes(free_blocks(t, "10.0.0.0/7"_prefix)));
+   EXPECT_EQ(std::vector{prefix("2001:db8:8000::/33"_prefix)},
+             prefixes(free_prefixes(t, "2001:db8::/32"_prefix, 33)));
+   EXPECT_EQ(std::vector{prefix("2001:db8:8000::/33"_prefix)}, prefixes(free_blocks(t, "2001:db8::/32"_prefix)));
+   EXPECT_EQ(1u, prefixes(free_prefixes(t, "10.0.0.0/7"_prefix, 8, [](const auto&) { return true; })).size());
+   EXPECT_EQ(1u, prefixes(free_blocks(t, "2001:db8::/32"_prefix, [](const auto& r) { return r.value == 1; })).size());
+   EXPECT_EQ(3u, compile(t).size());
+   EXPECT_EQ(1, *compile(t).lookup("10.1.2.3"_address));
+   EXPECT_EQ(2u, t.v4().size());
+   EXPECT_EQ(1u, t.v6().size());
+   watched_table4<int> four;
+   four.insert({{"10.0.0.0/9"_prefix, 1}, {"10.128.0.0/9"_prefix, 1}});
+   EXPECT_EQ(1, std::ranges::distance(aggregate(four)));
+   EXPECT_EQ(std::vector{"11.0.0.0/8"_prefix}, prefixes(free_blocks(four, "10.0.0.0/7"_prefix)));
+   EXPECT_EQ(1, *compile(four).lookup("10.1.2.3"_address));
+   // Beside others.
+   EXPECT_TRUE(t == t.table());
+   EXPECT_TRUE(t.table() == t);
+   watched_table<int> same;
+   EXPECT_FALSE(t == same);
+   same.insert(t);
+   EXPECT_TRUE(t == same);
+   EXPECT_EQ(3, std::distance(t.cbegin(), t.cend()));
+   EXPECT_TRUE(t.overlaps(same));
+   EXPECT_TRUE(t.overlaps(t.snapshot()));
+   EXPECT_TRUE(t.overlaps(table<int>{{"10.1.0.0/16"_prefix, 1}}));
+   EXPECT_FALSE(t.overlaps(table<std::string>{{"11.0.0.0/8"_prefix, "x"}}));
+   EXPECT_TRUE(four.overlaps(t.v4()));
+   EXPECT_TRUE(four.overlaps("0.0.0.0/0"_prefix));
 }
 
 TEST(TrackedTable, ofValuesThatAreOnlyMoved) {
