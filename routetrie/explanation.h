@@ -77,6 +77,8 @@ struct table_memory {
    std::size_t index = 0;   // direct tables of the first bits
    std::size_t free = 0;    // handed out, and empty for now: of nodes and of slots
    std::size_t old = 0;     // replaced, and kept for snapshots or until readers have gone
+   // Of `old`, what only waits until readers have gone; snapshots keep the rest.
+   std::size_t for_readers = 0;
    std::size_t total() const noexcept { return nodes + values + index + free + old; }
    table_memory& operator+=(const table_memory& other) noexcept {
       nodes += other.nodes;
@@ -84,6 +86,7 @@ struct table_memory {
       index += other.index;
       free += other.free;
       old += other.old;
+      for_readers += other.for_readers;
       return *this;
    }
 };

@@ -216,7 +216,8 @@ class basic_shared_table {
       const std::lock_guard guard(writing_);
       return pending();
    }
-   // What the newest version and all that is kept for readers and snapshots take; `old` has the latter.
+   // What the newest version and all that is kept for readers and snapshots take. `old` has the latter, and `for_readers` what of that
+   // is pending_bytes().
    table_memory memory() const noexcept {
       const std::lock_guard guard(writing_);
       table_memory held = table_.memory();
@@ -224,6 +225,7 @@ class basic_shared_table {
       held.free += spareRecords_ * sizeof(Record);
       held.old += oldRecords_ * sizeof(Record);
       replacedTables([&](const Table& t) { held.old += t.memory().total(); });
+      held.for_readers = pending();
       return held;
    }
    // As a table's, of the newest version; `old` in their memory is what of nodes, values and indexes waits for readers or is kept for
@@ -532,6 +534,10 @@ class basic_shared_table<Table>::reader_handle {
    bool contains(const prefix_type& p) const noexcept { return lock()->contains(p); }
    bool has_longer(const prefix_type& p) const noexcept { return lock()->has_longer(p); }
    bool overlaps(const prefix_type& p) const noexcept { return lock()->overlaps(p); }
+   // With a table, a snapshot, or what another reader has locked.
+   template <class Other>
+   requires requires(const questions_type& routes, const Other& other) { routes.overlaps(other); }
+   bool overlaps(const Other& other) const noexcept { return lock()->overlaps(other); }
    auto same_answer(const address_type& a) const noexcept { return lock()->same_answer(a); }
 
    auto lookup(const address_type& a) const noexcept requires has_values {

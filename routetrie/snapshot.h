@@ -21,6 +21,7 @@
 
 #include "routetrie/family_questions.h"
 #include "routetrie/questions.h"
+#include "routetrie/statistics.h"
 #include "routetrie/table/Store.h"
 
 namespace routetrie {
@@ -40,6 +41,9 @@ class basic_snapshot : public basic_questions<width, T> {
    basic_snapshot& operator=(const basic_snapshot& other) noexcept { return *this = basic_snapshot(other); }
    basic_snapshot& operator=(basic_snapshot&&) noexcept = default;
    ~basic_snapshot() = default;
+
+   // By a pass over all nodes; its memory has their bytes alone (routetrie/statistics.h).
+   table_statistics statistics() const { return this->tree_.statistics(); }
 
   private:
    friend basic_table<width, T>;
@@ -62,6 +66,8 @@ class snapshot : public both_questions<snapshot4<T>, snapshot6<T>> {
    // Of the routes of each family.
    snapshot(snapshot4<T> v4, snapshot6<T> v6) noexcept
       : both_questions<snapshot4<T>, snapshot6<T>>(std::move(v4), std::move(v6)) {}
+
+   both_statistics statistics() const { return {this->v4_.statistics(), this->v6_.statistics()}; }
 };
 
 }  // namespace routetrie

@@ -5,11 +5,14 @@
 //    fmt::print("{}", t.v4().statistics());
 //
 //    routes 3, 2.33 nodes deep on average, 3 at most
-//      bit      nodes     leaves      skips     routes       bytes
-//        0          1          0          0          0          32
-//        6          1          1          0          2          72
-//       12          1          0          0          1          40
-//    bytes 600: nodes 344, values 0, index 0, free 256, old 0
+//      bit      nodes       bytes     leaves       bytes      skips       bytes     routes
+//        0          1          32          0           0          0           0          0
+//        6          1          32          1          32          0           0          2
+//       12          1          32          0           0          0           0          1
+//    bytes 360: nodes 232, values 0, index 0, free 128, old 0
+//
+// What a version has, a snapshot or what a reader has locked, tells the same, but for its memory: that has the bytes of its nodes alone,
+// which it may share with the table and others.
 //
 // Tested by tests/table/StatisticsTest.cpp.
 #pragma once
@@ -33,8 +36,13 @@ struct table_level {
    std::size_t nodes = 0;   // that choose by six bits
    std::size_t leaves = 0;  // routes by themselves
    std::size_t skips = 0;   // ways to a node far below
-   std::size_t routes = 0;  // in all of these; the default route is in none
-   std::size_t bytes = 0;   // of their blocks: they, their values, and the room that is left
+   std::size_t routes = 0;  // in nodes and leaves, one in each leaf; the default route is in none
+   // Of their blocks: they, their values, and the room that is left.
+   std::size_t node_bytes = 0;
+   std::size_t leaf_bytes = 0;
+   std::size_t skip_bytes = 0;
+
+   std::size_t bytes() const noexcept { return node_bytes + leaf_bytes + skip_bytes; }
    friend bool operator==(const table_level&, const table_level&) noexcept = default;
 };
 

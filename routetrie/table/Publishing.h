@@ -18,6 +18,8 @@ class Version : public basic_questions<width, T> {
    Version& operator=(const Version&) = delete;
    ~Version() = default;
 
+   table_statistics statistics() const { return this->tree_.statistics(); }
+
   private:
    friend struct Publishing;
    // Those of a table as it is now.
@@ -30,6 +32,7 @@ template <class T>
 class BothVersions : public both_questions<Version<32, T>, Version<128, T>> {
   public:
    BothVersions() noexcept = default;
+   both_statistics statistics() const { return {this->v4_.statistics(), this->v6_.statistics()}; }
 
   private:
    friend struct Publishing;
@@ -86,6 +89,7 @@ struct Publishing {
    template <unsigned width, class T>
    static void addWaiting(table_statistics& to, const basic_table<width, T>& t) noexcept {
       to.memory.old += t.memory().total();
+      to.memory.for_readers += t.memory().total();
    }
    template <class T>
    static void addWaiting(both_statistics& to, const table<T>& t) noexcept {

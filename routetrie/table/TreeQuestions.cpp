@@ -294,6 +294,7 @@ table_memory Tree<width>::memory() const noexcept {
    memory.index = store.usedBytes(Store::ofPages) - store.deadBytes(Store::ofPages);
    memory.free = store.freeBytes();
    memory.old = store.deadBytes();
+   memory.for_readers = store.waitingBytes();
    return memory;
 }
 

@@ -23,18 +23,21 @@ class Tree<width>::Census {
    // `above`: the nodes from the root to this one, which is not counted.
    void count(const Node& n, unsigned depth, unsigned above) {
       table_level& level = levels_[depth / stride];
-      level.bytes += tree_.unitsOf(n) * sizeof(Node);
+      const std::size_t bytes = tree_.unitsOf(n) * sizeof(Node);
       if (n.isCompressed()) {
          if (n.isLeaf()) {
             ++level.leaves;
+            level.leaf_bytes += bytes;
             found(level, 1, above + 1);
          } else {
             ++level.skips;
+            level.skip_bytes += bytes;
             count(tree_.node(n.target()), n.length(), above + 1);
          }
          return;
       }
       ++level.nodes;
+      level.node_bytes += bytes;
       if (const unsigned routes = n.routeCount(); routes != 0) {
          found(level, routes, above + 1);
       }
@@ -44,7 +47,7 @@ class Tree<width>::Census {
    }
 
    table_statistics result() {
-      std::erase_if(levels_, [](const table_level& level) { return level.bytes == 0; });
+      std::erase_if(levels_, [](const table_level& level) { return level.bytes() == 0; });
       statistics_.levels = std::move(levels_);
       return std::move(statistics_);
    }
@@ -70,6 +73,11 @@ table_statistics Tree<width>::statistics() const {
    table_statistics statistics = census.result();
    statistics.routes = size();
    statistics.memory = memory();
+   if (store_ == nullptr) {  // a version: the memory is another's
+      for (const table_level& level : statistics.levels) {
+         statistics.memory.nodes += level.bytes();
+      }
+   }
    return statistics;
 }
 
@@ -80,16 +88,20 @@ std::string textOf(const table_statistics& s) {
    std::string text = fmt::format("routes {}, {:.2f} nodes deep on average, {} at most\n", s.routes,
                                   s.average_depth(), s.worst_depth);
    const auto to = std::back_inserter(text);
+   constexpr const char* line = "  {:>3}  {:>9}  {:>10}  {:>9}  {:>10}  {:>9}  {:>10}  {:>9}\n";
    if (!s.levels.empty()) {
-      fmt::format_to(to, "  {:>3}  {:>9}  {:>9}  {:>9}  {:>9}  {:>10}\n", "bit", "nodes", "leaves", "skips", "routes",
-                     "bytes");
+      fmt::format_to(to, line, "bit", "nodes", "bytes", "leaves", "bytes", "skips", "bytes", "routes");
    }
    for (const table_level& level : s.levels) {
-      fmt::format_to(to, "  {:>3}  {:>9}  {:>9}  {:>9}  {:>9}  {:>10}\n", level.depth, level.nodes, level.leaves,
-                     level.skips, level.routes, level.bytes);
+      fmt::format_to(to, line, level.depth, level.nodes, level.node_bytes, level.leaves, level.leaf_bytes,
+                     level.skips, level.skip_bytes, level.routes);
    }
-   fmt::format_to(to, "bytes {}: nodes {}, values {}, index {}, free {}, old {}\n", s.memory.total(), s.memory.nodes,
+   fmt::format_to(to, "bytes {}: nodes {}, values {}, index {}, free {}, old {}", s.memory.total(), s.memory.nodes,
                   s.memory.values, s.memory.index, s.memory.free, s.memory.old);
+   if (s.memory.for_readers != 0) {
+      fmt::format_to(to, ", of which {} for readers", s.memory.for_readers);
+   }
+   text += '\n';
    return text;
 }
 

@@ -68,6 +68,10 @@ TEST(SharedTable, aReaderAsksAllThatATableIsAsked) {
    EXPECT_TRUE(reader.contains("10.0.0.0/8"_prefix));
    EXPECT_TRUE(reader.has_longer("10.0.0.0/8"_prefix));
    EXPECT_TRUE(reader.overlaps("10.1.2.0/24"_prefix));
+   EXPECT_TRUE(reader.overlaps(table<int>{{"2001::/16"_prefix, 1}}));
+   EXPECT_FALSE(reader.overlaps(table<int>{{"2002::/16"_prefix, 1}}));
+   EXPECT_TRUE(reader.overlaps(t.snapshot()));
+   EXPECT_TRUE(reader.overlaps(*t.reader().lock()));
    EXPECT_EQ("10.1.0.0"_address, reader.same_answer("10.1.2.3"_address)->first);
    EXPECT_EQ("0.0.0.0/0 any; 10.0.0.0/8 ten; 10.1.0.0/16 ten one; ", textOf(reader.covering("10.1.2.3"_address)));
    EXPECT_EQ("10.1.0.0/16 ten one; 10.0.0.0/8 ten; 0.0.0.0/0 any; ",
@@ -210,6 +214,12 @@ TEST(SharedTable, tellsItsStatistics) {
    EXPECT_EQ(3u, statistics.routes);
    EXPECT_GT(statistics.memory.old, 0u) << "what waits for readers";
    EXPECT_LE(statistics.memory.old, t.pending_bytes());
+   EXPECT_EQ(statistics.memory.old, statistics.memory.for_readers);
+   EXPECT_THAT(fmt::format("{}", statistics),
+               testing::HasSubstr(fmt::format(", of which {} for readers\n", statistics.memory.for_readers)));
+   EXPECT_EQ(t.pending_bytes(), t.memory().for_readers);
+   EXPECT_EQ(2u, routes->statistics().routes) << "of the version that it has";
+   EXPECT_GT(routes->statistics().memory.total(), 0u);
    EXPECT_LE(statistics.memory.total(), t.memory().total());
    shared_table<int> both;
    both.insert({"2001:db8::/32"_prefix, 1});
@@ -337,6 +347,8 @@ TEST(SharedTable, aReplacedTableIsOldMemory) {
       EXPECT_LE(t.statistics().v4.memory.old, t.memory().old);
       EXPECT_GT(t.statistics().v4.memory.old, whole / 2);
       EXPECT_LT(t.statistics().v6.memory.old, whole / 2);
+      EXPECT_EQ(t.statistics().v4.memory.for_readers, t.statistics().v4.memory.old);
+      EXPECT_EQ(t.memory().for_readers, t.pending_bytes());
       t.replace(table<int>{{"10.0.0.0/8"_prefix, 1}});
       EXPECT_EQ(t.memory().old, t.pending_bytes());
       EXPECT_EQ(2000u, routes->size());
@@ -399,6 +411,17 @@ TEST(SharedTable, aSnapshotHoldsBackNothingButItself) {
    EXPECT_EQ(0u, pendingInTheEnd(t));
    EXPECT_LT(t.memory().old, 100'000u);
    EXPECT_GT(t.memory().old, 0u);
+   EXPECT_EQ(0u, t.memory().for_readers) << "it is the snapshot's";
+   EXPECT_EQ(0u, t.statistics().memory.for_readers);
+   {
+      const auto reader = t.reader();
+      const auto routes = reader.lock();
+      t.erase(prefix4::cut(prefix4::Bits(4096 * 977), 20));
+      EXPECT_EQ(t.pending_bytes(), t.memory().for_readers);
+      EXPECT_GT(t.memory().for_readers, 0u);
+      EXPECT_LT(t.memory().for_readers, t.memory().old);
+      t.insert({prefix4::cut(prefix4::Bits(4096 * 977), 20), 2});
+   }
    EXPECT_EQ(500u, s.size());
    EXPECT_EQ(1, s.begin()->value);
    EXPECT_EQ("", s.audit());

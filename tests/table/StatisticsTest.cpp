@@ -18,7 +18,7 @@ using namespace literals;
 std::size_t bytesOf(const table_statistics& s) {
    std::size_t sum = 0;
    for (const table_level& level : s.levels) {
-      sum += level.bytes;
+      sum += level.bytes();
    }
    return sum;
 }
@@ -50,11 +50,16 @@ TEST(Statistics, levelByLevel) {
    EXPECT_EQ(0u, s.levels[0].depth);
    EXPECT_EQ(1u, s.levels[0].nodes);
    EXPECT_EQ(0u, s.levels[0].routes);
-   EXPECT_EQ(32u, s.levels[0].bytes);
+   EXPECT_EQ(32u, s.levels[0].bytes());
+   EXPECT_EQ(32u, s.levels[0].node_bytes);
    EXPECT_EQ(6u, s.levels[1].depth);
    EXPECT_EQ(1u, s.levels[1].nodes);
    EXPECT_EQ(1u, s.levels[1].leaves);
    EXPECT_EQ(3u, s.levels[1].routes);
+   EXPECT_GE(s.levels[1].node_bytes, 32u);
+   EXPECT_EQ(32u, s.levels[1].leaf_bytes);
+   EXPECT_EQ(0u, s.levels[1].skip_bytes);
+   EXPECT_EQ(s.levels[1].bytes(), s.levels[1].node_bytes + s.levels[1].leaf_bytes);
    EXPECT_EQ(12u, s.levels[2].depth);
    EXPECT_EQ(1u, s.levels[2].routes);
    EXPECT_EQ(4u, s.nodes());
@@ -67,6 +72,8 @@ TEST(Statistics, aSkipIsALevelOfItsOwn) {
    const table_statistics s = t.statistics();
    ASSERT_EQ(3u, s.levels.size()) << s;
    EXPECT_EQ(1u, s.levels[1].skips);
+   EXPECT_EQ(32u, s.levels[1].skip_bytes);
+   EXPECT_EQ(32u, s.levels[1].bytes());
    EXPECT_EQ(0u, s.levels[1].routes);
    EXPECT_EQ(2u, s.levels[2].routes);
    EXPECT_EQ(3u, s.worst_depth);
@@ -77,10 +84,13 @@ TEST(Statistics, printsItself) {
    std::ostringstream out;
    out << t.statistics();
    EXPECT_EQ(out.str(), fmt::format("{}", t.statistics()));
-   EXPECT_THAT(out.str(), testing::StartsWith("routes 2, 2.00 nodes deep on average, 2 at most\n"
-                                              "  bit      nodes     leaves      skips     routes       bytes\n"
-                                              "    0          1          0          0          0          32\n"
-                                              "    6          1          1          0          2  "));
+   EXPECT_THAT(out.str(), testing::StartsWith(
+                             "routes 2, 2.00 nodes deep on average, 2 at most\n"
+                             "  bit      nodes       bytes     leaves       bytes      skips       bytes     "
+                             "routes\n"
+                             "    0          1          32          0           0          0           0          "
+                             "0\n"
+                             "    6          1          "));
    EXPECT_THAT(out.str(), testing::HasSubstr(fmt::format("bytes {}: nodes ", t.memory().total())));
 }
 
@@ -127,6 +137,23 @@ TEST(Statistics, placesWithoutAValueAreFree) {
    t.clear();
    EXPECT_LE(t.memory().total(), 600u);
    EXPECT_EQ(0u, t.memory().values);
+}
+
+// A snapshot tells what it is made of, whatever has become of the table.
+TEST(Statistics, ofASnapshot) {
+   table<int> t{{"10.0.0.0/8"_prefix, 1}, {"10.1.0.0/16"_prefix, 2}, {"2001:db8::/32"_prefix, 3}};
+   const both_statistics before = t.statistics();
+   const auto snapshot = t.snapshot();
+   t.clear();
+   const both_statistics s = snapshot.statistics();
+   EXPECT_EQ(before.v4.levels, s.v4.levels);
+   EXPECT_EQ(before.v6.levels, s.v6.levels);
+   EXPECT_EQ(2u, s.v4.routes);
+   EXPECT_EQ(before.v4.average_depth(), s.v4.average_depth());
+   EXPECT_EQ(before.v4.worst_depth, s.v4.worst_depth);
+   EXPECT_EQ(bytesOf(s.v4), s.v4.memory.total()) << "its nodes, and nothing that is the table's";
+   EXPECT_EQ(0u, snapshot4<int>().statistics().memory.total());
+   EXPECT_EQ(s.v4.levels, snapshot.v4().statistics().levels);
 }
 
 TEST(Statistics, ofBothFamilies) {

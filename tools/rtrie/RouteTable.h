@@ -41,11 +41,25 @@ class RouteTable {
    virtual void routeWithPayloadIs(const Prefix& route, const Payload&) { routeIs(route); }
    virtual std::uint64_t routes() const = 0;
 
+   // Nodes of one kind, of an engine that has several.
+   struct Kind {
+      std::string_view name;
+      std::uint64_t count = 0;
+      std::uint64_t bytes = 0;
+   };
    // What an engine has at one of its levels; the default route is at none.
    struct Level {
       std::string name;
       std::uint64_t nodes = 0;
       std::uint64_t routes = 0;
+      std::vector<Kind> kinds{};  // of the nodes, those that are there; empty unless the engine tells
+      std::uint64_t bytes() const noexcept {
+         std::uint64_t sum = 0;
+         for (const Kind& kind : kinds) {
+            sum += kind.bytes;
+         }
+         return sum;
+      }
    };
    // How many nodes lie from the root to a route's, both counted.
    struct Depth {

@@ -69,7 +69,23 @@ TEST(Stats, levelsAndDepthOfTheTable) {
    EXPECT_EQ(2.25, four["averageDepth"]);
    EXPECT_EQ(3, four["worstDepth"]);
    EXPECT_EQ(4, four["nodes"]);
-   EXPECT_EQ(3U, four["levels"].size());
+   ASSERT_EQ(3U, four["levels"].size());
+   // The kinds of the nodes, with their bytes, which are the level's together.
+   EXPECT_THAT(ran.out, ContainsRegex("\n  bytes by level\n    bit 0 +32  #+\n"));
+   EXPECT_THAT(ran.out, ContainsRegex("\n  nodes by kind\n    bit 0 +nodes +1 +32 bytes\n    bit 6 +nodes +1 +[0-9]+ "
+                                      "bytes\n +leaves +1 +[0-9]+ bytes\n    bit 12 +nodes +1 "));
+   const auto& six = four["levels"][1];
+   ASSERT_EQ(2U, six["kinds"].size());
+   EXPECT_EQ("nodes", six["kinds"][0]["name"]);
+   EXPECT_EQ("leaves", six["kinds"][1]["name"]);
+   EXPECT_EQ(1, six["kinds"][1]["count"]);
+   EXPECT_EQ(six["bytes"], six["kinds"][0]["bytes"].get<unsigned>() + six["kinds"][1]["bytes"].get<unsigned>());
+   for (const char* format : {"tsv", "csv"}) {
+      const char separator = format[0] == 't' ? '\t' : ',';
+      EXPECT_THAT(rtrie({"stats", "--table", table, "--format", format}).out,
+                  HasSubstr(fmt::format("\nfamilies.ipv4.levels.bit 6.kinds.leaves.count{}1\n", separator)));
+   }
+   EXPECT_THAT(rtrie({"stats", "--table", table, "--engine", "multibit"}).out, Not(HasSubstr("by kind")));
    // An engine that does not know says nothing.
    EXPECT_THAT(rtrie({"stats", "--table", table, "--engine", "patricia"}).out, Not(HasSubstr("depth")));
 }

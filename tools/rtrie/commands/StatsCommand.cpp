@@ -3,8 +3,13 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "routetrie/platform/Corvid/Inspect.h"
 #include "tools/rtrie/BarChart.h"
@@ -46,6 +51,23 @@ std::optional<OwnCount> ownCountOf(const Engine& engine, const RouteTable& table
    }
    return OwnCount{fmt::format("{}::routes", field->owner().name()),
                    std::stoull(InspectPath("routes").read(object).text)};
+}
+
+// A line for each kind at each level, the first of them with the level's name.
+void printKinds(const std::vector<RouteTable::Level>& levels, Output& output) {
+   std::size_t names = 0;
+   for (const auto& level : levels) {
+      names = std::max(names, level.name.size());
+   }
+   output.text("  nodes by kind\n");
+   for (const auto& level : levels) {
+      std::string_view name = level.name;
+      for (const auto& kind : level.kinds) {
+         output.format("    {:<{}}  {:<6}  {:>11}  {:>14} bytes\n", name, names, kind.name, grouped(kind.count),
+                       grouped(kind.bytes));
+         name = "";
+      }
+   }
 }
 
 void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af, const RouteSet& routes,
@@ -90,11 +112,11 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    output.text("  routes by length\n");
    output.text(barChart(bars, chartMarks));
 
-   const auto chart = [&](std::string_view title, std::uint64_t RouteTable::Level::*figure) {
+   const auto chart = [&](std::string_view title, auto figure) {
       std::vector<Bar> levelBars;
       levelBars.reserve(shape.levels.size());
       for (const auto& level : shape.levels) {
-         levelBars.push_back({"    " + level.name, level.*figure});
+         levelBars.push_back({"    " + level.name, std::invoke(figure, level)});
       }
       output.format("  {}\n", title);
       output.text(barChart(levelBars, chartMarks));
@@ -102,6 +124,10 @@ void printFamily(Output& output, const Engine& engine, Corenet::AddressFamily af
    if (!shape.levels.empty()) {
       chart("nodes by level", &RouteTable::Level::nodes);
       chart("routes by level", &RouteTable::Level::routes);
+      if (std::ranges::any_of(shape.levels, [](const auto& level) { return !level.kinds.empty(); })) {
+         chart("bytes by level", &RouteTable::Level::bytes);
+         printKinds(shape.levels, output);
+      }
    }
 }
 
@@ -160,7 +186,14 @@ Json familyJson(const Engine& engine, Corenet::AddressFamily af, const RouteSet&
    object["routesByLength"] = std::move(byLength);
    Json levels = Json::array();
    for (const auto& level : shape.levels) {
-      levels.push_back({{"name", level.name}, {"nodes", level.nodes}, {"routes", level.routes}});
+      Json told = {{"name", level.name}, {"nodes", level.nodes}, {"routes", level.routes}};
+      if (!level.kinds.empty()) {
+         told["bytes"] = level.bytes();
+         for (const auto& kind : level.kinds) {
+            told["kinds"].push_back({{"name", kind.name}, {"count", kind.count}, {"bytes", kind.bytes}});
+         }
+      }
+      levels.push_back(std::move(told));
    }
    object["levels"] = std::move(levels);
    return object;

@@ -29,8 +29,15 @@ RouteTable::Shape ContainerTable::shape() const {
    const auto found = af_ == Corenet::AddressFamily::ipv6 ? all().v6().statistics() : all().v4().statistics();
    Shape shape{found.nodes(), {}, Depth{found.average_depth(), found.worst_depth}};
    for (const routetrie::table_level& level : found.levels) {
-      shape.levels.push_back(
-         {fmt::format("bit {}", level.depth), level.nodes + level.leaves + level.skips, level.routes});
+      auto& told = shape.levels.emplace_back(
+         Level{fmt::format("bit {}", level.depth), level.nodes + level.leaves + level.skips, level.routes, {}});
+      for (const Kind& kind :
+           {Kind{"nodes", level.nodes, level.node_bytes}, Kind{"leaves", level.leaves, level.leaf_bytes},
+            Kind{"skips", level.skips, level.skip_bytes}}) {
+         if (kind.count != 0) {
+            told.kinds.push_back(kind);
+         }
+      }
    }
    return shape;
 }
