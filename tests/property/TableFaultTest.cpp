@@ -13,48 +13,15 @@
 #include "routetrie/shared_table.h"
 #include "routetrie/table/Tree.h"
 #include "tests/property/CountedNew.h"
+#include "tests/property/Faults.h"
 #include "tests/property/Scale.h"
 #include "tests/property/TableOracle.h"
-#ifdef ROUTETRIE_FAULT_INJECTION
-#include "routetrie/table/Region.h"
-#endif
 
 namespace Property {
 namespace TableFaultTest {
 
 using routetrie::table4;
 using routetrie::table6;
-
-enum class Source { nodes, heap };
-constexpr Source sources[] = {
-#ifdef ROUTETRIE_FAULT_INJECTION
-   Source::nodes,
-#endif
-   Source::heap,
-};
-
-void failAt(Source source, std::size_t n) {
-   if (source == Source::heap) {
-      newFailsAt = n;
-   } else {
-#ifdef ROUTETRIE_FAULT_INJECTION
-      routetrie::Impl::Region::failAt(n);
-#endif
-   }
-}
-
-template <class Work>
-bool failsWith(Source source, std::size_t n, const Work& work) {
-   bool failed = false;
-   failAt(source, n);
-   try {
-      work();
-   } catch (const std::bad_alloc&) {
-      failed = true;
-   }
-   failAt(source, 0);
-   return failed;
-}
 
 template <class Table>
 class TableFaultTest : public testing::Test {
