@@ -176,12 +176,12 @@ bool Arena::owns(U32 at) const noexcept {
       if (turnover->batch != epochs().batch) {
          return false;
       }
-      for (unsigned i = turnover->ownCount; i-- != 0;) {
-         if (at - turnover->own[i] < turnover->ownUnits[i]) {
-            return true;
-         }
-      }
       if (!turnover->isFull || !marksOwn()) {
+         for (unsigned i = turnover->ownCount; i-- != 0;) {
+            if (at - turnover->own[i] < turnover->ownUnits[i]) {
+               return true;
+            }
+         }
          return false;
       }
    }
@@ -288,6 +288,10 @@ U32 Arena::allocateOwn(Turnover& turnover, unsigned units) {
       turnover.own[turnover.ownCount] = at;
       turnover.ownUnits[turnover.ownCount++] = static_cast<U8>(units);
    } else {
+      // From here on the marks tell of all of them, as a long list takes longer to go through than what it is asked for.
+      for (unsigned i = 0; marksOwn() && !turnover.isFull && i < turnover.ownCount; ++i) {
+         markOwn(turnover.own[i], turnover.ownUnits[i]);
+      }
       turnover.isFull = true;
       if (marksOwn()) {
          markOwn(at, units);

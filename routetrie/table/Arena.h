@@ -20,7 +20,7 @@
 // A tree that publishes a version with every change copies a few runs with each, and gets those of an earlier one back. Both go by
 // lists here (Turnover), and no chunk is looked at: its header is far away, and those beside it in its lists farther. Runs that came
 // back are given out again, those first that came last, which a cache may still have. And what was given out since the last version,
-// which the change may write, is found in a short list; if that is full, by a bit for each unit in the chunks. Arenas of small
+// which the change may write, is found in a short list; where it is more, by a bit for each unit in the chunks. Arenas of small
 // units, where bits would not pay, say of what the list does not have that it is not.
 // Tested by tests/table/ArenaTest.cpp.
 #pragma once
