@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "routetrie/route_set.h"
+#include "routetrie/snapshot.h"
 #include "routetrie/table.h"
 #include "tests/support/Backwards.h"
 
@@ -26,6 +27,26 @@ static_assert(std::ranges::common_range<const table<int>> && std::ranges::sized_
 static_assert(std::is_nothrow_move_constructible_v<table<std::string>> &&
               std::is_nothrow_move_assignable_v<table<std::string>>);
 static_assert(!std::is_copy_constructible_v<table<std::unique_ptr<int>>>);
+
+template <class Table>
+using CoveredOf = decltype(std::declval<const Table&>().covered(prefix()));
+template <class Table>
+using ChildrenOf = decltype(std::declval<const Table&>().children(prefix()));
+template <class Table>
+using CoveringOf = decltype(std::declval<const Table&>().covering(prefix()));
+template <class Table>
+using NearestOf = decltype(std::declval<const Table&>().covering_nearest(address()));
+template <class Range>
+constexpr bool isAnswer = std::ranges::bidirectional_range<Range>&& std::ranges::borrowed_range<Range>&&
+   std::ranges::view<Range>&& std::bidirectional_iterator<std::ranges::iterator_t<Range>>;
+template <class Table>
+constexpr bool answersInRanges = isAnswer<CoveredOf<Table>>&& isAnswer<ChildrenOf<Table>>&&
+   isAnswer<CoveringOf<Table>>&& isAnswer<NearestOf<Table>>;
+static_assert(answersInRanges<table<int>> && answersInRanges<table<std::string>> && answersInRanges<route_set>);
+static_assert(answersInRanges<snapshot<int>>);
+static_assert(!std::ranges::borrowed_range<table<int>> && !std::ranges::view<table<int>>);
+static_assert(std::sentinel_for<std::default_sentinel_t, table<int>::iterator>);
+static_assert(std::is_same_v<route_set::value_type, prefix>);
 
 template <class Range>
 std::vector<std::string> texts(Range&& range) {

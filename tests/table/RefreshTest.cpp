@@ -17,7 +17,44 @@
 #include "routetrie/table.h"
 
 namespace routetrie {
+
+// Reaches into a table to break what its mark knows.
+struct Impl::TableFault {
+   template <unsigned width, class T>
+   static Refresh<width>& refresh(basic_table<width, T>& table) {
+      return *table.refresh_;
+   }
+};
+
 namespace RefreshTest {
+
+// A note of what is not there, one of what was swept, and notes that are broken themselves.
+TEST(Refresh, auditFindsPlantedFaults) {
+   table4<int> t{{"10.0.0.0/8"_prefix, 1}, {"11.0.0.0/8"_prefix, 2}};
+   t.mark();
+   auto& refresh = Impl::TableFault::refresh(t);
+   const prefix4 there = "10.0.0.0/8"_prefix;
+   const prefix4 absent = "10.0.0.0/9"_prefix;
+   refresh.touch(there.bits(), there.len());
+   EXPECT_EQ("", t.audit());
+   refresh.touch(absent.bits(), absent.len());
+   EXPECT_EQ("what is noted as touched is not there, or was swept", t.audit());
+   refresh.forget(absent.bits(), absent.len());
+   EXPECT_EQ("", t.audit());
+   refresh.pass(there.bits(), there.len());
+   EXPECT_EQ("", t.audit());
+   const prefix4 next = "11.0.0.0/8"_prefix;
+   refresh.touch(next.bits(), next.len());
+   EXPECT_EQ("", t.audit());
+   refresh.pass("11.0.0.0/16"_prefix.bits(), 16);  // beyond it, with its note left behind
+   EXPECT_EQ("what is noted as touched is not there, or was swept", t.audit());
+   table<int> both{{"2001:db8::/32"_prefix, 1}};
+   both.mark();
+   EXPECT_EQ("", both.audit());
+   auto& six = Impl::TableFault::refresh(const_cast<table6<int>&>(both.v6()));
+   six.touch("2002::/16"_prefix.bits(), 16);
+   EXPECT_EQ("what is noted as touched is not there, or was swept", both.audit());
+}
 namespace refreshes {
 
 using testing::ElementsAre;

@@ -7,7 +7,9 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
 
+#include "routetrie/route_set.h"
 #include "routetrie/table.h"
 
 namespace routetrie {
@@ -154,6 +156,79 @@ TEST(Statistics, ofASnapshot) {
    EXPECT_EQ(bytesOf(s.v4), s.v4.memory.total()) << "its nodes, and nothing that is the table's";
    EXPECT_EQ(0u, snapshot4<int>().statistics().memory.total());
    EXPECT_EQ(s.v4.levels, snapshot.v4().statistics().levels);
+}
+
+//--- how much memory a table may take ---
+
+template <class Table>
+std::size_t allOf(const Table& t) {
+   return sizeof t + t.memory().total();
+}
+template <class Table>
+void add(Table& t, const typename Table::prefix_type& p) {
+   if constexpr (Table::has_values) {
+      t.try_emplace(p);
+   } else {
+      t.insert(p);
+   }
+}
+// A router has thousands of tables with next to nothing in them.
+template <class... Tables>
+void smallOnesAreSmall(std::type_identity<Tables>...) {
+   const auto each = [&]<class Table>(std::type_identity<Table>) {
+      SCOPED_TRACE(testing::internal::GetTypeName<Table>());
+      Table t;
+      EXPECT_LE(allOf(t), 256u);
+      for (unsigned i = 0; i < 10; ++i) {
+         if constexpr (std::is_same_v<typename Table::prefix_type, prefix6>) {
+            add(t, make_prefix(to_address6(0x2001'0db8'0000'0000 + (std::uint64_t{i} << 32), i), 128));
+         } else {
+            add(t, make_prefix(address4(0x0a000000 + (i << 20) + i), 32));
+         }
+      }
+      EXPECT_EQ(10u, t.size());
+      EXPECT_LE(allOf(t), 2048u);
+      t.clear();
+      EXPECT_LE(allOf(t), 1024u);
+   };
+   (each(std::type_identity<Tables>()), ...);
+}
+TEST(TableSize, smallOnesAreSmall) {
+   smallOnesAreSmall(std::type_identity<table<int>>(), std::type_identity<table<std::string>>(),
+                     std::type_identity<route_set>(), std::type_identity<table4<int>>(),
+                     std::type_identity<table4<std::string>>(), std::type_identity<table4<std::uint64_t>>(),
+                     std::type_identity<table6<int>>(), std::type_identity<table6<std::string>>(),
+                     std::type_identity<table6<std::uint64_t>>(), std::type_identity<route_set4>(),
+                     std::type_identity<route_set6>());
+}
+
+// Addresses without any order have nothing in common that nodes could share.
+template <class Table>
+double bytesOfRandomHosts(bool isSix) {
+   std::mt19937_64 random(5);
+   Table t;
+   while (t.size() < 100'000) {
+      if constexpr (std::is_same_v<typename Table::prefix_type, prefix6>) {
+         add(t, host_prefix(to_address6(random(), random())));
+      } else if constexpr (std::is_same_v<typename Table::prefix_type, prefix4>) {
+         add(t, host_prefix(address4(static_cast<std::uint32_t>(random()))));
+      } else {
+         add(t, isSix ? prefix(host_prefix(to_address6(random(), random())))
+                      : prefix(host_prefix(address4(static_cast<std::uint32_t>(random())))));
+      }
+   }
+   return static_cast<double>(allOf(t)) / static_cast<double>(t.size());
+}
+TEST(TableSize, randomHostsHaveNoShapeThatExplodes) {
+   EXPECT_LE(bytesOfRandomHosts<table4<int>>(false), 100);
+   EXPECT_LE(bytesOfRandomHosts<table4<std::uint64_t>>(false), 100);
+   EXPECT_LE(bytesOfRandomHosts<route_set4>(false), 100);
+   EXPECT_LE(bytesOfRandomHosts<table<int>>(false), 100);
+   EXPECT_LE(bytesOfRandomHosts<table6<int>>(true), 150);
+   EXPECT_LE(bytesOfRandomHosts<table6<std::uint64_t>>(true), 150);
+   EXPECT_LE(bytesOfRandomHosts<route_set6>(true), 150);
+   EXPECT_LE(bytesOfRandomHosts<table<int>>(true), 150);
+   EXPECT_LE(bytesOfRandomHosts<route_set>(true), 150);
 }
 
 TEST(Statistics, ofBothFamilies) {

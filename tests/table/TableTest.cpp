@@ -10,6 +10,7 @@
 #include <array>
 #include <iterator>
 #include <memory>
+#include <random>
 #include <ranges>
 #include <sstream>
 #include <stdexcept>
@@ -268,6 +269,59 @@ TEST(Table, explainsItsAnswer) {
    EXPECT_EQ(text, out.str());
    EXPECT_TRUE(fmt::format("{}", table4<int>().explain("10.1.0.1"_address)).starts_with("10.1.0.1/32\n  no route\n"));
    EXPECT_EQ("10.1.0.0/16", fmt::format("{}", table.explain("10.1.0.0/16"_prefix).asked));
+}
+
+// Where no index leads past them, a lookup reads the nodes from the root to the route's, and what a walk over all of them counts is the
+// same.
+template <class Table>
+void readsAreTheNodesOnTheWay() {
+   using P = typename Table::prefix_type;
+   using Word = typename P::Bits::Word;
+   std::mt19937_64 random(11);
+   Table t;
+   for (int i = 0; i < 600; ++i) {
+      auto word = static_cast<Word>(random() >> (32 + 8 * (random() % 3)));
+      if constexpr (P::width == 128) {
+         word = word << 96 | (random() & 3);
+      }
+      t.try_emplace(P::cut(typename P::Bits(word), 1 + static_cast<unsigned>(random() % P::width)), i);
+   }
+   // Pairs far from all others, to which a skip leads.
+   for (int i = 0; i < 100; ++i) {
+      const auto word = static_cast<Word>(static_cast<Word>(random()) << (P::width - 32) | 1);
+      t.try_emplace(P::cut(typename P::Bits(word), P::width), i);
+      t.try_emplace(P::cut(typename P::Bits(word ^ 1), P::width), i);
+   }
+   ASSERT_EQ("", t.audit());
+   std::size_t nodes = 0;
+   std::size_t deepest = 0;
+   std::size_t kinds[3] = {};
+   for (const auto& route : t) {
+      const auto reads = t.explain(route.prefix).reads;
+      std::size_t onTheWay = 0;
+      unsigned depth = 0;
+      for (const lookup_read& read : reads) {
+         EXPECT_NE("index", read.what);
+         EXPECT_GE(read.depth, depth) << route.prefix;
+         depth = read.depth;
+         kinds[0] += read.what == "node";
+         kinds[1] += read.what == "skip";
+         kinds[2] += read.what == "leaf";
+         onTheWay += read.what != "value";
+      }
+      // A leaf has its value in it; that of a route in a node lies behind it.
+      EXPECT_EQ(reads.back().what != "leaf", reads.back().what == "value") << route.prefix;
+      nodes += onTheWay;
+      deepest = std::max(deepest, onTheWay);
+   }
+   EXPECT_EQ(t.statistics().depths, nodes);
+   EXPECT_EQ(t.statistics().worst_depth, deepest);
+   EXPECT_THAT(kinds, testing::Each(testing::Gt(20u)));
+}
+
+TEST(Table, explainTellsTheNodesOnTheWay) {
+   readsAreTheNodesOnTheWay<table4<int>>();
+   readsAreTheNodesOnTheWay<table6<int>>();
 }
 
 // It tells what it was asked about, a prefix that is none too.

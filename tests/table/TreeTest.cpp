@@ -34,8 +34,20 @@ struct TreeFault {
       return static_cast<U32>(&n - tree.nodes());
    }
    template <unsigned width>
+   static Node& target(Tree<width>& tree, const Node& skip) {
+      return tree.node(skip.target());
+   }
+   template <unsigned width>
    static void miscount(Tree<width>& tree) {
       ++tree.size_;
+   }
+   template <unsigned width>
+   static void sizeIs(Tree<width>& tree, std::size_t size) {
+      tree.size_ = size;
+   }
+   template <unsigned width>
+   static void miscountPages(Tree<width>& tree) {
+      ++tree.pages_;
    }
    template <unsigned width>
    static U32& slot(Tree<width>& tree, Corenet::AddressBits<width> bits) {
@@ -700,6 +712,70 @@ TEST(TreeAudit, findsPlantedFaults) {
       empty ^= U32{1} << 31;
       EXPECT_THAT(tree.audit(), HasSubstr("the index leads elsewhere"));
    }
+}
+
+// Each text of audit() that says how a node or a way may not be.
+TEST(TreeAudit, findsPlantedFaultsOfShape) {
+   {
+      Tree<32> tree = sound<32>();
+      TreeFault::root(tree).routes[1] |= U64{1} << 63;
+      EXPECT_THAT(tree.audit(), HasSubstr("a route behind the 63 places, under 0.0.0.0/0"));
+   }
+   {
+      // A skip from bit 6 to a node at bit 30, the last one.
+      Tree<32> tree(4);
+      put(tree, p4("0.0.0.1/32"), p4("0.0.0.2/32"));
+      ASSERT_EQ("", tree.audit());
+      Node& skip = TreeFault::child(tree, TreeFault::root(tree), 0);
+      ASSERT_TRUE(skip.isCompressed() && !skip.isLeaf());
+      ASSERT_EQ(30u, skip.length());
+      Node& last = TreeFault::target(tree, skip);
+      const Node asItWas = last;
+      skip.routes[0] -= 18;
+      EXPECT_THAT(tree.audit(), HasSubstr("a skip that is too short or ends within six bits, under 0.0.0.0/6"));
+      skip.routes[0] += 18 - 1;
+      EXPECT_THAT(tree.audit(), HasSubstr("a skip that is too short or ends within six bits, under 0.0.0.0/6"));
+      skip.routes[0] += 1;
+      ASSERT_EQ("", tree.audit());
+      last.routes[0] |= 1u << placeOf(3, 0);
+      EXPECT_THAT(tree.audit(), HasSubstr("a route longer than an address, under 0.0.0.0/30"));
+      last = asItWas;
+      last.routes[0] &= last.routes[0] - 1;
+      EXPECT_THAT(tree.audit(), HasSubstr("a skip to a node that has no choice, under 0.0.0.0/6"));
+      last = asItWas;
+      ASSERT_EQ("", tree.audit());
+      last.children = 1;
+      last.numbers()[0] = TreeFault::number(tree, TreeFault::root(tree));
+      EXPECT_THAT(tree.audit(), HasSubstr("a node behind the last bit, under 0.0.0.0/"));
+   }
+   {
+      // A node without routes at bit 6 loses one of its two children.
+      Tree<32> tree(4);
+      put(tree, p4("0.0.0.1/32"), p4("3.0.0.1/32"));
+      ASSERT_EQ("", tree.audit());
+      Node& n = TreeFault::child(tree, TreeFault::root(tree), 0);
+      ASSERT_TRUE(!n.isCompressed() && n.childCount() == 2 && !n.hasRoutes());
+      n.children &= n.children - 1;
+      EXPECT_THAT(tree.audit(), HasSubstr("a way without a choice is not compressed, under 0.0.0.0/6"));
+   }
+}
+
+TEST(TreeAudit, findsPlantedFaultsOfTheIndex) {
+   Tree<128> tree(4);
+   put(tree, p6("::/64"), p6("::1/128"));
+   for (unsigned i = 0; i < 4096; ++i) {
+      add(tree, Tree<128>::Bits(U128{0x2001'0db8'0000'0000 + (U64{i} << 30)} << 64), 34);
+   }
+   TreeFault::buildIndex(tree);
+   ASSERT_EQ("", tree.audit());
+   TreeFault::miscountPages(tree);
+   EXPECT_THAT(tree.audit(), HasSubstr("the pages of the index are counted wrong"));
+   // The way to all under 2000::/6 goes, and the index leads there yet.
+   Node& root = TreeFault::root(tree);
+   ASSERT_EQ(2u, root.childCount());
+   root.children &= (U64{1} << 8) - 1;
+   TreeFault::sizeIs(tree, 2);
+   EXPECT_THAT(tree.audit(), HasSubstr("the index leads to what is gone"));
 }
 
 #ifdef ROUTETRIE_FAULT_INJECTION

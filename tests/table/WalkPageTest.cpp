@@ -28,6 +28,12 @@ using testing::IsEmpty;
 
 static_assert(std::ranges::input_range<walk_page<table<int>>> && std::ranges::input_range<walk_page<route_set4>>);
 static_assert(std::input_iterator<walk_page<table6<std::string>>::iterator>);
+// It is walked once, as it goes, and may not go before its iterators.
+using BothPage = decltype(std::declval<const table<int>&>().walk(1));
+static_assert(std::ranges::input_range<BothPage> && std::input_iterator<BothPage::iterator>);
+static_assert(!std::ranges::forward_range<BothPage> && !std::ranges::borrowed_range<BothPage>);
+static_assert(!std::ranges::borrowed_range<walk_page<table4<int>>>);
+static_assert(std::sentinel_for<std::default_sentinel_t, BothPage::iterator>);
 static_assert(std::is_nothrow_copy_constructible_v<walk_token> &&
               std::is_nothrow_default_constructible_v<walk_token4>);
 static_assert(any_walk_token<walk_token6> && !any_walk_token<prefix>);
