@@ -6,16 +6,21 @@
 #include <fmt/format.h>
 
 #include <initializer_list>
+#include <optional>
 #include <random>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "routetrie/shared_table.h"
+#include "routetrie/table.h"
 #include "routetrie/table/Tree.h"
+#include "tests/property/BothOracle.h"
 #include "tests/property/CountedNew.h"
 #include "tests/property/Faults.h"
 #include "tests/property/Scale.h"
 #include "tests/property/TableOracle.h"
+#include "tests/support/Backwards.h"
 
 namespace Property {
 namespace TableFaultTest {
@@ -472,9 +477,315 @@ TYPED_TEST(TableFaultTest, severalAtOnce) {
    });
 }
 
+// Runs `work` on a table of these routes with each allocation failing; `check` sees what is left. How many failed.
+template <class Fixture, class Work, class Check>
+std::size_t failOn(const std::vector<typename Fixture::P>& world, const Work& work, const Check& check) {
+   std::size_t failures = 0;
+   for (const Source source : sources) {
+      bool failed = true;
+      for (std::size_t n = 1; failed && !testing::Test::HasFailure(); ++n) {
+         SCOPED_TRACE(fmt::format("allocation {}", n));
+         typename Fixture::Session session;
+         Fixture::fill(session, world);
+         const auto before = session.table.snapshot();
+         failed = failsWith(source, n, [&] { work(session.table); });
+         failures += failed ? 1u : 0u;
+         EXPECT_EQ("", session.table.audit());
+         EXPECT_EQ("", before.audit());
+         EXPECT_EQ(world.size(), before.size());
+         check(session, failed);
+      }
+   }
+   return failures;
+}
+
+// What came before the one that failed is in, whole, and nothing else.
+TYPED_TEST(TableFaultTest, insertingARange) {
+   using Value = typename TypeParam::mapped_type;
+   const auto all = this->worlds();
+   const auto& added = all[5];
+   std::vector<typename TypeParam::insertable> list;
+   for (std::size_t i = 0; i < added.size(); ++i) {
+      if constexpr (TypeParam::has_values) {
+         list.emplace_back(added[i], NumberIn<Value>::valueOf(static_cast<std::uint32_t>(1000 + i)));
+      } else {
+         list.push_back(added[i]);
+      }
+   }
+   const auto whole = list;
+   std::set<std::size_t> sizes;
+   const auto failures = failOn<TestFixture>(
+      all[4], [&](auto& table) { table.insert(list); },
+      [&](auto& session, bool failed) {
+         const std::size_t in = session.table.size() - all[4].size();
+         sizes.insert(in);
+         EXPECT_EQ(failed, in < added.size());
+         for (std::size_t i = 0; i < in; ++i) {
+            session.oracle.set(added[i], NumberIn<Value>::cut(static_cast<std::uint32_t>(1000 + i)));
+         }
+         EXPECT_EQ("", session.wholeFault());
+         EXPECT_EQ(whole, list) << "what is the caller's stays whole";
+         session.table.insert(list);
+         EXPECT_EQ(all[4].size() + added.size(), session.table.size());
+      });
+   EXPECT_GT(failures, 0u);
+   EXPECT_GT(sizes.size(), 1u);
+   // Of a table that is made of a range nothing is left.
+   for (const Source source : sources) {
+      bool failed = true;
+      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
+         failed = failsWith(source, n, [&] {
+            const TypeParam made(list);
+            EXPECT_EQ(list.size(), made.size());
+         });
+         EXPECT_EQ(whole, list);
+      }
+   }
+}
+
+// Each route is in one of the two with its value, or in the first by the rule; what failed goes on when it is repeated.
+TYPED_TEST(TableFaultTest, mergesByARule) {
+   if constexpr (TypeParam::has_values) {
+      using Value = typename TypeParam::mapped_type;
+      const auto all = this->worlds();
+      for (const bool beside : {false, true}) {
+         std::size_t failures = 0;
+         for (const Source source : sources) {
+            bool failed = true;
+            for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
+               SCOPED_TRACE(fmt::format("allocation {}", n));
+               typename TestFixture::Session to;
+               typename TestFixture::Session from;
+               TestFixture::fill(to, all[3]);
+               TestFixture::fill(from, all[5]);
+               for (std::size_t i = 0; i < all[3].size(); i += 3) {
+                  from.assign(all[3][i], 500);
+               }
+               const auto snapshot = from.table.snapshot();
+               auto mine = beside ? to.table.snapshot() : decltype(to.table.snapshot())();
+               const auto work = [&] {
+                  to.table.merge(from.table, [](const auto&, Value& value, Value&& theirs) {
+                     value = NumberIn<Value>::valueOf(NumberIn<Value>::numberOf(value) +
+                                                      NumberIn<Value>::numberOf(theirs));
+                  });
+               };
+               failed = failsWith(source, n, work);
+               failures += failed ? 1u : 0u;
+               EXPECT_EQ("", to.table.audit());
+               EXPECT_EQ("", from.table.audit());
+               work();
+               EXPECT_EQ("", to.table.audit());
+               EXPECT_TRUE(from.table.empty());
+               EXPECT_EQ(from.oracle.size(), snapshot.size());
+               EXPECT_EQ(beside ? all[3].size() : 0u, mine.size());
+               for (const auto& route : from.oracle.all()) {
+                  to.oracle.set(
+                     route.prefix,
+                     (to.oracle.has(route.prefix) ? to.oracle.get(route.prefix)->number : 0) + route.number);
+               }
+               EXPECT_EQ("", to.wholeFault()) << "no route is lost, doubled, or ruled on twice";
+            }
+         }
+         EXPECT_GT(failures, 0u);
+      }
+   }
+}
+
+// Beside a snapshot an erase takes memory; what failed leaves those not yet erased, in order.
+TYPED_TEST(TableFaultTest, erasesOfSeveralBesideASnapshot) {
+   using Prefix = typename TestFixture::P;
+   auto world = this->worlds().back();
+   world.resize(sized<std::size_t>(30, 60, 200));
+   const auto isLong = [](const auto& route) { return routetrie::Impl::prefixOf(route).len() % 2 == 0; };
+   const auto each = [&](const auto& erase, const auto& goes) {
+      std::set<std::size_t> sizes;
+      const auto failures = failOn<TestFixture>(
+         world, [&](auto& table) { erase(table); },
+         [&](auto& session, bool failed) {
+            std::size_t left = 0;
+            std::size_t toGo = 0;
+            bool isGone = true;
+            for (const auto& route : session.oracle.all()) {
+               const bool there = session.table.contains(route.prefix);
+               left += there ? 1u : 0u;
+               if (!goes(route.prefix)) {
+                  EXPECT_TRUE(there) << route.prefix;
+                  continue;
+               }
+               EXPECT_TRUE(isGone || there) << "one behind the one that failed is gone: " << route.prefix;
+               isGone = isGone && !there;
+               toGo += there ? 1u : 0u;
+               if (!there) {
+                  session.oracle.remove(route.prefix);
+               }
+            }
+            sizes.insert(left);
+            EXPECT_EQ(failed, toGo != 0);
+            EXPECT_EQ("", session.wholeFault());
+            erase(session.table);
+            EXPECT_EQ(left - toGo, session.table.size());
+            EXPECT_EQ("", session.table.audit());
+         });
+      if (std::size(sources) > 1) {
+         EXPECT_GT(failures, 5u);
+         EXPECT_GT(sizes.size(), 5u);
+      }
+   };
+   each([&](auto& table) { erase_if(table, isLong); }, [](const Prefix& p) { return p.len() % 2 == 0; });
+   each([](auto& table) { table.erase_covered(Prefix()); }, [](const Prefix&) { return true; });
+}
+
+// The iterator that was given still stands where it stood.
+TYPED_TEST(TableFaultTest, erasesAtAnIterator) {
+   const auto world = this->worlds().back();
+   for (const std::size_t which : {std::size_t{0}, world.size() / 2, world.size() - 1}) {
+      std::optional<typename TypeParam::iterator> at;
+      const auto failures = failOn<TestFixture>(
+         world,
+         [&](auto& table) {
+            at = table.find(world[which]);
+            table.erase(*at);
+         },
+         [&](auto& session, bool failed) {
+            const auto next = session.oracle.after(world[which]);
+            if (failed) {
+               EXPECT_EQ("", session.wholeFault());
+               EXPECT_EQ(world[which], routetrie::Impl::prefixOf(**at));
+               EXPECT_EQ(next, session.maybe(session.table.erase(*at)));
+            }
+            session.oracle.remove(world[which]);
+            EXPECT_EQ("", session.wholeFault());
+         });
+      EXPECT_TRUE(failures > 0 || std::size(sources) == 1);
+   }
+}
+
+// A mark that fails leaves the table unmarked, or with the mark that it had.
+TYPED_TEST(TableFaultTest, marks) {
+   const auto world = this->worlds().back();
+   for (const bool again : {false, true}) {
+      const auto failures = failOn<TestFixture>(
+         world,
+         [&](auto& table) {
+            if (again && !table.is_marked()) {
+               const auto source = newFailsAt;
+               newFailsAt = 0;
+               table.mark();
+               newFailsAt = source;
+               TestFixture::put(table, world.front(), 1000);
+            }
+            table.mark();
+         },
+         [&](auto& session, bool failed) {
+            EXPECT_EQ(again || !failed, session.table.is_marked());
+            if (session.table.is_marked() && !failed) {
+               EXPECT_EQ(20u, session.table.untouched(20).size()) << "nothing is touched";
+            }
+         });
+      EXPECT_GT(failures, 0u);
+   }
+}
+
+// The operations of a table of both families: what fails in one leaves the other as it is as well.
+template <class T>
+void bothFamiliesFail() {
+   using Table = routetrie::table<T>;
+   using Session = TableSession<Table>;
+   std::mt19937_64 random(seed());
+   std::vector<routetrie::prefix> world;
+   while (world.size() < 60) {
+      const auto length = 8 + static_cast<unsigned>(random() % 25);
+      world.push_back(
+         routetrie::prefix4::cut(routetrie::prefix4::Bits(static_cast<std::uint32_t>(random())), length));
+      world.push_back(
+         routetrie::prefix6::cut(routetrie::prefix6::Bits(Corenet::U128{random()} << 64 | random()), 4 * length));
+   }
+   std::size_t failures = 0;
+   const auto each = [&](bool holds, const auto& change, const auto& changed) {
+      for (const Source source : sources) {
+         bool failed = true;
+         for (std::size_t n = 1; failed && !testing::Test::HasFailure(); ++n, failures += failed ? 1u : 0u) {
+            SCOPED_TRACE(fmt::format("allocation {}", n));
+            Session session;
+            for (const auto& p : world) {
+               session.add(p, 7);
+            }
+            const auto snapshot = holds ? session.table.snapshot() : routetrie::snapshot<T>();
+            failed = failsWith(source, n, [&] { change(session.table); });
+            if (failed) {
+               ASSERT_EQ("", session.wholeFault());
+               change(session.table);
+            }
+            changed(session.oracle);
+            ASSERT_EQ("", session.wholeFault());
+            ASSERT_EQ(holds ? world.size() : 0u, snapshot.size());
+         }
+      }
+   };
+   const auto put = [](Table& t, const routetrie::prefix& p) {
+      if constexpr (Table::has_values) {
+         t.insert_or_assign(p, NumberIn<T>::valueOf(9));
+      } else {
+         t.insert(p);
+      }
+   };
+   const std::uint32_t nine = NumberIn<T>::cut(9);
+   const routetrie::prefix fresh[] = {routetrie::parse<routetrie::prefix>("203.0.113.7/32").value(),
+                                      routetrie::parse<routetrie::prefix>("2001:db8::7/128").value()};
+   for (const bool holds : {false, true}) {
+      for (const auto& p : {world[0], world[1], fresh[0], fresh[1]}) {
+         SCOPED_TRACE(fmt::format("{}", p));
+         each(
+            holds, [&](Table& t) { put(t, p); }, [&](auto& o) { o.set(p, nine); });
+         each(
+            holds, [&](Table& t) { t.erase(p); }, [&](auto& o) { o.remove(p); });
+         each(
+            holds,
+            [&](Table& t) {
+               if (const auto at = t.find(p); at != t.end()) {
+                  t.erase(at);
+               }
+            },
+            [&](auto& o) { o.remove(p); });
+         if constexpr (Table::has_values) {
+            each(
+               holds, [&](Table& t) { t.update(p, [](T& value) { value = NumberIn<T>::valueOf(9); }); },
+               [&](auto& o) { o.set(p, nine); });
+            each(
+               holds, [&](Table& t) { t.modify(p, [](T& value) { value = NumberIn<T>::valueOf(9); }); },
+               [&](auto& o) {
+                  if (o.has(p)) {
+                     o.set(p, nine);
+                  }
+               });
+         }
+      }
+      each(
+         holds, [](Table& t) { const auto one = t.snapshot(); }, [](auto&) {});
+      each(
+         holds, [](Table& t) { EXPECT_TRUE(Table(t) == t); }, [](auto&) {});
+      each(
+         holds,
+         [](Table& t) {
+            EXPECT_FALSE(t.is_marked()) << "a mark that failed marks neither family";
+            t.mark();
+         },
+         [](auto&) {});
+   }
+   EXPECT_GT(failures, 0u);
+}
+TEST(TableFault, changesOfBothFamilies) {
+   bothFamiliesFail<std::string>();
+   bothFamiliesFail<std::uint32_t>();
+   bothFamiliesFail<void>();
+}
+
 // No question takes memory.
 TYPED_TEST(TableFaultTest, questionsAllocateNothing) {
    using Prefix = typename TestFixture::P;
+   TypeParam other;
+   TestFixture::put(other, this->host(5), 1);
+   TestFixture::put(other, this->anything(24), 1);
    for (const auto& world : this->worlds()) {
       typename TestFixture::Session session;
       TestFixture::fill(session, world);
@@ -503,6 +814,17 @@ TYPED_TEST(TableFaultTest, questionsAllocateNothing) {
          add(table.find(p) != table.end());
          add(table.lower_bound(p) != table.upper_bound(p));
          add(table.same_answer(a).first == a);
+         add(table.overlaps(other) || other.overlaps(table));
+         all(TestSupport::Between{table.rbegin(), table.rend()});
+         all(TestSupport::backwards(table.covered(p)));
+         all(TestSupport::backwards(table.children(p)));
+         all(TestSupport::backwards(table.covering(p)));
+         for (std::optional<typename TypeParam::token_type> token(std::in_place); token;) {
+            auto page = table.walk(7, *token);
+            all(page);
+            token = page.next();
+         }
+         all(table.walk_covered(p, 7));
          if constexpr (TypeParam::has_values) {
             add(table.lookup(a) != nullptr);
             const typename TypeParam::address_type asked[] = {a};
@@ -511,6 +833,50 @@ TYPED_TEST(TableFaultTest, questionsAllocateNothing) {
          }
          EXPECT_EQ(before, newCalls) << p << ", " << count;
       }
+   }
+}
+
+TEST(TableFault, questionsOfBothFamiliesAllocateNothing) {
+   routetrie::table<std::string> t;
+   for (unsigned i = 0; i < 200; ++i) {
+      t.try_emplace(routetrie::make_prefix(routetrie::address4(i << 20), 8 + i % 25, routetrie::host_bits::cut),
+                    "four");
+      t.try_emplace(routetrie::make_prefix(routetrie::to_address6(std::uint64_t{i} << 40, i), 8 + i % 121,
+                                           routetrie::host_bits::cut),
+                    "six");
+   }
+   const routetrie::table<std::string> other{{routetrie::prefix4::fromString("240.0.0.0/8"), "alone"}};
+   for (const auto& p : {t.begin()->prefix, t.rbegin()->prefix, routetrie::prefix(routetrie::prefix6())}) {
+      const routetrie::address a = p.af() == Corenet::ipv4
+                                      ? routetrie::address(routetrie::last_address(p.v4Prefix()))
+                                      : routetrie::address(routetrie::last_address(p.v6Prefix()));
+      const std::size_t before = newCalls;
+      std::size_t count = 0;
+      const auto all = [&](auto&& range) {
+         for (const auto& route : range) {
+            count += sizeof route != 0;
+         }
+      };
+      const auto add = [&](bool is) { count += is ? 1 : 0; };
+      all(t);
+      all(TestSupport::Between{t.rbegin(), t.rend()});
+      all(t.covered(p));
+      all(t.children(p));
+      all(t.covering(p));
+      all(t.covering_nearest(a));
+      all(TestSupport::backwards(t.covered(p)));
+      all(t.walk(7));
+      all(t.walk_covered(p, 7));
+      add(t.match(a) || t.match(p) || t.parent(p) || t.shortest_match(a));
+      add(t.match_if(a, [](const auto&) { return false; }).has_value());
+      add(t.has_longer(p) || t.overlaps(p) || t.overlaps(other) || t.contains(p));
+      add(t.find(p) != t.end() && t.lower_bound(p) != t.upper_bound(p));
+      add(t.same_answer(a).has_value());
+      add(t.lookup(a) != nullptr);
+      const routetrie::address asked[] = {a, a};
+      const std::string* answers[2];
+      t.lookup_bulk(asked, answers);
+      EXPECT_EQ(before, newCalls) << p << ", " << count;
    }
 }
 
