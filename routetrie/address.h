@@ -4,6 +4,7 @@
 //    auto b = routetrie::parse<routetrie::address>(text); a value or an error; b.value() raises it
 //    auto c = routetrie::address4(0xc0000201);            from a host-order word
 //    auto d = routetrie::to_address(in6);                 from in_addr, in6_addr; from sockaddr, if it has one
+//    auto e = routetrie::address_from_bytes<routetrie::address>(bytes);    from a message: a value or an error
 //
 // They are plain values of 4, 16 and 17 bytes in network order. address4 and address6 become an address by themselves.
 // Tested by tests/table/PrefixTest.cpp.
@@ -19,8 +20,11 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
+#include <span>
+#include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 #include "routetrie/parse_result.h"
 #include "routetrie/platform/Corenet/AddressText.h"
@@ -50,6 +54,18 @@ struct Literal {
    constexpr std::string_view view() const noexcept { return {chars, size - 1}; }
    char chars[size]{};
 };
+
+// `has`, a number of bytes, and how many came.
+inline std::string wrongBytes(std::string has, std::size_t came) {
+   return std::move(has) + " bytes, and not " + std::to_string(came);
+}
+// The first bits, in network order, and zeros behind them. Requires: no more bytes than the width has.
+template <class Bits, unsigned width>
+Bits bitsOfBytes(std::span<const std::byte> bytes) noexcept {
+   std::array<std::uint8_t, width / 8> all{};
+   std::ranges::transform(bytes, all.begin(), [](std::byte b) { return std::to_integer<std::uint8_t>(b); });
+   return Bits::load(all.data());
+}
 
 // Never defined and not constexpr: the name of the one that is called stands in the compiler's error.
 void this_text_is_no_address();
@@ -85,6 +101,30 @@ parse_result<T> parse(std::string_view text) {
       }
       return T(bits);
    }
+}
+
+// Of 4 or 16 bytes in network order, as the family has, or of an address as many as there are: no more and no less.
+template <any_address T>
+parse_result<T> address_from_bytes(std::span<const std::byte> bytes) {
+   if constexpr (std::same_as<T, address>) {
+      if (bytes.size() == address4::width / 8) {
+         return address(*address_from_bytes<address4>(bytes));
+      }
+      if (bytes.size() == address6::width / 8) {
+         return address(*address_from_bytes<address6>(bytes));
+      }
+      return parse_result<T>::failure(Impl::wrongBytes("an address has 4 or 16", bytes.size()));
+   } else {
+      if (bytes.size() != T::width / 8) {
+         return parse_result<T>::failure(
+            Impl::wrongBytes(T::width == 32 ? "an IPv4 address has 4" : "an IPv6 address has 16", bytes.size()));
+      }
+      return T(Impl::bitsOfBytes<typename T::Bits, T::width>(bytes));
+   }
+}
+template <any_address T>
+parse_result<T> address_from_bytes(std::span<const std::uint8_t> bytes) {
+   return address_from_bytes<T>(std::as_bytes(bytes));
 }
 
 inline address4 to_address(in_addr from) noexcept { return address4(ntohl(from.s_addr)); }

@@ -4,6 +4,7 @@
 //    auto q = routetrie::parse<routetrie::prefix>(text);           a value or an error; q.value() raises it
 //    auto r = routetrie::parse<routetrie::prefix>("10.1.2.3/8", routetrie::host_bits::cut);     10.0.0.0/8
 //    auto s = routetrie::make_prefix(a, 24, routetrie::host_bits::cut);                  the /24 around a
+//    auto t = routetrie::prefix_from_bytes<routetrie::prefix4>(bytes, 24);         from a message: a value or an error
 //
 // They are plain values of 5, 17 and 18 bytes. prefix4 and prefix6 become a prefix by themselves. p.address(), p.len() (bits)
 // and p.af() take one apart. An address is no prefix that lacks its length: whoever means the /32 or /128 says
@@ -15,7 +16,12 @@
 // Tested by tests/table/PrefixTest.cpp.
 #pragma once
 
+#include <algorithm>
 #include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -134,6 +140,49 @@ inline prefix make_prefix(const address& a, unsigned length, host_bits bitsPastL
       case Corenet::AddressFamily::ipv6: return make_prefix(a.v6Addr(), length, bitsPastLength);
       default: Impl::throwLength(length, 0);
    }
+}
+
+// The prefix of the first `length` bits of an address in network order. Of one family, bytes that the length does not need may be left out,
+// as routing protocols do; of either, there are 4 or 16. An error if the length is too great, or if bits past it are set and are not to
+// be cut, as parse() has it.
+template <any_prefix T>
+parse_result<T> prefix_from_bytes(std::span<const std::byte> bytes, unsigned length,
+                                  host_bits bitsPastLength = host_bits::refuse) {
+   if constexpr (std::same_as<T, prefix>) {
+      const auto either = [](const auto& read) {
+         return read ? parse_result<T>(*read) : parse_result<T>::failure(read.error());
+      };
+      if (const auto a = address_from_bytes<address>(bytes); !a) {
+         return parse_result<T>::failure(a.error());
+      }
+      return bytes.size() == prefix4::width / 8 ? either(prefix_from_bytes<prefix4>(bytes, length, bitsPastLength))
+                                                : either(prefix_from_bytes<prefix6>(bytes, length, bitsPastLength));
+   } else {
+      using Corenet::Impl::TextFault;
+      constexpr std::size_t most = T::width / 8;
+      const std::size_t least = (std::min(length, T::width) + 7) / 8;
+      if (bytes.size() > most || (length <= T::width && bytes.size() < least)) {
+         return parse_result<T>::failure(Impl::wrongBytes(
+            std::string(T::width == 32 ? "an IPv4" : "an IPv6") + " prefix of " + std::to_string(length) +
+               " bits has " + (least != most ? std::to_string(least) + " to " : std::string()) + std::to_string(most),
+            bytes.size()));
+      }
+      const auto bits = Impl::bitsOfBytes<typename T::Bits, T::width>(bytes);
+      const TextFault fault = length > T::width ? TextFault::lengthTooGreat
+                              : bitsPastLength == host_bits::refuse && !bits.isZeroPast(length) ? TextFault::hostBits
+                                                                                                : TextFault::none;
+      if (fault == TextFault::none) {
+         return T::cut(bits, length);
+      }
+      const auto text = typename T::AddressType(bits).stringValue();
+      return parse_result<T>::failure(
+         Impl::prefixFault(fault, T::width, std::string(text.c_str()) + '/' + std::to_string(length)));
+   }
+}
+template <any_prefix T>
+parse_result<T> prefix_from_bytes(std::span<const std::uint8_t> bytes, unsigned length,
+                                  host_bits bitsPastLength = host_bits::refuse) {
+   return prefix_from_bytes<T>(std::as_bytes(bytes), length, bitsPastLength);
 }
 
 // The /32 or /128 that holds the address alone.

@@ -4,11 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <unordered_set>
+#include <vector>
 
 #include "routetrie/address.h"
 
@@ -123,6 +126,55 @@ TEST(Prefix, ofASocketsAddress) {
    EXPECT_EQ(std::nullopt, taken(&four, 4)) << "cut";
    four.sin_family = AF_UNIX;
    EXPECT_EQ(std::nullopt, taken(&four, sizeof four));
+}
+
+// From outside: as many bytes as the address has, in network order, or what is wrong.
+TEST(Prefix, anAddressOfBytes) {
+   const std::vector<std::uint8_t> four{192, 0, 2, 1};
+   std::vector<std::uint8_t> six(16);
+   six[0] = 0x20;
+   six[1] = 1;
+   six[15] = 7;
+   EXPECT_EQ("192.0.2.1"_address, address_from_bytes<address4>(four).value());
+   EXPECT_EQ("2001::7"_address, address_from_bytes<address6>(six).value());
+   EXPECT_EQ(address("192.0.2.1"_address), address_from_bytes<address>(four).value());
+   EXPECT_EQ(address("2001::7"_address), address_from_bytes<address>(six).value());
+   EXPECT_EQ("192.0.2.1"_address, address_from_bytes<address4>(std::as_bytes(std::span(four))).value());
+   EXPECT_EQ("an IPv4 address has 4 bytes, and not 16", address_from_bytes<address4>(six).error());
+   EXPECT_EQ("an IPv6 address has 16 bytes, and not 4", address_from_bytes<address6>(four).error());
+   EXPECT_EQ("an address has 4 or 16 bytes, and not 0",
+             address_from_bytes<address>(std::span(four).first(0)).error());
+   EXPECT_THROW(address_from_bytes<address>(std::span(six).first(15)).value(), Corvid::RangeException);
+}
+
+// A prefix may come without the bytes that its length does not need, as routing protocols send it.
+TEST(Prefix, aPrefixOfBytes) {
+   const std::vector<std::uint8_t> bytes{10, 1, 2, 3};
+   const std::span<const std::uint8_t> all(bytes);
+   EXPECT_EQ("10.1.2.3/32"_prefix, prefix_from_bytes<prefix4>(all, 32).value());
+   EXPECT_EQ("10.1.0.0/16"_prefix, prefix_from_bytes<prefix4>(all.first(2), 16).value());
+   EXPECT_EQ("10.1.2.0/23"_prefix, prefix_from_bytes<prefix4>(all.first(3), 23).value());
+   EXPECT_EQ("0.0.0.0/0"_prefix, prefix_from_bytes<prefix4>(all.first(0), 0).value());
+   EXPECT_EQ("a01:200::/24"_prefix, prefix_from_bytes<prefix6>(all.first(3), 24).value());
+   EXPECT_EQ("a01:203::/32"_prefix, prefix_from_bytes<prefix6>(std::as_bytes(all), 32).value());
+   EXPECT_EQ("10.0.0.0/8"_prefix, prefix_from_bytes<prefix4>(all, 8, host_bits::cut).value());
+   EXPECT_EQ(prefix("10.0.0.0/8"_prefix), prefix_from_bytes<prefix>(all, 8, host_bits::cut).value());
+   EXPECT_EQ(prefix("::/0"_prefix), prefix_from_bytes<prefix>(std::vector<std::uint8_t>(16), 0).value());
+
+   // The words are those of parse().
+   EXPECT_EQ(parse<prefix4>("10.1.2.3/8").error(), prefix_from_bytes<prefix4>(all, 8).error());
+   EXPECT_EQ(parse<prefix4>("10.1.2.3/33").error(), prefix_from_bytes<prefix4>(all, 33).error());
+   EXPECT_EQ(parse<prefix6>("a01:203::/129").error(), prefix_from_bytes<prefix6>(all, 129).error());
+   EXPECT_EQ(parse<prefix>("10.1.2.3/8").error(), prefix_from_bytes<prefix>(all, 8).error());
+   EXPECT_EQ("prefix length 255 exceeds 32: \"10.1.2.3/255\"", prefix_from_bytes<prefix4>(all, 255).error())
+      << "no null prefix is made";
+   EXPECT_EQ("an IPv4 prefix of 17 bits has 3 to 4 bytes, and not 2",
+             prefix_from_bytes<prefix4>(all.first(2), 17).error());
+   EXPECT_EQ("an IPv4 prefix of 8 bits has 1 to 4 bytes, and not 16",
+             prefix_from_bytes<prefix4>(std::vector<std::uint8_t>(16), 8).error());
+   EXPECT_EQ("an IPv6 prefix of 128 bits has 16 bytes, and not 4", prefix_from_bytes<prefix6>(all, 128).error());
+   EXPECT_EQ("an address has 4 or 16 bytes, and not 2", prefix_from_bytes<prefix>(all.first(2), 16).error())
+      << "which family?";
 }
 
 TEST(Prefix, covers) {
