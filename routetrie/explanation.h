@@ -14,9 +14,12 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <iosfwd>
 #include <iterator>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <vector>
@@ -34,12 +37,16 @@ enum class verdict {
 
 // In words: "taken: the longest", "not taken: a longer one covers it", "not taken: refused by the test".
 ROUTETRIE_EXPORT std::string_view describe(verdict why) noexcept;
+inline std::ostream& operator<<(std::ostream& out, verdict why) {
+   return out << Corvid::String(std::string(describe(why)));
+}
 
 // One place in memory that a lookup reads.
 struct lookup_read {
    unsigned depth;         // bits of the address that led there
    unsigned bytes;         // how many lie there
    std::string_view what;  // the kind of node, of static storage
+   friend bool operator==(const lookup_read&, const lookup_read&) noexcept = default;
 };
 
 template <any_prefix P, class T>
@@ -49,6 +56,9 @@ struct explanation {
    struct candidate {
       route_type route;
       verdict why;
+      friend bool operator==(const candidate& a, const candidate& b) requires std::equality_comparable<route_type> {
+         return a.route == b.route && a.why == b.why;
+      }
    };
 
    P asked{};                          // an address as its /32 or /128
@@ -65,6 +75,10 @@ struct explanation {
       return nullptr;
    }
 
+   // The same question with the same answers, equal values, and as much to read.
+   friend bool operator==(const explanation& a, const explanation& b) requires std::equality_comparable<route_type> {
+      return a.asked == b.asked && a.candidates == b.candidates && a.reads == b.reads;
+   }
    friend std::ostream& operator<<(std::ostream& out, const explanation& e) {
       return out << Corvid::String(fmt::format("{}", e));
    }
@@ -89,7 +103,34 @@ struct table_memory {
       for_readers += other.for_readers;
       return *this;
    }
+   friend bool operator==(const table_memory&, const table_memory&) noexcept = default;
 };
+
+}  // namespace routetrie
+
+template <>
+struct fmt::formatter<routetrie::verdict> : fmt::formatter<std::string_view> {
+   auto format(routetrie::verdict why, fmt::format_context& context) const {
+      return fmt::formatter<std::string_view>::format(routetrie::describe(why), context);
+   }
+};
+
+template <>
+struct fmt::formatter<routetrie::table_memory> {
+   constexpr auto parse(fmt::format_parse_context& context) { return context.begin(); }
+   auto format(const routetrie::table_memory& m, fmt::format_context& context) const {
+      auto out = fmt::format_to(context.out(), "bytes {}: nodes {}, values {}, index {}, free {}, old {}", m.total(),
+                                m.nodes, m.values, m.index, m.free, m.old);
+      return m.for_readers != 0 ? fmt::format_to(out, ", of which {} for readers", m.for_readers) : out;
+   }
+};
+
+namespace routetrie {
+
+// "bytes 600: nodes 344, values 0, index 0, free 256, old 0".
+inline std::ostream& operator<<(std::ostream& out, const table_memory& m) {
+   return out << Corvid::String(fmt::format("{}", m));
+}
 
 }  // namespace routetrie
 

@@ -18,6 +18,7 @@
 #include <concepts>
 #include <cstddef>
 #include <functional>
+#include <iosfwd>
 #include <iterator>
 #include <memory>
 #include <optional>
@@ -45,6 +46,10 @@ struct address_range {
    A first;
    A last;
    friend bool operator==(const address_range&, const address_range&) noexcept = default;
+   // "10.0.0.0-10.0.0.255".
+   friend std::ostream& operator<<(std::ostream& out, const address_range& r) {
+      return out << Corvid::String(fmt::format("{}", r));
+   }
 };
 
 // Several routes as the answer to a question: a view, which ends where its iterator says so, and which asks the table as it is
@@ -659,6 +664,21 @@ explanation<typename basic_questions<width, T>::prefix_type, T> basic_questions<
 }
 
 }  // namespace routetrie
+
+template <routetrie::any_address A>
+struct fmt::formatter<routetrie::address_range<A>> {
+   constexpr auto parse(fmt::format_parse_context& context) { return context.begin(); }
+   auto format(const routetrie::address_range<A>& r, fmt::format_context& context) const {
+      return fmt::format_to(context.out(), "{}-{}", r.first, r.last);
+   }
+};
+
+template <routetrie::any_address A>
+struct std::hash<routetrie::address_range<A>> {
+   std::size_t operator()(const routetrie::address_range<A>& r) const noexcept {
+      return std::hash<A>()(r.first) * 31 + std::hash<A>()(r.last);
+   }
+};
 
 template <class Iterator>
 inline constexpr bool std::ranges::enable_borrowed_range<routetrie::answer_range<Iterator>> = true;

@@ -212,6 +212,7 @@ template <any_prefix P>
 struct erased_slice {
    std::size_t erased = 0;
    std::optional<basic_walk_token<P>> next;  // where to go on; nothing when all is done
+   friend bool operator==(const erased_slice&, const erased_slice&) noexcept = default;
 };
 
 namespace Impl {

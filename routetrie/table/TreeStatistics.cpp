@@ -96,12 +96,7 @@ std::string textOf(const table_statistics& s) {
       fmt::format_to(to, line, level.depth, level.nodes, level.node_bytes, level.leaves, level.leaf_bytes,
                      level.skips, level.skip_bytes, level.routes);
    }
-   fmt::format_to(to, "bytes {}: nodes {}, values {}, index {}, free {}, old {}", s.memory.total(), s.memory.nodes,
-                  s.memory.values, s.memory.index, s.memory.free, s.memory.old);
-   if (s.memory.for_readers != 0) {
-      fmt::format_to(to, ", of which {} for readers", s.memory.for_readers);
-   }
-   text += '\n';
+   fmt::format_to(to, "{}\n", s.memory);
    return text;
 }
 

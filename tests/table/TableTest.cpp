@@ -28,6 +28,12 @@ using testing::IsEmpty;
 
 //--- what the compiler can tell ---
 
+static_assert(std::equality_comparable<explanation<prefix4, int>> &&
+              std::equality_comparable<explanation<prefix, void>>);
+static_assert(!std::equality_comparable<explanation<prefix4, std::stringstream>>);
+static_assert(std::equality_comparable<lookup_read> && std::equality_comparable<table_memory> &&
+              std::equality_comparable<erased_slice<prefix>>);
+
 static_assert(std::bidirectional_iterator<table4<int>::iterator>);
 static_assert(std::bidirectional_iterator<table6<std::string>::iterator>);
 static_assert(std::bidirectional_iterator<table6<void>::iterator>);
@@ -269,6 +275,48 @@ TEST(Table, explainsItsAnswer) {
    EXPECT_EQ(text, out.str());
    EXPECT_TRUE(fmt::format("{}", table4<int>().explain("10.1.0.1"_address)).starts_with("10.1.0.1/32\n  no route\n"));
    EXPECT_EQ("10.1.0.0/16", fmt::format("{}", table.explain("10.1.0.0/16"_prefix).asked));
+}
+
+template <class X>
+void printsAs(const char* text, const X& x) {
+   EXPECT_EQ(text, fmt::format("{}", x));
+   std::ostringstream out;
+   out << x;
+   EXPECT_EQ(text, out.str());
+}
+
+TEST(Answers, printCompareAndHash) {
+   const address_range<address4> range{"10.0.0.0"_address, "10.0.0.255"_address};
+   printsAs("10.0.0.0-10.0.0.255", range);
+   printsAs("2001::-2001::1", address_range<address6>{"2001::"_address, "2001::1"_address});
+   printsAs("2001::-2001::1", address_range<address>{"2001::"_address, "2001::1"_address});
+   const std::unordered_set<address_range<address4>> ranges{
+      range, range, {"10.0.0.0"_address, "10.0.0.254"_address}, {"9.0.0.0"_address, "10.0.0.255"_address}};
+   EXPECT_EQ(3u, ranges.size());
+   EXPECT_NE(std::hash<address_range<address4>>()(range),
+             std::hash<address_range<address4>>()({range.last, range.first}));
+   printsAs("taken: the longest", verdict::taken);
+   printsAs("not taken: refused by the test", verdict::refused);
+
+   table_memory memory{1, 2, 3, 4, 5};
+   printsAs("bytes 15: nodes 1, values 2, index 3, free 4, old 5", memory);
+   EXPECT_EQ((table_memory{1, 2, 3, 4, 5}), memory);
+   EXPECT_NE((table_memory{1, 2, 3, 4, 6}), memory);
+
+   table4<int> t{{"10.0.0.0/8"_prefix, 1}, {"10.1.0.0/16"_prefix, 2}};
+   const table4<int> same(t);
+   const address4 asked = "10.1.0.1"_address;
+   EXPECT_EQ(t.explain(asked), same.explain(asked));
+   EXPECT_EQ(t.explain(asked).reads.front(), same.explain(asked).reads.front());
+   EXPECT_NE(t.explain(asked), same.explain("10.1.0.2"_address)) << "of another question";
+   EXPECT_NE(t.explain(asked), same.explain(asked, [](const auto& r) { return r.value == 1; }));
+   t.insert_or_assign("10.1.0.0/16"_prefix, 3);
+   EXPECT_NE(t.explain(asked), same.explain(asked)) << "of another value";
+   const auto all = [](const auto&) { return true; };
+   table4<int> copy(t);
+   EXPECT_EQ(erase_if(t, all, 1), erase_if(copy, all, 1));
+   copy.insert({"12.0.0.0/8"_prefix, 1});
+   EXPECT_NE(erase_if(t, all, 2), erase_if(copy, all, 1));
 }
 
 // Where no index leads past them, a lookup reads the nodes from the root to the route's, and what a walk over all of them counts is the
