@@ -1,8 +1,9 @@
-// Follows the routes by which next hops are reached, over a TrieGen that knows nothing of it: what the trie publishes feeds a set of
-// routes that can be watched.
+// Follows the routes by which next hops are reached, over a TrieGen that knows nothing of it: what the trie has is walked once, and what it
+// publishes from then on feeds a set of routes that can be watched.
 #include <fmt/core.h>
 
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <routetrie/route_set.h>
@@ -11,11 +12,11 @@
 
 using namespace routetrie;
 
-// The routes of a trie from now on, to be watched.
+// The routes of a trie, those that it has and those to come, to be watched.
 class trie_routes {
   public:
-   explicit trie_routes(const Routing::TrieGen& trie)
-      : subscription_(trie.publisher()->subscribe([&](const Corvid::Change& change) {
+   explicit trie_routes(Routing::TrieGen& trie)
+      : routes_(walked(trie)), subscription_(trie.publisher()->subscribe([&](const Corvid::Change& change) {
            const prefix& p = trie.changedRoute();
            if (change.id == changed_route && is_prefix(p)) {
               trie.route(p) ? (void)routes_.insert(p) : (void)routes_.erase(p);
@@ -24,13 +25,31 @@ class trie_routes {
    auto& routes() { return routes_; }
 
   private:
+   using watched_set = tracked_table<route_set, watch_tracker>;
    static constexpr unsigned changed_route = 140;
-   tracked_table<route_set, watch_tracker> routes_;
-   Corvid::Subscription subscription_;
+
+   class collector : public Routing::TrieGenWalkCallback {
+     public:
+      ~collector() override { nodeFlagSet(Corvid::nodeFlagAlive, false); }
+      int handlePrefix(const prefix& p) override {
+         routes.insert(p);
+         return 1;
+      }
+      watched_set routes;
+   };
+   static watched_set walked(Routing::TrieGen& trie) {
+      const auto found = Corvid::ptrIsImpl<collector>();
+      trie.preOrderWalk(trie.af() == Corenet::ipv4() ? prefix(prefix4()) : prefix(prefix6()), found);
+      return std::move(found->routes);
+   }
+
+   watched_set routes_;
+   Corvid::Subscription subscription_;  // ends before they do
 };
 
 int main() {
    const auto trie = Routing::trieGenFactory("rib", Corenet::ipv4());
+   trie->routeIs("198.51.100.0/24"_prefix, true);  // before anybody follows
    trie_routes followed(*trie);
 
    std::vector<watch_handle> watches;
@@ -47,6 +66,7 @@ int main() {
       what == "add" ? trie->routeIs(p, true) : (void)trie->routeDel(p);
    };
    change("add", "0.0.0.0/0"_prefix);
+   change("delete", "198.51.100.0/24"_prefix);
    change("add", "192.0.2.0/24"_prefix);
    change("add", "10.0.0.0/8"_prefix);
    change("delete", "0.0.0.0/0"_prefix);
