@@ -318,16 +318,22 @@ class basic_shared_table {
    // What has been replaced by now waits for those who are reading now, unless something waits already. To wake the thread that waits costs
    // as much as a few changes, so that is put off while little waits: what a processor's own cache has room for.
    void close(bool all) noexcept {
-      if (!grace_.isUnderWay() && closed_.first == nullptr && open_.first != nullptr && (all || isEnough())) {
+      if (!grace_.isUnderWay() && closed_.first == nullptr && hasOpen() && (all || isEnough())) {
          closed_.swap(open_);
          stores([](Impl::Store& store) { store.close(); });
          grace_.begin();
       }
    }
+   // Besides what changes replace, snapshots let go of what readers may still have, with no change.
+   bool hasOpen() const noexcept {
+      bool has = open_.first != nullptr;
+      stores([&](const Impl::Store& store) { has = has || store.hasOpen(); });
+      return has;
+   }
    bool isEnough() const noexcept {
       std::size_t bytes = oldRecords_ * sizeof(Record);
       stores([&](const Impl::Store& store) { bytes += store.waitingBytes(); });
-      return bytes >= enoughWaits || open_.last->replaced;
+      return bytes >= enoughWaits || (open_.first != nullptr && open_.last->replaced);
    }
    bool isFreeing() const noexcept {
       bool is = ready_.first != nullptr;

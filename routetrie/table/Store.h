@@ -123,6 +123,8 @@ class ROUTETRIE_EXPORT Store {
    void publish() noexcept;
    // Readers that come from now on can not see what is retired by now. False: it waits for those of another time, or nothing does.
    bool close() noexcept;
+   // There is something for close(): replaced, or let go by the last snapshot that had it.
+   bool hasOpen() const noexcept { return !versions_->open.empty(); }
    // Those of the time of close() have gone.
    void readersHaveGone() noexcept;
    // What readers have let go is still being freed, a little with each change.

@@ -4,11 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <map>
 #include <optional>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "routetrie/shared_table.h"
 #include "routetrie/snapshot.h"
 #include "tests/property/Scale.h"
 #include "tests/property/TableOracle.h"
@@ -210,6 +215,71 @@ TYPED_TEST(TableSnapshotTest, theSameOfATableWithAnIndex) {
    this->isLarge = true;
    this->run(sized<std::size_t>(500, 3000, 8000), TypeParam::prefix_type::width == 32 ? 33'000 : 9'000,
              sized<std::size_t>(250, 600, 500));
+}
+
+// As many as 10,000 at once, each of a moment of its own, of a table that is shared; half of them go before the others are looked at.
+TEST(SharedTableSnapshots, areManyAtOnce) {
+   using routetrie::prefix4;
+   using Snapshot = routetrie::snapshot4<std::uint32_t>;
+   struct Step {
+      prefix4 prefix;
+      std::uint32_t value;  // 0: none
+   };
+   std::mt19937_64 random(seed());
+   routetrie::shared_table4<std::uint32_t> t;
+   const std::size_t count = sized<std::size_t>(1000, 10'000, 10'000);
+   std::vector<Step> log;
+   std::vector<Snapshot> snapshots;
+   for (std::size_t n = 0; n < count; ++n) {
+      const auto p =
+         prefix4::cut(prefix4::Bits(static_cast<U32>(random() % 512) << 20), 9 + static_cast<unsigned>(random() % 4));
+      const bool goes = random() % 4 == 0;
+      log.push_back({p, goes ? 0 : static_cast<std::uint32_t>(n + 1)});
+      goes ? (void)t.erase(p) : (void)t.insert_or_assign(p, log.back().value);
+      snapshots.push_back(t.snapshot());
+   }
+   EXPECT_EQ("", t.audit());
+   EXPECT_GT(t.memory().old, t.memory().for_readers);
+   for (std::size_t n = 0; n < count / 2; ++n) {
+      snapshots[random() % count] = {};
+      if (n % 16 == 0) {
+         t.reclaim();
+      }
+   }
+   EXPECT_EQ("", t.audit());
+   std::map<prefix4, std::uint32_t> model;
+   std::size_t looked = 0;
+   for (std::size_t n = 0; n < count; ++n) {
+      const auto& [p, value] = log[n];
+      value == 0 ? (void)model.erase(p) : (void)(model[p] = value);
+      const Snapshot& s = snapshots[n];
+      if (s.empty()) {
+         continue;
+      }
+      ++looked;
+      ASSERT_EQ(model.size(), s.size());
+      const auto at = s.find(p);
+      ASSERT_EQ(value, at == s.end() ? 0 : at->value) << p;
+      if (n % 97 == 0) {
+         ASSERT_EQ("", s.audit());
+         auto wanted = model.begin();
+         for (const auto& route : s) {
+            ASSERT_EQ(wanted->first, route.prefix);
+            ASSERT_EQ(wanted->second, route.value);
+            ++wanted;
+         }
+      }
+   }
+   EXPECT_GT(looked, count / 3);
+   snapshots.clear();
+   for (int i = 0; i < 2000 && t.memory().old != 0; ++i) {
+      t.reclaim();
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+   }
+   EXPECT_EQ(0u, t.memory().old);
+   EXPECT_EQ(0u, t.pending_bytes());
+   EXPECT_EQ(model.size(), t.reader().size());
+   EXPECT_EQ("", t.audit());
 }
 
 }  // namespace TableSnapshotTest

@@ -404,7 +404,7 @@ TEST(SharedTable, aSnapshotHoldsBackNothingButItself) {
    for (unsigned i = 0; i < 500; ++i) {
       t.insert({prefix4::cut(prefix4::Bits(i * 4096 * 977), 20), 1});
    }
-   const auto s = t.snapshot();
+   auto s = t.snapshot();
    for (unsigned i = 0; i < 500; ++i) {
       t.insert_or_assign(prefix4::cut(prefix4::Bits(i * 4096 * 977), 20), 2);
    }
@@ -425,6 +425,13 @@ TEST(SharedTable, aSnapshotHoldsBackNothingButItself) {
    EXPECT_EQ(500u, s.size());
    EXPECT_EQ(1, s.begin()->value);
    EXPECT_EQ("", s.audit());
+   EXPECT_EQ("", t.audit());
+   // What it lets go readers may have; that nobody changes the table any more keeps nothing.
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   s = {};
+   t.reclaim();
+   EXPECT_EQ(0u, pendingInTheEnd(t));
+   EXPECT_EQ(0u, t.memory().old);
    EXPECT_EQ("", t.audit());
 }
 
