@@ -309,6 +309,71 @@ TYPED_TEST(TableAggregateTest, givesEveryAddressTheSameAnswer) {
    }
 }
 
+// Of some changes of the whole table, picked at random: what differs is what was changed, of a table and its snapshot, which share
+// memory, and of two tables that share none; and a sample of all other routes is the same in both.
+TYPED_TEST(TableAggregateTest, differencesAreTheChanges) {
+   using P = typename TypeParam::prefix_type;
+   using Key = std::pair<typename P::Bits::Word, unsigned>;
+   struct Change {
+      std::optional<std::uint32_t> before;
+      std::optional<std::uint32_t> after;
+   };
+   auto t = internet<TypeParam>(20);
+   std::mt19937_64 random(seed() + 1);
+   std::vector<P> all;
+   for (const auto& route : t) {
+      all.push_back(route.prefix);
+   }
+   for (const std::size_t changes : {std::size_t{1}, std::size_t{300}, all.size() / 20}) {
+      const auto before = t.snapshot();
+      const TypeParam copy(t);
+      std::map<Key, Change> changed;
+      for (std::size_t i = 0; i < changes; ++i) {
+         P p = all[random() % all.size()];
+         if (random() % 4 == 0) {
+            p = P::cut(routetrie::last_address(p).bits(),
+                       p.len() + static_cast<unsigned>(random() % (P::width + 1 - p.len())));
+         }
+         const auto was = t.find(p);
+         auto& change = changed.try_emplace({p.bits().word(), p.len()}).first->second;
+         if (const auto old = copy.find(p); old != copy.end()) {
+            change.before = old->value;
+         }
+         if (random() % 3 == 0 && was != t.end()) {
+            t.erase(p);
+            change.after.reset();
+         } else {
+            change.after = static_cast<std::uint32_t>(random() % 20);
+            t.insert_or_assign(p, *change.after);
+         }
+      }
+      std::erase_if(changed, [](const auto& entry) { return entry.second.before == entry.second.after; });
+      const auto compare = [&](const auto& a, const char* what) {
+         SCOPED_TRACE(what);
+         auto expected = changed.begin();
+         for (const auto& d : routetrie::difference(a, t)) {
+            ASSERT_NE(changed.end(), expected);
+            ASSERT_EQ(expected->first, Key(d.prefix.bits().word(), d.prefix.len())) << d.prefix;
+            ASSERT_EQ(expected->second.before, d.before ? std::optional(d.before->value) : std::nullopt) << d.prefix;
+            ASSERT_EQ(expected->second.after, d.after ? std::optional(d.after->value) : std::nullopt) << d.prefix;
+            ++expected;
+         }
+         ASSERT_EQ(changed.end(), expected) << "one is missed";
+         for (int i = 0; i < 2000; ++i) {
+            const P p = all[random() % all.size()];
+            if (!changed.contains({p.bits().word(), p.len()})) {
+               const auto one = a.find(p);
+               const auto other = t.find(p);
+               ASSERT_EQ(one == a.end(), other == t.end()) << p;
+               ASSERT_TRUE(one == a.end() || one->value == other->value) << p;
+            }
+         }
+      };
+      compare(before, "a snapshot");
+      compare(copy, "a copy");
+   }
+}
+
 // The comparison can fail: one route more is seen.
 TYPED_TEST(TableAggregateTest, bordersTellTablesApart) {
    using P = typename TypeParam::prefix_type;

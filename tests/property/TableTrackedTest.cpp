@@ -6,6 +6,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <random>
 #include <utility>
 #include <vector>
 
@@ -215,6 +216,147 @@ TYPED_TEST(TableTrackedTest, valuesThatAreAlikeAreUntoldAndThere) {
    }
    EXPECT_GT(calls, 50u);
    EXPECT_GT(unsaid, 10u);
+}
+
+// Of both families in one table: each watch is told what a look at all routes finds, and of its own family alone.
+TEST(WatchedTables, ofBothFamiliesTellWhatASlowModelFinds) {
+   using routetrie::prefix;
+   using Answer = std::optional<std::pair<prefix, std::uint32_t>>;
+   struct Watched {
+      prefix at;
+      watch_kind kind;
+      Answer told;
+      std::map<prefix, std::uint32_t> under;
+      std::size_t calls = 0;
+      routetrie::watch_handle handle;
+   };
+   std::mt19937_64 random(seed());
+   const auto below = [&](unsigned n) { return static_cast<unsigned>(random() % n); };
+   // The first bits are the same in both families, so that who takes one for the other is found out.
+   const auto anyPrefix = [&]() -> prefix {
+      const std::uint32_t word = below(64) << 26 | below(4);
+      const unsigned length = below(6) == 0 ? 0 : below(5) == 0 ? 32 : 1 + below(7);
+      return below(2) == 0 ? prefix(routetrie::prefix4::cut(routetrie::prefix4::Bits(word), length))
+                           : prefix(routetrie::prefix6::cut(
+                                routetrie::prefix6::Bits(routetrie::prefix6::Bits::Word{word} << 96), length));
+   };
+   const auto isOver = [](const prefix& above, const prefix& p) {
+      if (above.af() != p.af() || above.len() > p.len()) {
+         return false;
+      }
+      return above.af() == Corenet::AddressFamily::ipv4
+                ? p.v4Prefix().bits().sharesFirst(above.v4Prefix().bits(), above.len())
+                : p.v6Prefix().bits().sharesFirst(above.v6Prefix().bits(), above.len());
+   };
+   routetrie::tracked_table<routetrie::table<std::uint32_t>, routetrie::watch_tracker, routetrie::digest_tracker> t;
+   std::map<prefix, std::uint32_t> routes;
+   const auto answer = [&](const Watched& w) {
+      Answer best;
+      for (const auto& [p, value] : routes) {
+         if (w.kind == watch_kind::exact_route ? p == w.at
+                                               : isOver(p, w.at) && (!best || best->first.len() < p.len())) {
+            best = {p, value};
+         }
+      }
+      return best;
+   };
+   const auto under = [&](const Watched& w) {
+      std::map<prefix, std::uint32_t> list;
+      for (const auto& [p, value] : routes) {
+         if (isOver(w.at, p)) {
+            list.emplace(p, value);
+         }
+      }
+      return list;
+   };
+   const auto change = [&] {
+      const prefix p = anyPrefix();
+      const std::uint32_t value = below(4);
+      switch (below(8)) {
+         case 0:
+         case 1:
+            routes.try_emplace(p, value);
+            t.insert({p, value});
+            break;
+         case 2:
+         case 3:
+         case 4:
+            routes[p] = value;
+            t.insert_or_assign(p, value);
+            break;
+         case 5:
+            std::erase_if(routes, [&](const auto& entry) { return p.len() > 2 && isOver(p, entry.first); });
+            p.len() > 2 ? (void)t.erase_covered(p) : (void)0;
+            break;
+         default:
+            routes.erase(p);
+            t.erase(p);
+            break;
+      }
+   };
+   std::vector<std::unique_ptr<Watched>> watched;
+   std::size_t calls = 0;
+   for (int step = sized(500, 4000, 40'000); step-- != 0;) {
+      if (below(10) == 0) {
+         if (watched.size() == 30) {
+            watched.erase(watched.begin() + below(30));
+         }
+         auto& w = *watched.emplace_back(std::make_unique<Watched>());
+         w.at = anyPrefix();
+         w.kind = static_cast<watch_kind>(below(3));
+         w.told = answer(w);
+         w.under = under(w);
+         w.handle = t.watch(w.at, w.kind, [&](const auto& e) {
+            const auto of = [](const auto& r) { return r ? Answer({r->prefix, r->value}) : std::nullopt; };
+            ++w.calls;
+            ++calls;
+            EXPECT_NE(of(e.before), of(e.after));
+            if (w.kind == watch_kind::anything_under) {
+               const auto known = w.under.find(e.changed);
+               EXPECT_EQ(of(e.before), known == w.under.end() ? std::nullopt : Answer(*known));
+               e.after ? (void)(w.under[e.changed] = e.after->value) : (void)w.under.erase(e.changed);
+            } else {
+               EXPECT_EQ(w.told, of(e.before));
+               w.told = of(e.after);
+            }
+         });
+      }
+      std::vector<std::pair<std::size_t, bool>>
+         before;  // calls, and whether it is one that counts changes of one answer
+      std::vector<Answer> first;
+      for (const auto& w : watched) {
+         before.emplace_back(w->calls, w->kind != watch_kind::anything_under);
+         first.push_back(answer(*w));
+      }
+      if (below(6) != 0) {
+         change();
+      } else if (below(2) == 0) {
+         t.batch([&](auto&) {
+            for (unsigned n = below(8); n-- != 0;) {
+               change();
+            }
+         });
+      } else {
+         routetrie::table<std::uint32_t> next;
+         for (auto& [p, value] : routes) {
+            value = below(5) == 0 ? below(4) : value;
+            next.insert({p, value});
+         }
+         t.replace(std::move(next));
+      }
+      for (std::size_t i = 0; i < watched.size(); ++i) {
+         const Watched& w = *watched[i];
+         if (before[i].second) {
+            ASSERT_EQ(answer(w), w.told) << w.at;
+            ASSERT_EQ(before[i].first + (first[i] != w.told ? 1u : 0u), w.calls) << w.at;
+         } else {
+            ASSERT_EQ(under(w), w.under) << w.at;
+         }
+      }
+      ASSERT_EQ(routes.size(), t.size());
+      ASSERT_EQ(routetrie::digest(t.table()), t.digest());
+   }
+   EXPECT_GT(calls, 100u);
 }
 
 }  // namespace TableTrackedTest
