@@ -164,11 +164,11 @@ using SharedFaultTables =
 TYPED_TEST_SUITE(SharedTableFaultTest, SharedFaultTables);
 
 TYPED_TEST(SharedTableFaultTest, oneRoute) {
-   using T = typename TypeParam::mapped_type;
+   using Value = typename TypeParam::mapped_type;
    if constexpr (TypeParam::has_values) {
       const auto p = this->anything();
       const auto changeOf = [](auto& t, const typename TestFixture::P& of) {
-         t.update(of, [](T& value) { value = NumberIn<T>::valueOf(7); });
+         t.update(of, [](Value& value) { value = NumberIn<Value>::valueOf(7); });
       };
       const auto change = [&](auto& t) { changeOf(t, p); };
       EXPECT_GT(this->failEach(Done::allOrNothing, change, change), 0u);
@@ -188,7 +188,7 @@ TYPED_TEST(SharedTableFaultTest, oneRoute) {
                       }
                    }),
                 0u);
-      const auto emplace = [&](auto& t) { t.try_emplace(p, NumberIn<T>::valueOf(8)); };
+      const auto emplace = [&](auto& t) { t.try_emplace(p, NumberIn<Value>::valueOf(8)); };
       EXPECT_GT(this->failEach(Done::allOrNothing, emplace, emplace), 0u);
    }
 }
@@ -197,8 +197,8 @@ TYPED_TEST(SharedTableFaultTest, severalRoutes) {
    const auto list = this->listOf(this->some(20), 5);
    const auto insert = [&](auto& t) { t.insert(list); };
    EXPECT_GT(this->failEach(Done::some, insert, insert), 0u);
-   using P = typename TestFixture::P;
-   const P half = P::cut(typename P::Bits(), 1);
+   using Prefix = typename TestFixture::P;
+   const Prefix half = Prefix::cut(typename Prefix::Bits(), 1);
    const auto erase = [&](auto& t) { t.erase_covered(half); };
    EXPECT_GT(this->failEach(Done::some, erase, erase), 0u);
    const auto isOdd = [](const auto& route) { return routetrie::Impl::prefixOf(route).len() % 2 == 1; };
@@ -208,14 +208,14 @@ TYPED_TEST(SharedTableFaultTest, severalRoutes) {
 }
 
 TYPED_TEST(SharedTableFaultTest, batches) {
-   using P = typename TestFixture::P;
+   using Prefix = typename TestFixture::P;
    const auto more = this->some(6);
    const auto list = this->listOf(more, 11);
    const auto work = [&](auto& t) {
-      for (const P& p : more) {
+      for (const Prefix& p : more) {
          this->put(t, p, 9);
       }
-      t.erase_covered(P::cut(more[1].bits(), 2));
+      t.erase_covered(Prefix::cut(more[1].bits(), 2));
       this->put(t, more[0], 10);
       t.clear();
       t.insert(list);
@@ -263,8 +263,8 @@ TYPED_TEST(SharedTableFaultTest, batches) {
 
 // What is taken over is in one of the two tables, whatever fails.
 TYPED_TEST(SharedTableFaultTest, merges) {
-   using T = typename TypeParam::mapped_type;
-   using P = typename TestFixture::P;
+   using Value = typename TypeParam::mapped_type;
+   using Prefix = typename TestFixture::P;
    const auto both = this->some(12);
    const auto theirs = this->some(12);
    const auto merge = [&](bool hasRule, const auto& work) {
@@ -275,7 +275,7 @@ TYPED_TEST(SharedTableFaultTest, merges) {
             SCOPED_TRACE(fmt::format("allocation {}", n));
             const TypeParam before = this->tableOf(both, 1);
             TypeParam from = this->tableOf(both, 2);
-            for (const P& p : theirs) {
+            for (const Prefix& p : theirs) {
                this->put(from, p, 2);
             }
             const TypeParam all(from);
@@ -292,7 +292,7 @@ TYPED_TEST(SharedTableFaultTest, merges) {
             EXPECT_TRUE(*locked == before);
             EXPECT_EQ("", this->between(*reader.lock(), before, after));
             for (const auto& route : all) {
-               const P p = routetrie::Impl::prefixOf(route);
+               const Prefix p = routetrie::Impl::prefixOf(route);
                const auto now = reader.lock();
                EXPECT_TRUE(from.contains(p) || this->isSame(now->find(p), now->end(), route)) << p;
             }
@@ -310,7 +310,7 @@ TYPED_TEST(SharedTableFaultTest, merges) {
    merge(false, [](auto& to, TypeParam& from) { to.merge(from); });
    if constexpr (TypeParam::has_values) {
       merge(true, [](auto& to, TypeParam& from) {
-         to.merge(from, [](const P&, T& mine, T&& other) { mine = std::move(other); });
+         to.merge(from, [](const Prefix&, Value& mine, Value&& other) { mine = std::move(other); });
       });
    }
 }
@@ -327,7 +327,7 @@ TYPED_TEST(SharedTableFaultTest, wholeTables) {
 
 // A mark that could not be set leaves the one before, with what it knows.
 TYPED_TEST(SharedTableFaultTest, marks) {
-   using P = typename TestFixture::P;
+   using Prefix = typename TestFixture::P;
    std::size_t failures = 0;
    const auto world = this->some(10);
    for (const bool wasMarked : {false, true}) {
@@ -366,7 +366,7 @@ TYPED_TEST(SharedTableFaultTest, marks) {
          this->put(shared, world[0], 2);
          failed = failsWith(source, n, [&] { shared.clear(); });
          EXPECT_TRUE(shared.is_marked()) << "allocation " << n;
-         this->put(shared, P(), 2);
+         this->put(shared, Prefix(), 2);
          while (!shared.sweep(7).done) {
          }
          EXPECT_EQ(failed ? 2u : 1u, shared.reader().size()) << "allocation " << n;
@@ -375,7 +375,7 @@ TYPED_TEST(SharedTableFaultTest, marks) {
 }
 
 TYPED_TEST(SharedTableFaultTest, snapshots) {
-   using P = typename TestFixture::P;
+   using Prefix = typename TestFixture::P;
    std::size_t failures = 0;
    for (const Source source : sources) {
       bool failed = true;
@@ -390,7 +390,7 @@ TYPED_TEST(SharedTableFaultTest, snapshots) {
             held.push_back(shared.snapshot());
          });
          failures += failed ? 1u : 0u;
-         this->put(shared, P(), 5);
+         this->put(shared, Prefix(), 5);
          held.push_back(shared.snapshot());
          EXPECT_EQ("", shared.audit());
          for (const auto& snapshot : held) {

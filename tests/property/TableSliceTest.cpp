@@ -103,7 +103,7 @@ using Sliced = testing::Types<routetrie::table4<std::uint32_t>, routetrie::table
 TYPED_TEST_SUITE(TableSliceTest, Sliced);
 
 TYPED_TEST(TableSliceTest, erasesWhatItPassesAsTheTableIsThen) {
-   using P = typename TestFixture::P;
+   using Prefix = typename TestFixture::P;
    std::size_t erasedInAll = 0;
    for (int round = sized(2, 8, 400); round-- != 0;) {
       for (int i = 0; i < 150; ++i) {
@@ -115,8 +115,8 @@ TYPED_TEST(TableSliceTest, erasesWhatItPassesAsTheTableIsThen) {
          ++asked;
          return route.value % 4 == rest;
       };
-      std::optional<P> place;
-      using Token = routetrie::basic_walk_token<P>;
+      std::optional<Prefix> place;
+      using Token = routetrie::basic_walk_token<Prefix>;
       for (std::optional<Token> token(std::in_place); token;) {
          const std::size_t budget = 1 + this->random() % 20;
          asked = 0;

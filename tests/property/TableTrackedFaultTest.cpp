@@ -29,7 +29,7 @@ TYPED_TEST_SUITE(TableTrackedFaultTest, FaultTables);
 TYPED_TEST(TableTrackedFaultTest, memoryRunsOut) {
    using Prefix = typename TypeParam::prefix_type;
    using Tracked = typename TestFixture::TrackedTable;
-   using Event = typename TestFixture::Event;
+   using Told = typename TestFixture::Event;
    const auto low = Prefix::cut(typename Prefix::Bits(), 1);
    TypeParam other;       // of each operation that takes one
    Tracked otherTracked;  // the same
@@ -38,7 +38,7 @@ TYPED_TEST(TableTrackedFaultTest, memoryRunsOut) {
    Prefix there;  // a route, if any
    const auto isOdd = [](const auto& route) { return route.value.number % 2 == 1; };
    const auto areAlike = [](const Hop& a, const Hop& b) { return a.number / 2 == b.number / 2; };
-   const auto tell = [token](const Event&) { ++*token; };
+   const auto tell = [token](const Told&) { ++*token; };
    struct Operation {
       std::string_view name;
       std::function<void(Tracked&)> run;

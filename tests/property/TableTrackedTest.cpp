@@ -106,15 +106,15 @@ TYPED_TEST(TableTrackedTest, journalsBringReadersUpToDate) {
 // and a watch is told of what is not alike. Each chain of what a watch is told goes on from what it was told last.
 TYPED_TEST(TableTrackedTest, valuesThatAreAlikeAreUntoldAndThere) {
    using Prefix = typename TypeParam::prefix_type;
-   using Answer = typename TestFixture::Answer;
+   using Known = typename TestFixture::Answer;
    const auto areAlike = [](const Hop& a, const Hop& b) { return a.number / 2 == b.number / 2; };
-   const auto alike = [](const Answer& a, const Answer& b) {
+   const auto alike = [](const Known& a, const Known& b) {
       return a.has_value() == b.has_value() && (!a || (a->first == b->first && a->second / 2 == b->second / 2));
    };
    struct Chain {
       Prefix at;
       watch_kind kind;
-      Answer told;
+      Known told;
       std::map<Prefix, std::uint32_t> under;
       std::size_t calls = 0;
       routetrie::watch_handle handle;
@@ -122,12 +122,12 @@ TYPED_TEST(TableTrackedTest, valuesThatAreAlikeAreUntoldAndThere) {
    std::vector<std::unique_ptr<Chain>> chains;
    std::map<Prefix, std::uint32_t> known;
    std::uint64_t generation = 0;
-   std::size_t calls = 0;
+   std::size_t tellings = 0;
    std::size_t unsaid = 0;
-   const auto answerNow = [&](const Chain& c) -> Answer {
+   const auto answerNow = [&](const Chain& c) -> Known {
       if (c.kind == watch_kind::exact_route) {
          const auto found = this->table.find(c.at);
-         return found == this->table.end() ? std::nullopt : Answer({c.at, found->value.number});
+         return found == this->table.end() ? std::nullopt : Known({c.at, found->value.number});
       }
       return this->answerOf(this->table.match(c.at));
    };
@@ -141,10 +141,10 @@ TYPED_TEST(TableTrackedTest, valuesThatAreAlikeAreUntoldAndThere) {
             c.under.emplace(p, hop.number);
          }
          c.handle = this->table.watch(c.at, c.kind, [&, this](const auto& e) {
-            const Answer before = this->answerOf(e.before);
-            const Answer after = this->answerOf(e.after);
+            const Known before = this->answerOf(e.before);
+            const Known after = this->answerOf(e.after);
             ++c.calls;
-            ++calls;
+            ++tellings;
             EXPECT_NE(before, after);
             if (c.kind != watch_kind::anything_under) {
                EXPECT_EQ(c.told, before) << "a chain";
@@ -152,7 +152,7 @@ TYPED_TEST(TableTrackedTest, valuesThatAreAlikeAreUntoldAndThere) {
                c.told = after;
             } else {
                const auto last = c.under.find(e.changed);
-               EXPECT_TRUE(alike(last == c.under.end() ? std::nullopt : Answer({e.changed, last->second}), before));
+               EXPECT_TRUE(alike(last == c.under.end() ? std::nullopt : Known({e.changed, last->second}), before));
                after ? (void)(c.under[e.changed] = after->second) : (void)c.under.erase(e.changed);
             }
          });
@@ -188,12 +188,12 @@ TYPED_TEST(TableTrackedTest, valuesThatAreAlikeAreUntoldAndThere) {
          if (c->kind != watch_kind::anything_under) {
             ASSERT_TRUE(alike(answerNow(*c), c->told)) << c->at;
          } else {
-            std::size_t routes = 0;
+            std::size_t count = 0;
             for (const auto& [p, hop] : this->table.covered(c->at)) {
                ASSERT_TRUE(c->under.contains(p) && c->under[p] / 2 == hop.number / 2) << p;
-               ++routes;
+               ++count;
             }
-            ASSERT_EQ(routes, c->under.size());
+            ASSERT_EQ(count, c->under.size());
          }
       }
       ASSERT_EQ(routetrie::digest(this->table.table()), this->table.digest());
@@ -214,7 +214,7 @@ TYPED_TEST(TableTrackedTest, valuesThatAreAlikeAreUntoldAndThere) {
          return;
       }
    }
-   EXPECT_GT(calls, 50u);
+   EXPECT_GT(tellings, 50u);
    EXPECT_GT(unsaid, 10u);
 }
 
