@@ -527,7 +527,7 @@ TEST(Table, updateTakesAValueThatNeitherMovesNorCopies) {
 
 // A value that nothing makes by itself.
 struct Metric {
-   explicit Metric(int number) : number(number) {}
+   explicit Metric(int value) : number(value) {}
    int number;
    std::string name = "a name that owns the memory of its text";
 };
