@@ -25,6 +25,9 @@
 // leaves: pending_bytes() tells how far. Who wants a version for long takes a snapshot instead: that keeps what it has, and holds back
 // nothing else.
 //
+// Watches, journals and digests that are kept up are of tracked tables (routetrie/tracked_table.h), which one thread has for itself: who
+// wants both gives the changes to one of each.
+//
 // Rules. A reader belongs to the thread that made it, as its answers and locks do; a use on another thread is an assertion. The table
 // outlives its readers. What an answer refers to holds as long as the answer, or the lock that it was asked under.
 //
@@ -159,6 +162,11 @@ class basic_shared_table {
    template <class Change>
    requires has_values bool update(const prefix_type& p, Change&& change) {
       return batch([&](writer& w) { return w.update(p, std::forward<Change>(change)); });
+   }
+   // The same of a value that is there; false if none is.
+   template <class Change>
+   requires has_values bool modify(const prefix_type& p, Change&& change) {
+      return batch([&](writer& w) { return w.modify(p, std::forward<Change>(change)); });
    }
    // How many went.
    size_type erase(const prefix_type& p) {
@@ -440,6 +448,10 @@ class basic_shared_table<Table>::writer {
    template <class Change>
    requires has_values bool update(const prefix_type& p, Change&& change) {
       return of_.table_.update(p, std::forward<Change>(change));
+   }
+   template <class Change>
+   requires has_values bool modify(const prefix_type& p, Change&& change) {
+      return of_.table_.modify(p, std::forward<Change>(change));
    }
    size_type erase(const prefix_type& p) { return of_.table_.erase(p); }
    size_type erase_covered(const prefix_type& p) { return of_.table_.erase_covered(p); }

@@ -190,6 +190,16 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
       const auto apply = [&] { return table_.update(p, std::forward<Change>(change)); };
       return isTold(p) ? changeOne(p, routeAt(p), true, apply) : apply();
    }
+   template <class Change>
+   requires(has_values&& std::invocable<Change, Impl::ObjectOr<T>&>) bool modify(const prefix_type& p,
+                                                                                 Change&& change) {
+      const auto apply = [&] { return table_.modify(p, std::forward<Change>(change)); };
+      if (!isTold(p)) {
+         return apply();
+      }
+      const Route old = routeAt(p);
+      return old ? changeOne(p, old, true, apply) : false;
+   }
    size_type erase(const prefix_type& p) {
       if (!isTold(p)) {
          return table_.erase(p);
@@ -356,6 +366,7 @@ class tracked_table : public Trackers<Table, tracked_table<Table, Trackers...>>.
    auto audit() const { return table_.audit(); }
    auto dump() const { return table_.dump(); }
    auto statistics() const { return table_.statistics(); }
+   // Of the table; what watches and a journal keep is not among it.
    auto memory() const noexcept { return table_.memory(); }
 
   private:

@@ -68,6 +68,7 @@ TYPED_TEST(TableTrackedFaultTest, memoryRunsOut) {
        true, false},
       {"insert of a range", [&](Tracked& t) { t.insert(other); }},
       {"update", [&](Tracked& t) { t.update(there, [](Hop& h) { ++h.number; }); }},
+      {"modify", [&](Tracked& t) { t.modify(there, [](Hop& h) { ++h.number; }); }},
       {"update of what is not there", [&](Tracked& t) { t.update(low, [](Hop& h) { h.number += 5; }); }},
       {"erase_if", [&](Tracked& t) { erase_if(t, isOdd); }},
       {"erase_if, a slice", [&](Tracked& t) { erase_if(t, isOdd, 5); }},

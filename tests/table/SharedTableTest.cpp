@@ -112,6 +112,9 @@ TEST(SharedTable, changesAsATableDoes) {
    t.insert({"14.0.0.0/8"_prefix, 1});
    t.replace(table4<int>{{"15.0.0.0/8"_prefix, 1}});
    EXPECT_EQ("15.0.0.0/8 1; ", textOf(reader.lock()));
+   EXPECT_TRUE(t.modify("15.0.0.0/8"_prefix, [](int& value) { value += 4; }));
+   EXPECT_FALSE(t.modify("16.0.0.0/8"_prefix, [](int& value) { value += 4; }));
+   EXPECT_EQ("15.0.0.0/8 5; ", textOf(reader.lock()));
    EXPECT_TRUE(t.insert_or_assign("0.0.0.0/0"_prefix, 1));
    EXPECT_FALSE(t.insert_or_assign("0.0.0.0/0"_prefix, 9));
    EXPECT_EQ(9, *reader.lookup("1.2.3.4"_address));

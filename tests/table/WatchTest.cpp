@@ -65,6 +65,11 @@ TEST(Watch, ofTheBestMatch) {
                                        "0.0.0.0/0 9 -> none (erased 0.0.0.0/0)"));
    t.update("10.1.2.3/32"_prefix, [](int& v) { v = 7; });
    EXPECT_THAT(log.take(), ElementsAre("none -> 10.1.2.3/32 7 (added 10.1.2.3/32)"));
+   EXPECT_TRUE(t.modify("10.1.2.3/32"_prefix, [](int& v) { ++v; }));
+   EXPECT_THAT(log.take(), ElementsAre("10.1.2.3/32 7 -> 10.1.2.3/32 8 (changed 10.1.2.3/32)"));
+   EXPECT_FALSE(t.modify("10.1.2.0/24"_prefix, [](int& v) { ++v; }));
+   EXPECT_THAT(log.take(), IsEmpty());
+   EXPECT_THROW(t.modify(prefix4::nullPrefix(), [](int&) {}), std::invalid_argument);
 }
 
 TEST(Watch, ofTheBestMatchOfAPrefix) {
