@@ -26,9 +26,9 @@ namespace Property {
 inline std::size_t largestSet(U32 offset) { return sized<std::size_t>(2, offset == 0 ? 3 : 2, 3); }
 
 // In how many orders a set of so many, once added in an order, is removed: in all, but for sets of three, which is so at full size at the
-// first place alone. Elsewhere it is one for each order of adding, so that all six come up.
-inline std::size_t removalsOf(std::size_t size, U32 offset) {
-   return size == 3 ? (isFull() && offset == 0 ? 6 : 1) : size;
+// first place alone, where not each way is asked. Elsewhere it is one for each order of adding, so that all six come up.
+inline std::size_t removalsOf(std::size_t size, U32 offset, bool asksEachTime) {
+   return size == 3 ? (isFull() && offset == 0 && !asksEachTime ? 6 : 1) : size;
 }
 
 template <Engine E>
@@ -111,7 +111,7 @@ class SmallWorld {
          check(engine, maskOf(chosen));
       }
       Chosen order = chosen;
-      const bool inOneOrder = removalsOf(chosen.size(), offset_) == 1;
+      const bool inOneOrder = removalsOf(chosen.size(), offset_, asksEachTime_) == 1;
       if (inOneOrder) {
          std::rotate(order.begin(), order.begin() + 1, order.end());
       } else {

@@ -105,8 +105,8 @@ class TableRandomTest : public testing::Test {
 
    void runMixes() {
       const std::uint64_t number = seed();
-      // Four types and five mixes: ten million at full size.
-      const auto ops = sized<std::size_t>(400, 1500, 500'000);
+      // Six types and five mixes: ten million at full size.
+      const auto ops = sized<std::size_t>(400, 1500, 334'000);
       for (const Mix& mix : mixes) {
          Session session;
          Work<P> work(mix, number);
