@@ -95,7 +95,7 @@ TYPED_TEST(TableTrackedFaultTest, memoryRunsOut) {
    };
    std::vector<std::size_t> failures(operations.size());
    this->failsAt = &newFailsAt;
-   for (unsigned world = 0; world < operations.size() * sized(1u, 3u, 40u); ++world) {
+   for (unsigned world = 0; world < operations.size() * sized(3u, 3u, 40u); ++world) {
       const Operation& operation = operations[world % operations.size()];
       for (const Source source : sources) {
          bool isFailed = true;
