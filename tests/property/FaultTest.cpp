@@ -13,7 +13,7 @@
 #include <string>
 
 #include "routetrie/trie/patricia/PatriciaTrieIterator.h"
-#include "tests/property/CountedNew.h"
+#include "tests/property/Faults.h"
 #include "tests/property/Ops.h"
 #include "tests/property/PatriciaDataEngine.h"
 #include "tests/support/LossAllowed.h"
@@ -21,42 +21,7 @@
 namespace Property {
 namespace FaultTest {
 
-//--- failing allocations ---
-
-enum class Source { slab, heap };
-
-constexpr Source sources[] = {
-#ifdef ROUTETRIE_FAULT_INJECTION
-   Source::slab,
-#endif
-   Source::heap,
-};
-constexpr bool slabCanFail = std::size(sources) == 2;
-
-// The n-th allocation from now; 0: none.
-void failAt(Source source, std::size_t n) {
-   if (source == Source::heap) {
-      newFailsAt = n;
-   } else {
-#ifdef ROUTETRIE_FAULT_INJECTION
-      CoreSlab::failAt(n);
-#endif
-   }
-}
-
-// Whether the work met the failing allocation, and raised what it then has to.
-template <class Work>
-bool failsWith(Source source, std::size_t n, const Work& work) {
-   bool failed = false;
-   failAt(source, n);
-   try {
-      work();
-   } catch (const std::bad_alloc&) {
-      failed = true;
-   }
-   failAt(source, 0);
-   return failed;
-}
+constexpr bool slabCanFail = std::size(trieSources) == 2;
 
 //--- changes ---
 
@@ -190,7 +155,7 @@ TYPED_TEST(FaultTest, changes) {
    std::size_t slabFailures = 0;
    for (const Scenario& scenario : scenarios) {
       for (const U32 place : TypeParam::places()) {
-         for (const Source source : sources) {
+         for (const Source source : trieSources) {
             const std::size_t failures = this->failEach(scenario, place, source);
             if (source == Source::heap) {
                EXPECT_EQ(0U, failures) << "a change takes slab memory alone: " << scenario.op;
@@ -271,7 +236,7 @@ TYPED_TEST_SUITE(ReadFaultTest, Kinds);
 
 TYPED_TEST(ReadFaultTest, walksAndChildren) {
    using P = typename TypeParam::PrefixType;
-   for (const Source source : sources) {
+   for (const Source source : trieSources) {
       failEachRead(this->trie, source, [&] {
          const auto report = reportOfWalk<P>(*this->trie, zeroLength(TypeParam::family));
          EXPECT_EQ(this->ordered, report->prefixes);
@@ -282,7 +247,7 @@ TYPED_TEST(ReadFaultTest, walksAndChildren) {
 }
 
 TYPED_TEST(ReadFaultTest, dumps) {
-   for (const Source source : sources) {
+   for (const Source source : trieSources) {
       const std::size_t failures = failEachRead(this->trie, source, [&] {
          std::ostringstream out;
          const auto context = Keel::dumpContextFactory(out);
@@ -299,7 +264,7 @@ TYPED_TEST(ReadFaultTest, dumps) {
 
 TYPED_TEST(ReadFaultTest, steps) {
    if constexpr (TypeParam::family == AddressFamily::ipv4 || TypeParam::isCompact) {
-      for (const Source source : sources) {
+      for (const Source source : trieSources) {
          const std::size_t failures = failEachRead(this->trie, source, [&] {
             auto p = this->trie->getNext(CompactIpPrefix());
             for (const auto& expected : this->ordered) {
@@ -313,7 +278,7 @@ TYPED_TEST(ReadFaultTest, steps) {
 }
 
 TYPED_TEST(ReadFaultTest, iteratorsStandWhereTheyStood) {
-   for (const Source source : sources) {
+   for (const Source source : trieSources) {
       std::size_t failures = 0;
       for (std::size_t n = 1;; ++n) {
          const LiveCounts live;

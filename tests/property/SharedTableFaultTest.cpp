@@ -118,37 +118,32 @@ class SharedTableFaultTest : public testing::Test {
       std::size_t failures = 0;
       for (const unsigned routes : {0u, 3u, 40u}) {
          const std::vector<P> world = some(routes);
-         for (const Source source : sources) {
-            for (std::size_t n = 1; !this->HasFailure(); ++n) {
-               SCOPED_TRACE(fmt::format("{} routes, allocation {}", routes, n));
-               const Table before = tableOf(world, 1);
-               Table after(before);
-               Shared shared{Table(before)};
-               first(shared);
-               changePlain(after);
-               const auto reader = shared.reader();
-               const auto locked = reader.lock();
-               const bool failed = failsWith(source, n, [&] { change(shared); });
-               EXPECT_EQ("", shared.audit());
-               EXPECT_TRUE(*locked == before) << "a version stays as it is";
-               EXPECT_EQ("", locked->audit());
-               if (failed) {
-                  ++failures;
-                  if (done == Done::allOrNothing) {
-                     EXPECT_TRUE(*reader.lock() == before);
-                  } else {
-                     EXPECT_EQ("", between(*reader.lock(), before, after));
-                  }
-                  change(shared);
+         failures += eachFailure([&](Source source, std::size_t n) {
+            SCOPED_TRACE(fmt::format("{} routes", routes));
+            const Table before = tableOf(world, 1);
+            Table after(before);
+            Shared shared{Table(before)};
+            first(shared);
+            changePlain(after);
+            const auto reader = shared.reader();
+            const auto locked = reader.lock();
+            const bool failed = failsWith(source, n, [&] { change(shared); });
+            EXPECT_EQ("", shared.audit());
+            EXPECT_TRUE(*locked == before) << "a version stays as it is";
+            EXPECT_EQ("", locked->audit());
+            if (failed) {
+               if (done == Done::allOrNothing) {
+                  EXPECT_TRUE(*reader.lock() == before);
+               } else {
+                  EXPECT_EQ("", between(*reader.lock(), before, after));
                }
-               EXPECT_TRUE(*reader.lock() == after);
-               EXPECT_EQ("", shared.audit());
-               EXPECT_TRUE(*locked == before);
-               if (!failed) {
-                  break;
-               }
+               change(shared);
             }
-         }
+            EXPECT_TRUE(*reader.lock() == after);
+            EXPECT_EQ("", shared.audit());
+            EXPECT_TRUE(*locked == before);
+            return failed;
+         });
       }
       return failures;
    }
@@ -223,41 +218,37 @@ TYPED_TEST(SharedTableFaultTest, batches) {
    const auto batch = [&](auto& t) { t.batch([&](auto& w) { work(w); }); };
    // In between a route may have a value, or be there, that neither state has: so what is published is what the batch had done.
    std::size_t failures = 0;
-   for (const Source source : sources) {
-      bool failed = true;
-      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-         SCOPED_TRACE(fmt::format("allocation {}", n));
-         const TypeParam before = this->tableOf(this->some(20), 1);
-         typename TestFixture::Shared shared{TypeParam(before)};
-         const auto reader = shared.reader();
-         const auto locked = reader.lock();
-         std::optional<TypeParam> seen;
-         failed = failsWith(source, n, [&] {
-            shared.batch([&](auto& w) {
-               try {
-                  work(w);
-               } catch (...) {
-                  failAt(source, 0);
-                  seen.emplace(w.table());
-                  throw;
-               }
-            });
+   failures += eachFailure([&](Source source, std::size_t n) {
+      const TypeParam before = this->tableOf(this->some(20), 1);
+      typename TestFixture::Shared shared{TypeParam(before)};
+      const auto reader = shared.reader();
+      const auto locked = reader.lock();
+      std::optional<TypeParam> seen;
+      const bool failed = failsWith(source, n, [&] {
+         shared.batch([&](auto& w) {
+            try {
+               work(w);
+            } catch (...) {
+               failAt(source, 0);
+               seen.emplace(w.table());
+               throw;
+            }
          });
-         failures += failed ? 1u : 0u;
-         EXPECT_TRUE(*locked == before);
-         EXPECT_EQ("", shared.audit());
-         if (seen) {
-            EXPECT_TRUE(*reader.lock() == *seen) << "what it had done is published";
-         } else if (failed) {
-            EXPECT_TRUE(*reader.lock() == before) << "it had not begun";
-         }
-         batch(shared);
-         TypeParam after(before);
-         work(after);
-         EXPECT_TRUE(*reader.lock() == after);
-         EXPECT_EQ("", shared.audit());
+      });
+      EXPECT_TRUE(*locked == before);
+      EXPECT_EQ("", shared.audit());
+      if (seen) {
+         EXPECT_TRUE(*reader.lock() == *seen) << "what it had done is published";
+      } else if (failed) {
+         EXPECT_TRUE(*reader.lock() == before) << "it had not begun";
       }
-   }
+      batch(shared);
+      TypeParam after(before);
+      work(after);
+      EXPECT_TRUE(*reader.lock() == after);
+      EXPECT_EQ("", shared.audit());
+      return failed;
+   });
    EXPECT_GT(failures, 0u);
 }
 
@@ -269,42 +260,38 @@ TYPED_TEST(SharedTableFaultTest, merges) {
    const auto theirs = this->some(12);
    const auto merge = [&](bool hasRule, const auto& work) {
       std::size_t failures = 0;
-      for (const Source source : sources) {
-         bool failed = true;
-         for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-            SCOPED_TRACE(fmt::format("allocation {}", n));
-            const TypeParam before = this->tableOf(both, 1);
-            TypeParam from = this->tableOf(both, 2);
-            for (const Prefix& p : theirs) {
-               this->put(from, p, 2);
-            }
-            const TypeParam all(from);
-            TypeParam after(before);
-            TypeParam rest(from);
-            work(after, rest);
-            typename TestFixture::Shared shared{TypeParam(before)};
-            const auto reader = shared.reader();
-            const auto locked = reader.lock();
-            failed = failsWith(source, n, [&] { work(shared, from); });
-            failures += failed ? 1u : 0u;
-            EXPECT_EQ("", shared.audit());
-            EXPECT_EQ("", from.audit());
-            EXPECT_TRUE(*locked == before);
-            EXPECT_EQ("", this->between(*reader.lock(), before, after));
-            for (const auto& route : all) {
-               const Prefix p = routetrie::Impl::prefixOf(route);
-               const auto now = reader.lock();
-               EXPECT_TRUE(from.contains(p) || this->isSame(now->find(p), now->end(), route)) << p;
-            }
-            if (!hasRule) {
-               EXPECT_EQ(before.size() + all.size(), reader.size() + from.size()) << "none is lost or doubled";
-            }
-            work(shared, from);
-            EXPECT_TRUE(*reader.lock() == after);
-            EXPECT_TRUE(from == rest);
-            EXPECT_EQ("", shared.audit());
+      failures += eachFailure([&](Source source, std::size_t n) {
+         const TypeParam before = this->tableOf(both, 1);
+         TypeParam from = this->tableOf(both, 2);
+         for (const Prefix& p : theirs) {
+            this->put(from, p, 2);
          }
-      }
+         const TypeParam all(from);
+         TypeParam after(before);
+         TypeParam rest(from);
+         work(after, rest);
+         typename TestFixture::Shared shared{TypeParam(before)};
+         const auto reader = shared.reader();
+         const auto locked = reader.lock();
+         const bool failed = failsWith(source, n, [&] { work(shared, from); });
+         EXPECT_EQ("", shared.audit());
+         EXPECT_EQ("", from.audit());
+         EXPECT_TRUE(*locked == before);
+         EXPECT_EQ("", this->between(*reader.lock(), before, after));
+         for (const auto& route : all) {
+            const Prefix p = routetrie::Impl::prefixOf(route);
+            const auto now = reader.lock();
+            EXPECT_TRUE(from.contains(p) || this->isSame(now->find(p), now->end(), route)) << p;
+         }
+         if (!hasRule) {
+            EXPECT_EQ(before.size() + all.size(), reader.size() + from.size()) << "none is lost or doubled";
+         }
+         work(shared, from);
+         EXPECT_TRUE(*reader.lock() == after);
+         EXPECT_TRUE(from == rest);
+         EXPECT_EQ("", shared.audit());
+         return failed;
+      });
       EXPECT_GT(failures, 0u);
    };
    merge(false, [](auto& to, TypeParam& from) { to.merge(from); });
@@ -331,95 +318,83 @@ TYPED_TEST(SharedTableFaultTest, marks) {
    std::size_t failures = 0;
    const auto world = this->some(10);
    for (const bool wasMarked : {false, true}) {
-      for (const Source source : sources) {
-         bool failed = true;
-         for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-            SCOPED_TRACE(fmt::format("marked {}, allocation {}", wasMarked, n));
-            typename TestFixture::Shared shared{this->tableOf(world, 1)};
-            const std::size_t size = shared.reader().size();
-            if (wasMarked) {
-               shared.mark();
-               this->put(shared, world[0], 2);
-            }
-            failed = failsWith(source, n, [&] { shared.mark(); });
-            failures += failed ? 1u : 0u;
-            EXPECT_EQ(wasMarked || !failed, shared.is_marked());
-            EXPECT_EQ("", shared.audit());
-            EXPECT_EQ(size, shared.reader().size());
-            if (!shared.is_marked()) {
-               shared.mark();
-            }
-            while (!shared.sweep(7).done) {
-            }
-            EXPECT_EQ(failed && wasMarked ? 1u : 0u, shared.reader().size());
-            EXPECT_EQ("", shared.audit());
+      failures += eachFailure([&](Source source, std::size_t n) {
+         SCOPED_TRACE(fmt::format("marked {}, allocation {}", wasMarked, n));
+         typename TestFixture::Shared shared{this->tableOf(world, 1)};
+         const std::size_t size = shared.reader().size();
+         if (wasMarked) {
+            shared.mark();
+            this->put(shared, world[0], 2);
          }
-      }
+         const bool failed = failsWith(source, n, [&] { shared.mark(); });
+         EXPECT_EQ(wasMarked || !failed, shared.is_marked());
+         EXPECT_EQ("", shared.audit());
+         EXPECT_EQ(size, shared.reader().size());
+         if (!shared.is_marked()) {
+            shared.mark();
+         }
+         while (!shared.sweep(7).done) {
+         }
+         EXPECT_EQ(failed && wasMarked ? 1u : 0u, shared.reader().size());
+         EXPECT_EQ("", shared.audit());
+         return failed;
+      });
    }
    EXPECT_GT(failures, 0u);
    // What clear() fails to do leaves the mark and the routes.
-   for (const Source source : sources) {
-      bool failed = true;
-      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-         typename TestFixture::Shared shared{this->tableOf(world, 1)};
-         shared.mark();
-         this->put(shared, world[0], 2);
-         failed = failsWith(source, n, [&] { shared.clear(); });
-         EXPECT_TRUE(shared.is_marked()) << "allocation " << n;
-         this->put(shared, Prefix(), 2);
-         while (!shared.sweep(7).done) {
-         }
-         EXPECT_EQ(failed ? 2u : 1u, shared.reader().size()) << "allocation " << n;
+   eachFailure([&](Source source, std::size_t n) {
+      typename TestFixture::Shared shared{this->tableOf(world, 1)};
+      shared.mark();
+      this->put(shared, world[0], 2);
+      const bool failed = failsWith(source, n, [&] { shared.clear(); });
+      EXPECT_TRUE(shared.is_marked());
+      this->put(shared, Prefix(), 2);
+      while (!shared.sweep(7).done) {
       }
-   }
+      EXPECT_EQ(failed ? 2u : 1u, shared.reader().size());
+      return failed;
+   });
 }
 
 TYPED_TEST(SharedTableFaultTest, snapshots) {
    using Prefix = typename TestFixture::P;
    std::size_t failures = 0;
-   for (const Source source : sources) {
-      bool failed = true;
-      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-         SCOPED_TRACE(fmt::format("allocation {}", n));
-         const TypeParam before = this->tableOf(this->some(20), 1);
-         typename TestFixture::Shared shared{TypeParam(before)};
-         std::vector<decltype(shared.snapshot())> held;
-         held.reserve(3);
-         failed = failsWith(source, n, [&] {
-            held.push_back(shared.snapshot());
-            held.push_back(shared.snapshot());
-         });
-         failures += failed ? 1u : 0u;
-         this->put(shared, Prefix(), 5);
+   failures += eachFailure([&](Source source, std::size_t n) {
+      const TypeParam before = this->tableOf(this->some(20), 1);
+      typename TestFixture::Shared shared{TypeParam(before)};
+      std::vector<decltype(shared.snapshot())> held;
+      held.reserve(3);
+      const bool failed = failsWith(source, n, [&] {
          held.push_back(shared.snapshot());
-         EXPECT_EQ("", shared.audit());
-         for (const auto& snapshot : held) {
-            EXPECT_EQ("", snapshot.audit());
-            EXPECT_TRUE(snapshot == before || &snapshot == &held.back());
-         }
-         EXPECT_TRUE(held.back() == *shared.reader().lock());
+         held.push_back(shared.snapshot());
+      });
+      this->put(shared, Prefix(), 5);
+      held.push_back(shared.snapshot());
+      EXPECT_EQ("", shared.audit());
+      for (const auto& snapshot : held) {
+         EXPECT_EQ("", snapshot.audit());
+         EXPECT_TRUE(snapshot == before || &snapshot == &held.back());
       }
-   }
+      EXPECT_TRUE(held.back() == *shared.reader().lock());
+      return failed;
+   });
    EXPECT_GT(failures, 0u);
 }
 
 TYPED_TEST(SharedTableFaultTest, construction) {
    std::size_t failures = 0;
    const TypeParam routes = this->tableOf(this->some(20), 1);
-   for (const Source source : sources) {
-      bool failed = true;
-      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-         std::optional<typename TestFixture::Shared> shared;
-         TypeParam copy(routes);
-         failed = failsWith(source, n, [&] { shared.emplace(std::move(copy)); });
-         failures += failed ? 1u : 0u;
-         EXPECT_EQ(!failed, shared.has_value());
-         if (shared) {
-            EXPECT_TRUE(*shared->reader().lock() == routes);
-            EXPECT_EQ("", shared->audit());
-         }
+   failures += eachFailure([&](Source source, std::size_t n) {
+      std::optional<typename TestFixture::Shared> shared;
+      TypeParam copy(routes);
+      const bool failed = failsWith(source, n, [&] { shared.emplace(std::move(copy)); });
+      EXPECT_EQ(!failed, shared.has_value());
+      if (shared) {
+         EXPECT_TRUE(*shared->reader().lock() == routes);
+         EXPECT_EQ("", shared->audit());
       }
-   }
+      return failed;
+   });
    EXPECT_GT(failures, 0u);
 }
 
@@ -432,32 +407,26 @@ TEST(SharedTableFaults, bothFamilies) {
    const table<std::string> next{{"11.0.0.0/8"_prefix, "next"}, {"2001:db9::/32"_prefix, "next"}};
    std::size_t failures = 0;
    const auto each = [&](const auto& change, const table<std::string>& after, bool marks) {
-      for (const Source source : sources) {
-         bool failed = true;
-         for (std::size_t n = 1; failed && !testing::Test::HasFailure(); ++n) {
-            SCOPED_TRACE(fmt::format("allocation {}", n));
-            std::optional<shared_table<std::string>> made;
-            table<std::string> copy(before);
-            failed = failsWith(source, n, [&] { made.emplace(std::move(copy)); });
-            failures += failed ? 1u : 0u;
-         }
-         failed = true;
-         for (std::size_t n = 1; failed && !testing::Test::HasFailure(); ++n) {
-            SCOPED_TRACE(fmt::format("allocation {}", n));
-            shared_table<std::string> t{table<std::string>(before)};
-            const auto reader = t.reader();
-            const auto locked = reader.lock();
-            failed = failsWith(source, n, [&] { change(t); });
-            failures += failed ? 1u : 0u;
-            EXPECT_EQ("", t.audit());
-            EXPECT_TRUE(*locked == before);
-            EXPECT_TRUE(*reader.lock() == (failed ? before : after));
-            EXPECT_EQ(marks && !failed, t.is_marked()) << "of both families or of none";
-            change(t);
-            EXPECT_TRUE(*reader.lock() == after);
-            EXPECT_EQ("", t.audit());
-         }
-      }
+      failures += eachFailure([&](Source source, std::size_t n) {
+         std::optional<shared_table<std::string>> made;
+         table<std::string> copy(before);
+         const bool failed = failsWith(source, n, [&] { made.emplace(std::move(copy)); });
+         return failed;
+      });
+      failures += eachFailure([&](Source source, std::size_t n) {
+         shared_table<std::string> t{table<std::string>(before)};
+         const auto reader = t.reader();
+         const auto locked = reader.lock();
+         const bool failed = failsWith(source, n, [&] { change(t); });
+         EXPECT_EQ("", t.audit());
+         EXPECT_TRUE(*locked == before);
+         EXPECT_TRUE(*reader.lock() == (failed ? before : after));
+         EXPECT_EQ(marks && !failed, t.is_marked()) << "of both families or of none";
+         change(t);
+         EXPECT_TRUE(*reader.lock() == after);
+         EXPECT_EQ("", t.audit());
+         return failed;
+      });
    };
    each([](auto& t) { t.clear(); }, {}, false);
    each([&](auto& t) { t.replace(table<std::string>(next)); }, next, false);

@@ -87,30 +87,24 @@ class TableFaultTest : public testing::Test {
    // The change, with each allocation failing. `changed` does the same to the oracle. How many failed.
    template <class Change, class Changed>
    std::size_t failEach(const std::vector<P>& world, const Change& change, const Changed& changed) {
-      std::size_t failures = 0;
-      for (const Source source : sources) {
-         for (std::size_t n = 1;; ++n, ++failures) {
-            Session session;
-            fill(session, world);
-            const Table before(session.table);
-            const auto snapshot = holdsSnapshot ? session.table.snapshot() : decltype(session.table.snapshot())();
-            const bool failed = failsWith(source, n, [&] { change(session.table); });
-            if (failed) {
-               EXPECT_EQ("", session.wholeFault()) << "allocation " << n;
-               change(session.table);
-            }
-            if (holdsSnapshot) {
-               EXPECT_TRUE(snapshot == before) << "allocation " << n;
-               EXPECT_EQ("", snapshot.audit()) << "allocation " << n;
-            }
-            changed(session.oracle);
-            EXPECT_EQ("", session.wholeFault()) << "allocation " << n;
-            if (!failed || testing::Test::HasFailure()) {
-               break;
-            }
+      return eachFailure([&](Source source, std::size_t n) {
+         Session session;
+         fill(session, world);
+         const Table before(session.table);
+         const auto snapshot = holdsSnapshot ? session.table.snapshot() : decltype(session.table.snapshot())();
+         const bool failed = failsWith(source, n, [&] { change(session.table); });
+         if (failed) {
+            EXPECT_EQ("", session.wholeFault());
+            change(session.table);
          }
-      }
-      return failures;
+         if (holdsSnapshot) {
+            EXPECT_TRUE(snapshot == before);
+            EXPECT_EQ("", snapshot.audit());
+         }
+         changed(session.oracle);
+         EXPECT_EQ("", session.wholeFault());
+         return failed;
+      });
    }
 
    std::mt19937_64 random;
@@ -217,48 +211,44 @@ TYPED_TEST(TableFaultTest, takingASnapshot) {
 // A route that was taken over is in one of the two, whatever fails, and the snapshot of the other has it still.
 TYPED_TEST(TableFaultTest, mergesFromATableWithASnapshot) {
    const auto all = this->worlds();
-   for (const Source source : sources) {
-      bool failed = true;
-      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-         typename TestFixture::Session to;
-         typename TestFixture::Session from;
-         TestFixture::fill(to, all[4]);
-         TestFixture::fill(from, all[3]);
-         const TypeParam before(from.table);
-         const auto snapshot = from.table.snapshot();
-         const std::size_t sum = to.table.size() + from.table.size();
-         failed = failsWith(source, n, [&] { to.table.merge(from.table); });
-         EXPECT_EQ("", to.table.audit());
-         EXPECT_EQ("", from.table.audit());
-         EXPECT_EQ(sum, to.table.size() + from.table.size()) << "allocation " << n;
-         EXPECT_TRUE(snapshot == before);
-         to.table.merge(from.table);
-         for (const auto& route : from.oracle.all()) {
-            EXPECT_TRUE(to.table.contains(route.prefix)) << route.prefix;
-         }
+   eachFailure([&](Source source, std::size_t n) {
+      typename TestFixture::Session to;
+      typename TestFixture::Session from;
+      TestFixture::fill(to, all[4]);
+      TestFixture::fill(from, all[3]);
+      const TypeParam before(from.table);
+      const auto snapshot = from.table.snapshot();
+      const std::size_t sum = to.table.size() + from.table.size();
+      const bool failed = failsWith(source, n, [&] { to.table.merge(from.table); });
+      EXPECT_EQ("", to.table.audit());
+      EXPECT_EQ("", from.table.audit());
+      EXPECT_EQ(sum, to.table.size() + from.table.size());
+      EXPECT_TRUE(snapshot == before);
+      to.table.merge(from.table);
+      for (const auto& route : from.oracle.all()) {
+         EXPECT_TRUE(to.table.contains(route.prefix)) << route.prefix;
       }
-   }
+      return failed;
+   });
 }
 
 // A sweep that fails has judged no route that it did not erase; the next slice goes on where it was.
 TYPED_TEST(TableFaultTest, sweepsBesideASnapshot) {
    const auto all = this->worlds();
-   for (const Source source : sources) {
-      bool failed = true;
-      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-         typename TestFixture::Session session;
-         TestFixture::fill(session, all.back());
-         const auto snapshot = session.table.snapshot();
-         session.table.mark();
-         TestFixture::put(session.table, all.back().front(), 1000);
-         failed = failsWith(source, n, [&] { session.table.sweep(20); });
-         EXPECT_EQ("", session.table.audit()) << "allocation " << n;
-         while (!session.table.sweep(50).done) {
-         }
-         EXPECT_EQ(1u, session.table.size()) << "allocation " << n;
-         EXPECT_EQ(session.oracle.size(), snapshot.size());
+   eachFailure([&](Source source, std::size_t n) {
+      typename TestFixture::Session session;
+      TestFixture::fill(session, all.back());
+      const auto snapshot = session.table.snapshot();
+      session.table.mark();
+      TestFixture::put(session.table, all.back().front(), 1000);
+      const bool failed = failsWith(source, n, [&] { session.table.sweep(20); });
+      EXPECT_EQ("", session.table.audit());
+      while (!session.table.sweep(50).done) {
       }
-   }
+      EXPECT_EQ(1u, session.table.size());
+      EXPECT_EQ(session.oracle.size(), snapshot.size());
+      return failed;
+   });
 }
 
 // The same of a shared table, whose readers see what was there before or what is there now.
@@ -277,21 +267,17 @@ TYPED_TEST(TableFaultTest, changesOfASharedTable) {
       routetrie::basic_shared_table<TypeParam> shared{TypeParam(session.table)};
       const auto reader = shared.reader();
       const auto each = [&](const auto& change, const auto& changeTable) {
-         for (const Source source : sources) {
-            for (std::size_t n = 1;; ++n, ++failures) {
-               const auto before = reader.lock();
-               const bool failed = failsWith(source, n, [&] { change(shared); });
-               EXPECT_EQ("", shared.audit()) << "allocation " << n;
-               EXPECT_TRUE(*before == session.table) << "allocation " << n;
-               if (!failed) {
-                  changeTable(session.table);
-               }
-               EXPECT_TRUE(*reader.lock() == session.table) << "allocation " << n;
-               if (!failed || testing::Test::HasFailure()) {
-                  break;
-               }
+         failures += eachFailure([&](Source source, std::size_t n) {
+            const auto before = reader.lock();
+            const bool failed = failsWith(source, n, [&] { change(shared); });
+            EXPECT_EQ("", shared.audit());
+            EXPECT_TRUE(*before == session.table);
+            if (!failed) {
+               changeTable(session.table);
             }
-         }
+            EXPECT_TRUE(*reader.lock() == session.table);
+            return failed;
+         });
       };
       for (const Prefix& p : changed) {
          SCOPED_TRACE(fmt::format("{} of {} routes", p, world.size()));
@@ -326,32 +312,27 @@ TYPED_TEST(TableFaultTest, slicesOfASharedTable) {
    };
    std::size_t failures = 0;
    const auto each = [&](std::size_t left, const auto& slice, const auto& goOn) {
-      for (const Source source : sources) {
-         bool failed = true;
-         for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-            SCOPED_TRACE(fmt::format("allocation {}", n));
-            typename TestFixture::Session session;
-            TestFixture::fill(session, world);
-            routetrie::basic_shared_table<TypeParam> shared{TypeParam(session.table)};
-            const auto reader = shared.reader();
-            shared.mark();
-            const auto before = reader.lock();
-            failed = failsWith(source, n, [&] { slice(shared); });
-            failures += failed ? 1u : 0u;
-            EXPECT_EQ("", shared.audit());
-            EXPECT_TRUE(*before == session.table) << "a version stays as it is";
-            const auto now = reader.lock();
-            EXPECT_GE(now->size() + 20, world.size());
-            for (const auto& route : *now) {
-               const auto was = session.table.find(routetrie::Impl::prefixOf(route));
-               ASSERT_NE(session.table.end(), was);
-               EXPECT_TRUE(valueOf(*was) == valueOf(route));
-            }
-            goOn(shared);
-            EXPECT_EQ(left, reader.size());
-            EXPECT_EQ("", shared.audit());
+      failures += eachFailure([&](Source source, std::size_t n) {
+         typename TestFixture::Session session;
+         TestFixture::fill(session, world);
+         routetrie::basic_shared_table<TypeParam> shared{TypeParam(session.table)};
+         const auto reader = shared.reader();
+         shared.mark();
+         const auto before = reader.lock();
+         const bool failed = failsWith(source, n, [&] { slice(shared); });
+         EXPECT_EQ("", shared.audit());
+         EXPECT_TRUE(*before == session.table) << "a version stays as it is";
+         const auto now = reader.lock();
+         EXPECT_GE(now->size() + 20, world.size());
+         for (const auto& route : *now) {
+            const auto was = session.table.find(routetrie::Impl::prefixOf(route));
+            EXPECT_TRUE(was != session.table.end() && valueOf(*was) == valueOf(route));
          }
-      }
+         goOn(shared);
+         EXPECT_EQ(left, reader.size());
+         EXPECT_EQ("", shared.audit());
+         return failed;
+      });
    };
    each(
       0, [](auto& t) { t.sweep(20); },
@@ -391,19 +372,17 @@ TYPED_TEST(TableFaultTest, updates) {
 TYPED_TEST(TableFaultTest, changesOfAMarkedTable) {
    for (const auto& world : this->worlds()) {
       for (const auto& p : {world.empty() ? this->host(1) : world.front(), this->host(9)}) {
-         for (const Source source : sources) {
-            bool failed = true;
-            for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-               typename TestFixture::Session session;
-               this->fill(session, world);
-               session.table.mark();
-               failed = failsWith(source, n, [&] { TestFixture::put(session.table, p, 1000); });
-               EXPECT_EQ("", session.table.audit()) << "allocation " << n;
-               while (!session.table.sweep(50).done) {
-               }
-               EXPECT_EQ(failed ? 0u : 1u, session.table.size()) << "allocation " << n;
+         eachFailure([&](Source source, std::size_t n) {
+            typename TestFixture::Session session;
+            this->fill(session, world);
+            session.table.mark();
+            const bool failed = failsWith(source, n, [&] { TestFixture::put(session.table, p, 1000); });
+            EXPECT_EQ("", session.table.audit());
+            while (!session.table.sweep(50).done) {
             }
-         }
+            EXPECT_EQ(failed ? 0u : 1u, session.table.size());
+            return failed;
+         });
       }
    }
 }
@@ -437,14 +416,7 @@ TYPED_TEST(TableFaultTest, copies) {
 TYPED_TEST(TableFaultTest, severalAtOnce) {
    using Prefix = typename TestFixture::P;
    const auto all = this->worlds();
-   const auto each = [&](const auto& work) {
-      for (const Source source : sources) {
-         for (std::size_t n = 1; failsWith(source, n, [&] { work(source, n); }) && !this->HasFailure(); ++n) {
-         }
-      }
-   };
-   each([&](Source source, std::size_t n) {
-      failAt(source, 0);
+   eachFailure([&](Source source, std::size_t n) {
       typename TestFixture::Session to;
       typename TestFixture::Session from;
       TestFixture::fill(to, all.back());
@@ -457,12 +429,9 @@ TYPED_TEST(TableFaultTest, severalAtOnce) {
       for (const auto& route : from.oracle.all()) {
          EXPECT_TRUE(to.table.contains(route.prefix) || from.table.contains(route.prefix)) << route.prefix;
       }
-      if (failed) {
-         throw std::bad_alloc();
-      }
+      return failed;
    });
-   each([&](Source source, std::size_t n) {
-      failAt(source, 0);
+   eachFailure([&](Source source, std::size_t n) {
       typename TestFixture::Session session;
       TestFixture::fill(session, all.back());
       const std::size_t before = session.table.size();
@@ -471,32 +440,24 @@ TYPED_TEST(TableFaultTest, severalAtOnce) {
       EXPECT_LE(session.table.size(), failed ? before : 0u);
       EXPECT_EQ(session.table.size(),
                 static_cast<std::size_t>(std::distance(session.table.begin(), session.table.end())));
-      if (failed) {
-         throw std::bad_alloc();
-      }
+      return failed;
    });
 }
 
 // Runs `work` on a table of these routes with each allocation failing; `check` sees what is left. How many failed.
 template <class Fixture, class Work, class Check>
 std::size_t failOn(const std::vector<typename Fixture::P>& world, const Work& work, const Check& check) {
-   std::size_t failures = 0;
-   for (const Source source : sources) {
-      bool failed = true;
-      for (std::size_t n = 1; failed && !testing::Test::HasFailure(); ++n) {
-         SCOPED_TRACE(fmt::format("allocation {}", n));
-         typename Fixture::Session session;
-         Fixture::fill(session, world);
-         const auto before = session.table.snapshot();
-         failed = failsWith(source, n, [&] { work(session.table); });
-         failures += failed ? 1u : 0u;
-         EXPECT_EQ("", session.table.audit());
-         EXPECT_EQ("", before.audit());
-         EXPECT_EQ(world.size(), before.size());
-         check(session, failed);
-      }
-   }
-   return failures;
+   return eachFailure([&](Source source, std::size_t n) {
+      typename Fixture::Session session;
+      Fixture::fill(session, world);
+      const auto before = session.table.snapshot();
+      const bool failed = failsWith(source, n, [&] { work(session.table); });
+      EXPECT_EQ("", session.table.audit());
+      EXPECT_EQ("", before.audit());
+      EXPECT_EQ(world.size(), before.size());
+      check(session, failed);
+      return failed;
+   });
 }
 
 // What came before the one that failed is in, whole, and nothing else.
@@ -531,16 +492,14 @@ TYPED_TEST(TableFaultTest, insertingARange) {
    EXPECT_GT(failures, 0u);
    EXPECT_GT(sizes.size(), 1u);
    // Of a table that is made of a range nothing is left.
-   for (const Source source : sources) {
-      bool failed = true;
-      for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-         failed = failsWith(source, n, [&] {
-            const TypeParam made(list);
-            EXPECT_EQ(list.size(), made.size());
-         });
-         EXPECT_EQ(whole, list);
-      }
-   }
+   eachFailure([&](Source source, std::size_t n) {
+      const bool failed = failsWith(source, n, [&] {
+         const TypeParam made(list);
+         EXPECT_EQ(list.size(), made.size());
+      });
+      EXPECT_EQ(whole, list);
+      return failed;
+   });
 }
 
 // Each route is in one of the two with its value, or in the first by the rule; what failed goes on when it is repeated.
@@ -550,42 +509,37 @@ TYPED_TEST(TableFaultTest, mergesByARule) {
       const auto all = this->worlds();
       for (const bool beside : {false, true}) {
          std::size_t failures = 0;
-         for (const Source source : sources) {
-            bool failed = true;
-            for (std::size_t n = 1; failed && !this->HasFailure(); ++n) {
-               SCOPED_TRACE(fmt::format("allocation {}", n));
-               typename TestFixture::Session to;
-               typename TestFixture::Session from;
-               TestFixture::fill(to, all[3]);
-               TestFixture::fill(from, all[5]);
-               for (std::size_t i = 0; i < all[3].size(); i += 3) {
-                  from.assign(all[3][i], 500);
-               }
-               const auto snapshot = from.table.snapshot();
-               auto mine = beside ? to.table.snapshot() : decltype(to.table.snapshot())();
-               const auto work = [&] {
-                  to.table.merge(from.table, [](const auto&, Value& value, Value&& theirs) {
-                     value = NumberIn<Value>::valueOf(NumberIn<Value>::numberOf(value) +
-                                                      NumberIn<Value>::numberOf(theirs));
-                  });
-               };
-               failed = failsWith(source, n, work);
-               failures += failed ? 1u : 0u;
-               EXPECT_EQ("", to.table.audit());
-               EXPECT_EQ("", from.table.audit());
-               work();
-               EXPECT_EQ("", to.table.audit());
-               EXPECT_TRUE(from.table.empty());
-               EXPECT_EQ(from.oracle.size(), snapshot.size());
-               EXPECT_EQ(beside ? all[3].size() : 0u, mine.size());
-               for (const auto& route : from.oracle.all()) {
-                  to.oracle.set(
-                     route.prefix,
-                     (to.oracle.has(route.prefix) ? to.oracle.get(route.prefix)->number : 0) + route.number);
-               }
-               EXPECT_EQ("", to.wholeFault()) << "no route is lost, doubled, or ruled on twice";
+         failures += eachFailure([&](Source source, std::size_t n) {
+            typename TestFixture::Session to;
+            typename TestFixture::Session from;
+            TestFixture::fill(to, all[3]);
+            TestFixture::fill(from, all[5]);
+            for (std::size_t i = 0; i < all[3].size(); i += 3) {
+               from.assign(all[3][i], 500);
             }
-         }
+            const auto snapshot = from.table.snapshot();
+            auto mine = beside ? to.table.snapshot() : decltype(to.table.snapshot())();
+            const auto work = [&] {
+               to.table.merge(from.table, [](const auto&, Value& value, Value&& theirs) {
+                  value =
+                     NumberIn<Value>::valueOf(NumberIn<Value>::numberOf(value) + NumberIn<Value>::numberOf(theirs));
+               });
+            };
+            const bool failed = failsWith(source, n, work);
+            EXPECT_EQ("", to.table.audit());
+            EXPECT_EQ("", from.table.audit());
+            work();
+            EXPECT_EQ("", to.table.audit());
+            EXPECT_TRUE(from.table.empty());
+            EXPECT_EQ(from.oracle.size(), snapshot.size());
+            EXPECT_EQ(beside ? all[3].size() : 0u, mine.size());
+            for (const auto& route : from.oracle.all()) {
+               to.oracle.set(route.prefix,
+                             (to.oracle.has(route.prefix) ? to.oracle.get(route.prefix)->number : 0) + route.number);
+            }
+            EXPECT_EQ("", to.wholeFault()) << "no route is lost, doubled, or ruled on twice";
+            return failed;
+         });
          EXPECT_GT(failures, 0u);
       }
    }
@@ -702,25 +656,22 @@ void bothFamiliesFail() {
    }
    std::size_t failures = 0;
    const auto each = [&](bool holds, const auto& change, const auto& changed) {
-      for (const Source source : sources) {
-         bool failed = true;
-         for (std::size_t n = 1; failed && !testing::Test::HasFailure(); ++n, failures += failed ? 1u : 0u) {
-            SCOPED_TRACE(fmt::format("allocation {}", n));
-            Session session;
-            for (const auto& p : world) {
-               session.add(p, 7);
-            }
-            const auto snapshot = holds ? session.table.snapshot() : routetrie::snapshot<T>();
-            failed = failsWith(source, n, [&] { change(session.table); });
-            if (failed) {
-               ASSERT_EQ("", session.wholeFault());
-               change(session.table);
-            }
-            changed(session.oracle);
-            ASSERT_EQ("", session.wholeFault());
-            ASSERT_EQ(holds ? world.size() : 0u, snapshot.size());
+      failures += eachFailure([&](Source source, std::size_t n) {
+         Session session;
+         for (const auto& p : world) {
+            session.add(p, 7);
          }
-      }
+         const auto snapshot = holds ? session.table.snapshot() : routetrie::snapshot<T>();
+         const bool failed = failsWith(source, n, [&] { change(session.table); });
+         if (failed) {
+            EXPECT_EQ("", session.wholeFault());
+            change(session.table);
+         }
+         changed(session.oracle);
+         EXPECT_EQ("", session.wholeFault());
+         EXPECT_EQ(holds ? world.size() : 0u, snapshot.size());
+         return failed;
+      });
    };
    const auto put = [](Table& t, const routetrie::prefix& p) {
       if constexpr (Table::has_values) {
