@@ -308,12 +308,13 @@ class Watches final : public WatchesBase {
       for (const Index* index : of) {
          entries += index->size() * (index == &exact_ || index == &under_ ? 1 : 5);  // they share most short steps
       }
-      filter.reset(std::max<std::size_t>(64, 2 * entries));
-      for (const Index* index : of) {
-         for (const auto& entry : *index) {
-            fill(*index, entry.prefix);
+      filter.refill(std::max<std::size_t>(32, entries), [&] {
+         for (const Index* index : of) {
+            for (const auto& entry : *index) {
+               fill(*index, entry.prefix);
+            }
          }
-      }
+      });
    }
    static Number headAt(const Index& index, const P& p) noexcept {
       const auto at = index.find(p);

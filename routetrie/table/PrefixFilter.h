@@ -48,6 +48,16 @@ class PrefixFilter {
       room_ = words * entriesAWord;
    }
    bool isFull() const noexcept { return entries_ >= room_; }
+   // Puts everything in anew, which fill() does, with room for about as much again. `entries` is how many it may be: prefixes that lie far
+   // apart share few steps, and take more. What raises std::bad_alloc leaves it as it was, or with everything in.
+   template <class Fill>
+   void refill(std::size_t entries, const Fill& fill) {
+      do {
+         reset(2 * entries);
+         fill();
+         entries *= 2;
+      } while (2 * entries_ > room_);
+   }
    std::size_t bytes() const noexcept {
       return (room_ / entriesAWord + (near_ != nullptr ? nearWords : 0)) * sizeof(U64);
    }

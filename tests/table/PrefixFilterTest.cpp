@@ -59,6 +59,34 @@ void isNeverWrong() {
 TEST(PrefixFilter, ipv4) { isNeverWrong<prefix4>(); }
 TEST(PrefixFilter, ipv6) { isNeverWrong<prefix6>(); }
 
+// Of those that lie apart each takes all of its steps. Who adds one after the other must not have to fill it anew with each.
+template <class P>
+void refillsHaveRoom() {
+   std::mt19937_64 random(20260102);
+   std::vector<P> all;
+   PrefixFilter filter;
+   std::size_t refills = 0;
+   while (all.size() < 20'000) {
+      if (filter.isFull()) {
+         ++refills;
+         filter.refill(std::max<std::size_t>(32, all.size()), [&] {
+            for (const P& p : all) {
+               filter.addAllSteps(p);
+            }
+         });
+         ASSERT_FALSE(filter.isFull());
+      }
+      all.push_back(host_prefix(typename P::AddressType(anyPrefix<P>(random).bits())));
+      filter.addAllSteps(all.back());
+   }
+   EXPECT_LE(refills, 15u) << "as many as it doubles";
+   for (const P& p : all) {
+      ASSERT_TRUE(filter.mayHaveLastStep(p));
+   }
+}
+TEST(PrefixFilter, ipv4RefillsHaveRoom) { refillsHaveRoom<prefix4>(); }
+TEST(PrefixFilter, ipv6RefillsHaveRoom) { refillsHaveRoom<prefix6>(); }
+
 TEST(PrefixFilter, ofBothFamilies) {
    PrefixFilter filter;
    filter.reset(100);
