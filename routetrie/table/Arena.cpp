@@ -8,24 +8,6 @@
 
 namespace routetrie::Impl {
 
-struct Arena::Chunk {
-   U64 free[2];  // the low word first; bits behind the chunk's end are zero
-   U32 next : 26;
-   U32 list : 6;  // `lists`: in none, as nothing is free
-   U32 previous : 26;
-   U32 blockClass : 5;
-   U32 isLong : 1;  // has what comes behind the links
-   U32 nextOfAll;
-   U32 previousOfAll;
-   // Only of chunks of trees that have had versions:
-   U64 epoch;
-   // Only where the arena marks its own:
-   U64 batch;   // in which the marks were made; those of another mean nothing
-   U64 own[2];  // units that were given out in it
-
-   U128 freeBits() const noexcept { return U128{free[1]} << 64 | free[0]; }
-};
-
 namespace {
 
 constexpr std::size_t headerBytes = 64;
@@ -102,23 +84,15 @@ void Arena::Following::startPublishing() {
    }
 }
 
-const Epochs& Arena::epochs() const noexcept {
-   static constexpr Epochs none{};
-   return following_ != nullptr ? following_->epochs : none;
-}
-
 Arena::Arena(unsigned unitShift) noexcept : unitShift_(static_cast<U8>(unitShift)) {}
 
 Arena::~Arena() { clear(); }
-
-Arena::Chunk& Arena::chunk(U32 block) const noexcept { return *static_cast<Chunk*>(Region::at(base_, block)); }
 
 unsigned Arena::headerUnits(bool isLong) const noexcept {
    const std::size_t bytes = !isLong ? shortBytes : marksOwn() ? headerBytes : unmarkedBytes;
    return static_cast<unsigned>((bytes - 1) >> unitShift_) + 1;
 }
 unsigned Arena::headerUnits(const Chunk& c) const noexcept { return headerUnits(c.isLong != 0); }
-U64 Arena::epochOf(const Chunk& c) noexcept { return c.isLong != 0 ? c.epoch : 1; }
 
 void Arena::link(U32 block, Chunk& c, Lists& in) noexcept {
    if (c.list == lists) {
@@ -170,30 +144,22 @@ bool Arena::ownsSome() const noexcept {
    return turnover == nullptr || turnover->batch == epochs().batch;
 }
 
-bool Arena::owns(U32 at) const noexcept {
-   const Turnover* const turnover = this->turnover();
-   if (turnover != nullptr) {
-      if (turnover->batch != epochs().batch) {
-         return false;
-      }
-      if (!turnover->isFull || !marksOwn()) {
-         for (unsigned i = turnover->ownCount; i-- != 0;) {
-            if (at - turnover->own[i] < turnover->ownUnits[i]) {
-               return true;
-            }
+bool Arena::ownsInBatch(U32 at) const noexcept {
+   const Turnover& turnover = *this->turnover();
+   if (turnover.batch != epochs().batch) {
+      return false;
+   }
+   if (!turnover.isFull || !marksOwn()) {
+      for (unsigned i = turnover.ownCount; i-- != 0;) {
+         if (at - turnover.own[i] < turnover.ownUnits[i]) {
+            return true;
          }
-         return false;
       }
+      return false;
    }
    const U32 block = blockOf(at);
    const Chunk& c = chunk(block);
-   if (epochOf(c) <= epochs().seen) {
-      return false;
-   }
-   if (turnover == nullptr) {
-      return true;
-   }
-   if (c.isLong == 0 || c.batch != epochs().batch) {
+   if (c.isLong == 0 || c.epoch <= epochs().seen || c.batch != epochs().batch) {
       return false;
    }
    const unsigned unit = at - static_cast<U32>(std::size_t{block} << Region::unitShift >> unitShift_);

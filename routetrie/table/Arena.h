@@ -20,8 +20,9 @@
 // A tree that publishes a version with every change copies a few runs with each, and gets those of an earlier one back. Both go by
 // lists here (Turnover), and no chunk is looked at: its header is far away, and those beside it in its lists farther. Runs that came
 // back are given out again, those first that came last, which a cache may still have. And what was given out since the last version,
-// which the change may write, is found in a short list; where it is more, by a bit for each unit in the chunks. Arenas of small
-// units, where bits would not pay, say of what the list does not have that it is not.
+// which the change may write, is found in a short list; where it is more, by a bit for each unit in the chunks. Of chunks that were there
+// before there were versions, which have no room for the bits, and of arenas of small units, where they would not pay, it is then said that
+// it is not: who copies such a run once more has lost a little time and nothing else.
 // Tested by tests/table/ArenaTest.cpp.
 #pragma once
 
@@ -84,7 +85,9 @@ class ROUTETRIE_EXPORT Arena {
    void settle() noexcept;
    U64 epochOf(U32 at) const noexcept;
    // Whether nothing older than the version that is changed has the run that this unit is in.
-   bool owns(U32 at) const noexcept;
+   bool owns(U32 at) const noexcept {
+      return turnover() != nullptr ? ownsInBatch(at) : epochOf(chunk(blockOf(at))) > epochs().seen;
+   }
    // False: owns() is true of nothing.
    bool ownsSome() const noexcept;
    // A new epoch begins: the chunks of the one before go to the lists.
@@ -114,12 +117,29 @@ class ROUTETRIE_EXPORT Arena {
    const char* audit(std::vector<Run> runs) const;
 
   private:
-   struct Chunk;
+   struct Chunk {
+      U64 free[2];  // the low word first; bits behind the chunk's end are zero
+      U32 next : 26;
+      U32 list : 6;  // `lists`: in none, as nothing is free
+      U32 previous : 26;
+      U32 blockClass : 5;
+      U32 isLong : 1;  // has what comes behind the links
+      U32 nextOfAll;
+      U32 previousOfAll;
+      // Only of chunks of trees that have had versions:
+      U64 epoch;
+      // Only where the arena marks its own:
+      U64 batch;   // in which the marks were made; those of another mean nothing
+      U64 own[2];  // units that were given out in it
 
-   const Epochs& epochs() const noexcept;
+      U128 freeBits() const noexcept { return U128{free[1]} << 64 | free[0]; }
+   };
+
+   static constexpr Epochs noEpochs{};
+   const Epochs& epochs() const noexcept { return following_ != nullptr ? following_->epochs : noEpochs; }
    Turnover* turnover() const noexcept { return following_ != nullptr ? following_->turnover.get() : nullptr; }
 
-   Chunk& chunk(U32 block) const noexcept;
+   Chunk& chunk(U32 block) const noexcept { return *static_cast<Chunk*>(Region::at(base_, block)); }
    U32 blockOf(U32 at) const noexcept {
       const std::size_t byte = std::size_t{at} << unitShift_;
       const unsigned blockClass = Region::classAt(byte);
@@ -127,7 +147,8 @@ class ROUTETRIE_EXPORT Arena {
    }
    unsigned headerUnits(bool isLong) const noexcept;
    unsigned headerUnits(const Chunk& chunk) const noexcept;
-   static U64 epochOf(const Chunk& chunk) noexcept;
+   static U64 epochOf(const Chunk& chunk) noexcept { return chunk.isLong != 0 ? chunk.epoch : 1; }
+   bool ownsInBatch(U32 at) const noexcept;
    U32 addChunk(unsigned units);
    U32 allocateInChunk(unsigned units);
    U32 allocateOwn(Turnover& turnover, unsigned units);

@@ -70,13 +70,13 @@ U64 Store::epochOf(Dead dead) const noexcept {
 
 void Store::makeMoreRoom(std::size_t count) {
    const auto in = [count](std::vector<Dead>& notes) {
-      if (notes.capacity() - notes.size() < count) {
+      if (lacksRoom(notes, count)) {
          Region::mayFail();
          notes.reserve(std::max(2 * notes.capacity(), notes.size() + count));
       }
    };
-   if (!versions_->held.empty()) {
-      in(versions_->held.rbegin()->second->dead_);
+   if (versions_->newest != nullptr) {
+      in(versions_->newest->dead_);
    }
    if (versions_->publishes) {
       in(versions_->open);
@@ -85,7 +85,7 @@ void Store::makeMoreRoom(std::size_t count) {
 
 void Store::retireSeen(Kind kind, U32 at, unsigned units) noexcept {
    const Dead dead(kind, at, units);
-   const bool isSeen = !versions_->held.empty() && epochOf(dead) <= versions_->held.rbegin()->first;
+   const bool isSeen = this->isSeen(dead);
    if (!isSeen && (kind == ofSlots ? !versions_->publishes : arena(kind).owns(at))) {
       versions_->deadBytes[kind] += bytesOf(dead);
       free(dead);
@@ -97,8 +97,7 @@ void Store::retireSeen(Kind kind, U32 at, unsigned units) noexcept {
 void Store::retireOthers(Kind kind, U32 at, unsigned units) noexcept {
    const Dead dead(kind, at, units);
    // Without readers to whom versions are published it is others' as a snapshot has it.
-   note(dead,
-        !versions_->held.empty() && (!versions_->publishes || epochOf(dead) <= versions_->held.rbegin()->first));
+   note(dead, versions_->newest != nullptr && (!versions_->publishes || isSeen(dead)));
 }
 
 void Store::note(Dead dead, bool isSeen) noexcept {
@@ -106,7 +105,7 @@ void Store::note(Dead dead, bool isSeen) noexcept {
    const std::size_t bytes = bytesOf(dead);
    versions.deadBytes[dead.kind()] += bytes;
    if (isSeen) {
-      versions.held.rbegin()->second->dead_.push_back(dead);
+      versions.newest->dead_.push_back(dead);
    } else {
       versions.waitingBytes += bytes;
       versions.open.push_back(dead);
@@ -124,11 +123,11 @@ void Store::free(Dead dead) noexcept {
       return;
    }
    // Where a snapshot has seen the chunk, its lists are set aside.
-   const auto by = versions_->held.lower_bound(epochOf(dead));
-   if (by == versions_->held.end()) {
-      arena(dead.kind()).release(dead.at(), dead.units());
-   } else {
+   if (isSeen(dead)) {
+      const auto by = versions_->held.lower_bound(epochOf(dead));
       arena(dead.kind()).release(dead.at(), dead.units(), by->second->aside_[dead.kind()]);
+   } else {
+      arena(dead.kind()).release(dead.at(), dead.units());
    }
 }
 
@@ -152,6 +151,7 @@ void Store::takeDropped() noexcept {
       }
       if (behind == versions_->held.end()) {
          versions_->epochs.seen = seen;
+         versions_->newest = seen != 0 ? std::prev(at)->second.get() : nullptr;
       }
       std::unique_ptr<Held> gone = std::move(at->second);
       versions_->held.erase(at);
@@ -239,6 +239,7 @@ Store::Held* Store::hold() {
    const U64 number = versions_->epochs.now;
    auto held = std::unique_ptr<Held>(new Held(number));
    Held* const result = versions_->held.emplace_hint(versions_->held.end(), number, std::move(held))->second.get();
+   versions_->newest = result;
    versions_->epochs.seen = number;
    versions_->epochs.now = number + 1;
    for (unsigned kind = 0; kind < arenas; ++kind) {

@@ -78,12 +78,7 @@ class ROUTETRIE_EXPORT Store {
       }
    }
    // Makes room for notes of what a change retires; std::bad_alloc. Without effect where there are no versions.
-   void makeRoom(std::size_t notes = mostRetired) {
-      if (versions_ != nullptr &&
-          (!versions_->held.empty() || versions_->open.capacity() - versions_->open.size() < notes)) {
-         makeMoreRoom(notes);
-      }
-   }
+   void makeRoom(std::size_t notes = mostRetired);
    // The tree has no use for it any more. Requires: room for a note of it, where there are versions.
    void retire(Kind kind, U32 at, unsigned units) noexcept {
       if (!isVersioned()) {
@@ -157,6 +152,13 @@ class ROUTETRIE_EXPORT Store {
 
    std::size_t bytesOf(Dead dead) const noexcept;
    U64 epochOf(Dead dead) const noexcept;
+   // Whether the newest snapshot has it.
+   bool isSeen(Dead dead) const noexcept {
+      return versions_->newest != nullptr && epochOf(dead) <= versions_->epochs.seen;
+   }
+   static bool lacksRoom(const std::vector<Dead>& notes, std::size_t count) noexcept {
+      return notes.capacity() - notes.size() < count;
+   }
    void makeMoreRoom(std::size_t count);
    void retireSeen(Kind kind, U32 at, unsigned units) noexcept;
    void recycleReady(std::size_t& most) noexcept;
@@ -167,7 +169,8 @@ class ROUTETRIE_EXPORT Store {
 
    // What there is only of trees that have had versions.
    struct Versions {
-      std::map<U64, std::unique_ptr<Held>> held;  // by number
+      std::map<U64, std::unique_ptr<Held>> held;  // by number; that of the newest is epochs.seen
+      Held* newest = nullptr;
       std::unique_ptr<Held> leaving;              // dropped, with runs that may have to be freed
       std::atomic<Held*> dropped{nullptr};
       Epochs epochs;
@@ -199,6 +202,13 @@ class Store::Held {
    Held* nextDropped_ = nullptr;
    std::unique_ptr<Held> nextLeaving_;
 };
+
+inline void Store::makeRoom(std::size_t notes) {
+   if (versions_ != nullptr && ((versions_->newest != nullptr && lacksRoom(versions_->newest->dead_, notes)) ||
+                                (versions_->publishes && lacksRoom(versions_->open, notes)))) {
+      makeMoreRoom(notes);
+   }
+}
 
 // A snapshot's claim on the store, given back on whatever thread it ends.
 class ROUTETRIE_EXPORT Hold {

@@ -368,6 +368,11 @@ class ROUTETRIE_EXPORT Tree {
    void cutTop();
    U32& ownTopAt(U64 high);  // of the index, to be written; std::bad_alloc
    U32* page(U32 block) const noexcept { return static_cast<U32*>(Region::at(base_, block)); }
+   // The page that a slot lies in.
+   U32 pageOf(const U32* slot) const noexcept {
+      return static_cast<U32>((static_cast<const std::byte*>(static_cast<const void*>(slot)) - base_) >>
+                              Region::unitShift);
+   }
    U32* slotOf(Bits bits) const noexcept;  // null: no page
    U32* ownSlotOf(Bits bits) noexcept;     // the same, to be written; without memory for that, the index goes
    void ownPage(U32& block, unsigned units);
@@ -413,8 +418,21 @@ class ROUTETRIE_EXPORT Tree {
    };
    Inserted inserted(void* place) noexcept;
    void fetchWay(Bits bits, unsigned length) const noexcept;
-   Start own(Bits bits, unsigned length, bool all);
-   void* placeOfRoute(const Start& start, Bits bits, unsigned length) noexcept;
+   // The nodes on the way to a route, and where in each the number of the next stands, in bytes.
+   struct Way {
+      struct Step {
+         U32 at;
+         U16 depth;
+         U16 next;
+      };
+      const Step& last() const noexcept { return steps[count - 1]; }
+
+      unsigned count;
+      Step steps[levels];
+   };
+   void goTo(Way& way, Bits bits, unsigned length) const noexcept;
+   void* routeAt(const Way& way, Bits bits, unsigned length) const noexcept;
+   Start own(Way& way, Bits bits, bool all);
    U32 ownNode(U32 at);
    static U32 linked(const void* link) noexcept {
       U32 number;

@@ -204,7 +204,8 @@ U32& Tree<width>::ownTopAt(U64 high) {
 template <unsigned width>
 U32* Tree<width>::ownSlotOf(Bits bits) noexcept {
    U32* const slot = slotOf(bits);
-   if (slot == nullptr || !isVersioned()) {
+   // Where a page is the tree's own, so is all that leads to it.
+   if (slot == nullptr || !isVersioned() || store_->pages().owns(pageOf(slot))) {
       return slot;
    }
    const U64 high = highBits(bits);

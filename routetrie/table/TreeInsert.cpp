@@ -55,17 +55,6 @@ void* Tree<width>::linkTo(Bits bits, unsigned depth) noexcept {
    return link;
 }
 
-// Where the value of a route is that lies in a node. Requires: it does.
-template <unsigned width>
-void* Tree<width>::placeOfRoute(const Start& start, Bits bits, unsigned length) noexcept {
-   Node& n = node(start.at);
-   if (n.isCompressed()) {
-      return &n.routes[1];
-   }
-   const unsigned chunk = chunkAt(bits, start.depth);
-   return valueOf(n, chunk >> 5, placeOf(length - start.depth, chunk & 31));
-}
-
 // One route on its way in. What is written lies in memory of its own until the last step.
 template <unsigned width>
 class Tree<width>::Insertion {
@@ -298,13 +287,16 @@ typename Tree<width>::Inserted Tree<width>::insert(Bits bits, unsigned length, v
    Start start{0, 0, nullptr};
    if (isVersioned) [[unlikely]] {
       fetchWay(bits, length);
-      if (void* const place = const_cast<void*>(find(bits, length)); place != nullptr) {
+      Way way;
+      goTo(way, bits, length);
+      if (void* const place = routeAt(way, bits, length); place != nullptr) {
          if (!writes) {
             return {place, false};
          }
-         return {placeOfRoute(own(bits, length, true), bits, length), false};
+         own(way, bits, true);
+         return {routeAt(way, bits, length), false};
       }
-      start = own(bits, length, false);
+      start = own(way, bits, false);
    } else {
       start.at = startFor(bits, length, start.depth);
       start.link = start.depth == 0 ? &root_ : nullptr;

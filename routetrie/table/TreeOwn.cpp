@@ -1,4 +1,5 @@
 // Versions: how a tree is kept as it is while it changes, by copying what others have seen before it is written.
+#include <cstddef>
 #include <cstring>
 #include <new>
 
@@ -80,47 +81,84 @@ U32 Tree<width>::ownNode(U32 at) {
    return copy;
 }
 
-// Makes all nodes on the way to a route the tree's own, with what the index says of them; the last one only if all are to be, as
-// what is put into it may move it anyhow. It is returned. That changes nothing that anybody can see; so what raises std::bad_alloc on
-// the way may leave some of it done.
+// The nodes on the way to a route or to where it would be: from the root, or from the one that the index knows if that is the tree's own.
 template <unsigned width>
-typename Tree<width>::Start Tree<width>::own(Bits bits, unsigned length, bool all) {
-   store_->makeRoom();
-   Start start{root_, 0, &root_};
-   // Where a node is the tree's own, all that leads to it is; where it is not, nothing under it is.
-   bool mayBeOwn = store_->nodes.ownsSome();
-   if (mayBeOwn) {
-      unsigned depth = 0;
-      if (const U32 at = startFor(bits, length, depth); depth != 0 && store_->nodes.owns(at)) {
-         start = {at, depth, nullptr};
+void Tree<width>::goTo(Way& way, Bits bits, unsigned length) const noexcept {
+   U32 at = root_;
+   unsigned depth = 0;
+   if (store_->nodes.ownsSome()) {
+      at = startFor(bits, length, depth);
+      if (depth != 0 && !store_->nodes.owns(at)) {
+         at = root_;
+         depth = 0;
       }
    }
-   for (;;) {
-      const Node& seen = node(start.at);
-      const unsigned chunk = chunkAt(bits, start.depth);
-      const bool isLast = seen.isCompressed() ? seen.isLeaf() || seen.length() >= length ||
-                                                   !keyOf<width>(seen).sharesFirst(bits, seen.length())
-                                              : length <= start.depth + stride || (seen.children >> chunk & 1) == 0;
-      mayBeOwn = mayBeOwn && (start.link == nullptr || store_->nodes.owns(start.at));
-      if ((all || !isLast) && !mayBeOwn) {
-         start.at = ownNode(start.at);
-         std::memcpy(start.link, &start.at, sizeof start.at);
-         touchMoved(start.at, bits, start.depth);
-      }
-      if (isLast) {
-         break;
-      }
-      // What stands in the copy is read where it was copied from, as that is at hand.
-      Node& n = node(start.at);
-      if (seen.isCompressed()) {
-         start = {seen.target(), seen.length(), &n.routes[1]};
+   for (way.count = 0;;) {
+      const Node& n = node(at);
+      typename Way::Step& step = way.steps[way.count++];
+      step.at = at;
+      step.depth = static_cast<U16>(depth);
+      if (n.isCompressed()) {
+         if (n.isLeaf() || n.length() >= length || !keyOf<width>(n).sharesFirst(bits, n.length())) {
+            return;
+         }
+         step.next = offsetof(Node, routes) + sizeof n.routes[0];
+         depth = n.length();
+         at = n.target();
       } else {
-         const U32 rank = childRank(seen.children, chunk);
-         start = {seen.numbers()[rank], start.depth + stride, n.numbers() + rank};
+         const unsigned chunk = chunkAt(bits, depth);
+         if (length <= depth + stride || (n.children >> chunk & 1) == 0) {
+            return;
+         }
+         const U32 rank = childRank(n.children, chunk);
+         step.next = static_cast<U16>(Node::headerBytes + 4 * rank);
+         depth += stride;
+         at = n.numbers()[rank];
       }
    }
+}
+
+// The value of the route that the way leads to; null: it is not there.
+template <unsigned width>
+void* Tree<width>::routeAt(const Way& way, Bits bits, unsigned length) const noexcept {
+   const typename Way::Step& last = way.last();
+   Node& n = node(last.at);
+   if (n.isCompressed()) {
+      return n.isLeaf() && n.length() == length && keyOf<width>(n) == bits ? &n.routes[1] : nullptr;
+   }
+   if (length > last.depth + stride) {
+      return nullptr;
+   }
+   const unsigned chunk = chunkAt(bits, last.depth);
+   const unsigned place = placeOf(length - last.depth, chunk & 31);
+   return (n.routes[chunk >> 5] >> place & 1) != 0 ? valueOf(n, chunk >> 5, place) : nullptr;
+}
+
+// Makes all nodes on the way the tree's own, with what the index says of them; the last one only if all are to be, as what is put
+// into it may move it anyhow. It is returned. That changes nothing that anybody can see; so what raises std::bad_alloc on the way may
+// leave some of it done.
+template <unsigned width>
+typename Tree<width>::Start Tree<width>::own(Way& way, Bits bits, bool all) {
    store_->makeRoom();
-   return start;
+   const unsigned end = all ? way.count : way.count - 1;
+   // Where a node is the tree's own, all that leads to it is.
+   unsigned i = end;
+   while (i != 0 && !store_->nodes.owns(way.steps[i - 1].at)) {
+      --i;
+   }
+   const auto linkOf = [&](unsigned k) -> void* {
+      return k != 0                      ? node(way.steps[k - 1].at).bytes() + way.steps[k - 1].next
+             : way.steps[0].depth == 0 ? static_cast<void*>(&root_)
+                                         : nullptr;
+   };
+   for (; i != end; ++i) {
+      typename Way::Step& step = way.steps[i];
+      step.at = ownNode(step.at);
+      std::memcpy(linkOf(i), &step.at, sizeof step.at);
+      touchMoved(step.at, bits, step.depth);
+   }
+   store_->makeRoom();
+   return {way.last().at, way.last().depth, linkOf(way.count - 1)};
 }
 
 template <unsigned width>
@@ -128,13 +166,15 @@ void Tree<width>::prepareErase(Bits bits, unsigned length) {
    if (!isVersioned()) {
       return;
    }
-   if (length == 0) {
+   if (length == 0 || root_ == 0) {
       store_->makeRoom();
-   } else {
-      fetchWay(bits, length);
-      if (find(bits, length) != nullptr) {
-         own(bits, length, true);
-      }
+      return;
+   }
+   fetchWay(bits, length);
+   Way way;
+   goTo(way, bits, length);
+   if (routeAt(way, bits, length) != nullptr) {
+      own(way, bits, true);
    }
 }
 
@@ -146,8 +186,12 @@ template bool Tree<32>::tend() noexcept;
 template bool Tree<128>::tend() noexcept;
 template void Tree<32>::fetchWay(Bits, unsigned) const noexcept;
 template void Tree<128>::fetchWay(Bits, unsigned) const noexcept;
-template Tree<32>::Start Tree<32>::own(Bits, unsigned, bool);
-template Tree<128>::Start Tree<128>::own(Bits, unsigned, bool);
+template void Tree<32>::goTo(Way&, Bits, unsigned) const noexcept;
+template void Tree<128>::goTo(Way&, Bits, unsigned) const noexcept;
+template void* Tree<32>::routeAt(const Way&, Bits, unsigned) const noexcept;
+template void* Tree<128>::routeAt(const Way&, Bits, unsigned) const noexcept;
+template Tree<32>::Start Tree<32>::own(Way&, Bits, bool);
+template Tree<128>::Start Tree<128>::own(Way&, Bits, bool);
 template void Tree<32>::prepareErase(Bits, unsigned);
 template void Tree<128>::prepareErase(Bits, unsigned);
 
