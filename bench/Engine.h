@@ -64,6 +64,13 @@ template <class E>
 requires requires { E::losesRoom; }
 inline constexpr bool losesRoom<E> = E::losesRoom;
 
+// To make and load one takes so long that it is done once, and insertion and deletion of all routes are not measured.
+template <class E>
+inline constexpr bool isDearToMake = false;
+template <class E>
+requires requires { E::isDearToMake; }
+inline constexpr bool isDearToMake<E> = E::isDearToMake;
+
 template <class E>
 concept AnswersExact = requires(const E& asked, const typename E::Key& key) {
    { asked.exact(key) } -> std::same_as<bool>;
@@ -141,6 +148,25 @@ template <class E>
 concept Sweeps = requires(E& engine, std::size_t budget) {
    engine.mark();
    { engine.sweep(budget) } -> std::same_as<bool>;
+};
+// Keeps what the loaded table has; tells how many routes differ from that by now; lets go of it.
+template <class E>
+concept FindsDifferences = Walks<E> && requires(E& engine, const E& asked) {
+   engine.keep();
+   { asked.differences() } -> std::same_as<std::uint64_t>;
+   engine.letGo();
+};
+// How many routes would do.
+template <class E>
+concept Aggregates = requires(const E& asked) {
+   { asked.aggregate() } -> std::same_as<std::uint64_t>;
+};
+// A reader locks what it sees; the bytes that wait to be freed; it leaves.
+template <class E>
+concept HasReaders = requires(E& engine, const E& asked) {
+   engine.sleep();
+   { asked.pendingBytes() } -> std::same_as<std::uint64_t>;
+   engine.wake();
 };
 // Deletes the route that was inserted with that id, without a search for it.
 template <class E>

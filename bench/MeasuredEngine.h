@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <time.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <map>
@@ -60,7 +61,7 @@ class MeasuredEngine final : public Measured {
    bool offers(Op op) const override {
       switch (op) {
          case Op::insert:
-         case Op::erase: return work_.routes.size() <= E::mostRoutesForUpdates;
+         case Op::erase: return !isDearToMake<E> && work_.routes.size() <= E::mostRoutesForUpdates;
          case Op::eraseHandle: return ErasesByHandle<E> && work_.routes.size() <= E::mostRoutesForUpdates;
          case Op::lookup:
          case Op::lookupUniform:
@@ -87,6 +88,9 @@ class MeasuredEngine final : public Measured {
          case Op::compile: return Compiles<E>;
          case Op::snapshot: return TakesSnapshots<E>;
          case Op::sweep: return Sweeps<E>;
+         case Op::difference: return FindsDifferences<E>;
+         case Op::aggregate: return Aggregates<E>;
+         case Op::sleepingReader: return HasReaders<E>;
          case Op::matchBulk:
          case Op::matchBulkUniform: return AnswersBulk<E, F>;
          default: return true;
@@ -124,6 +128,9 @@ class MeasuredEngine final : public Measured {
          case Op::compile: return compile(state);
          case Op::snapshot: return snapshot(state);
          case Op::sweep: return sweep(state);
+         case Op::difference: return difference(state);
+         case Op::aggregate: return aggregate(state);
+         case Op::sleepingReader: return sleepingReader(state);
          case Op::churn: return churn(state);
          case Op::mixed: return mixed(state);
          case Op::updates: return updates(state);
@@ -186,15 +193,21 @@ class MeasuredEngine final : public Measured {
       }
    }
 
+   // Of the loaded table, one route after the other. False: it was refused.
+   bool withdrawAndAnnounce() {
+      const Key& key = deleteKeys_[churnAt_];
+      const bool ok = engine_.erase(key);
+      const bool isBack = engine_.insert(key, work_.deleteOrder[churnAt_] + 1);
+      churnAt_ = churnAt_ + 1 == deleteKeys_.size() ? 0 : churnAt_ + 1;
+      return ok && isBack;
+   }
+
    void churn(benchmark::State& state) {
       constexpr std::size_t block = 64;
       bool ok = true;
       for (auto _ : state) {
          for (std::size_t i = 0; i < block; ++i) {
-            const Key& key = deleteKeys_[churnAt_];
-            ok &= engine_.erase(key);
-            ok &= engine_.insert(key, work_.deleteOrder[churnAt_] + 1);
-            churnAt_ = churnAt_ + 1 == deleteKeys_.size() ? 0 : churnAt_ + 1;
+            ok &= withdrawAndAnnounce();
          }
       }
       if (!ok) {
@@ -493,6 +506,61 @@ class MeasuredEngine final : public Measured {
       }
    }
 
+   // The walk before it leaves little of what the two share in a near cache. The routes are put back.
+   void difference(benchmark::State& state) {
+      if constexpr (FindsDifferences<E>) {
+         const std::size_t changes = std::min<std::size_t>(1000, (keys_.size() + 1) / 2);
+         double walks = 0;
+         bool ok = true;
+         for (auto _ : state) {
+            engine_.keep();
+            for (std::size_t i = 0; i < changes; ++i) {
+               ok &= engine_.erase(deleteKeys_[i]);
+            }
+            const double start = threadSeconds();
+            ok &= engine_.walk() == keys_.size() - changes;
+            const double walked = threadSeconds();
+            ok &= engine_.differences() == changes;
+            walks = (walked - start) / (threadSeconds() - walked);
+            engine_.letGo();
+            for (std::size_t i = 0; i < changes; ++i) {
+               ok &= engine_.insert(deleteKeys_[i], work_.deleteOrder[i] + 1);
+            }
+         }
+         if (!ok) {
+            return state.SkipWithError("not what was changed differs");
+         }
+         state.counters["figure"] = walks;
+      }
+   }
+
+   void aggregate(benchmark::State& state) {
+      if constexpr (Aggregates<E>) {
+         eachTime(state, [&] { return engine_.aggregate(); });
+      }
+   }
+
+   void sleepingReader(benchmark::State& state) {
+      if constexpr (HasReaders<E>) {
+         constexpr std::size_t pairs = 10000;
+         double bytes = 0;
+         bool ok = true;
+         for (auto _ : state) {
+            engine_.sleep();
+            const std::uint64_t before = engine_.pendingBytes();
+            for (std::size_t i = 0; i < pairs; ++i) {
+               ok &= withdrawAndAnnounce();
+            }
+            bytes = static_cast<double>(engine_.pendingBytes()) - static_cast<double>(before);
+            engine_.wake();
+         }
+         if (!ok) {
+            return state.SkipWithError("an update was refused");
+         }
+         state.counters["figure"] = bytes / (2 * pairs);
+      }
+   }
+
    void memory(benchmark::State& state) {
       for (auto _ : state) {
       }
@@ -609,10 +677,13 @@ class MeasuredEngine final : public Measured {
 
    std::string checkWalks() {
       std::string fault;
-      const auto compare = [&](std::string_view what, std::uint64_t walked) {
-         if (walked != work_.routes.size()) {
-            fault = fmt::format("{}: {} routes instead of {}", what, walked, work_.routes.size());
+      const auto compareWith = [&](std::string_view what, std::uint64_t found, std::uint64_t expected) {
+         if (found != expected) {
+            fault = fmt::format("{}: {} routes instead of {}", what, found, expected);
          }
+      };
+      const auto compare = [&](std::string_view what, std::uint64_t walked) {
+         compareWith(what, walked, work_.routes.size());
       };
       if constexpr (Compiles<E>) {
          compare("compile", engine_.compile());
@@ -625,6 +696,21 @@ class MeasuredEngine final : public Measured {
       }
       if constexpr (StepsThrough<E>) {
          compare("walk by steps", engine_.walkNext());
+      }
+      if constexpr (FindsDifferences<E>) {
+         engine_.keep();
+         withdrawAndAnnounce();
+         compareWith("difference of nothing", engine_.differences(), 0);
+         engine_.erase(keys_.front());
+         compareWith("difference", engine_.differences(), 1);
+         engine_.insert(keys_.front(), 1);
+         engine_.letGo();
+      }
+      if constexpr (Aggregates<E>) {
+         // At least one, and no more than there are.
+         const std::uint64_t most = work_.routes.size();
+         const std::uint64_t found = engine_.aggregate();
+         compareWith("aggregate", found, found == 0 ? 1 : std::min(found, most));
       }
       return fault;
    }

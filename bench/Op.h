@@ -37,6 +37,9 @@ enum class Op : U8 {
    compile,
    snapshot,
    sweep,
+   difference,
+   aggregate,
+   sleepingReader,
    churn,
    mixed,
    updates,
@@ -44,10 +47,14 @@ enum class Op : U8 {
 };
 
 struct OpRow {
+   static constexpr std::string_view time = "ns/op";
+
+   bool isTime() const { return unit == time; }
+
    Op op;
    std::string_view name;
    std::string_view summary;
-   std::string_view unit = "ns/op";  // what is no time is the counter "figure" of a run
+   std::string_view unit = time;  // what is no time is the counter "figure" of a run
 };
 
 inline constexpr std::array opRows = {
@@ -81,6 +88,15 @@ inline constexpr std::array opRows = {
    OpRow{Op::sweep, "sweep",
          "a tenth of the loaded table swept in slices of 1,000 routes; the slowest slice to the median one",
          "slowest/median"},
+   OpRow{
+      Op::difference, "difference",
+      "what differs between the loaded table without 1,000 routes and a snapshot of before; a walk's time to that of "
+      "finding it",
+      "walk/difference"},
+   OpRow{Op::aggregate, "aggregate",
+         "the fewest routes with the answers of the loaded table, its values those of 64 next hops; time a route"},
+   OpRow{Op::sleepingReader, "sleeping_reader",
+         "what each of 20,000 changes leaves to be freed while a reader sleeps under a lock", "bytes/change"},
    OpRow{Op::churn, "churn", "a route withdrawn from the loaded table and announced again, both together"},
    OpRow{Op::mixed, "mixed",
          "nine lookups inside routes to one change, which withdraws a route or announces it again"},

@@ -125,13 +125,17 @@ std::string Results::tableOf(const RunInfo& info, std::span<const EngineRow> eng
 }
 
 std::string Results::text(const RunInfo& info, std::span<const EngineRow> engines) const {
+   std::string others;
+   for (const OpRow& row : opRows) {
+      if (!row.isTime()) {
+         others += fmt::format("; for {} {}", row.name, row.unit);
+      }
+   }
    return fmt::format(
              "table    {}\nmachine  {}\ndate     {}\n\n"
-             "Medians: nanoseconds an operation, for memory bytes a route, and for sweep how many times the median "
-             "slice the "
-             "slowest took.\n"
+             "Medians: nanoseconds an operation{}.\n"
              "In brackets how many times our figure the rival's is: above 1, ours is the better.\n",
-             info.table, info.machine, info.date) +
+             info.table, info.machine, info.date, others) +
           tableOf<V4>(info, engines) + tableOf<V6>(info, engines);
 }
 

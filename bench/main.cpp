@@ -82,7 +82,7 @@ void measure(const Options& options, const OpRow& op, std::vector<Loaded>& group
          row->Iterations(1);
          continue;
       }
-      if (op.op == Op::sweep) {
+      if (!op.isTime()) {
          row->Iterations(1)->Repetitions(options.repetitions);
          continue;
       }

@@ -5,9 +5,11 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <random>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "bench/Engine.h"
@@ -78,12 +80,20 @@ class SharedTableEngine {
    }
    static std::optional<Route<F>> route(const Answer& answer, const Workload<F>&) { return answer; }
 
+   void sleep() { locked_.reset(new Locked(reader_.lock())); }
+   std::uint64_t pendingBytes() const { return table_.pending_bytes(); }
+   void wake() {
+      locked_.reset();
+      table_.reclaim();
+   }
+
    std::uint64_t bytes() const {
       beginQuestions();
       return table_.memory().total() + sizeof table_;
    }
 
   private:
+   using Locked = decltype(std::declval<const typename Table::reader_handle&>().lock());
    struct Change {
       Key key;
       U32 id;  // 0: withdrawn
@@ -160,6 +170,7 @@ class SharedTableEngine {
 
    mutable Table table_;
    typename Table::reader_handle reader_;
+   std::unique_ptr<Locked> locked_;
    mutable std::vector<Change> waiting_;
    std::vector<Change> some_;
    mutable std::vector<std::thread> others_;

@@ -1,11 +1,13 @@
 // SnapshotEngine: the library's table of one family while a snapshot of it is always held: a new one after each 65,536 changes. And
-// what taking one costs, of the loaded table.
+// what taking one costs, of the loaded table, and finding what differs from one.
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <optional>
 
 #include "bench/engines/TableEngine.h"
+#include "routetrie/difference.h"
 
 namespace Bench {
 
@@ -27,7 +29,16 @@ class SnapshotEngine : public TableEngine<F> {
    }
    void snapshot() { held_ = this->table().snapshot(); }
 
+   void keep() { kept_ = this->table().snapshot(); }
+   std::uint64_t differences() const {
+      const auto found = routetrie::difference(*kept_, this->table());
+      return static_cast<std::uint64_t>(std::ranges::distance(found));
+   }
+   void letGo() { kept_.reset(); }
+
   private:
+   using Snapshot = routetrie::basic_snapshot<F::width, U32>;
+
    static constexpr std::uint32_t changesToOne = 1u << 16;
 
    void tend() {
@@ -36,7 +47,8 @@ class SnapshotEngine : public TableEngine<F> {
       }
    }
 
-   std::optional<routetrie::basic_snapshot<F::width, U32>> held_;
+   std::optional<Snapshot> held_;
+   std::optional<Snapshot> kept_;
    std::uint32_t changes_ = 0;
 };
 

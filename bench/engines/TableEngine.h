@@ -2,12 +2,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <iterator>
 #include <optional>
 #include <span>
 #include <vector>
 
 #include "bench/Engine.h"
+#include "routetrie/aggregate.h"
 #include "routetrie/family_table.h"
 
 namespace Bench {
@@ -71,6 +73,14 @@ class TableEngine {
       return routes;
    }
 
+   std::uint64_t aggregate() const {
+      const auto hopOf = [](U32 id) { return id % 64; };
+      return routetrie::aggregate(
+                table_, [&](U32 a, U32 b) { return hopOf(a) == hopOf(b); },
+                [&](U32 id) { return std::hash<U32>()(hopOf(id)); })
+         .size();
+   }
+
    void mark() { table_.mark(); }
    bool sweep(std::size_t budget) { return table_.sweep(budget).done; }
 
@@ -86,6 +96,7 @@ class TableEngine {
 
   protected:
    Table& table() { return table_; }
+   const Table& table() const { return table_; }
 
   private:
    Answer at(const typename Table::iterator& here) const {

@@ -4,6 +4,7 @@
 #include "bench/engines/SharedTableEngine.h"
 #include "bench/engines/SnapshotEngine.h"
 #include "bench/engines/TableEngine.h"
+#include "bench/engines/WatchedEngine.h"
 
 namespace Bench {
 
@@ -38,7 +39,19 @@ EngineRow sharedRow(const char* name) {
            .v6 = makeMeasured<V6, SharedTableEngine<V6, beside>>};
 }
 
+template <std::size_t watches>
+EngineRow watchedRow(const char* name) {
+   return {.name = {name, name},
+           .isOurs = true,
+           .v4 = makeMeasured<V4, WatchedEngine<V4, watches>>,
+           .v6 = makeMeasured<V6, WatchedEngine<V6, watches>>};
+}
+
 }  // namespace
+
+EngineRow watchedRow() { return watchedRow<0>("watched"); }
+EngineRow watched1kRow() { return watchedRow<1000>("watched_1k"); }
+EngineRow watched1mRow() { return watchedRow<1000000>("watched_1m"); }
 
 EngineRow sharedTableRow() { return sharedRow<Beside::nobody>("shared_table"); }
 EngineRow sharedTableBatchRow() { return sharedRow<Beside::batches>("shared_table_batch"); }

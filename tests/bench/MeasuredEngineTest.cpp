@@ -34,6 +34,8 @@ enum class Wrong {
    walk,
    iterator,
    steps,
+   difference,
+   aggregate,
    insert
 };
 
@@ -91,6 +93,13 @@ class Liar {
    std::uint64_t walkIterator() const { return honest_.walk() + (wrong == Wrong::iterator ? 1 : 0); }
    std::uint64_t walkNext() const { return wrong == Wrong::steps ? 0 : honest_.walk(); }
 
+   void keep() { kept_ = honest_.walk(); }
+   std::uint64_t differences() const {
+      return kept_ - honest_.walk() + (wrong == Wrong::difference && kept_ != honest_.walk() ? 1 : 0);
+   }
+   void letGo() { kept_ = 0; }
+   std::uint64_t aggregate() const { return wrong == Wrong::aggregate ? honest_.walk() + 1 : 1; }
+
    std::uint64_t bytes() const { return honest_.bytes(); }
 
   private:
@@ -105,6 +114,7 @@ class Liar {
 
    StdMap<F> honest_;
    Oracle<F> oracle_;
+   std::uint64_t kept_ = 0;  // routes
 };
 
 // Routes in a row, each inside the one before: each is asked of, and all but the ends are a parent and follow one.
@@ -147,6 +157,8 @@ TYPED_TEST(MeasuredEngineTest, FindsAWrongAnswerOfEachKind) {
    EXPECT_EQ((fault<TypeParam, Wrong::walk>()), "walk: 16 routes instead of 17");
    EXPECT_EQ((fault<TypeParam, Wrong::iterator>()), "walk by iterator: 18 routes instead of 17");
    EXPECT_EQ((fault<TypeParam, Wrong::steps>()), "walk by steps: 0 routes instead of 17");
+   EXPECT_EQ((fault<TypeParam, Wrong::difference>()), "difference: 2 routes instead of 1");
+   EXPECT_EQ((fault<TypeParam, Wrong::aggregate>()), "aggregate: 18 routes instead of 17");
 }
 
 TYPED_TEST(MeasuredEngineTest, RefusesAnEngineThatRefusesARoute) {
