@@ -171,7 +171,7 @@ class ROUTETRIE_EXPORT Store {
    struct Versions {
       std::map<U64, std::unique_ptr<Held>> held;  // by number; that of the newest is epochs.seen
       Held* newest = nullptr;
-      std::unique_ptr<Held> leaving;              // dropped, with runs that may have to be freed
+      std::unique_ptr<Held> leaving;  // dropped, with runs that may have to be freed
       std::atomic<Held*> dropped{nullptr};
       Epochs epochs;
       Arena::Following following[arenas]{Arena::Following(epochs), Arena::Following(epochs)};

@@ -147,9 +147,9 @@ typename Tree<width>::Start Tree<width>::own(Way& way, Bits bits, bool all) {
       --i;
    }
    const auto linkOf = [&](unsigned k) -> void* {
-      return k != 0                      ? node(way.steps[k - 1].at).bytes() + way.steps[k - 1].next
+      return k != 0                    ? node(way.steps[k - 1].at).bytes() + way.steps[k - 1].next
              : way.steps[0].depth == 0 ? static_cast<void*>(&root_)
-                                         : nullptr;
+                                       : nullptr;
    };
    for (; i != end; ++i) {
       typename Way::Step& step = way.steps[i];
