@@ -268,7 +268,7 @@ bool WatchedTable::isAbout(const RouteUpdate& update, const Route& route) {
 void WatchedTable::add(Routes& routes, const RouteUpdate& update) {
    Route route{update.payload, update.source, update.choice, update.rank, update.answers};
    if (update.choice == Choice::lastLine) {
-      routes.assign(1, std::move(route));
+      routes.assign(1, route);
    } else if (update.choice == Choice::asPath) {
       // What a peer says anew is the latest that is said, as in a table.
       std::erase_if(routes, [&](const Route& each) { return isAbout(update, each); });

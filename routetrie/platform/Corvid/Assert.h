@@ -14,6 +14,7 @@
 
 // As glibc declares it; repeated here because <assert.h> leaves it out under NDEBUG.
 // The attribute is spelled as there, too: clang refuses [[noreturn]] on a function first declared with the other.
+// NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name): glibc's names are reserved
 extern "C" __attribute__((__noreturn__)) void __assert_fail(const char* expression, const char* file,
                                                             unsigned int line, const char* function) noexcept;
 

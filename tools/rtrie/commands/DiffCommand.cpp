@@ -66,7 +66,7 @@ struct DiffOptions : LoadOptions {
 Session::Asked tableOf(const DiffOptions& options, const std::string& path, const Session& session) {
    LoadOptions one;
    if (!path.empty()) {
-      one = options;
+      one = static_cast<const LoadOptions&>(options);
       one.tables = {path};
    }
    session.checkStandardInput(one);

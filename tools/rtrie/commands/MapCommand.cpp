@@ -152,7 +152,7 @@ ExitStatus run(const MapOptions& options, const Session& session) {
       faults = asked.faults;
       shown.add(routes);
       if (by == MapBy::difference) {
-         LoadOptions one = options;
+         LoadOptions one = static_cast<const LoadOptions&>(options);
          one.tables = {options.against};
          const auto before = session.tables(one);
          faults += before.faults;

@@ -93,7 +93,7 @@ ExitStatus run(const ReportOptions& options, const Session& session) {
    Session::Asked askedBefore;
    const RouteSet none;
    if (!options.against.empty()) {
-      LoadOptions one = options;
+      LoadOptions one = static_cast<const LoadOptions&>(options);
       one.tables = {options.against};
       askedBefore = session.tables(one);
       faults += askedBefore.faults;

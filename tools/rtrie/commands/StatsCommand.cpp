@@ -238,7 +238,7 @@ void printFigures(const std::string& path, const Json& value, RowForm form, Outp
             name = each[naming].get<std::string>();
          }
       }
-      printFigures(path.empty() ? name : path + "." + name, each, form, output);
+      printFigures(path.empty() ? name : fmt::format("{}.{}", path, name), each, form, output);
    }
 }
 

@@ -53,7 +53,7 @@ std::string scaleText(const SpaceMap& map) {
 }
 
 std::string blockLabel(const Corenet::IpGenPrefix& prefix) {
-   const std::string text(prefix.stringValue());
+   std::string text(prefix.stringValue());
    if (prefix.af() != Corenet::AddressFamily::ipv4) {
       return text;
    }

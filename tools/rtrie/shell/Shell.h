@@ -20,7 +20,7 @@ class Shell {
    bool run(std::string_view line, std::string_view where = "");
 
   private:
-   bool runWords(std::string_view line);
+   bool runWords(std::string_view text);
 
    Session& session_;
 };

@@ -78,7 +78,7 @@ class ShellLineReader {
          } else if (c == '\\' && next != '\0' && (quote == '\0' || (quote == '"' && (next == '"' || next == '\\')))) {
             text += next;
             ++at_;
-         } else if (quote != '\0') {
+         } else if (quote != '\0') {  // NOLINT(bugprone-branch-clone): what lies between is not so in quotes
             text += c;
          } else if (c == '\'' || c == '"') {
             quote = c;
